@@ -1,0 +1,45 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "project/metadata/MetadataNode.h"
+#include "project/metadata/MetadataPath.h"
+#include "project/metadata/MetadataScopeGuard.h"
+
+#pragma GCC visibility push(default)
+
+namespace project::metadata {
+
+// The metadata store of one project: a tree of nodes, each with values by key. Scopes nest on one thread: a read scope
+// in a read or a write scope, a write scope in a write scope.
+class MetadataManager {
+ public:
+  virtual MetadataScopeGuard beginReadScope() = 0;
+  virtual MetadataScopeGuard beginWriteScope() = 0;
+
+  // Empty where there is no node.
+  virtual std::unique_ptr<MetadataNode> getNode(const MetadataPath& path) = 0;
+
+  // Writes each node at its path, missing parents included, and replaces the values that the node gives.
+  virtual void setNodes(const std::map<MetadataPath, std::shared_ptr<MetadataNode>>& nodes) = 0;
+
+  // The direct children; none of an absent node.
+  virtual std::vector<MetadataPath> getChildPaths(const MetadataPath& path) = 0;
+
+  // Each node goes with all that lies below it; an absent one is passed over.
+  virtual void removeNodes(const std::vector<MetadataPath>& paths) = 0;
+
+  virtual bool nodeExists(MetadataPath path) = 0;
+
+  virtual ~MetadataManager() = default;
+};
+
+// A new UUID; defined by the host.
+std::u16string generateUUID();
+
+}  // namespace project::metadata
+
+#pragma GCC visibility pop

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <utility>
+
+#pragma GCC visibility push(default)
+
+namespace project::metadata {
+
+// The values of one node, by key. A node is a working copy: what is set on it is stored by MetadataManager::setNodes.
+class MetadataNode {
+ public:
+  // The reference lives until the node is changed or destroyed. Of an absent key the host says what happens.
+  virtual const std::u16string& getValue(std::u16string key) = 0;
+  virtual void setValue(std::u16string key, std::u16string value) = 0;
+  virtual ~MetadataNode() = default;
+};
+
+// A node made in memory, to be handed to MetadataManager::setNodes. getValue of an absent key: std::out_of_range.
+class MetadataNodeSpecification : public MetadataNode {
+ public:
+  // Replaces the value of a key that is there already.
+  void put(std::u16string key, std::u16string value) { values_[std::move(key)] = std::move(value); }
+
+  const std::map<std::u16string, std::u16string>& values() const noexcept { return values_; }
+
+  const std::u16string& getValue(std::u16string key) override { return values_.at(key); }
+  void setValue(std::u16string key, std::u16string value) override { put(std::move(key), std::move(value)); }
+
+ private:
+  std::map<std::u16string, std::u16string> values_;
+};
+
+}  // namespace project::metadata
+
+#pragma GCC visibility pop

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+
+#include "project/sharing/TransformationHierarchy.h"
+#include "project/sharing/profiles/ExportMacro.h"
+
+namespace project::sharing::profiles {
+
+// Applies one profile to the project that is being shared. Made for one sharing operation or kept for many: each
+// application reads the profile anew. It never changes, so one object may be applied from several threads.
+class PROJECT_SHARING_PROFILES_EXPORT ExportProfileTransformation : public project::sharing::TransformationHierarchy {
+ public:
+  // The UUID of a stored profile, or getWholeProjectUUID() for a share without any filter.
+  explicit ExportProfileTransformation(const std::u16string& uuid);
+  ~ExportProfileTransformation() override;
+
+  // Strips `data.projectManagers.at(data.projectPath)`; does nothing for the whole project. Throws std::out_of_range
+  // for a project that is not there, the errors of ExportProfileManager::getProfileByUUID and createManager, and what
+  // the host throws; filters that were applied before keep their effect.
+  void apply(project::sharing::SerializationData& data) const override;
+
+  const std::u16string& getUUID() const;
+
+ private:
+  std::u16string uuid;
+};
+
+// The reserved UUID "wholeproject": the export of the whole, unfiltered project. Always the same object.
+PROJECT_SHARING_PROFILES_EXPORT const std::u16string& getWholeProjectUUID();
+
+}  // namespace project::sharing::profiles

@@ -1,0 +1,46 @@
+#include "project/sharing/profiles/ExportProfileErrors.h"
+
+#include <exception>
+
+#include "errors/Raise.h"
+
+using namespace ORCHID::project::sharing;
+using ::project::exception::ProjectException;
+
+namespace ORCHID::project::sharing {
+
+ExportProfilesStartupFailure::ExportProfilesStartupFailure()
+    : BaseMsgID{{}, EXPORT_PROFILE_ERROR_COMPONENT, "ExportProfilesStartupFailure"} {}
+
+ExportProfileAlreadyExists::ExportProfileAlreadyExists()
+    : BaseMsgID{{}, EXPORT_PROFILE_ERROR_COMPONENT, "ExportProfileAlreadyExists"} {}
+
+}  // namespace ORCHID::project::sharing
+
+namespace foundation::core::except {
+
+template class Exception<ExportProfileUuidNotFound, ProjectException>;
+template class Exception<ExportProfileNameNotUnique, ProjectException>;
+template class Exception<ExportProfileNameNotFound, ProjectException>;
+template class Exception<ExportProfilesStartupFailure, ProjectException>;
+template class Exception<ExportProfileAlreadyExists, ProjectException>;
+
+}  // namespace foundation::core::except
+
+namespace project::sharing::profiles {
+
+template <class X>
+void raise(const X& record) {
+  using Error = foundation::core::except::Exception<X, ProjectException>;
+  const ProjectException base;
+  if (std::current_exception()) std::throw_with_nested(Error(base, record));
+  throw Error(base, record);
+}
+
+template void raise(const ExportProfileUuidNotFound&);
+template void raise(const ExportProfileNameNotUnique&);
+template void raise(const ExportProfileNameNotFound&);
+template void raise(const ExportProfilesStartupFailure&);
+template void raise(const ExportProfileAlreadyExists&);
+
+}  // namespace project::sharing::profiles

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "project/sharing/profiles/ExportProfileErrors.h"
+
+namespace project::sharing::profiles {
+
+// Throws the error of this record; with the exception being handled nested in it, when there is one. There for the five
+// records of the library only.
+template <class X>
+[[noreturn]] void raise(const X& record);
+
+}  // namespace project::sharing::profiles

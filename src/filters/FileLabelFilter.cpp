@@ -1,0 +1,48 @@
+#include "filters/FileLabelFilter.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "filters/ItemLookup.h"
+#include "filters/NeededFolders.h"
+#include "project/management/ProjectManager.h"
+
+namespace project::sharing::profiles {
+
+using fl::filesystem::path;
+using project::management::FileLabel;
+using project::management::FileManager;
+
+FileLabelFilter::FileLabelFilter(std::u16string filterType) : ExportFilterBase(std::move(filterType)) {}
+
+FileLabelFilter::~FileLabelFilter() = default;
+
+bool FileLabelFilter::goes(const std::vector<FileLabel>& labels, const ItemLookup& listed, bool listedGo) const {
+  if ((labels.empty() || listed.empty()) && getType() == INCLUDE_FILES_WITH_LABEL) return true;
+  return std::any_of(labels.begin(), labels.end(),
+                     [&](const FileLabel& label) { return listed.contains(itemOf(label)) == listedGo; });
+}
+
+void FileLabelFilter::apply(project::management::ProjectManager& projectManager) {
+  const ItemLookup listed(getItems());
+  FileManager& manager = projectManager.getFileManager();
+  const std::vector<path> entries = manager.getFiles();
+  NeededFolders needed(manager.getRootFolder().text());
+  const bool listedGo = getType() == EXCLUDE_FILES_WITH_LABEL;
+
+  std::vector<const path*> selected;
+  for (const path& entry : entries) {
+    if (goes(manager.getFileLabels(entry), listed, listedGo)) {
+      selected.push_back(&entry);
+    } else if (!manager.isFolder(entry)) {
+      needed.needAncestorsOf(entry);
+    }
+  }
+  std::vector<path> removals;
+  for (const path* entry : selected) {
+    if (!needed.forget(*entry)) removals.push_back(*entry);
+  }
+  manager.removeFiles(removals);
+}
+
+}  // namespace project::sharing::profiles

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <unordered_set>
+
+#include "fl/filesystem/path.h"
+
+namespace project::sharing::profiles {
+
+// The folders between the project's root and the entries that stay: they have to stay too.
+class NeededFolders {
+ public:
+  explicit NeededFolders(std::u16string root);
+
+  // Walks up from the entry, to the root (which is never among the folders), to a path that has no parent, or to a
+  // folder that is known already, whose own ancestors are known then.
+  void needAncestorsOf(const fl::filesystem::path& entry);
+
+  // Whether this folder is needed. It is forgotten then: it is spared once, and of an entry listed twice the second
+  // goes.
+  bool forget(const fl::filesystem::path& folder);
+
+ private:
+  std::u16string root_;
+  std::unordered_set<std::u16string> folders_;
+};
+
+}  // namespace project::sharing::profiles

@@ -1,0 +1,109 @@
+#include "project/sharing/profiles/ExportProfileManager.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "errors/Raise.h"
+#include "model/ExportProfileBase.h"
+#include "model/StoredLayout.h"
+#include "project/metadata/MetadataManager.h"
+#include "project/sharing/profiles/ExportProfileErrors.h"
+
+namespace project::sharing::profiles {
+
+using project::metadata::MetadataManager;
+using project::metadata::MetadataNodeSpecification;
+using project::metadata::MetadataPath;
+using project::metadata::MetadataScopeGuard;
+
+namespace errors = ORCHID::project::sharing;
+
+namespace {
+
+using Profiles = std::vector<std::shared_ptr<ExportProfile>>;
+
+class ExportProfileManagerBase final : public ExportProfileManager {
+ public:
+  explicit ExportProfileManagerBase(std::shared_ptr<MetadataManager> manager) : metadataManager(std::move(manager)) {}
+
+  using ExportProfileManager::createProfile;
+
+  Profiles getProfiles() override;
+  std::shared_ptr<ExportProfile> getProfileByName(const std::u16string& name) override;
+  std::shared_ptr<ExportProfile> getProfileByUUID(const std::u16string& uuid) override;
+  std::shared_ptr<ExportProfile> createProfile(const std::u16string& name, const std::u16string& uuid) override;
+  void deleteProfile(const std::shared_ptr<ExportProfile>& profile) override;
+
+ private:
+  std::shared_ptr<ExportProfile> profileOf(const std::u16string& uuid) const {
+    return std::make_shared<ExportProfileBase>(uuid, metadataManager);
+  }
+
+  std::shared_ptr<MetadataManager> metadataManager;
+};
+
+bool comesBefore(const std::shared_ptr<ExportProfile>& a, const std::shared_ptr<ExportProfile>& b) {
+  const std::u16string nameOfA = a->getName();
+  const int order = nameOfA.compare(b->getName());
+  return order != 0 ? order < 0 : a->getUUID() < b->getUUID();
+}
+
+Profiles ExportProfileManagerBase::getProfiles() {
+  const MetadataScopeGuard scope = metadataManager->beginReadScope();
+  const MetadataPath root = profilesRootPath();
+  if (!metadataManager->nodeExists(root)) return {};
+  Profiles profiles;
+  for (const MetadataPath& child : metadataManager->getChildPaths(root)) {
+    if (child.getLeaf().getType() == PROFILE_TYPE) profiles.push_back(profileOf(child.getLeaf().getLocation()));
+  }
+  std::sort(profiles.begin(), profiles.end(), comesBefore);
+  return profiles;
+}
+
+std::shared_ptr<ExportProfile> ExportProfileManagerBase::getProfileByName(const std::u16string& name) {
+  Profiles found = getProfiles();
+  const auto isOther = [&](const std::shared_ptr<ExportProfile>& profile) { return profile->getName() != name; };
+  found.erase(std::remove_if(found.begin(), found.end(), isOther), found.end());
+  if (found.empty()) raise(errors::ExportProfileNameNotFound(name));
+  if (found.size() > 1) raise(errors::ExportProfileNameNotUnique(name));
+  return found.front();
+}
+
+std::shared_ptr<ExportProfile> ExportProfileManagerBase::getProfileByUUID(const std::u16string& uuid) {
+  for (const std::shared_ptr<ExportProfile>& profile : getProfiles()) {
+    if (profile->getUUID() == uuid) return profile;
+  }
+  raise(errors::ExportProfileUuidNotFound(uuid));
+}
+
+std::shared_ptr<ExportProfile> ExportProfileManagerBase::createProfile(const std::u16string& name,
+                                                                       const std::u16string& uuid) {
+  const MetadataScopeGuard scope = metadataManager->beginWriteScope();
+  for (const std::shared_ptr<ExportProfile>& profile : getProfiles()) {
+    if (profile->getName() == name && profile->getUUID() != uuid) raise(errors::ExportProfileAlreadyExists());
+  }
+  auto node = std::make_shared<MetadataNodeSpecification>();
+  node->put(NAME_KEY, name);
+  metadataManager->setNodes({{profilePath(uuid), std::move(node)}});
+  return profileOf(uuid);
+}
+
+void ExportProfileManagerBase::deleteProfile(const std::shared_ptr<ExportProfile>& profile) {
+  const MetadataScopeGuard scope = metadataManager->beginWriteScope();
+  metadataManager->removeNodes({profilePath(profile->getUUID())});
+}
+
+}  // namespace
+
+std::shared_ptr<ExportProfile> ExportProfileManager::createProfile(const std::u16string& name) {
+  return createProfile(name, project::metadata::generateUUID());
+}
+
+ExportProfileManager::~ExportProfileManager() = default;
+
+std::unique_ptr<ExportProfileManager> createManager(std::shared_ptr<MetadataManager> metadataManager) {
+  if (!metadataManager) raise(errors::ExportProfilesStartupFailure());
+  return std::make_unique<ExportProfileManagerBase>(std::move(metadataManager));
+}
+
+}  // namespace project::sharing::profiles
