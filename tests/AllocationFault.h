@@ -1,0 +1,8 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+
+// Runs the action with its `index`-th allocation (from 0) failing. True when std::bad_alloc left it, false when it made
+// fewer allocations; a failure that is swallowed is a std::logic_error.
+bool runsOutOfMemory(std::size_t index, const std::function<void()>& action);
