@@ -1,0 +1,102 @@
+#include "folder_host/Descriptor.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+namespace folder_host {
+
+namespace {
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { ::closedir(folder); }
+};
+
+mode_t typeOf(int folder, const dirent& item) {
+  if (item.d_type != DT_UNKNOWN) return DTTOIF(static_cast<mode_t>(item.d_type));
+  struct stat status {};
+  if (::fstatat(folder, item.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) throwErrno();
+  return status.st_mode & static_cast<mode_t>(S_IFMT);
+}
+
+bool isDots(const std::string& name) { return name == "." || name == ".."; }
+
+}  // namespace
+
+Descriptor::Descriptor(Descriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
+  std::swap(descriptor_, other.descriptor_);
+  return *this;
+}
+
+Descriptor::~Descriptor() {
+  if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+int Descriptor::release() noexcept { return std::exchange(descriptor_, -1); }
+
+void throwErrno() { throw std::system_error(errno, std::generic_category()); }
+
+Descriptor openFolder(const std::string& folder) {
+  Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (opened.get() < 0) throwErrno();
+  return opened;
+}
+
+Descriptor openBeneath(const Descriptor& folder, const std::string& path, int flags) {
+  open_how how{};
+  how.flags = static_cast<__u64>(flags | O_CLOEXEC | O_NOFOLLOW);
+  how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
+  Descriptor opened(static_cast<int>(::syscall(SYS_openat2, folder.get(), path.c_str(), &how, sizeof how)));
+  if (opened.get() < 0) throwErrno();
+  return opened;
+}
+
+struct stat statusOf(const Descriptor& descriptor) {
+  struct stat status {};
+  if (::fstat(descriptor.get(), &status) != 0) throwErrno();
+  return status;
+}
+
+bool sameFile(const struct stat& a, const struct stat& b) noexcept {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+std::vector<FolderItem> readFolder(const Descriptor& folder) {
+  Descriptor own(::fcntl(folder.get(), F_DUPFD_CLOEXEC, 0));
+  if (own.get() < 0) throwErrno();
+  const std::unique_ptr<DIR, CloseFolder> stream(::fdopendir(own.get()));
+  if (stream == nullptr) throwErrno();
+  own.release();
+  std::vector<FolderItem> items;
+  errno = 0;
+  while (const dirent* item = ::readdir(stream.get())) {
+    if (!isDots(item->d_name)) items.push_back({item->d_name, typeOf(folder.get(), *item)});
+    errno = 0;
+  }
+  if (errno != 0) throwErrno();
+  return items;
+}
+
+std::string readLink(const Descriptor& folder, const std::string& name) {
+  std::array<char, PATH_MAX> target{};
+  const ssize_t length = ::readlinkat(folder.get(), name.c_str(), target.data(), target.size());
+  if (length < 0) throwErrno();
+  return {target.data(), static_cast<std::size_t>(length)};
+}
+
+std::string joined(const std::string& folder, const std::string& name) {
+  return folder.empty() ? name : folder + "/" + name;
+}
+
+}  // namespace folder_host

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <string>
+#include <vector>
+
+// The system calls that the host reads and writes folders with: always from a descriptor, never through a link.
+// Everything here fails with std::system_error.
+namespace folder_host {
+
+// Owns a file descriptor, or none (-1).
+class Descriptor {
+ public:
+  explicit Descriptor(int descriptor = -1) noexcept : descriptor_(descriptor) {}
+  Descriptor(Descriptor&& other) noexcept;
+  Descriptor& operator=(Descriptor&& other) noexcept;
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor();
+
+  int get() const noexcept { return descriptor_; }
+  // Gives the descriptor away.
+  int release() noexcept;
+
+ private:
+  int descriptor_;
+};
+
+[[noreturn]] void throwErrno();
+
+// Opens a folder by any path, links included.
+Descriptor openFolder(const std::string& folder);
+
+// Opens what lies below `folder`, which no link on the way and none at the end leads out of; "." is the folder itself.
+// The flags are those of open(2); O_CLOEXEC and O_NOFOLLOW are added.
+Descriptor openBeneath(const Descriptor& folder, const std::string& path, int flags);
+
+struct stat statusOf(const Descriptor& descriptor);
+
+// Whether both describe one and the same file.
+bool sameFile(const struct stat& a, const struct stat& b) noexcept;
+
+struct FolderItem {
+  std::string name;
+  mode_t type;  // S_IFDIR, S_IFREG, S_IFLNK ...
+};
+
+// What a folder that is open for reading holds, in no order. It can be read once.
+std::vector<FolderItem> readFolder(const Descriptor& folder);
+
+// The target of the link `name` in the folder; of a link that is itself open (with O_PATH) the name is empty.
+std::string readLink(const Descriptor& folder, const std::string& name);
+
+// "folder/name"; the name alone where the folder is empty.
+std::string joined(const std::string& folder, const std::string& name);
+
+}  // namespace folder_host

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace folder_host {
+
+// A refusal of the folder host. The identifier is stable, for programs; what() is one line for people that says what
+// to do about it.
+class Error : public std::runtime_error {
+ public:
+  Error(const char* identifier, const std::string& message) : std::runtime_error(message), identifier_(identifier) {}
+  ~Error() override;
+
+  const char* identifier() const noexcept { return identifier_; }
+
+ private:
+  const char* identifier_;  // one of the constants below
+};
+
+// Every identifier, once. They are never given another meaning.
+namespace errors {
+inline constexpr const char* ALREADY_A_PROJECT = "already-a-project";
+inline constexpr const char* NOT_A_PROJECT = "not-a-project";
+inline constexpr const char* STORE_UNREADABLE = "store-unreadable";
+inline constexpr const char* STORE_TOO_NEW = "store-too-new";
+inline constexpr const char* STORE_FAILED = "store-failed";
+inline constexpr const char* WRITE_IN_READ_SCOPE = "write-in-read-scope";
+inline constexpr const char* NAME_EMPTY = "name-empty";
+inline constexpr const char* LABEL_NAME_TAKEN = "label-name-taken";
+inline constexpr const char* LABEL_NOT_FOUND = "label-not-found";
+inline constexpr const char* PATH_OUTSIDE_PROJECT = "path-outside-project";
+inline constexpr const char* PATH_NOT_AN_ENTRY = "path-not-an-entry";
+inline constexpr const char* PATH_TOO_LONG = "path-too-long";
+inline constexpr const char* NESTED_PROJECT = "nested-project";
+inline constexpr const char* DESTINATION_EXISTS = "destination-exists";
+inline constexpr const char* DESTINATION_IN_PROJECT = "destination-in-project";
+inline constexpr const char* DESTINATION_UNUSABLE = "destination-unusable";
+inline constexpr const char* ENTRY_CHANGED = "entry-changed";
+inline constexpr const char* ENTRY_UNREADABLE = "entry-unreadable";
+inline constexpr const char* KEPT_BELOW_REMOVED = "kept-below-removed";
+inline constexpr const char* CONTENT_UNDER_TWO_NAMES = "content-under-two-names";
+inline constexpr const char* COPY_FAILED = "copy-failed";
+}  // namespace errors
+
+}  // namespace folder_host

@@ -1,0 +1,153 @@
+#include "folder_host/FolderProject.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <climits>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "folder_host/Descriptor.h"
+#include "folder_host/Failure.h"
+#include "folder_host/StagingFolder.h"
+#include "folder_host/Store.h"
+
+namespace folder_host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* STORE_FOLDER = ".project";
+constexpr const char* STORE_FILE = ".project/store.db";
+
+// What cannot be looked at counts as there: a project that is out of reach is not one that another stands above.
+bool holdsStore(const fs::path& folder) {
+  struct stat status {};
+  return ::lstat((folder / STORE_FILE).c_str(), &status) == 0 || (errno != ENOENT && errno != ENOTDIR);
+}
+
+// Empty where neither the folder nor one above it is a project.
+std::string nearestProject(fs::path folder) {
+  while (!holdsStore(folder)) {
+    if (!folder.has_relative_path()) return {};
+    folder = folder.parent_path();
+  }
+  return folder.string();
+}
+
+std::string resolvedFolder(const std::string& folder) {
+  std::error_code error;
+  const fs::path resolved = fs::canonical(folder, error);
+  if (!error && !fs::is_directory(resolved, error) && !error) error = std::make_error_code(std::errc::not_a_directory);
+  if (error) throw systemFailure(errors::NOT_A_PROJECT, "there is no folder", folder, error.value());
+  return resolved.string();
+}
+
+void refuseProject(const std::string& root) {
+  const std::string project = nearestProject(root);
+  if (project.empty()) return;
+  throw Error(errors::ALREADY_A_PROJECT, inQuotes(project) + " is a project already");
+}
+
+void makeStore(const std::string& root) {
+  try {
+    StagingFolder folder(openFolder(root), root, ".project-new-");
+    Store::create(folder.path() + "/store.db");
+    folder.publish(STORE_FOLDER);
+  } catch (const std::system_error& error) {
+    if (error.code().value() == EEXIST) refuseProject(root);
+    throw systemFailure(errors::STORE_FAILED, "cannot make a store in", root, error.code().value());
+  }
+}
+
+// Where the named thing is, without links before its last name; what is not there is taken by its name.
+std::string resolvedLocation(std::string named) {
+  while (named.size() > 1 && named.back() == '/') named.pop_back();
+  const fs::path path = fs::absolute(named);
+  const fs::path name = path.filename();
+  const bool nameless = name.empty() || name == "." || name == "..";
+  std::string location =
+      (nameless ? fs::weakly_canonical(path) : fs::weakly_canonical(path.parent_path()) / name).string();
+  while (location.size() > 1 && location.back() == '/') location.pop_back();
+  return location;
+}
+
+std::string resolvedOrRefused(const std::string& named) {
+  try {
+    return resolvedLocation(named);
+  } catch (const fs::filesystem_error& error) {
+    const int code = error.code().value();
+    throw systemFailure(code == ENAMETOOLONG ? errors::PATH_TOO_LONG : errors::PATH_OUTSIDE_PROJECT, "cannot follow",
+                        named, code);
+  }
+}
+
+// The rest of `location` below `root`; empty for root itself, nothing outside of it.
+std::optional<std::string> below(const std::string& root, const std::string& location) {
+  if (location == root) return std::string();
+  const std::string prefix = root == "/" ? root : root + "/";
+  if (location.compare(0, prefix.size(), prefix) != 0) return std::nullopt;
+  return location.substr(prefix.size());
+}
+
+bool isStore(const std::string& relative) { return relative.substr(0, relative.find('/')) == STORE_FOLDER; }
+
+}  // namespace
+
+FolderProject FolderProject::init(const std::string& folder) {
+  const std::string root = resolvedFolder(folder);
+  refuseProject(root);
+  makeStore(root);
+  return open(root);
+}
+
+FolderProject FolderProject::open(const std::string& folder) {
+  std::string root = nearestProject(resolvedFolder(folder));
+  if (root.empty()) {
+    throw Error(errors::NOT_A_PROJECT, "neither " + inQuotes(folder) + " nor a folder above it is a project");
+  }
+  auto store = Store::open(root + "/" + STORE_FILE);
+  return {std::move(root), std::move(store)};
+}
+
+FolderProject::FolderProject(std::string root, std::shared_ptr<Store> store)
+    : root_(std::move(root)),
+      store_(std::move(store)),
+      metadata_(std::make_shared<MetadataStore>(store_)),
+      labels_(std::make_unique<LabelStore>(store_)) {}
+
+FolderProject::FolderProject(FolderProject&&) noexcept = default;
+FolderProject& FolderProject::operator=(FolderProject&&) noexcept = default;
+FolderProject::~FolderProject() = default;
+
+const std::string& FolderProject::root() const { return root_; }
+
+std::shared_ptr<MetadataStore> FolderProject::metadata() const { return metadata_; }
+
+LabelStore& FolderProject::labels() const { return *labels_; }
+
+project::metadata::MetadataScopeGuard FolderProject::beginWrite() const { return store_->beginWrite(); }
+
+void FolderProject::confirm() const { store_->confirm(); }
+
+std::string FolderProject::locate(const std::string& named) const {
+  const auto relative = named.empty() ? std::nullopt : below(root_, resolvedOrRefused(named));
+  if (!relative || isStore(*relative)) {
+    throw Error(errors::PATH_OUTSIDE_PROJECT,
+                inQuotes(named) + " is nothing that the project " + inQuotes(root_) + " holds");
+  }
+  if (relative->size() >= PATH_MAX) throw Error(errors::PATH_TOO_LONG, "this path is too long: " + inQuotes(named));
+  return *relative;
+}
+
+Listing FolderProject::list() const { return listFolder(root_); }
+
+std::shared_ptr<WorkingCopy> FolderProject::workingCopy() const {
+  const auto scope = store_->beginRead();
+  return std::make_shared<WorkingCopy>(root_, store_->memoryCopy(), std::make_shared<const Listing>(list()));
+}
+
+}  // namespace folder_host

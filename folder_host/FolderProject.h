@@ -1,0 +1,65 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "folder_host/Entry.h"
+#include "folder_host/LabelStore.h"
+#include "folder_host/MetadataStore.h"
+#include "folder_host/WorkingCopy.h"
+#include "project/metadata/MetadataScopeGuard.h"
+
+namespace folder_host {
+
+class Store;
+
+// A project: a folder on disk whose `.project/store.db` keeps its labels and its metadata. Used by one thread at a
+// time; several processes may have the same project open.
+class FolderProject {
+ public:
+  // Makes the folder, which has to exist, a project. Errors: NOT_A_PROJECT (no such folder), ALREADY_A_PROJECT (it, or
+  // a folder above it, is one), STORE_FAILED. Nothing is left behind where it fails.
+  static FolderProject init(const std::string& folder);
+
+  // Opens the project that holds `folder`: the folder itself or the nearest one above. Errors: NOT_A_PROJECT,
+  // STORE_UNREADABLE, STORE_TOO_NEW; the store is then as it was.
+  static FolderProject open(const std::string& folder);
+
+  FolderProject(FolderProject&&) noexcept;
+  FolderProject& operator=(FolderProject&&) noexcept;
+  ~FolderProject();
+
+  // Absolute, without links in it.
+  const std::string& root() const;
+
+  std::shared_ptr<MetadataStore> metadata() const;
+  LabelStore& labels() const;
+
+  // A write scope on the whole store (labels and metadata): what is read in it is what is changed. Rolled back when it
+  // ends while an exception passes.
+  project::metadata::MetadataScopeGuard beginWrite() const;
+
+  // Throws the failure of a commit that nobody has been told of yet. To be called after the last scope has ended.
+  void confirm() const;
+
+  // The path relative to root() of what a person named, relative to the working directory or absolute: links in the
+  // folders on the way are followed, a link at the end is not. Empty for root() itself. It need not exist.
+  // Errors: PATH_OUTSIDE_PROJECT (also for the store), PATH_TOO_LONG.
+  std::string locate(const std::string& named) const;
+
+  Listing list() const;
+
+  // Store and list of entries, read in one read scope. Errors: those of listFolder.
+  std::shared_ptr<WorkingCopy> workingCopy() const;
+
+ private:
+  FolderProject(std::string root, std::shared_ptr<Store> store);
+
+  std::string root_;
+  std::shared_ptr<Store> store_;
+  std::shared_ptr<MetadataStore> metadata_;
+  std::unique_ptr<LabelStore> labels_;
+};
+
+}  // namespace folder_host

@@ -1,0 +1,179 @@
+#include "folder_host/MetadataStore.h"
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "folder_host/Store.h"
+#include "folder_host/Text.h"
+
+namespace folder_host {
+
+using project::metadata::MetadataNode;
+using project::metadata::MetadataNodeSpecification;
+using project::metadata::MetadataPath;
+using project::metadata::MetadataPathBuilder;
+using project::metadata::MetadataScopeGuard;
+using project::metadata::PathElement;
+
+namespace {
+
+using NodeValues = std::map<std::u16string, std::u16string>;
+
+// A node as it was read.
+class StoredNode final : public MetadataNode {
+ public:
+  explicit StoredNode(NodeValues values) : values_(std::move(values)) {}
+  ~StoredNode() override;
+
+  const NodeValues& values() const { return values_; }
+
+  const std::u16string& getValue(std::u16string key) override { return values_.at(key); }
+  void setValue(std::u16string key, std::u16string value) override { values_[std::move(key)] = std::move(value); }
+
+ private:
+  NodeValues values_;
+};
+
+StoredNode::~StoredNode() = default;
+
+void appendPart(std::string& key, const std::u16string& part) {
+  const std::string blob = toBlob(part);
+  for (const unsigned shift : {24U, 16U, 8U, 0U}) {
+    key += static_cast<char>(static_cast<unsigned char>(blob.size() >> shift));
+  }
+  key += blob;
+}
+
+void appendElement(std::string& key, const PathElement& element) {
+  appendPart(key, element.getType());
+  appendPart(key, element.getLocation());
+}
+
+// A node's key: each part of its path after its length, so that the keys that begin with this one are exactly those of
+// the node and of what lies below it.
+std::string keyOf(const MetadataPath& path) {
+  std::string key;
+  for (const PathElement& element : path.getElements()) appendElement(key, element);
+  return key;
+}
+
+std::string parentKeyOf(const MetadataPath& path) {
+  const auto& elements = path.getElements();
+  return keyOf(MetadataPath({elements.begin(), elements.end() - 1}));
+}
+
+// The least key above all that begin with this one, which is not empty.
+std::string endOfRange(std::string key) {
+  while (static_cast<unsigned char>(key.back()) == 0xFF) key.pop_back();
+  ++key.back();
+  return key;
+}
+
+NodeValues valuesAt(Store& store, const std::string& key) {
+  NodeValues values;
+  for (const Store::Row& row : store.query("SELECT key, value FROM node_value WHERE node = ?", {key})) {
+    values[fromBlob(row[0])] = fromBlob(row[1]);
+  }
+  return values;
+}
+
+// What a node of unknown making gives for the keys that are stored, or what is stored where it gives nothing.
+NodeValues askedFor(MetadataNode& node, NodeValues stored) {
+  for (auto& [key, value] : stored) {
+    try {
+      value = node.getValue(key);
+    } catch (const std::out_of_range&) {
+    }
+  }
+  return stored;
+}
+
+NodeValues valuesGivenBy(MetadataNode& node, Store& store, const std::string& key) {
+  if (const auto* specification = dynamic_cast<const MetadataNodeSpecification*>(&node)) return specification->values();
+  if (const auto* stored = dynamic_cast<const StoredNode*>(&node)) return stored->values();
+  return askedFor(node, valuesAt(store, key));
+}
+
+void makeNodes(Store& store, const MetadataPath& path) {
+  std::string parent;
+  for (const PathElement& element : path.getElements()) {
+    store.run("INSERT INTO node VALUES(?, ?, ?) ON CONFLICT DO NOTHING",
+              {parent, toBlob(element.getType()), toBlob(element.getLocation())});
+    appendElement(parent, element);
+  }
+}
+
+void setNode(Store& store, const MetadataPath& path, MetadataNode& node) {
+  const std::string key = keyOf(path);
+  const NodeValues values = valuesGivenBy(node, store, key);
+  makeNodes(store, path);
+  for (const auto& [name, value] : values) {
+    store.run("INSERT OR REPLACE INTO node_value VALUES(?, ?, ?)", {key, toBlob(name), toBlob(value)});
+  }
+}
+
+void removeNode(Store& store, const MetadataPath& path) {
+  if (path.getElements().empty()) {
+    store.run("DELETE FROM node");
+    store.run("DELETE FROM node_value");
+    return;
+  }
+  const PathElement& leaf = path.getLeaf();
+  const std::string key = keyOf(path);
+  const std::string end = endOfRange(key);
+  store.run("DELETE FROM node WHERE parent = ? AND type = ? AND location = ?",
+            {parentKeyOf(path), toBlob(leaf.getType()), toBlob(leaf.getLocation())});
+  store.run("DELETE FROM node WHERE parent >= ? AND parent < ?", {key, end});
+  store.run("DELETE FROM node_value WHERE node >= ? AND node < ?", {key, end});
+}
+
+}  // namespace
+
+MetadataStore::MetadataStore(std::shared_ptr<Store> store) : store_(std::move(store)) {}
+
+MetadataStore::~MetadataStore() = default;
+
+MetadataScopeGuard MetadataStore::beginReadScope() { return store_->beginRead(); }
+
+MetadataScopeGuard MetadataStore::beginWriteScope() { return store_->beginWrite(); }
+
+std::unique_ptr<MetadataNode> MetadataStore::getNode(const MetadataPath& path) {
+  const MetadataScopeGuard scope = store_->beginRead();
+  if (!nodeExists(path)) return nullptr;
+  return std::make_unique<StoredNode>(valuesAt(*store_, keyOf(path)));
+}
+
+void MetadataStore::setNodes(const std::map<MetadataPath, std::shared_ptr<MetadataNode>>& nodes) {
+  for (const auto& [path, node] : nodes) {
+    if (path.getElements().empty()) throw std::invalid_argument("MetadataStore::setNodes: the root has no values");
+    if (node == nullptr) throw std::invalid_argument("MetadataStore::setNodes: there is no node");
+  }
+  store_->atomically([&] {
+    for (const auto& [path, node] : nodes) setNode(*store_, path, *node);
+  });
+}
+
+std::vector<MetadataPath> MetadataStore::getChildPaths(const MetadataPath& path) {
+  std::vector<MetadataPath> children;
+  const char* sql = "SELECT type, location FROM node WHERE parent = ? ORDER BY type, location";
+  for (const Store::Row& row : store_->query(sql, {keyOf(path)})) {
+    children.push_back(MetadataPathBuilder().add(path).add(fromBlob(row[0]), fromBlob(row[1])).build());
+  }
+  return children;
+}
+
+void MetadataStore::removeNodes(const std::vector<MetadataPath>& paths) {
+  store_->atomically([&] {
+    for (const MetadataPath& path : paths) removeNode(*store_, path);
+  });
+}
+
+bool MetadataStore::nodeExists(MetadataPath path) {
+  if (path.getElements().empty()) return true;
+  const PathElement& leaf = path.getLeaf();
+  const char* sql = "SELECT 1 FROM node WHERE parent = ? AND type = ? AND location = ?";
+  return !store_->query(sql, {parentKeyOf(path), toBlob(leaf.getType()), toBlob(leaf.getLocation())}).empty();
+}
+
+}  // namespace folder_host

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <SQLiteCpp/Database.h>
+
+#include <memory>
+#include <vector>
+
+#include "project/metadata/MetadataScopeGuard.h"
+
+namespace folder_host {
+
+// The scopes that are open on one connection, the outermost first, and the transaction and savepoints behind them. See
+// Store for what a scope means.
+class Scopes {
+ public:
+  // The database outlives this object and its scopes.
+  explicit Scopes(SQLite::Database& database);
+  ~Scopes();
+  Scopes(const Scopes&) = delete;
+  Scopes& operator=(const Scopes&) = delete;
+
+  // `keepAlive` is held until the scope has ended. Errors: WRITE_IN_READ_SCOPE, STORE_FAILED.
+  project::metadata::MetadataScopeGuard begin(bool write, std::shared_ptr<void> keepAlive);
+
+  // Throws what could not be committed or rolled back and nobody has been told of yet.
+  void confirm();
+
+  // Throws where nothing may be written: WRITE_IN_READ_SCOPE, or STORE_FAILED when an earlier failure has ended the
+  // transaction under its scopes, so that a change would be kept whatever becomes of them.
+  void requireWritable() const;
+
+ private:
+  struct Scope;
+
+  void enter(Scope& scope);
+  void end(Scope& scope) noexcept;
+  void finish(const Scope& scope) noexcept;
+  void undo(const Scope& scope) noexcept;
+  void remember(int result) noexcept;
+
+  SQLite::Database& database_;
+  std::vector<std::shared_ptr<Scope>> scopes_;
+  int failure_ = 0;
+};
+
+}  // namespace folder_host

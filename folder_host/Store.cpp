@@ -1,0 +1,144 @@
+#include "folder_host/Store.h"
+
+#include <SQLiteCpp/Backup.h>
+#include <SQLiteCpp/Column.h>
+#include <sqlite3.h>
+
+#include <limits>
+#include <utility>
+
+#include "folder_host/Error.h"
+#include "folder_host/StoreFile.h"
+
+namespace folder_host {
+
+using project::metadata::MetadataScopeGuard;
+
+namespace {
+
+void bindValues(SQLite::Statement& statement, Store::Values values) {
+  int index = 0;
+  for (const std::string_view value : values) {
+    if (value.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+      throw storeFailure(SQLITE_TOOBIG);
+    }
+    // A null pointer would bind NULL in the place of an empty blob.
+    statement.bindNoCopy(++index, value.empty() ? "" : value.data(), static_cast<int>(value.size()));
+  }
+}
+
+Store::Row readRow(const SQLite::Statement& statement) {
+  Store::Row row;
+  row.reserve(static_cast<std::size_t>(statement.getColumnCount()));
+  for (int column = 0; column < statement.getColumnCount(); ++column) {
+    row.push_back(statement.getColumn(column).getString());
+  }
+  return row;
+}
+
+// Leaves a cached statement without locks, whatever happens; its values are bound anew for each use.
+class Use {
+ public:
+  explicit Use(SQLite::Statement& statement) : statement_(statement) {}
+  ~Use() { statement_.tryReset(); }
+  Use(const Use&) = delete;
+  Use& operator=(const Use&) = delete;
+
+ private:
+  SQLite::Statement& statement_;
+};
+
+}  // namespace
+
+void Store::create(const std::string& file) {
+  createStoreFile(file);
+  try {
+    SQLite::Database database(file.c_str(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW);
+    createTables(database);
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+}
+
+std::shared_ptr<Store> Store::open(const std::string& file) { return std::make_shared<Store>(openStoreFile(file)); }
+
+std::shared_ptr<Store> Store::inMemory() {
+  try {
+    SQLite::Database database(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    createTables(database);
+    return std::make_shared<Store>(std::move(database));
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+}
+
+Store::Store(SQLite::Database database) : database_(std::move(database)), scopes_(database_) {}
+
+Store::~Store() = default;
+
+std::shared_ptr<Store> Store::memoryCopy() {
+  const MetadataScopeGuard scope = beginRead();
+  try {
+    SQLite::Database memory(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    const int result = SQLite::Backup(memory, database_).executeStep();
+    if (result != SQLITE_DONE) throw storeFailure(result);
+    // What is damaged may have lost a label: nothing is decided by it.
+    if (memory.execAndGet("PRAGMA quick_check(1)").getString() != "ok") throw storeFailure(SQLITE_CORRUPT);
+    return std::make_shared<Store>(std::move(memory));
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+}
+
+void Store::writeOut(const std::string& file) {
+  confirm();
+  createStoreFile(file);
+  try {
+    SQLite::Statement vacuum(database_, "VACUUM INTO ?");
+    vacuum.bind(1, file);
+    vacuum.exec();
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+}
+
+MetadataScopeGuard Store::beginRead() { return scopes_.begin(false, shared_from_this()); }
+
+MetadataScopeGuard Store::beginWrite() { return scopes_.begin(true, shared_from_this()); }
+
+void Store::confirm() { scopes_.confirm(); }
+
+SQLite::Statement& Store::prepared(const char* sql) {
+  const auto known = statements_.find(sql);
+  if (known != statements_.end()) return known->second;
+  return statements_.emplace(sql, SQLite::Statement(database_, sql)).first->second;
+}
+
+std::vector<Store::Row> Store::query(const char* sql, Values values) {
+  confirm();
+  try {
+    SQLite::Statement& statement = prepared(sql);
+    const Use use(statement);
+    bindValues(statement, values);
+    std::vector<Row> rows;
+    while (statement.executeStep()) rows.push_back(readRow(statement));
+    return rows;
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+}
+
+std::size_t Store::run(const char* sql, Values values) {
+  confirm();
+  scopes_.requireWritable();
+  try {
+    SQLite::Statement& statement = prepared(sql);
+    const Use use(statement);
+    bindValues(statement, values);
+    return static_cast<std::size_t>(statement.exec());
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+}
+
+}  // namespace folder_host

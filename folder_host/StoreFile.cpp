@@ -1,0 +1,102 @@
+#include "folder_host/StoreFile.h"
+
+#include <SQLiteCpp/Statement.h>
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+
+#include "folder_host/Failure.h"
+
+namespace folder_host {
+
+namespace {
+
+constexpr int BUSY_TIMEOUT_MS = 30000;
+constexpr int APPLICATION_ID = 0x50736872;
+constexpr int VERSION = 1;
+
+// Keyed by blobs throughout: a row number would tell how many rows are gone.
+constexpr const char* TABLES = R"(
+CREATE TABLE node(parent BLOB NOT NULL, type BLOB NOT NULL, location BLOB NOT NULL,
+                  PRIMARY KEY(parent, type, location)) WITHOUT ROWID;
+CREATE TABLE node_value(node BLOB NOT NULL, key BLOB NOT NULL, value BLOB NOT NULL,
+                        PRIMARY KEY(node, key)) WITHOUT ROWID;
+CREATE TABLE category(uuid BLOB NOT NULL PRIMARY KEY, name BLOB NOT NULL) WITHOUT ROWID;
+CREATE TABLE label(uuid BLOB NOT NULL PRIMARY KEY, category BLOB NOT NULL, name BLOB NOT NULL,
+                   kept INTEGER NOT NULL DEFAULT 0) WITHOUT ROWID;
+CREATE INDEX label_by_category ON label(category);
+CREATE TABLE attachment(path BLOB NOT NULL, label BLOB NOT NULL, PRIMARY KEY(path, label)) WITHOUT ROWID;
+CREATE INDEX attachment_by_label ON attachment(label);
+)";
+
+// A file that does not answer these is none of ours, whatever it says of itself.
+constexpr std::array<const char*, 5> PROBES = {
+    "SELECT parent, type, location FROM node LIMIT 1", "SELECT node, key, value FROM node_value LIMIT 1",
+    "SELECT uuid, name FROM category LIMIT 1",         "SELECT uuid, category, name, kept FROM label LIMIT 1",
+    "SELECT path, label FROM attachment LIMIT 1",
+};
+
+void checkRegularFile(const std::string& file) {
+  struct stat status {};
+  if (::lstat(file.c_str(), &status) != 0) {
+    throw systemFailure(errors::STORE_UNREADABLE, "cannot open the store", file, errno);
+  }
+  if (!S_ISREG(status.st_mode)) throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is not a file");
+}
+
+void checkContent(SQLite::Database& database, const std::string& file) {
+  if (database.execAndGet("PRAGMA application_id").getInt() != APPLICATION_ID) {
+    throw Error(errors::STORE_UNREADABLE, inQuotes(file) + " is not the store of a project");
+  }
+  const int version = database.execAndGet("PRAGMA user_version").getInt();
+  if (version > VERSION) {
+    throw Error(errors::STORE_TOO_NEW,
+                "the store " + inQuotes(file) + " was written by a newer version of this program");
+  }
+  if (version < VERSION) throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is incomplete");
+  for (const char* probe : PROBES) SQLite::Statement(database, probe).executeStep();
+}
+
+}  // namespace
+
+Error storeFailure(int result, const std::string& message) {
+  const int primary = result & 0xFF;
+  const bool damaged = primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
+  return {damaged ? errors::STORE_UNREADABLE : errors::STORE_FAILED, "the project's store failed: " + message};
+}
+
+Error storeFailure(int result) { return storeFailure(result, sqlite3_errstr(result)); }
+
+Error storeFailure(const SQLite::Exception& error) { return storeFailure(error.getErrorCode(), error.what()); }
+
+void createStoreFile(const std::string& file) {
+  const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+  if (descriptor < 0) throw systemFailure(errors::STORE_FAILED, "cannot make the store", file, errno);
+  ::close(descriptor);
+}
+
+void createTables(SQLite::Database& database) {
+  database.exec("BEGIN");
+  database.exec("PRAGMA application_id = " + std::to_string(APPLICATION_ID));
+  database.exec("PRAGMA user_version = " + std::to_string(VERSION));
+  database.exec(TABLES);
+  database.exec("COMMIT");
+}
+
+SQLite::Database openStoreFile(const std::string& file) {
+  checkRegularFile(file);
+  try {
+    SQLite::Database database(file.c_str(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, BUSY_TIMEOUT_MS);
+    checkContent(database, file);
+    return database;
+  } catch (const SQLite::Exception& error) {
+    if ((error.getErrorCode() & 0xFF) == SQLITE_BUSY) throw storeFailure(error);
+    throw Error(errors::STORE_UNREADABLE, "cannot open the store " + inQuotes(file) + ": " + error.what());
+  }
+}
+
+}  // namespace folder_host

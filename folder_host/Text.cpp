@@ -1,0 +1,113 @@
+#include "folder_host/Text.h"
+
+#include <array>
+#include <cstddef>
+
+#include "folder_host/Error.h"
+
+namespace folder_host {
+
+namespace {
+
+constexpr char32_t REPLACEMENT = 0xFFFD;
+constexpr char32_t BYTE_BASE = 0xDC00;  // the byte 0x80 is U+DC80
+
+bool isSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDFFF; }
+bool isHigh(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+bool isLow(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+
+unsigned byteAt(std::string_view bytes, std::size_t index) { return static_cast<unsigned char>(bytes[index]); }
+
+struct Decoded {
+  char32_t point = 0;
+  std::size_t length = 0;  // 0: the bytes do not begin with valid UTF-8
+};
+
+std::size_t sequenceLength(unsigned lead) {
+  if (lead < 0x80) return 1;
+  if (lead < 0xC2 || lead > 0xF4) return 0;
+  return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+}
+
+Decoded decode(std::string_view bytes) {
+  static constexpr std::array<char32_t, 5> LEAST = {0, 0, 0x80, 0x800, 0x10000};
+  const std::size_t length = sequenceLength(byteAt(bytes, 0));
+  if (length == 0 || bytes.size() < length) return {};
+  if (length == 1) return {byteAt(bytes, 0), 1};
+  char32_t point = byteAt(bytes, 0) & (0x7FU >> length);
+  for (std::size_t i = 1; i < length; ++i) {
+    if ((byteAt(bytes, i) & 0xC0U) != 0x80) return {};
+    point = (point << 6U) | (byteAt(bytes, i) & 0x3FU);
+  }
+  if (point < LEAST[length] || isSurrogate(point) || point > 0x10FFFF) return {};
+  return {point, length};
+}
+
+void appendUnits(std::u16string& text, char32_t point) {
+  if (point < 0x10000) {
+    text += static_cast<char16_t>(point);
+  } else {
+    text += static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10U));
+    text += static_cast<char16_t>(0xDC00 + ((point - 0x10000) & 0x3FFU));
+  }
+}
+
+void appendBytes(std::string& bytes, char32_t point) {
+  const auto put = [&bytes](char32_t value) { bytes += static_cast<char>(static_cast<unsigned char>(value)); };
+  const auto tail = [&](unsigned shift) { put(0x80U | ((point >> shift) & 0x3FU)); };
+  if (point < 0x80) return put(point);
+  if (point < 0x800) return put(0xC0U | (point >> 6U)), tail(0);
+  if (point < 0x10000) return put(0xE0U | (point >> 12U)), tail(6), tail(0);
+  put(0xF0U | (point >> 18U)), tail(12), tail(6), tail(0);
+}
+
+}  // namespace
+
+std::u16string fromBytes(std::string_view bytes) {
+  std::u16string text;
+  text.reserve(bytes.size());
+  while (!bytes.empty()) {
+    const Decoded decoded = decode(bytes);
+    appendUnits(text, decoded.length != 0 ? decoded.point : BYTE_BASE + byteAt(bytes, 0));
+    bytes.remove_prefix(decoded.length != 0 ? decoded.length : 1);
+  }
+  return text;
+}
+
+std::string toBytes(std::u16string_view text) {
+  std::string bytes;
+  bytes.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char32_t unit = text[i];
+    if (isHigh(unit) && i + 1 < text.size() && isLow(text[i + 1])) {
+      appendBytes(bytes, 0x10000 + ((unit - 0xD800) << 10U) + (text[++i] - 0xDC00U));
+    } else if (unit >= BYTE_BASE + 0x80 && unit <= BYTE_BASE + 0xFF) {
+      bytes += static_cast<char>(static_cast<unsigned char>(unit - BYTE_BASE));
+    } else {
+      appendBytes(bytes, isSurrogate(unit) ? REPLACEMENT : unit);
+    }
+  }
+  return bytes;
+}
+
+std::string toBlob(std::u16string_view text) {
+  std::string blob;
+  blob.reserve(2 * text.size());
+  for (const char16_t unit : text) {
+    blob += static_cast<char>(static_cast<unsigned char>(unit >> 8U));
+    blob += static_cast<char>(static_cast<unsigned char>(unit));
+  }
+  return blob;
+}
+
+std::u16string fromBlob(std::string_view blob) {
+  if (blob.size() % 2 != 0) throw Error(errors::STORE_UNREADABLE, "the project's store holds half a character");
+  std::u16string text;
+  text.reserve(blob.size() / 2);
+  for (std::size_t i = 0; i < blob.size(); i += 2) {
+    text += static_cast<char16_t>((byteAt(blob, i) << 8U) | byteAt(blob, i + 1));
+  }
+  return text;
+}
+
+}  // namespace folder_host

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+// Conversions between the bytes of the outside world and the UTF-16 text of the host interfaces.
+namespace folder_host {
+
+// UTF-8 to UTF-16, losslessly for any bytes: a byte 0x80..0xFF that is no part of valid UTF-8 becomes the unpaired
+// surrogate U+DC80..U+DCFF. fromBytes and toBytes are inverse for every text that came from bytes.
+std::u16string fromBytes(std::string_view bytes);
+
+// The bytes that fromBytes took. A surrogate that stands for no byte becomes U+FFFD: such a text never was a file name.
+std::string toBytes(std::u16string_view text);
+
+// Every text, unit by unit: UTF-16 big-endian, so that byte order is code-unit order. fromBlob of an odd number of
+// bytes: STORE_UNREADABLE.
+std::string toBlob(std::u16string_view text);
+std::u16string fromBlob(std::string_view blob);
+
+}  // namespace folder_host

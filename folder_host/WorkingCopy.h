@@ -1,0 +1,89 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "folder_host/Entry.h"
+#include "folder_host/LabelStore.h"
+#include "folder_host/MetadataStore.h"
+#include "project/management/ProjectManager.h"
+
+namespace folder_host {
+
+class EntryTable;
+class Store;
+
+// What leaves a copy by the host's own rules, after the transformation.
+struct HostRemovals {
+  std::vector<std::string> links;    // whose target leaves the project, goes, or is not there
+  std::vector<std::string> emptied;  // folders that held something, all of which went
+};
+
+// The project that a transformation acts on: a private copy of the store in memory and the list of entries, taken
+// together. Nothing that is done to it reaches the project's folder.
+class WorkingCopy : public project::management::ProjectManager, private project::management::FileManager {
+ public:
+  WorkingCopy(std::string root, std::shared_ptr<Store> store, std::shared_ptr<const Listing> listing);
+  ~WorkingCopy() override;
+  WorkingCopy(const WorkingCopy&) = delete;
+  WorkingCopy& operator=(const WorkingCopy&) = delete;
+
+  // Another one in the same state; neither sees what is done to the other.
+  std::shared_ptr<WorkingCopy> clone() const;
+
+  LabelStore& getLabelManager() override;
+  project::management::FileManager& getFileManager() override;
+  std::shared_ptr<project::metadata::MetadataManager> getMetadataManager() override;
+
+  // The project's folder: absolute, without links in it.
+  const std::string& root() const;
+  const Listing& listing() const;
+
+  // The entries that are left, in the order of the listing.
+  std::vector<const Entry*> entries() const;
+  // Those that are not.
+  std::vector<const Entry*> gone() const;
+
+  // The relative bytes of a path that getFiles gave; of any other path, empty.
+  std::string relative(const fl::filesystem::path& entry) const;
+
+  // Takes out what the host itself does not hand out: links that do not lead, inside the project, to something that
+  // stays, and folders that held something, all of which went; what becomes so by that goes too. A folder that was
+  // empty before stays. Gives each in the order of the listing.
+  HostRemovals applyHostRules();
+
+  // Writes the store of a handed-out copy into a new file: the labels that are left, with their attachments to the
+  // entries that are left; no metadata. No byte of anything else is in it. Errors: STORE_FAILED, also where there is a
+  // file of that name.
+  void writeStore(const std::string& file);
+
+ private:
+  std::vector<fl::filesystem::path> getFiles() override;
+  fl::filesystem::path getRootFolder() override;
+  std::vector<project::management::FileLabel> getFileLabels(const fl::filesystem::path& entry) override;
+  bool isFolder(const fl::filesystem::path& entry) override;
+  // Removes each entry and what lies below it. A file or a link below that is not itself listed: KEPT_BELOW_REMOVED,
+  // and nothing is removed. Gives what was removed, in the order of the listing.
+  std::vector<fl::filesystem::path> removeFiles(const std::vector<fl::filesystem::path>& entries) override;
+
+  WorkingCopy(std::string root, std::shared_ptr<Store> store, std::shared_ptr<const EntryTable> table,
+              std::vector<bool> gone);
+
+  std::optional<std::size_t> find(const fl::filesystem::path& entry) const;
+  std::vector<const Entry*> entriesThatAre(bool gone) const;
+  fl::filesystem::path pathOf(std::size_t entry) const;
+  std::vector<bool> withAllBelow(const std::vector<fl::filesystem::path>& entries) const;
+
+  std::string root_;
+  std::u16string prefix_;  // of the text of every entry
+  std::shared_ptr<Store> store_;
+  std::shared_ptr<const EntryTable> table_;  // shared with clones
+  std::vector<bool> gone_;                   // by the table's indices
+  std::shared_ptr<MetadataStore> metadata_;
+  LabelStore labels_;
+};
+
+}  // namespace folder_host

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "folder_host/Entry.h"
+#include "folder_host/Error.h"
+#include "folder_host/WorkingCopy.h"
+#include "project/sharing/SerializationData.h"
+#include "project/sharing/TransformationHierarchy.h"
+
+namespace folder_host {
+
+// The identifier of the refusal that `act` ends with; empty when it succeeds.
+std::string refusalOf(const std::function<void()>& act);
+
+std::string read(const std::filesystem::path& file);
+void write(const std::filesystem::path& file, const std::string& content);
+
+// Runs SQL on a store file by a connection of its own that overwrites nothing it deletes.
+void runSql(const std::filesystem::path& store, const std::string& sql);
+
+// From a name each: "a/" a folder, "a" a file, "a>b" a link to b.
+std::shared_ptr<const Listing> listingOf(const std::vector<std::string>& names);
+std::vector<std::string> namesOf(const std::vector<const Entry*>& entries);
+
+// The entry at a path relative to the copy's root.
+fl::filesystem::path at(WorkingCopy& copy, const std::string& relative);
+std::vector<fl::filesystem::path> at(WorkingCopy& copy, const std::vector<std::string>& relative);
+
+// Does to the one project that it is given what a test says.
+class Transformation final : public project::sharing::TransformationHierarchy {
+ public:
+  using Change = std::function<void(project::management::ProjectManager&)>;
+
+  explicit Transformation(Change change = nullptr) : change_(std::move(change)) {}
+  ~Transformation() override;
+  void apply(project::sharing::SerializationData& data) const override;
+
+ private:
+  Change change_;
+};
+
+// A folder of the test's own, without links on its path.
+class FolderTest : public ::testing::Test {
+ public:
+  FolderTest();
+  ~FolderTest() override;
+
+ protected:
+  // Makes a file with what it lies in.
+  void put(const std::string& file, const std::string& content = "content") const;
+  std::string in(const std::string& path) const { return (folder_ / path).string(); }
+  // Everything below a folder by relative path, sorted.
+  std::vector<std::string> tree(const std::string& path) const;
+
+  std::filesystem::path folder_;
+};
+
+}  // namespace folder_host

@@ -1,0 +1,233 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Fixture.h"
+#include "folder_host/Error.h"
+#include "folder_host/FolderProject.h"
+#include "folder_host/Sharing.h"
+#include "folder_host/Text.h"
+
+namespace folder_host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using Names = std::vector<std::string>;
+using project::management::ProjectManager;
+
+struct stat statusOfLink(const std::string& path) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0) throw std::runtime_error("there is no " + path);
+  return status;
+}
+
+std::string hex(const std::string& bytes) {
+  std::string digits;
+  for (const char c : bytes) {
+    for (const unsigned shift : {4U, 0U}) digits += "0123456789ABCDEF"[(static_cast<unsigned char>(c) >> shift) & 0xFU];
+  }
+  return digits;
+}
+
+void setTimes(const std::string& path, long seconds) {
+  const timespec times[2] = {{seconds, 123456789}, {seconds + 1, 987654321}};
+  if (::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW) != 0) throw std::runtime_error(path);
+}
+
+void remove(ProjectManager& manager, const Names& names) {
+  std::vector<fl::filesystem::path> entries;
+  const std::u16string root = manager.getFileManager().getRootFolder().text();
+  for (const std::string& name : names) entries.emplace_back(root + u"/" + fromBytes(name), true);
+  manager.getFileManager().removeFiles(entries);
+}
+
+class ShareTest : public FolderTest {
+ protected:
+  ShareTest() {
+    put("p/a/x", "x");
+    put("p/a/y", "yy");
+    put("p/b", "bbb");
+    fs::create_directory(in("out"));
+  }
+
+  ShareResult shareAs(const std::string& destination, const Transformation::Change& change = nullptr) const {
+    return share(project_.workingCopy(), Transformation(change), destination);
+  }
+
+  // Of a share to a place that is free.
+  std::string refusal(const Transformation::Change& change = nullptr) const {
+    return refusalOf([&] { shareAs(in("out/copy"), change); });
+  }
+
+  FolderProject project_ = (fs::create_directory(in("p")), FolderProject::init(in("p")));
+};
+
+}  // namespace
+
+TEST_F(ShareTest, TheCopyHasWhatIsLeftAndIsAProject) {
+  fs::create_symlink("a/x", in("p/l"));
+  fs::create_symlink("a/y", in("p/m"));
+  put("p/empty/gone", "");
+  fs::create_directory(in("p/a/hollow"));
+  put("p/\xFF\n", "not UTF-8");
+  const ShareResult result = shareAs(in("out/copy"), [](ProjectManager& p) { remove(p, {"a/y", "empty/gone"}); });
+  EXPECT_EQ(tree("out/copy"), (Names{".project", ".project/store.db", "a", "a/hollow", "a/x", "b", "l", "\xFF\n"}));
+  EXPECT_EQ(read(in("out/copy/a/x")), "x");
+  EXPECT_EQ(fs::read_symlink(in("out/copy/l")), "a/x");
+  EXPECT_EQ(result.files, 3U);
+  EXPECT_EQ(result.folders, 2U);
+  EXPECT_EQ(result.links, 1U);
+  EXPECT_EQ(result.bytes, 13U);
+  EXPECT_EQ(result.removals.links, (Names{"m"}));
+  EXPECT_EQ(result.removals.emptied, (Names{"empty"}));
+  EXPECT_EQ(FolderProject::open(in("out/copy/a")).root(), in("out/copy"));
+  EXPECT_EQ(tree("out").size(), 9U) << "nothing is left of the assembly";
+}
+
+TEST_F(ShareTest, ModesAndTimesAreKeptAndSetIdBitsNot) {
+  fs::create_symlink("b", in("p/l"));
+  ASSERT_EQ(::chmod(in("p/b").c_str(), 06751), 0);
+  ASSERT_EQ(::chmod(in("p/a/x").c_str(), 0400), 0);
+  ASSERT_EQ(::chmod(in("p/a").c_str(), 03555), 0);
+  ASSERT_EQ(::chmod(in("p").c_str(), 0750), 0);
+  const Names paths = {"", "/a", "/a/x", "/b", "/l"};
+  for (std::size_t i = paths.size(); i > 0; --i) setTimes(in("p") + paths[i - 1], 1000000000 + static_cast<long>(i));
+  shareAs(in("out/copy"));
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    SCOPED_TRACE(paths[i]);
+    const struct stat source = statusOfLink(in("p") + paths[i]);
+    const struct stat copy = statusOfLink(in("out/copy") + paths[i]);
+    EXPECT_EQ(copy.st_mode & 07777U, source.st_mode & 0777U);
+    EXPECT_EQ(copy.st_mtim.tv_sec, 1000000002 + static_cast<long>(i));
+    EXPECT_EQ(copy.st_mtim.tv_nsec, 987654321);
+    // Reading a folder or a link may give it a new time of access before the share begins.
+    EXPECT_TRUE(!S_ISREG(source.st_mode) || copy.st_atim.tv_nsec == 123456789);
+  }
+  EXPECT_EQ(fs::status(in("out/copy/.project")).permissions(), fs::perms::owner_all);
+}
+
+TEST_F(ShareTest, ContentIsCopiedByteByByte) {
+  std::string large;
+  for (int i = 0; large.size() < 3000000; ++i) large += std::to_string(i) + '\0';
+  put("p/large", large);
+  put("p/nothing", "");
+  put("p/sparse", "");
+  fs::resize_file(in("p/sparse"), 5000000);
+  EXPECT_EQ(shareAs(in("out/copy")).bytes, 6 + large.size() + 5000000);
+  EXPECT_EQ(read(in("out/copy/large")), large);
+  EXPECT_EQ(read(in("out/copy/nothing")), "");
+  EXPECT_EQ(read(in("out/copy/sparse")), std::string(5000000, '\0'));
+}
+
+TEST_F(ShareTest, LabelsLeaveWithTheirEntriesAndNothingElseOfTheStore) {
+  LabelStore& labels = project_.labels();
+  const auto open = labels.create(u"Access", u"Open");
+  const auto secret = labels.create(u"Access", u"DroppedName");
+  const auto removed = labels.create(u"Hidden", u"RemovedName");
+  for (const auto& label : {open, secret, removed}) labels.attach(label.uuid, {"a/x", "a/y", "GonePath"});
+  auto node = std::make_shared<project::metadata::MetadataNodeSpecification>();
+  node->put(u"RuleKey", u"RuleValue");
+  project_.metadata()->setNodes({{project::metadata::MetadataPathBuilder().add(u"RuleType", u"r").build(), node}});
+  runSql(in("p/.project/store.db"),
+         "DELETE FROM label WHERE name = CAST(x'" + hex(toBlob(u"RemovedName")) + "' AS BLOB)");
+  shareAs(in("out/copy"), [&](ProjectManager& manager) {
+    manager.getLabelManager().removeLabel(project::management::CategoryIdentifier(secret.categoryUUID),
+                                          project::management::LabelIdentifier(secret.uuid), false);
+    remove(manager, {"a/y"});
+  });
+  const std::string live = read(in("p/.project/store.db"));
+  const std::string copy = read(in("out/copy/.project/store.db"));
+  for (const auto& text :
+       {toBlob(u"DroppedName"), toBlob(u"RemovedName"), toBlob(secret.uuid), toBlob(removed.uuid), toBlob(u"RuleKey"),
+        toBlob(u"RuleValue"), toBlob(u"RuleType"), std::string("a/y"), std::string("GonePath")}) {
+    EXPECT_NE(live.find(text), std::string::npos) << text << ": else this test could not fail";
+    EXPECT_EQ(copy.find(text), std::string::npos) << text;
+  }
+  const FolderProject handedOut = FolderProject::open(in("out/copy"));
+  ASSERT_EQ(handedOut.labels().labelsOf("a/x").size(), 1U);
+  EXPECT_EQ(handedOut.labels().labelsOf("a/x")[0].getUUID(), open.uuid);
+  EXPECT_EQ(handedOut.labels().list()[0].name, u"Open");
+}
+
+TEST_F(ShareTest, ADestinationHasToBeFreeAndOutsideOfTheProject) {
+  put("file");
+  fs::create_symlink("nowhere", in("dangling"));
+  fs::create_directory_symlink("p/a", in("into"));
+  const std::vector<std::pair<const char*, Names>> rows = {
+      {errors::DESTINATION_EXISTS, {in("out"), in("out/"), in("out/."), in("file"), in("dangling"), in("p"), "/", ""}},
+      {errors::DESTINATION_IN_PROJECT, {in("p/copy"), in("out/../p/a/copy"), in("into/copy")}},
+      {errors::DESTINATION_UNUSABLE, {in("absent/copy"), in("file/copy"), in("out/" + std::string(300, 'n'))}},
+  };
+  const Names before = tree("");
+  for (const auto& [expected, destinations] : rows) {
+    for (const std::string& destination : destinations) {
+      EXPECT_EQ(refusalOf([&] { shareAs(destination); }), expected) << destination;
+    }
+  }
+  EXPECT_EQ(tree(""), before);
+}
+
+TEST_F(ShareTest, AnEntryThatIsNotWhatItWasStopsTheShareAndLeavesNothing) {
+  put("outside/x", "must not leave");
+  fs::create_symlink("b", in("p/l"));
+  const auto replace = [&](const std::string& path, const std::function<void(const std::string&)>& make) {
+    return [this, path, make](ProjectManager&) { fs::remove_all(in(path)), make(in(path)); };
+  };
+  const struct {
+    const char* title;
+    Transformation::Change change;
+    const char* refusal;
+  } rows[] = {
+      {"gone", replace("p/b", [](auto&) {}), errors::ENTRY_CHANGED},
+      {"a pipe", replace("p/b", [](auto& path) { ::mkfifo(path.c_str(), 0600); }), errors::ENTRY_CHANGED},
+      {"a link", replace("p/b", [&](auto& path) { fs::create_symlink(in("outside/x"), path); }), errors::ENTRY_CHANGED},
+      {"a folder", replace("p/b", [](auto& path) { fs::create_directory(path); }), errors::ENTRY_CHANGED},
+      {"its folder a link", replace("p/a", [](auto& path) { fs::create_symlink("../outside", path); }),
+       errors::ENTRY_CHANGED},
+      {"another link", replace("p/l", [](auto& path) { fs::create_symlink("../outside/x", path); }),
+       errors::ENTRY_CHANGED},
+      {"no link", replace("p/l", [](auto& path) { write(path, "file"); }), errors::ENTRY_CHANGED},
+      {"the store", replace("p/b", [&](auto& path) { fs::create_hard_link(in("p/.project/store.db"), path); }),
+       errors::ENTRY_UNREADABLE},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.title);
+    EXPECT_EQ(refusal(row.change), row.refusal);
+    EXPECT_EQ(tree("out"), Names());
+    for (const char* name : {"p/a", "p/b", "p/l"}) fs::remove_all(in(name));
+    put("p/a/x"), put("p/b"), fs::create_symlink("b", in("p/l"));
+  }
+  EXPECT_EQ(refusal(), "") << "the project is as it was";
+}
+
+TEST_F(ShareTest, AFailureOnTheWayLeavesNothing) {
+  EXPECT_EQ(refusal([](ProjectManager& manager) { remove(manager, {"a"}); }), errors::KEPT_BELOW_REMOVED);
+  EXPECT_THROW(refusal([](ProjectManager&) { throw std::out_of_range("on purpose"); }), std::out_of_range);
+  EXPECT_EQ(tree("out"), Names());
+  EXPECT_EQ(refusal([&](ProjectManager&) { put("out/copy", "mine"); }), errors::DESTINATION_EXISTS);
+  EXPECT_EQ(tree("out"), Names{"copy"});
+  EXPECT_EQ(read(in("out/copy")), "mine");
+}
+
+TEST_F(ShareTest, AFileThatGoesUnderOneNameAndStaysUnderAnotherStopsTheShare) {
+  fs::create_hard_link(in("p/b"), in("p/a/twin"));
+  const auto dropping = [](const Names& names) { return [names](ProjectManager& p) { remove(p, names); }; };
+  EXPECT_EQ(refusal(dropping({"b"})), errors::CONTENT_UNDER_TWO_NAMES);
+  EXPECT_EQ(refusal(dropping({"a/twin", "a/x"})), errors::CONTENT_UNDER_TWO_NAMES);
+  EXPECT_EQ(tree("out"), Names());
+  EXPECT_EQ(refusal(dropping({"a/x"})), "");
+  fs::remove_all(in("out/copy"));
+  EXPECT_EQ(refusal(dropping({"b", "a/twin"})), "");
+}
+
+}  // namespace folder_host

@@ -1,0 +1,73 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "folder_host/Error.h"
+#include "folder_host/Shown.h"
+#include "folder_host/Text.h"
+
+namespace folder_host {
+
+namespace {
+
+// Bytes at and beside every border that UTF-8 draws.
+const std::vector<unsigned char> BORDERS = {0x00, 0x2F, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xC1, 0xC2,
+                                            0xDF, 0xE0, 0xED, 0xEF, 0xF0, 0xF3, 0xF4, 0xF5, 0xF7, 0xF8, 0xFE, 0xFF};
+
+std::size_t lostFrom(const std::string& bytes, std::size_t more) {
+  std::size_t lost = toBytes(fromBytes(bytes)) == bytes ? 0 : 1;
+  if (more == 0) return lost;
+  for (const unsigned char border : BORDERS) lost += lostFrom(bytes + static_cast<char>(border), more - 1);
+  return lost;
+}
+
+}  // namespace
+
+TEST(Text, EveryShortByteStringComesBack) { EXPECT_EQ(lostFrom("", 5), 0U); }
+
+TEST(Text, BytesBecomeTheirCharactersOrOneSurrogateEach) {
+  const struct {
+    std::string bytes;
+    std::u16string text;
+  } rows[] = {
+      {"", u""},
+      {"a/\x7F", u"a/\x7F"},
+      {"\xC3\xA9\xE2\x82\xAC", u"\u00E9\u20AC"},
+      {"\xF0\x9F\x98\x80", u"\U0001F600"},
+      {"\xEF\xBB\xBF", u"\uFEFF"},
+      {"\xF4\x8F\xBF\xBF", u"\U0010FFFF"},
+      {"\xC0\xAF", u"\xDCC0\xDCAF"},                      // overlong
+      {"\xE0\x9F\xBF", u"\xDCE0\xDC9F\xDCBF"},            // overlong
+      {"\xF0\x8F\xBF\xBF", u"\xDCF0\xDC8F\xDCBF\xDCBF"},  // overlong
+      {"\xED\xA0\x80", u"\xDCED\xDCA0\xDC80"},            // a surrogate's code point
+      {"\xED\xB2\x80", u"\xDCED\xDCB2\xDC80"},
+      {"\xF4\x90\x80\x80", u"\xDCF4\xDC90\xDC80\xDC80"},  // beyond the last code point
+      {"\xE2\x82", u"\xDCE2\xDC82"},                      // cut off
+      {"\xE2\x82x", u"\xDCE2\xDC82x"},
+      {std::string("a\0b", 3), std::u16string(u"a\0b", 3)},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(::testing::PrintToString(row.bytes));
+    EXPECT_EQ(fromBytes(row.bytes), row.text);
+    EXPECT_EQ(toBytes(row.text), row.bytes);
+  }
+}
+
+TEST(Text, BlobsKeepEveryUnitAndItsOrder) {
+  std::u16string all;
+  for (char32_t unit = 0; unit <= 0xFFFF; ++unit) all += static_cast<char16_t>(unit);
+  EXPECT_EQ(fromBlob(toBlob(all)), all);
+  EXPECT_EQ(toBlob(u"\xFEFF\x0102"), std::string("\xFE\xFF\x01\x02"));
+  EXPECT_LT(toBlob(u"\x00FF"), toBlob(u"\x0100"));
+  EXPECT_LT(toBlob(u"a"), toBlob(std::u16string(u"a\0", 2)));
+  EXPECT_THROW(fromBlob("abc"), Error);
+}
+
+TEST(Text, IsShownOnOneLineThatSteersNothing) {
+  EXPECT_EQ(shown(std::string_view("a\n\t\x1b\\\x7f \xC2\x9b\xE2\x80\xAE\xFF")),
+            "a\\n\\t\\x1b\\\\\\x7f \\u009b\\u202e\\xff");
+  EXPECT_EQ(shown(std::u16string_view(u"\u00E9\U0001F600\xD800\n")), "\u00E9\U0001F600\xEF\xBF\xBD\\n");
+}
+
+}  // namespace folder_host

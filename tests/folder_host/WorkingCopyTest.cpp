@@ -1,0 +1,134 @@
+#include "folder_host/WorkingCopy.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "Fixture.h"
+#include "folder_host/Error.h"
+#include "folder_host/Store.h"
+#include "folder_host/Text.h"
+
+namespace folder_host {
+
+namespace {
+
+using fl::filesystem::path;
+using Names = std::vector<std::string>;
+
+std::shared_ptr<WorkingCopy> copyOf(const Names& names, const std::string& root = "/p") {
+  return std::make_shared<WorkingCopy>(root, Store::inMemory(), listingOf(names));
+}
+
+Names without(const Names& names, const Names& dropped) {
+  Names left = namesOf(copyOf(names)->entries());
+  for (const std::string& name : dropped) left.erase(std::remove(left.begin(), left.end(), name), left.end());
+  return left;
+}
+
+}  // namespace
+
+TEST(WorkingCopy, GivesEveryEntryBelowItsRoot) {
+  for (const std::string root : {"/", "/p", "/p\xFF/q"}) {
+    const auto copy = copyOf({"a/", "a/\xFF", "b"}, root);
+    auto& files = copy->getFileManager();
+    EXPECT_EQ(files.getFiles(), at(*copy, Names{"a", "a/\xFF", "b"})) << root;
+    EXPECT_EQ(copy->relative(files.getFiles()[1]), "a/\xFF");
+    EXPECT_EQ(fl::filesystem::detail::extract_parent_path(files.getFiles()[0].text()), files.getRootFolder().text());
+    EXPECT_TRUE(files.getFiles()[0].flag());
+  }
+}
+
+TEST(WorkingCopy, KnowsItsEntriesAndNoOthers) {
+  const auto copy = copyOf({"a/", "a/x", "l>a", "\xC3\xA9/"});
+  auto& files = copy->getFileManager();
+  copy->getLabelManager().attach(copy->getLabelManager().create(u"c", u"n").uuid, {"a/x", "absent", ""});
+  EXPECT_TRUE(files.isFolder(at(*copy, "a")));
+  for (const char* name : {"a/x", "l", "absent", "a/", "a/x/y", ""}) {
+    EXPECT_FALSE(files.isFolder(at(*copy, name))) << name;
+    EXPECT_EQ(files.getFileLabels(at(*copy, name)).size(), name == std::string("a/x") ? 1U : 0U) << name;
+  }
+  EXPECT_FALSE(files.isFolder(path(u"/p/\xDCC3\xDCA9", true))) << "another text of the same bytes";
+  files.removeFiles(at(*copy, Names{"a", "a/x"}));
+  EXPECT_FALSE(files.isFolder(at(*copy, "a")));
+}
+
+TEST(WorkingCopy, RemovalsTakeWhatLiesBelowAndNothingBeside) {
+  const Names all = {"a/", "a-b", "a.txt", "a/x", "a/y/", "a/y/z", "a0", "aa/", "aa/x", "b"};
+  const struct {
+    const char* title;
+    Names removed, gone;
+    const char* refusal;
+  } rows[] = {
+      {"nothing", {}, {}, ""},
+      {"a file", {"b"}, {"b"}, ""},
+      {"one file twice", {"b", "b"}, {"b"}, ""},
+      {"what is not there", {"c", "a/c", ""}, {}, ""},
+      {"a folder with all its files", {"a/y/z", "a", "a/x"}, {"a", "a/x", "a/y", "a/y/z"}, ""},
+      {"a folder with folders alone below", {"a/y/z", "a/y"}, {"a/y", "a/y/z"}, ""},
+      {"a folder with a file below it that stays", {"a", "a/x", "b"}, {}, errors::KEPT_BELOW_REMOVED},
+      {"a folder alone", {"aa"}, {}, errors::KEPT_BELOW_REMOVED},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.title);
+    const auto copy = copyOf(all);
+    std::vector<path> removed;
+    EXPECT_EQ(refusalOf([&] { removed = copy->getFileManager().removeFiles(at(*copy, row.removed)); }), row.refusal);
+    EXPECT_EQ(removed, at(*copy, row.gone));
+    EXPECT_EQ(namesOf(copy->entries()), without(all, row.gone));
+  }
+}
+
+TEST(WorkingCopy, LinksAndEmptiedFoldersGoByTheHostsRules) {
+  const struct {
+    const char* title;
+    Names entries, removed, links, emptied;
+  } rows[] = {
+      {"a link to a file", {"a", "l>a"}, {}, {}, {}},
+      {"a link to a file that goes", {"a", "l>a"}, {"a"}, {"l"}, {}},
+      {"a link to nothing", {"l>a", "m>.project/store.db", "n>"}, {}, {"l", "m", "n"}, {}},
+      {"an absolute link", {"a", "l>/p/a"}, {}, {"l"}, {}},
+      {"a link out of the project and in again", {"a", "d/", "d/l>../../p/a"}, {}, {"d/l"}, {"d"}},
+      {"a link to the root", {"d/", "d/l>..", "m>."}, {}, {}, {}},
+      {"links to a link that goes", {"a", "l>m", "m>n", "n>a"}, {"a"}, {"l", "m", "n"}, {}},
+      {"links in a circle", {"l>m", "m>l", "n>n"}, {}, {"l", "m", "n"}, {}},
+      {"a link over a linked folder", {"d/", "d/x", "l>d", "m>l/x", "n>l/../d/x", "o>l/y"}, {}, {"o"}, {}},
+      {"a link over a link that leaves", {"a", "l>..", "m>l/p/a"}, {}, {"l", "m"}, {}},
+      {"a link over a file", {"a", "l>a/.", "m>a/../a", "n>a/"}, {}, {"l", "m", "n"}, {}},
+      {"a folder that is emptied", {"a-b", "a/", "a/b/", "a/b/x"}, {"a/b/x"}, {}, {"a", "a/b"}},
+      {"a folder that was empty", {"a/", "b/", "b/e/", "b/x", "l>a"}, {"b/x"}, {}, {}},
+      {"a link to a folder that is emptied", {"a/", "a/x", "l>a", "m>a/../f", "f"}, {"a/x"}, {"l", "m"}, {"a"}},
+      {"a folder that is emptied by its link",
+       {"a/", "a/l>../x", "b/", "b/l>../a", "x"},
+       {"x"},
+       {"a/l", "b/l"},
+       {"a", "b"}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.title);
+    const auto copy = copyOf(row.entries);
+    copy->getFileManager().removeFiles(at(*copy, row.removed));
+    const HostRemovals removals = copy->applyHostRules();
+    EXPECT_EQ(removals.links, row.links);
+    EXPECT_EQ(removals.emptied, row.emptied);
+    Names gone = row.removed;
+    gone.insert(gone.end(), row.links.begin(), row.links.end());
+    gone.insert(gone.end(), row.emptied.begin(), row.emptied.end());
+    EXPECT_EQ(namesOf(copy->entries()), without(row.entries, gone));
+  }
+}
+
+TEST(WorkingCopy, ACloneAndItsOriginalGoTheirOwnWays) {
+  const auto copy = copyOf({"a", "b", "c"});
+  copy->getFileManager().removeFiles(at(*copy, Names{"a"}));
+  copy->getLabelManager().create(u"c", u"both");
+  const auto clone = copy->clone();
+  clone->getFileManager().removeFiles(at(*clone, Names{"b"}));
+  copy->getLabelManager().create(u"c", u"original's");
+  EXPECT_EQ(namesOf(copy->entries()), (Names{"b", "c"}));
+  EXPECT_EQ(namesOf(clone->entries()), (Names{"c"}));
+  EXPECT_EQ(clone->getLabelManager().list().size(), 1U);
+}
+
+}  // namespace folder_host
