@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// One function a command. Each works on the project that holds the working directory, prints what it did or found, and
+// throws what keeps it from that (folder_host::Error, Refusal, the library's errors): nothing has changed then.
+namespace project_share {
+
+void initProject(const std::string& folder);
+// What is labelled and what is amiss: labels on paths that are gone, items whose label is gone.
+void showStatus();
+
+void createLabel(const std::string& label);
+void listLabels();
+void renameLabel(const std::string& label, const std::string& name);
+void deleteLabel(const std::string& label);
+// A kept label is one that no filter may remove from a copy.
+void keepLabel(const std::string& label, bool kept);
+// To folders with all that lies below them, or to the folders alone.
+void attachLabel(const std::string& label, const std::vector<std::string>& paths, bool folderOnly);
+void detachLabel(const std::string& label, const std::vector<std::string>& paths, bool folderOnly);
+// The paths on standard input, each ended by `end`.
+std::vector<std::string> readPaths(char end);
+
+void createProfile(const std::string& name);
+void listProfiles();
+void showProfile(const std::string& profile);
+void renameProfile(const std::string& profile, const std::string& name);
+void duplicateProfile(const std::string& profile, const std::string& name);
+void deleteProfile(const std::string& profile);
+// To the filter of that kind where the profile has one: stored filters of one kind would become one.
+void addFilter(const std::string& profile, const std::string& kind, const std::vector<std::string>& labels);
+
+// The labels named, or without any the whole filter of that kind.
+void removeFilter(const std::string& profile, const std::string& kind, const std::vector<std::string>& labels);
+void explainProfile(const std::string& profile);
+
+void previewProfile(const std::string& profile);
+// Why one path stays or goes.
+void explainPath(const std::string& path, const std::string& profile);
+void shareProfile(const std::string& profile, const std::string& destination);
+void shareWhole(const std::string& destination);
+
+}  // namespace project_share

@@ -1,0 +1,180 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <string_view>
+
+#include "Commands.h"
+#include "Edit.h"
+#include "Lookup.h"
+#include "Output.h"
+#include "Refusal.h"
+#include "folder_host/Text.h"
+
+namespace project_share {
+
+using folder_host::Entry;
+using folder_host::FolderProject;
+using folder_host::LabelRecord;
+
+namespace {
+
+bool isAtOrBelow(const std::string& path, const std::string& folder) {
+  return folder.empty() || path == folder || path.compare(0, folder.size() + 1, folder + "/") == 0;
+}
+
+// The entries that a label on this path is meant for.
+std::vector<std::string> entriesAt(const folder_host::Listing& listing, const std::string& path,
+                                   const std::string& named, bool folderOnly) {
+  std::vector<std::string> found;
+  for (const Entry& entry : listing.entries) {
+    if (folderOnly ? entry.path == path : isAtOrBelow(entry.path, path)) found.push_back(entry.path);
+  }
+  if (found.empty()) {
+    throw Refusal(
+        folder_host::errors::PATH_NOT_AN_ENTRY,
+        fmt::format("\"{}\" is no file, folder or link of the project that a label can hang on", shown(named)));
+  }
+  return found;
+}
+
+// What carries the label at this path, entry or not: so a label comes off a file that is gone.
+std::vector<std::string> labelledAt(const std::vector<std::string>& labelled, const std::string& path,
+                                    const std::string& named, bool folderOnly) {
+  std::vector<std::string> found;
+  for (const std::string& one : labelled) {
+    if (folderOnly ? one == path : isAtOrBelow(one, path)) found.push_back(one);
+  }
+  if (found.empty()) {
+    throw Refusal(refusals::LABEL_NOT_ATTACHED, fmt::format("nothing at \"{}\" carries that label", shown(named)));
+  }
+  return found;
+}
+
+// A filter that names a label that is gone selects nothing any more: what it was to hold back would leave.
+void refuseInUse(profiles::ExportProfileManager& manager, const LabelRecord& label) {
+  for (const auto& profile : manager.getProfiles()) {
+    for (const auto& filter : profile->getFilters()) {
+      for (const auto& item : filter->getItems()) {
+        if (item.labelUUID != label.uuid) continue;
+        throw Refusal(refusals::LABEL_IN_USE,
+                      fmt::format("profile \"{}\" names {} in its {} filter; take it out there first",
+                                  shown(profile->getName()), nameOf(label), wordOf(filter->getType())));
+      }
+    }
+  }
+}
+
+void append(std::vector<std::string>& all, std::vector<std::string> more) {
+  all.insert(all.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+std::size_t distinct(std::vector<std::string> paths) {
+  std::sort(paths.begin(), paths.end());
+  return static_cast<std::size_t>(std::unique(paths.begin(), paths.end()) - paths.begin());
+}
+
+}  // namespace
+
+void initProject(const std::string& folder) {
+  const FolderProject project = FolderProject::init(folder);
+  line(fmt::format("Made {} a project.", shown(project.root())));
+}
+
+void createLabel(const std::string& label) {
+  const FolderProject project = FolderProject::open(".");
+  const auto [category, name] = splitLabel(label);
+  const LabelRecord made =
+      edit(project, [&, &category = category, &name = name] { return project.labels().create(category, name); });
+  line(fmt::format("Created label {} ({}).", nameOf(made), shown(made.uuid)));
+}
+
+void listLabels() {
+  const FolderProject project = FolderProject::open(".");
+  const auto scope = project.metadata()->beginReadScope();
+  for (const LabelRecord& label : project.labels().list()) {
+    line(fmt::format("{}  {}  {}{}", shown(label.uuid), nameOf(label),
+                     counted(project.labels().pathsOf(label.uuid).size(), "path", "paths"),
+                     label.kept ? ", kept" : ""));
+  }
+}
+
+void renameLabel(const std::string& word, const std::string& name) {
+  const FolderProject project = FolderProject::open(".");
+  const LabelRecord label = edit(project, [&] {
+    LabelRecord found = findLabel(project.labels(), word);
+    project.labels().rename(found.uuid, folder_host::fromBytes(name));
+    return found;
+  });
+  line(fmt::format("Renamed label {} to {} ({}).", nameOf(label), shown(name), shown(label.uuid)));
+}
+
+void deleteLabel(const std::string& word) {
+  const FolderProject project = FolderProject::open(".");
+  const auto [label, count] = edit(project, [&] {
+    LabelRecord found = findLabel(project.labels(), word);
+    refuseInUse(*profiles::createManager(project.metadata()), found);
+    const std::size_t paths = project.labels().pathsOf(found.uuid).size();
+    project.labels().erase(found.uuid);
+    return std::pair(std::move(found), paths);
+  });
+  line(fmt::format("Deleted label {} ({}), which was attached to {}.", nameOf(label), shown(label.uuid),
+                   counted(count, "path", "paths")));
+}
+
+void keepLabel(const std::string& word, bool kept) {
+  const FolderProject project = FolderProject::open(".");
+  const LabelRecord label = edit(project, [&] {
+    LabelRecord found = findLabel(project.labels(), word);
+    project.labels().setKept(found.uuid, kept);
+    return found;
+  });
+  line(fmt::format("Filters may {} remove label {}.", kept ? "not" : "now", nameOf(label)));
+}
+
+std::vector<std::string> readPaths(char end) {
+  std::vector<std::string> paths(1);
+  std::array<char, 4096> bytes{};
+  while (const std::size_t count = std::fread(bytes.data(), 1, bytes.size(), stdin)) {
+    for (const char byte : std::string_view(bytes.data(), count)) {
+      if (byte != end) {
+        paths.back() += byte;
+      } else if (!paths.back().empty()) {
+        paths.emplace_back();
+      }
+    }
+  }
+  if (std::ferror(stdin) != 0) throw Refusal(refusals::INPUT_FAILED, "standard input cannot be read to its end");
+  if (paths.back().empty()) paths.pop_back();
+  return paths;
+}
+
+void attachLabel(const std::string& word, const std::vector<std::string>& named, bool folderOnly) {
+  const FolderProject project = FolderProject::open(".");
+  const auto [label, entries, added] = edit(project, [&] {
+    LabelRecord found = findLabel(project.labels(), word);
+    const folder_host::Listing listing = project.list();
+    std::vector<std::string> paths;
+    for (const std::string& one : named) append(paths, entriesAt(listing, project.locate(one), one, folderOnly));
+    const std::size_t count = project.labels().attach(found.uuid, paths);
+    return std::tuple(std::move(found), distinct(std::move(paths)), count);
+  });
+  line(fmt::format("Attached {} to {} ({} had it already).", nameOf(label), counted(added, "entry", "entries"),
+                   entries - added));
+}
+
+void detachLabel(const std::string& word, const std::vector<std::string>& named, bool folderOnly) {
+  const FolderProject project = FolderProject::open(".");
+  const auto [label, removed] = edit(project, [&] {
+    LabelRecord found = findLabel(project.labels(), word);
+    const std::vector<std::string> labelled = project.labels().pathsOf(found.uuid);
+    std::vector<std::string> paths;
+    for (const std::string& one : named) append(paths, labelledAt(labelled, project.locate(one), one, folderOnly));
+    const std::size_t count = project.labels().detach(found.uuid, paths);
+    return std::pair(std::move(found), count);
+  });
+  line(fmt::format("Detached {} from {}.", nameOf(label), counted(removed, "path", "paths")));
+}
+
+}  // namespace project_share

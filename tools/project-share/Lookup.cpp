@@ -1,0 +1,108 @@
+#include "Lookup.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "Output.h"
+#include "Refusal.h"
+#include "folder_host/Text.h"
+
+namespace project_share {
+
+using folder_host::LabelRecord;
+
+namespace {
+
+const std::vector<std::pair<std::string, std::u16string>>& kinds() {
+  static const std::vector<std::pair<std::string, std::u16string>> all{
+      {"keep-labels", profiles::INCLUDE_LABEL},
+      {"drop-labels", profiles::EXCLUDE_LABEL},
+      {"keep-files", profiles::INCLUDE_FILES_WITH_LABEL},
+      {"drop-files", profiles::EXCLUDE_FILES_WITH_LABEL},
+  };
+  return all;
+}
+
+template <class Found>
+auto theOnly(const Found& found, const char* ambiguous, const char* absent, const std::string& word, const char* what) {
+  if (found.empty()) {
+    throw Refusal(absent,
+                  fmt::format("there is no {0} \"{1}\"; 'project-share {0} list' shows them", what, shown(word)));
+  }
+  if (found.size() > 1) {
+    throw Refusal(ambiguous,
+                  fmt::format("{2} {0}s are named \"{1}\"; give the UUID, which 'project-share {0} list' shows", what,
+                              shown(word), found.size()));
+  }
+  return found.front();
+}
+
+}  // namespace
+
+const std::vector<std::string>& kindWords() {
+  static const std::vector<std::string> words = [] {
+    std::vector<std::string> all;
+    for (const auto& kind : kinds()) all.push_back(kind.first);
+    return all;
+  }();
+  return words;
+}
+
+std::u16string kindOf(const std::string& word) {
+  const auto is = [&](const auto& kind) { return kind.first == word; };
+  return std::find_if(kinds().begin(), kinds().end(), is)->second;
+}
+
+std::string wordOf(const std::u16string& kind) {
+  const auto is = [&](const auto& known) { return known.second == kind; };
+  const auto found = std::find_if(kinds().begin(), kinds().end(), is);
+  return found != kinds().end() ? found->first : shown(kind);
+}
+
+bool isFileKind(const std::u16string& kind) {
+  return kind == profiles::INCLUDE_FILES_WITH_LABEL || kind == profiles::EXCLUDE_FILES_WITH_LABEL;
+}
+
+LabelRecord findLabel(const folder_host::LabelStore& labels, const std::string& word) {
+  const std::u16string text = folder_host::fromBytes(word);
+  std::vector<LabelRecord> found;
+  for (LabelRecord& label : labels.list()) {
+    if (label.uuid == text) return label;
+    if (label.categoryName + u"/" + label.name == text) found.push_back(std::move(label));
+  }
+  return theOnly(found, refusals::LABEL_AMBIGUOUS, folder_host::errors::LABEL_NOT_FOUND, word, "label");
+}
+
+std::pair<std::u16string, std::u16string> splitLabel(const std::string& word) {
+  const std::size_t slash = word.find('/');
+  if (slash == std::string::npos) {
+    throw Refusal(refusals::LABEL_MALFORMED, fmt::format("\"{}\" is no label; write CATEGORY/NAME", shown(word)));
+  }
+  return {folder_host::fromBytes(word.substr(0, slash)), folder_host::fromBytes(word.substr(slash + 1))};
+}
+
+std::string nameOf(const LabelRecord& label) { return shown(label.categoryName + u"/" + label.name); }
+
+std::string nameOf(const profiles::ExportStrategyItem& item, const std::vector<LabelRecord>& labels) {
+  const auto is = [&](const LabelRecord& label) {
+    return label.uuid == item.labelUUID && label.categoryUUID == item.category;
+  };
+  const auto found = std::find_if(labels.begin(), labels.end(), is);
+  return found != labels.end() ? nameOf(*found) : shown(item.labelUUID) + " (gone)";
+}
+
+std::shared_ptr<profiles::ExportProfile> findProfile(profiles::ExportProfileManager& manager, const std::string& word) {
+  const std::u16string text = folder_host::fromBytes(word);
+  std::vector<std::shared_ptr<profiles::ExportProfile>> named;
+  std::vector<std::shared_ptr<profiles::ExportProfile>> identified;
+  for (const auto& profile : manager.getProfiles()) {
+    if (profile->getName() == text) named.push_back(profile);
+    if (profile->getUUID() == text) identified.push_back(profile);
+  }
+  return theOnly(named.empty() ? identified : named, refusals::PROFILE_AMBIGUOUS, refusals::PROFILE_NOT_FOUND, word,
+                 "profile");
+}
+
+}  // namespace project_share

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "folder_host/FolderProject.h"
+#include "project/sharing/profiles/ExportFilter.h"
+#include "project/sharing/profiles/ExportProfile.h"
+#include "project/sharing/profiles/ExportProfileManager.h"
+
+// From the words that people type to what they mean, and back.
+namespace project_share {
+
+namespace profiles = project::sharing::profiles;
+
+// The words for the kinds of filter, in the order in which help lists them.
+const std::vector<std::string>& kindWords();
+std::u16string kindOf(const std::string& word);  // one of kindWords()
+std::string wordOf(const std::u16string& kind);  // an unknown kind: its own text
+bool isFileKind(const std::u16string& kind);
+
+// The label that CATEGORY/NAME or a UUID names. Errors: LABEL_NOT_FOUND; LABEL_AMBIGUOUS where only a UUID will do.
+folder_host::LabelRecord findLabel(const folder_host::LabelStore& labels, const std::string& word);
+
+// CATEGORY and NAME, split at the first '/'. Error: LABEL_MALFORMED.
+std::pair<std::u16string, std::u16string> splitLabel(const std::string& word);
+
+std::string nameOf(const folder_host::LabelRecord& label);
+
+// The label that an item names, as nameOf gives it; of a label that is gone its UUID, and that it is gone.
+std::string nameOf(const profiles::ExportStrategyItem& item, const std::vector<folder_host::LabelRecord>& labels);
+
+// The profile of that name or, where there is none, of that UUID. Errors: PROFILE_NOT_FOUND; PROFILE_AMBIGUOUS where
+// only a UUID will do.
+std::shared_ptr<profiles::ExportProfile> findProfile(profiles::ExportProfileManager& manager, const std::string& word);
+
+}  // namespace project_share

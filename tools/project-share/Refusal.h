@@ -1,0 +1,25 @@
+#pragma once
+
+#include "folder_host/Error.h"
+
+namespace project_share {
+
+// The tool refuses as the folder host does; nothing has been changed then.
+using Refusal = folder_host::Error;
+
+// The tool's own identifiers, beside those of the folder host.
+namespace refusals {
+inline constexpr const char* INPUT_FAILED = "input-failed";
+inline constexpr const char* LABEL_AMBIGUOUS = "label-ambiguous";
+inline constexpr const char* LABEL_IN_USE = "label-in-use";
+inline constexpr const char* LABEL_MALFORMED = "label-malformed";
+inline constexpr const char* LABEL_NOT_ATTACHED = "label-not-attached";
+inline constexpr const char* LABEL_NOT_IN_FILTER = "label-not-in-filter";
+inline constexpr const char* FILTER_NOT_FOUND = "filter-not-found";
+inline constexpr const char* PROFILE_NOT_FOUND = "profile-not-found";
+inline constexpr const char* PROFILE_AMBIGUOUS = "profile-ambiguous";
+inline constexpr const char* PROFILE_NAME_TAKEN = "profile-name-taken";
+inline constexpr const char* OUTPUT_FAILED = "output-failed";
+}  // namespace refusals
+
+}  // namespace project_share
