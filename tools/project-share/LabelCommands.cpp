@@ -20,54 +20,53 @@ using folder_host::LabelRecord;
 
 namespace {
 
-bool isAtOrBelow(const std::string& path, const std::string& folder) {
-  return folder.empty() || path == folder || path.compare(0, folder.size() + 1, folder + "/") == 0;
-}
-
-// The entries that a label on this path is meant for.
-std::vector<std::string> entriesAt(const folder_host::Listing& listing, const std::string& path,
-                                   const std::string& named, bool folderOnly) {
+// Of the sorted paths the one named and, unless `only` it is meant, those below it; of an empty path all.
+std::vector<std::string> pathsAt(const std::vector<std::string>& sorted, const std::string& path, bool only) {
   std::vector<std::string> found;
-  for (const Entry& entry : listing.entries) {
-    if (folderOnly ? entry.path == path : isAtOrBelow(entry.path, path)) found.push_back(entry.path);
-  }
-  if (found.empty()) {
-    throw Refusal(
-        folder_host::errors::PATH_NOT_AN_ENTRY,
-        fmt::format("\"{}\" is no file, folder or link of the project that a label can hang on", shown(named)));
-  }
+  if (std::binary_search(sorted.begin(), sorted.end(), path)) found.push_back(path);
+  if (only) return found;
+  const std::string prefix = path.empty() ? path : path + "/";
+  auto below = std::lower_bound(sorted.begin(), sorted.end(), prefix);
+  for (; below != sorted.end() && below->compare(0, prefix.size(), prefix) == 0; ++below) found.push_back(*below);
   return found;
 }
 
-// What carries the label at this path, entry or not: so a label comes off a file that is gone.
-std::vector<std::string> labelledAt(const std::vector<std::string>& labelled, const std::string& path,
-                                    const std::string& named, bool folderOnly) {
-  std::vector<std::string> found;
-  for (const std::string& one : labelled) {
-    if (folderOnly ? one == path : isAtOrBelow(one, path)) found.push_back(one);
+// All that a person named. Throws the refusal for a name at which there is nothing.
+template <class Refuse>
+std::vector<std::string> pathsAt(const std::vector<std::string>& sorted, const FolderProject& project,
+                                 const std::vector<std::string>& named, bool only, const Refuse& refusalOf) {
+  std::vector<std::string> all;
+  for (const std::string& one : named) {
+    const std::vector<std::string> found = pathsAt(sorted, project.locate(one), only);
+    if (found.empty()) throw refusalOf(shown(one));
+    all.insert(all.end(), found.begin(), found.end());
   }
-  if (found.empty()) {
-    throw Refusal(refusals::LABEL_NOT_ATTACHED, fmt::format("nothing at \"{}\" carries that label", shown(named)));
-  }
-  return found;
+  return all;
+}
+
+Refusal noEntry(const std::string& named) {
+  return {folder_host::errors::PATH_NOT_AN_ENTRY,
+          fmt::format("\"{}\" is no file, folder or link of the project that a label can hang on", named)};
+}
+
+Refusal notAttached(const std::string& named) {
+  return {refusals::LABEL_NOT_ATTACHED, fmt::format("nothing at \"{}\" carries that label", named)};
+}
+
+std::vector<std::string> entryPaths(const FolderProject& project) {
+  std::vector<std::string> paths;
+  for (Entry& entry : project.list().entries) paths.push_back(std::move(entry.path));
+  return paths;
 }
 
 // A filter that names a label that is gone selects nothing any more: what it was to hold back would leave.
 void refuseInUse(profiles::ExportProfileManager& manager, const LabelRecord& label) {
-  for (const auto& profile : manager.getProfiles()) {
-    for (const auto& filter : profile->getFilters()) {
-      for (const auto& item : filter->getItems()) {
-        if (item.labelUUID != label.uuid) continue;
-        throw Refusal(refusals::LABEL_IN_USE,
-                      fmt::format("profile \"{}\" names {} in its {} filter; take it out there first",
-                                  shown(profile->getName()), nameOf(label), wordOf(filter->getType())));
-      }
-    }
-  }
-}
-
-void append(std::vector<std::string>& all, std::vector<std::string> more) {
-  all.insert(all.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+  forEachItem(manager, [&](const auto& profile, const auto& filter, const auto& item) {
+    if (item.labelUUID != label.uuid) return;
+    throw Refusal(refusals::LABEL_IN_USE,
+                  fmt::format("profile \"{}\" names {} in its {} filter; take it out there first",
+                              shown(profile.getName()), nameOf(label), wordOf(filter.getType())));
+  });
 }
 
 std::size_t distinct(std::vector<std::string> paths) {
@@ -154,9 +153,7 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
   const FolderProject project = FolderProject::open(".");
   const auto [label, entries, added] = edit(project, [&] {
     LabelRecord found = findLabel(project.labels(), word);
-    const folder_host::Listing listing = project.list();
-    std::vector<std::string> paths;
-    for (const std::string& one : named) append(paths, entriesAt(listing, project.locate(one), one, folderOnly));
+    std::vector<std::string> paths = pathsAt(entryPaths(project), project, named, folderOnly, noEntry);
     const std::size_t count = project.labels().attach(found.uuid, paths);
     return std::tuple(std::move(found), distinct(std::move(paths)), count);
   });
@@ -168,10 +165,10 @@ void detachLabel(const std::string& word, const std::vector<std::string>& named,
   const FolderProject project = FolderProject::open(".");
   const auto [label, removed] = edit(project, [&] {
     LabelRecord found = findLabel(project.labels(), word);
+    // By what carries the label, entry or not: so it comes off a file that is gone, too.
     const std::vector<std::string> labelled = project.labels().pathsOf(found.uuid);
-    std::vector<std::string> paths;
-    for (const std::string& one : named) append(paths, labelledAt(labelled, project.locate(one), one, folderOnly));
-    const std::size_t count = project.labels().detach(found.uuid, paths);
+    const std::size_t count =
+        project.labels().detach(found.uuid, pathsAt(labelled, project, named, folderOnly, notAttached));
     return std::pair(std::move(found), count);
   });
   line(fmt::format("Detached {} from {}.", nameOf(label), counted(removed, "path", "paths")));

@@ -35,4 +35,14 @@ std::string nameOf(const profiles::ExportStrategyItem& item, const std::vector<f
 // only a UUID will do.
 std::shared_ptr<profiles::ExportProfile> findProfile(profiles::ExportProfileManager& manager, const std::string& word);
 
+// Every item of every stored profile: visit(profile, filter, item).
+template <class Visit>
+void forEachItem(profiles::ExportProfileManager& manager, const Visit& visit) {
+  for (const auto& profile : manager.getProfiles()) {
+    for (const auto& filter : profile->getFilters()) {
+      for (const auto& item : filter->getItems()) visit(*profile, *filter, item);
+    }
+  }
+}
+
 }  // namespace project_share

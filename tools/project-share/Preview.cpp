@@ -1,5 +1,7 @@
 #include "Preview.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <iterator>
 
@@ -55,11 +57,11 @@ std::vector<LabelRecord> missing(const std::vector<LabelRecord>& before, const s
   return gone;
 }
 
-FilterEffect effectOf(profiles::ExportFilter& filter, WorkingCopy& copy) {
+FilterEffect effectOf(profiles::ExportFilter& filter, std::size_t position, WorkingCopy& copy) {
   FilterEffect effect;
-  effect.kind = filter.getType();
+  effect.name = fmt::format("filter {}, {}", position, wordOf(filter.getType()));
   std::vector<std::string> selected;
-  if (isFileKind(effect.kind)) selected = selectedBy(filter, copy);
+  if (isFileKind(filter.getType())) selected = selectedBy(filter, copy);
   const Entries entries = copy.entries();
   const std::vector<LabelRecord> labels = copy.getLabelManager().list();
   filter.apply(copy);
@@ -74,7 +76,9 @@ FilterEffect effectOf(profiles::ExportFilter& filter, WorkingCopy& copy) {
 
 Preview previewOf(profiles::ExportProfile& profile, WorkingCopy& copy) {
   Preview preview;
-  for (const auto& filter : profile.getFilters()) preview.filters.push_back(effectOf(*filter, copy));
+  for (const auto& filter : profile.getFilters()) {
+    preview.filters.push_back(effectOf(*filter, preview.filters.size() + 1, copy));
+  }
   preview.host = copy.applyHostRules();
   preview.stays = copy.entries();
   return preview;

@@ -16,7 +16,7 @@ struct Spared {
 
 // What one filter of the profile does, given what those before it have left.
 struct FilterEffect {
-  std::u16string kind;
+  std::string name;               // "filter 1, drop-files"
   std::vector<std::string> gone;  // entries, in the order of the listing
   std::vector<Spared> spared;
   std::vector<folder_host::LabelRecord> labelsGone;

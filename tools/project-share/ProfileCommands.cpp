@@ -59,15 +59,17 @@ std::vector<ExportStrategyItem> itemsOf(const folder_host::LabelStore& labels, c
 }
 
 // A label that is gone is named by its UUID, as `profile show` gives it.
-ExportStrategyItem itemIn(const ExportFilter& filter, const folder_host::LabelStore& labels, const std::string& word) {
+ExportStrategyItem itemIn(const ExportFilter& filter, const std::vector<folder_host::LabelRecord>& labels,
+                          const std::string& word) {
   const std::u16string text = folder_host::fromBytes(word);
   for (const ExportStrategyItem& item : filter.getItems()) {
-    if (item.labelUUID == text || nameOf(item, labels.list()) == shown(word)) return item;
+    if (item.labelUUID == text || nameOf(item, labels) == shown(word)) return item;
   }
   throw Refusal(refusals::LABEL_NOT_IN_FILTER, fmt::format("the filter does not name \"{}\"", shown(word)));
 }
 
-void removeItems(ExportFilter& filter, const folder_host::LabelStore& labels, const std::vector<std::string>& words) {
+void removeItems(ExportFilter& filter, const std::vector<folder_host::LabelRecord>& labels,
+                 const std::vector<std::string>& words) {
   for (const std::string& word : words) filter.removeItems({itemIn(filter, labels, word)});
 }
 
@@ -171,7 +173,7 @@ void removeFilter(const std::string& word, const std::string& kindWord, const st
                     fmt::format("profile \"{}\" has no {} filter; 'project-share profile show' shows what it has",
                                 shown(word), kindWord));
     }
-    removeItems(*filter, project.labels(), labels);
+    removeItems(*filter, project.labels().list(), labels);
     const bool whole = labels.empty();
     if (whole) profile->removeFilter(filter);
     profile->save();

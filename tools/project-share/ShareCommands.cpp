@@ -33,24 +33,20 @@ Prepared prepare(const WorkingCopy& copy, const std::string& word) {
 
 // Of all folders, or of one.
 void printSpared(const Preview& preview, const std::string& only = {}) {
-  std::size_t position = 0;
   for (const FilterEffect& filter : preview.filters) {
-    ++position;
     for (const Spared& spared : filter.spared) {
       if (!only.empty() && spared.folder != only) continue;
-      line(fmt::format("spared {}/  filter {}, {}, selects it; it stays because {} below it stays",
-                       shown(spared.folder), position, wordOf(filter.kind), shown(spared.because)));
+      line(fmt::format("spared {}/  {}, selects it; it stays because {} below it stays", shown(spared.folder),
+                       filter.name, shown(spared.because)));
     }
   }
 }
 
 // What was to be held back under a name that nothing carries leaves in silence, if nobody says so.
 void printIdle(const Preview& preview) {
-  std::size_t position = 0;
   for (const FilterEffect& filter : preview.filters) {
-    ++position;
     if (!filter.gone.empty() || !filter.spared.empty() || !filter.labelsGone.empty()) continue;
-    line(fmt::format("idle   filter {}, {}, takes nothing out", position, wordOf(filter.kind)));
+    line(fmt::format("idle   {}, takes nothing out", filter.name));
   }
 }
 
@@ -62,12 +58,8 @@ void printHostRemovals(const folder_host::HostRemovals& removals) {
 // Why each entry that goes does, by path.
 std::map<std::string, std::string> reasonsOf(const Preview& preview) {
   std::map<std::string, std::string> reasons;
-  std::size_t position = 0;
   for (const FilterEffect& filter : preview.filters) {
-    ++position;
-    for (const std::string& path : filter.gone) {
-      reasons[path] = fmt::format("filter {}, {}", position, wordOf(filter.kind));
-    }
+    for (const std::string& path : filter.gone) reasons[path] = filter.name;
   }
   for (const auto& link : preview.host.links) reasons[link] = "a link to what is not handed out";
   for (const auto& folder : preview.host.emptied) reasons[folder] = "nothing left in it";
@@ -81,11 +73,9 @@ std::string described(const folder_host::Entry& entry, const std::map<std::strin
 }
 
 void printLabels(const Preview& preview) {
-  std::size_t position = 0;
   for (const FilterEffect& filter : preview.filters) {
-    ++position;
     for (const auto& label : filter.labelsGone) {
-      line(fmt::format("label goes  {}  filter {}, {}", nameOf(label), position, wordOf(filter.kind)));
+      line(fmt::format("label goes  {}  {}", nameOf(label), filter.name));
     }
   }
 }

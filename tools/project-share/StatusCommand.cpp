@@ -18,15 +18,11 @@ namespace {
 void printGoneItems(profiles::ExportProfileManager& manager, const std::vector<LabelRecord>& records) {
   std::set<std::pair<std::u16string, std::u16string>> known;
   for (const LabelRecord& label : records) known.emplace(label.categoryUUID, label.uuid);
-  for (const auto& profile : manager.getProfiles()) {
-    for (const auto& filter : profile->getFilters()) {
-      for (const auto& item : filter->getItems()) {
-        if (known.count({item.category, item.labelUUID}) != 0) continue;
-        line(fmt::format("gone  {}  named by profile {} in its {} filter", shown(item.labelUUID),
-                         shown(profile->getName()), wordOf(filter->getType())));
-      }
-    }
-  }
+  forEachItem(manager, [&](const auto& profile, const auto& filter, const auto& item) {
+    if (known.count({item.category, item.labelUUID}) != 0) return;
+    line(fmt::format("gone  {}  named by profile {} in its {} filter", shown(item.labelUUID), shown(profile.getName()),
+                     wordOf(filter.getType())));
+  });
 }
 
 std::set<std::string> labelledPaths(const folder_host::LabelStore& labels, const std::vector<LabelRecord>& records) {
