@@ -53,9 +53,10 @@ Descriptor openFolder(const std::string& folder) {
   return opened;
 }
 
-Descriptor openBeneath(const Descriptor& folder, const std::string& path, int flags) {
+Descriptor openBeneath(const Descriptor& folder, const std::string& path, int flags, mode_t mode) {
   open_how how{};
   how.flags = static_cast<__u64>(flags | O_CLOEXEC | O_NOFOLLOW);
+  how.mode = mode;
   how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
   Descriptor opened(static_cast<int>(::syscall(SYS_openat2, folder.get(), path.c_str(), &how, sizeof how)));
   if (opened.get() < 0) throwErrno();
@@ -68,8 +69,17 @@ struct stat statusOf(const Descriptor& descriptor) {
   return status;
 }
 
-bool sameFile(const struct stat& a, const struct stat& b) noexcept {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+FileId idOf(const struct stat& status) noexcept { return {status.st_dev, status.st_ino}; }
+
+void writeAll(const Descriptor& file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(file.get(), bytes.data(), bytes.size());
+    if (written >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno != EINTR) {
+      throwErrno();
+    }
+  }
 }
 
 std::vector<FolderItem> readFolder(const Descriptor& folder) {

@@ -3,7 +3,10 @@
 #include <sys/stat.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "folder_host/Entry.h"
 
 // The system calls that the host reads and writes folders with: always from a descriptor, never through a link.
 // Everything here fails with std::system_error.
@@ -33,13 +36,15 @@ class Descriptor {
 Descriptor openFolder(const std::string& folder);
 
 // Opens what lies below `folder`, which no link on the way and none at the end leads out of; "." is the folder itself.
-// The flags are those of open(2); O_CLOEXEC and O_NOFOLLOW are added.
-Descriptor openBeneath(const Descriptor& folder, const std::string& path, int flags);
+// The flags are those of open(2); O_CLOEXEC and O_NOFOLLOW are added. `mode` is for what is made.
+Descriptor openBeneath(const Descriptor& folder, const std::string& path, int flags, mode_t mode = 0);
 
 struct stat statusOf(const Descriptor& descriptor);
 
-// Whether both describe one and the same file.
-bool sameFile(const struct stat& a, const struct stat& b) noexcept;
+FileId idOf(const struct stat& status) noexcept;
+
+// Writes all of the bytes.
+void writeAll(const Descriptor& file, std::string_view bytes);
 
 struct FolderItem {
   std::string name;

@@ -1,28 +1,47 @@
 #pragma once
 
+#include <sys/types.h>
+
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace folder_host {
 
+// Where a project's store lies in its folder: no entry.
+inline constexpr const char* STORE_FOLDER = ".project";
+inline constexpr const char* STORE_FILE = ".project/store.db";
+
 enum class EntryKind { file, folder, link };
+
+// What a file is, whatever its name: several names may stand for one file.
+struct FileId {
+  dev_t device = 0;
+  ino_t inode = 0;
+};
+
+inline bool operator==(const FileId& a, const FileId& b) noexcept { return a.device == b.device && a.inode == b.inode; }
+inline bool operator<(const FileId& a, const FileId& b) noexcept {
+  return a.device != b.device ? a.device < b.device : a.inode < b.inode;
+}
 
 // One entry of a project, as it stood when the folder was listed.
 struct Entry {
   std::string path;  // relative to the project's folder, as the bytes on disk, '/' between names
   EntryKind kind;
-  std::string target;  // of a link: where it points, as it stands on disk; else empty
+  std::string target;      // of a link: where it points, as it stands on disk; else empty
+  FileId id = {};          // of what stood there
+  std::uint64_t size = 0;  // of a file, in bytes; else 0
 };
 
 // What a project's folder holds.
 struct Listing {
   std::vector<Entry> entries;        // sorted by the bytes of their paths; the project's folder is not among them
   std::vector<std::string> skipped;  // FIFOs, sockets, devices: no entries
-  std::vector<std::string> nestedProjects;  // folders below the project's that are projects themselves
 };
 
 // Lists the folder without following links. The store of the folder itself (`.project`) is no entry; a `.project`
-// further down is listed like any folder and named as a nested project.
+// further down is listed like anything else.
 // Errors: ENTRY_UNREADABLE, PATH_TOO_LONG.
 Listing listFolder(const std::string& folder);
 

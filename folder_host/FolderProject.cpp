@@ -1,27 +1,29 @@
 #include "folder_host/FolderProject.h"
 
+#include <fcntl.h>
+#include <stdio.h>  // NOLINT(modernize-deprecated-headers): renameat2 is no part of <cstdio>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
 #include <filesystem>
 #include <optional>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
 #include "folder_host/Descriptor.h"
 #include "folder_host/Failure.h"
-#include "folder_host/StagingFolder.h"
 #include "folder_host/Store.h"
+#include "folder_host/Text.h"
+#include "project/metadata/MetadataManager.h"
 
 namespace folder_host {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr const char* STORE_FOLDER = ".project";
-constexpr const char* STORE_FILE = ".project/store.db";
 
 // What cannot be looked at counts as there: a project that is out of reach is not one that another stands above.
 bool holdsStore(const fs::path& folder) {
@@ -52,14 +54,58 @@ void refuseProject(const std::string& root) {
   throw Error(errors::ALREADY_A_PROJECT, inQuotes(project) + " is a project already");
 }
 
-void makeStore(const std::string& root) {
+constexpr std::string_view UNFINISHED = "new-";  // a store that has not got its name yet
+
+// Of a try that was interrupted. Anything else in the folder is somebody's own.
+void removeUnfinished(const Descriptor& folder) {
+  for (const FolderItem& item : readFolder(folder)) {
+    if (item.name.compare(0, UNFINISHED.size(), UNFINISHED) != 0)
+      throw std::system_error(EEXIST, std::generic_category());
+    if (::unlinkat(folder.get(), item.name.c_str(), 0) != 0) throwErrno();
+  }
+}
+
+// The store gets its name when it is whole: a folder is a project or it is none.
+void publishStore(const Descriptor& folder, const std::string& path) {
+  const std::string name = std::string(UNFINISHED) + toBytes(project::metadata::generateUUID());
+  Store::create(path + "/" + name);
+  if (::renameat2(folder.get(), name.c_str(), folder.get(), "store.db", RENAME_NOREPLACE) != 0) throwErrno();
+  if (::fsync(folder.get()) != 0) throwErrno();
+}
+
+void fillStoreFolder(const Descriptor& root, const std::string& path) {
+  const Descriptor folder = openBeneath(root, STORE_FOLDER, O_RDONLY | O_DIRECTORY);
+  removeUnfinished(folder);
   try {
-    StagingFolder folder(openFolder(root), root, ".project-new-");
-    Store::create(folder.path() + "/store.db");
-    folder.publish(STORE_FOLDER);
+    publishStore(folder, path);
+  } catch (...) {
+    removeUnfinished(folder);
+    throw;
+  }
+}
+
+void makeStore(const Descriptor& root, const std::string& path) {
+  const bool made = ::mkdirat(root.get(), STORE_FOLDER, 0700) == 0;
+  if (!made && errno != EEXIST) throwErrno();
+  try {
+    fillStoreFolder(root, path + "/" + STORE_FOLDER);
+    if (::fsync(root.get()) != 0) throwErrno();
+  } catch (...) {
+    if (made) ::unlinkat(root.get(), STORE_FOLDER, AT_REMOVEDIR);
+    throw;
+  }
+}
+
+void makeProject(const std::string& root) {
+  try {
+    makeStore(openFolder(root), root);
   } catch (const std::system_error& error) {
-    if (error.code().value() == EEXIST) refuseProject(root);
-    throw systemFailure(errors::STORE_FAILED, "cannot make a store in", root, error.code().value());
+    const int code = error.code().value();
+    if (code == EEXIST) refuseProject(root);
+    if (code == EEXIST || code == ENOTDIR || code == ELOOP) {
+      throw Error(errors::STORE_FAILED, inQuotes(root + "/" + STORE_FOLDER) + " is something else's; move it away");
+    }
+    throw systemFailure(errors::STORE_FAILED, "cannot make a store in", root, code);
   }
 }
 
@@ -100,7 +146,7 @@ bool isStore(const std::string& relative) { return relative.substr(0, relative.f
 FolderProject FolderProject::init(const std::string& folder) {
   const std::string root = resolvedFolder(folder);
   refuseProject(root);
-  makeStore(root);
+  makeProject(root);
   return open(root);
 }
 

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <system_error>
 #include <utility>
@@ -12,8 +13,6 @@
 namespace folder_host {
 
 namespace {
-
-constexpr const char* STORE_FOLDER = ".project";
 
 // Walks with one descriptor open beside the top folder's, however deep the tree is.
 class Walk {
@@ -30,7 +29,6 @@ class Walk {
     std::sort(listing_.entries.begin(), listing_.entries.end(),
               [](const Entry& a, const Entry& b) { return a.path < b.path; });
     std::sort(listing_.skipped.begin(), listing_.skipped.end());
-    std::sort(listing_.nestedProjects.begin(), listing_.nestedProjects.end());
     return std::move(listing_);
   }
 
@@ -45,18 +43,27 @@ class Walk {
   }
 
   void add(const Descriptor& opened, const std::string& folder, const FolderItem& item) {
-    if (item.name == STORE_FOLDER) {
-      if (folder.empty()) return;
-      // A link may lead to a project as well as a folder may be one.
-      if (item.type != S_IFREG) listing_.nestedProjects.push_back(folder);
-    }
+    if (folder.empty() && item.name == STORE_FOLDER) return;
     std::string path = joined(folder, item.name);
     if (path.size() >= PATH_MAX) throw Error(errors::PATH_TOO_LONG, "this path is too long: " + inQuotes(path));
-    if (item.type == S_IFDIR) pending_.push_back(path);
-    if (item.type == S_IFDIR || item.type == S_IFREG) {
-      listing_.entries.push_back({std::move(path), item.type == S_IFDIR ? EntryKind::folder : EntryKind::file, {}});
-    } else if (item.type == S_IFLNK) {
-      listing_.entries.push_back({std::move(path), EntryKind::link, readLink(opened, item.name)});
+    struct stat status {};
+    if (::fstatat(opened.get(), item.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+      if (errno == ENOENT) return;  // removed since the folder was read
+      throwErrno();
+    }
+    add(opened, std::move(path), item.name, status);
+  }
+
+  void add(const Descriptor& opened, std::string path, const std::string& name, const struct stat& status) {
+    const FileId id = idOf(status);
+    if (S_ISDIR(status.st_mode)) {
+      pending_.push_back(path);
+      listing_.entries.push_back({std::move(path), EntryKind::folder, {}, id});
+    } else if (S_ISREG(status.st_mode)) {
+      const auto size = static_cast<std::uint64_t>(status.st_size);
+      listing_.entries.push_back({std::move(path), EntryKind::file, {}, id, size});
+    } else if (S_ISLNK(status.st_mode)) {
+      listing_.entries.push_back({std::move(path), EntryKind::link, readLink(opened, name), id});
     } else {
       listing_.skipped.push_back(std::move(path));
     }

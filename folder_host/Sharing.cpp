@@ -7,9 +7,11 @@
 #include <filesystem>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "folder_host/Descriptor.h"
 #include "folder_host/Failure.h"
+#include "folder_host/Hazards.h"
 #include "folder_host/StagingFolder.h"
 #include "folder_host/TreeCopy.h"
 #include "project/sharing/SerializationData.h"
@@ -39,10 +41,10 @@ Destination resolve(std::string destination) {
 }
 
 // Compared by what the folders are, not by their names: one folder can have several.
-bool liesIn(const std::string& folder, const struct stat& root) {
+bool liesIn(const std::string& folder, const FileId& root) {
   for (fs::path path = folder;; path = path.parent_path()) {
     struct stat status {};
-    if (::stat(path.c_str(), &status) == 0 && sameFile(status, root)) return true;
+    if (::stat(path.c_str(), &status) == 0 && idOf(status) == root) return true;
     if (!path.has_relative_path()) return false;
   }
 }
@@ -58,17 +60,17 @@ void refuseOccupied(const Destination& destination, const std::string& named) {
 Destination checked(const std::string& root, const std::string& named) {
   Destination destination = resolve(named);
   struct stat status {};
-  if (::stat(root.c_str(), &status) == 0 && liesIn(destination.parentPath, status)) {
+  if (::stat(root.c_str(), &status) == 0 && liesIn(destination.parentPath, idOf(status))) {
     throw Error(errors::DESTINATION_IN_PROJECT, inQuotes(named) + " lies in the project itself");
   }
   refuseOccupied(destination, named);
   return destination;
 }
 
-void refuseNestedProjects(const Listing& listing) {
-  if (listing.nestedProjects.empty()) return;
-  throw Error(errors::NESTED_PROJECT, inQuotes(listing.nestedProjects.front()) +
-                                          " is a project of its own, with rules that must not be handed out; move it");
+void refuse(const std::vector<Hazard>& hazards, const ShareOptions& options) {
+  for (const Hazard& hazard : hazards) {
+    if (options.allowed.count(hazard.identifier) == 0) throw Error(hazard.identifier, hazard.message);
+  }
 }
 
 HostRemovals transform(const std::shared_ptr<WorkingCopy>& copy,
@@ -80,49 +82,77 @@ HostRemovals transform(const std::shared_ptr<WorkingCopy>& copy,
   return copy->applyHostRules();
 }
 
-void copyEntries(const WorkingCopy& copy, TreeCopy& tree, ShareResult& result) {
-  for (const Entry* entry : copy.entries()) {
-    result.bytes += tree.add(*entry);
-    switch (entry->kind) {
-      case EntryKind::file:
-        ++result.files;
-        break;
-      case EntryKind::folder:
-        ++result.folders;
-        break;
-      case EntryKind::link:
-        ++result.links;
-        break;
-    }
+ShareResult countOf(const std::vector<const Entry*>& entries) {
+  ShareResult result;
+  for (const Entry* entry : entries) {
+    if (entry->kind == EntryKind::file) ++result.files;
+    if (entry->kind == EntryKind::folder) ++result.folders;
+    if (entry->kind == EntryKind::link) ++result.links;
   }
+  return result;
 }
 
-// A hard link: what is held back under one name would leave under the other.
-void refuseSharedContent(const WorkingCopy& copy, const TreeCopy& tree) {
-  for (const Entry* entry : copy.gone()) {
-    const std::string other = entry->kind == EntryKind::file ? tree.copiedAs(entry->path) : std::string();
-    if (other.empty()) continue;
-    throw Error(errors::CONTENT_UNDER_TWO_NAMES, inQuotes(entry->path) + " goes and is the same file as " +
-                                                     inQuotes(other) + ", which stays; label both or make one a copy");
+// Tells how far the copying is, entry by entry and, in large files, in between.
+class Teller {
+ public:
+  Teller(const std::vector<const Entry*>& entries, const ShareOptions& options) : options_(options) {
+    progress_.allEntries = entries.size();
+    for (const Entry* entry : entries) progress_.allBytes += entry->size;
   }
+
+  void addBytes(std::uint64_t bytes) {
+    progress_.bytes += bytes;
+    tell();
+  }
+  void addEntry() {
+    ++progress_.entries;
+    tell();
+  }
+  std::uint64_t bytes() const { return progress_.bytes; }
+
+ private:
+  void tell() const {
+    if (options_.onProgress) options_.onProgress(progress_);
+  }
+
+  const ShareOptions& options_;
+  Progress progress_;
+};
+
+// Whoever can read the copy's top folder can open it as a project.
+void writeStore(WorkingCopy& copy, const Descriptor& target, const struct stat& root) {
+  const mode_t mode = root.st_mode & 0777U;
+  if (::mkdirat(target.get(), STORE_FOLDER, 0700) != 0) throwErrno();
+  const Descriptor file = openBeneath(target, STORE_FILE, O_WRONLY | O_CREAT | O_EXCL, 0600);
+  writeAll(file, copy.storeOfWhatIsLeft());
+  if (::fchmod(file.get(), (mode & 0666U) | 0600U) != 0) throwErrno();
+  if (::fchmodat(target.get(), STORE_FOLDER, mode | 0700U, 0) != 0) throwErrno();
 }
 
-void writeStore(WorkingCopy& copy, const StagingFolder& staging) {
-  if (::mkdirat(staging.descriptor().get(), ".project", 0700) != 0) throwErrno();
-  try {
-    copy.writeStore(staging.path() + "/.project/store.db");
-  } catch (const Error& error) {
-    throw Error(errors::COPY_FAILED, std::string("cannot write the copy's store: ") + error.what());
+// Gives the number of bytes copied.
+std::uint64_t assemble(WorkingCopy& copy, const StagingFolder& staging, const ShareOptions& options) {
+  const std::vector<const Entry*> entries = copy.entries();
+  Teller teller(entries, options);
+  TreeCopy tree(
+      copy.root(), staging.content(),
+      {options.allowed.count(errors::ENTRY_CHANGED) != 0, [&](std::uint64_t bytes) { teller.addBytes(bytes); }});
+  for (const Entry* entry : entries) {
+    tree.add(*entry);
+    teller.addEntry();
   }
-}
-
-void assemble(WorkingCopy& copy, const StagingFolder& staging, ShareResult& result) {
-  TreeCopy tree(copy.root(), staging.descriptor());
-  copyEntries(copy, tree, result);
-  refuseSharedContent(copy, tree);
-  writeStore(copy, staging);
+  writeStore(copy, staging.content(), tree.rootStatus());
   tree.finishFolders();
   staging.syncContent();
+  return teller.bytes();
+}
+
+std::uint64_t publish(WorkingCopy& copy, const Destination& place, const ShareOptions& options) {
+  StagingFolder::removeAbandoned(place.parent);
+  StagingFolder staging(place.parent);
+  const std::uint64_t bytes = assemble(copy, staging, options);
+  if (options.beforePublication) options.beforePublication(copy, staging.content());
+  staging.publish(place.name);
+  return bytes;
 }
 
 }  // namespace
@@ -130,15 +160,16 @@ void assemble(WorkingCopy& copy, const StagingFolder& staging, ShareResult& resu
 void checkDestination(const WorkingCopy& copy, const std::string& destination) { checked(copy.root(), destination); }
 
 ShareResult share(const std::shared_ptr<WorkingCopy>& copy,
-                  const project::sharing::TransformationHierarchy& transformation, const std::string& destination) {
-  Destination place = checked(copy->root(), destination);
-  refuseNestedProjects(copy->listing());
-  ShareResult result;
-  result.removals = transform(copy, transformation);
+                  const project::sharing::TransformationHierarchy& transformation, const std::string& destination,
+                  const ShareOptions& options) {
+  const Destination place = checked(copy->root(), destination);
+  refuse(danglingLabels(*copy), options);
+  const HostRemovals removals = transform(copy, transformation);
+  refuse(hazardsAmongLeft(*copy), options);
+  ShareResult result = countOf(copy->entries());
+  result.removals = removals;
   try {
-    StagingFolder staging(std::move(place.parent), place.parentPath, ".project-share-");
-    assemble(*copy, staging, result);
-    staging.publish(place.name);
+    result.bytes = publish(*copy, place, options);
   } catch (const std::system_error& error) {
     const int code = error.code().value();
     throw systemFailure(code == EEXIST ? errors::DESTINATION_EXISTS : errors::COPY_FAILED, "cannot make", destination,

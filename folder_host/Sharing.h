@@ -2,13 +2,36 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "folder_host/WorkingCopy.h"
 #include "project/sharing/TransformationHierarchy.h"
 
 namespace folder_host {
+
+class Descriptor;
+
+// How much of a copy is written; what was counted when the project was listed is the whole.
+struct Progress {
+  std::size_t entries = 0;
+  std::size_t allEntries = 0;
+  std::uint64_t bytes = 0;
+  std::uint64_t allBytes = 0;
+};
+
+struct ShareOptions {
+  // Identifiers of the hazards in spite of which to share (see Hazards.h). ENTRY_CHANGED: a file that changes while it
+  // is copied goes as it was read.
+  std::set<std::string> allowed;
+  // Called often. What it throws stops the share.
+  std::function<void(const Progress&)> onProgress;
+  // Called with what is left of the project and the folder that holds its copy, whole and durable, before that gets its
+  // name. What it throws stops the share.
+  std::function<void(const WorkingCopy&, const Descriptor&)> beforePublication;
+};
 
 struct ShareResult {
   std::size_t files = 0;
@@ -23,11 +46,12 @@ struct ShareResult {
 void checkDestination(const WorkingCopy& copy, const std::string& destination);
 
 // Runs the transformation over the working copy, applies the host's rules, and writes what is left to `destination`,
-// which is absent or complete afterwards, whatever interrupts it. Only what is left is read from the project's folder.
-// The destination opens as a project of its own. Errors: those of checkDestination, NESTED_PROJECT, ENTRY_CHANGED (an
-// entry is not what it was when it was listed), ENTRY_UNREADABLE, CONTENT_UNDER_TWO_NAMES (a file that goes is one with
-// a file that stays), COPY_FAILED, and what the transformation throws.
+// which is absent or complete afterwards, whatever interrupts it; what killed processes left beside it is cleaned up.
+// Only what is left is read from the project's folder. The destination opens as a project of its own. Errors: those of
+// checkDestination, the hazards that are not allowed, ENTRY_CHANGED (an entry is not what it was when it was listed),
+// ENTRY_UNREADABLE, COPY_FAILED, and what the transformation and the functions of the options throw.
 ShareResult share(const std::shared_ptr<WorkingCopy>& copy,
-                  const project::sharing::TransformationHierarchy& transformation, const std::string& destination);
+                  const project::sharing::TransformationHierarchy& transformation, const std::string& destination,
+                  const ShareOptions& options = {});
 
 }  // namespace folder_host

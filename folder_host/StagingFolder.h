@@ -6,33 +6,44 @@
 
 namespace folder_host {
 
-// A private folder (0700) in which something is put together before it gets its name. Until then it goes with all that
-// it holds when this object goes. Everything here fails with std::system_error.
+// A private folder (0700) in which something is put together before it gets its name beside it. Until then it goes with
+// all that it holds when this object goes. Everything here fails with std::system_error.
+//
+// Beside the folder lies a file of its name and ".lock", which this process holds locked and which says what it is for:
+// by it what a killed process left is told from what is in use, and from what is somebody's own.
 class StagingFolder {
  public:
-  // Makes one in the folder `parent`, which is at `parentPath`, under a name that begins with `prefix`.
-  StagingFolder(Descriptor parent, const std::string& parentPath, const std::string& prefix);
+  // Makes one in the folder `parent`, which has to outlive this object.
+  explicit StagingFolder(const Descriptor& parent);
   ~StagingFolder();
   StagingFolder(const StagingFolder&) = delete;
   StagingFolder& operator=(const StagingFolder&) = delete;
 
-  const Descriptor& descriptor() const noexcept { return folder_; }
-  const std::string& path() const noexcept { return path_; }
+  const Descriptor& content() const noexcept { return folder_; }
 
   // Makes all that was written to the file system durable, as far down as there are folders.
   void syncContent() const;
 
-  // Gives the folder the name `name` beside it, durably. Where there is something of that name: EEXIST. A name that
-  // could not be made durable is taken back.
+  // Gives the folder the name `name`, durably. Where there is something of that name: EEXIST. A name that could not be
+  // made durable is taken back.
   void publish(const std::string& name);
 
- private:
-  struct Made {};
-  StagingFolder(Made made, Descriptor parent, const std::string& parentPath, const std::string& name);
+  // Removes what killed processes left in the folder, as far as that can be done; what is in use or not evidently
+  // theirs stays.
+  static void removeAbandoned(const Descriptor& parent);
 
-  Descriptor parent_;
-  std::string name_;
-  std::string path_;
+ private:
+  struct Lock {
+    std::string name;  // of the folder that it stands for
+    Descriptor file;
+  };
+
+  StagingFolder(const Descriptor& parent, Lock lock);
+  static Lock makeLock(const Descriptor& parent);
+  static void removeBehind(const Descriptor& parent, const std::string& name);
+
+  const Descriptor& parent_;
+  Lock lock_;
   Descriptor folder_;
   bool published_ = false;
 };

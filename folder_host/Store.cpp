@@ -5,6 +5,7 @@
 #include <sqlite3.h>
 
 #include <limits>
+#include <memory>
 #include <utility>
 
 #include "folder_host/Error.h"
@@ -35,6 +36,10 @@ Store::Row readRow(const SQLite::Statement& statement) {
   }
   return row;
 }
+
+struct Release {
+  void operator()(unsigned char* bytes) const { sqlite3_free(bytes); }
+};
 
 // Leaves a cached statement without locks, whatever happens; its values are bound anew for each use.
 class Use {
@@ -90,16 +95,17 @@ std::shared_ptr<Store> Store::memoryCopy() {
   }
 }
 
-void Store::writeOut(const std::string& file) {
+std::string Store::image() {
   confirm();
-  createStoreFile(file);
   try {
-    SQLite::Statement vacuum(database_, "VACUUM INTO ?");
-    vacuum.bind(1, file);
-    vacuum.exec();
+    database_.exec("VACUUM");
   } catch (const SQLite::Exception& error) {
     throw storeFailure(error);
   }
+  sqlite3_int64 size = 0;
+  const std::unique_ptr<unsigned char, Release> bytes(sqlite3_serialize(database_.getHandle(), "main", &size, 0));
+  if (!bytes) throw storeFailure(SQLITE_NOMEM);
+  return {reinterpret_cast<const char*>(bytes.get()), static_cast<std::size_t>(size)};
 }
 
 MetadataScopeGuard Store::beginRead() { return scopes_.begin(false, shared_from_this()); }

@@ -44,9 +44,9 @@ class Store : public std::enable_shared_from_this<Store> {
 
   // The same content in a store that has no file. Errors: STORE_UNREADABLE where it is damaged.
   std::shared_ptr<Store> memoryCopy();
-  // Writes the content to a new file, as create makes it, in which there is no byte of what was removed. No scope is
-  // open. Errors: those of create.
-  void writeOut(const std::string& file);
+  // The bytes of a store file with the content of this one, which has no file: no byte of what was removed is in them.
+  // No scope is open.
+  std::string image();
 
   project::metadata::MetadataScopeGuard beginRead();
   // Errors: WRITE_IN_READ_SCOPE when the outermost scope is a read scope: it could not wait for other writers.

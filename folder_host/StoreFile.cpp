@@ -40,6 +40,13 @@ constexpr std::array<const char*, 5> PROBES = {
     "SELECT path, label FROM attachment LIMIT 1",
 };
 
+// SQLite takes no longer paths, the journal's beside the store included.
+void checkLength(const std::string& file) {
+  constexpr std::size_t LONGEST = 500;
+  if (file.size() <= LONGEST) return;
+  throw Error(errors::PATH_TOO_LONG, "a project cannot lie as deep as " + inQuotes(file) + "; move it further up");
+}
+
 void checkRegularFile(const std::string& file) {
   struct stat status {};
   if (::lstat(file.c_str(), &status) != 0) {
@@ -74,6 +81,7 @@ Error storeFailure(int result) { return storeFailure(result, sqlite3_errstr(resu
 Error storeFailure(const SQLite::Exception& error) { return storeFailure(error.getErrorCode(), error.what()); }
 
 void createStoreFile(const std::string& file) {
+  checkLength(file);
   const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
   if (descriptor < 0) throw systemFailure(errors::STORE_FAILED, "cannot make the store", file, errno);
   ::close(descriptor);
@@ -88,6 +96,7 @@ void createTables(SQLite::Database& database) {
 }
 
 SQLite::Database openStoreFile(const std::string& file) {
+  checkLength(file);
   checkRegularFile(file);
   try {
     SQLite::Database database(file.c_str(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, BUSY_TIMEOUT_MS);

@@ -56,6 +56,8 @@ const std::string& WorkingCopy::root() const { return root_; }
 
 const Listing& WorkingCopy::listing() const { return table_->listing(); }
 
+const EntryTable& WorkingCopy::table() const { return *table_; }
+
 std::vector<const Entry*> WorkingCopy::entriesThatAre(bool gone) const {
   std::vector<const Entry*> entries;
   for (std::size_t i = 0; i < gone_.size(); ++i) {
@@ -76,7 +78,7 @@ std::string WorkingCopy::relative(const path& entry) const {
 HostRemovals WorkingCopy::applyHostRules() { return removeByHostRules(*table_, gone_); }
 
 // What is handed out is put together from what may leave: whatever else a store holds, now or later, stays behind.
-void WorkingCopy::writeStore(const std::string& file) {
+std::string WorkingCopy::storeOfWhatIsLeft() {
   const auto copy = Store::inMemory();
   copy->atomically([&] {
     copyLabels(*store_, *copy);
@@ -86,7 +88,7 @@ void WorkingCopy::writeStore(const std::string& file) {
       if (entry && !gone_[*entry]) copy->run("INSERT INTO attachment VALUES(?, ?)", {row[0], row[1]});
     }
   });
-  copy->writeOut(file);
+  return copy->image();
 }
 
 std::vector<path> WorkingCopy::getFiles() {

@@ -41,6 +41,7 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   // The project's folder: absolute, without links in it.
   const std::string& root() const;
   const Listing& listing() const;
+  const EntryTable& table() const;
 
   // The entries that are left, in the order of the listing.
   std::vector<const Entry*> entries() const;
@@ -55,10 +56,9 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   // empty before stays. Gives each in the order of the listing.
   HostRemovals applyHostRules();
 
-  // Writes the store of a handed-out copy into a new file: the labels that are left, with their attachments to the
-  // entries that are left; no metadata. No byte of anything else is in it. Errors: STORE_FAILED, also where there is a
-  // file of that name.
-  void writeStore(const std::string& file);
+  // The bytes of a handed-out copy's store: the labels that are left, with their attachments to the entries that are
+  // left; no metadata. No byte of anything else is in them. Errors: STORE_FAILED.
+  std::string storeOfWhatIsLeft();
 
  private:
   std::vector<fl::filesystem::path> getFiles() override;

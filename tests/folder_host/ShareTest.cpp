@@ -1,16 +1,19 @@
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "Fixture.h"
+#include "folder_host/Descriptor.h"
 #include "folder_host/Error.h"
 #include "folder_host/FolderProject.h"
 #include "folder_host/Sharing.h"
@@ -51,6 +54,12 @@ void remove(ProjectManager& manager, const Names& names) {
   manager.getFileManager().removeFiles(entries);
 }
 
+ShareOptions allowing(std::set<std::string> hazards) {
+  ShareOptions options;
+  options.allowed = std::move(hazards);
+  return options;
+}
+
 class ShareTest : public FolderTest {
  protected:
   ShareTest() {
@@ -60,13 +69,14 @@ class ShareTest : public FolderTest {
     fs::create_directory(in("out"));
   }
 
-  ShareResult shareAs(const std::string& destination, const Transformation::Change& change = nullptr) const {
-    return share(project_.workingCopy(), Transformation(change), destination);
+  ShareResult shareAs(const std::string& destination, const Transformation::Change& change = nullptr,
+                      const ShareOptions& options = {}) const {
+    return share(project_.workingCopy(), Transformation(change), destination, options);
   }
 
   // Of a share to a place that is free.
-  std::string refusal(const Transformation::Change& change = nullptr) const {
-    return refusalOf([&] { shareAs(in("out/copy"), change); });
+  std::string refusal(const Transformation::Change& change = nullptr, const ShareOptions& options = {}) const {
+    return refusalOf([&] { shareAs(in("out/copy"), change, options); });
   }
 
   FolderProject project_ = (fs::create_directory(in("p")), FolderProject::init(in("p")));
@@ -113,7 +123,8 @@ TEST_F(ShareTest, ModesAndTimesAreKeptAndSetIdBitsNot) {
     // Reading a folder or a link may give it a new time of access before the share begins.
     EXPECT_TRUE(!S_ISREG(source.st_mode) || copy.st_atim.tv_nsec == 123456789);
   }
-  EXPECT_EQ(fs::status(in("out/copy/.project")).permissions(), fs::perms::owner_all);
+  EXPECT_EQ(statusOfLink(in("out/copy/.project")).st_mode & 07777U, 0750U) << "who can read the copy can open it";
+  EXPECT_EQ(statusOfLink(in("out/copy/.project/store.db")).st_mode & 07777U, 0640U);
 }
 
 TEST_F(ShareTest, ContentIsCopiedByteByByte) {
@@ -140,11 +151,13 @@ TEST_F(ShareTest, LabelsLeaveWithTheirEntriesAndNothingElseOfTheStore) {
   project_.metadata()->setNodes({{project::metadata::MetadataPathBuilder().add(u"RuleType", u"r").build(), node}});
   runSql(in("p/.project/store.db"),
          "DELETE FROM label WHERE name = CAST(x'" + hex(toBlob(u"RemovedName")) + "' AS BLOB)");
-  shareAs(in("out/copy"), [&](ProjectManager& manager) {
+  const auto change = [&](ProjectManager& manager) {
     manager.getLabelManager().removeLabel(project::management::CategoryIdentifier(secret.categoryUUID),
                                           project::management::LabelIdentifier(secret.uuid), false);
     remove(manager, {"a/y"});
-  });
+  };
+  EXPECT_EQ(refusal(change), errors::LABEL_ON_GONE_PATH);
+  shareAs(in("out/copy"), change, allowing({errors::LABEL_ON_GONE_PATH}));
   const std::string live = read(in("p/.project/store.db"));
   const std::string copy = read(in("out/copy/.project/store.db"));
   for (const auto& text :
@@ -197,17 +210,23 @@ TEST_F(ShareTest, AnEntryThatIsNotWhatItWasStopsTheShareAndLeavesNothing) {
       {"another link", replace("p/l", [](auto& path) { fs::create_symlink("../outside/x", path); }),
        errors::ENTRY_CHANGED},
       {"no link", replace("p/l", [](auto& path) { write(path, "file"); }), errors::ENTRY_CHANGED},
+      {"another file", replace("p/b", [&](auto& path) { fs::rename(in("p/a/y"), path); }), errors::ENTRY_CHANGED},
+      {"another's folder", replace("p/a", [&](auto& path) { fs::rename(in("secret"), path); }), errors::ENTRY_CHANGED},
       {"the store", replace("p/b", [&](auto& path) { fs::create_hard_link(in("p/.project/store.db"), path); }),
-       errors::ENTRY_UNREADABLE},
+       errors::ENTRY_CHANGED},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.title);
-    EXPECT_EQ(refusal(row.change), row.refusal);
+    put("secret/x");
+    EXPECT_EQ(refusal(row.change, allowing({errors::ENTRY_CHANGED})), row.refusal) << "nor may that be allowed";
     EXPECT_EQ(tree("out"), Names());
     for (const char* name : {"p/a", "p/b", "p/l"}) fs::remove_all(in(name));
-    put("p/a/x"), put("p/b"), fs::create_symlink("b", in("p/l"));
+    put("p/a/x"), put("p/a/y"), put("p/b"), fs::create_symlink("b", in("p/l"));
   }
   EXPECT_EQ(refusal(), "") << "the project is as it was";
+  fs::remove_all(in("out/copy"));
+  fs::create_hard_link(in("p/.project/store.db"), in("p/c"));
+  EXPECT_EQ(refusal(), errors::ENTRY_UNREADABLE) << "no entry is ever the store";
 }
 
 TEST_F(ShareTest, AFailureOnTheWayLeavesNothing) {
@@ -228,6 +247,85 @@ TEST_F(ShareTest, AFileThatGoesUnderOneNameAndStaysUnderAnotherStopsTheShare) {
   EXPECT_EQ(refusal(dropping({"a/x"})), "");
   fs::remove_all(in("out/copy"));
   EXPECT_EQ(refusal(dropping({"b", "a/twin"})), "");
+  fs::remove_all(in("out/copy"));
+  EXPECT_EQ(refusal(dropping({"b"}), allowing({errors::CONTENT_UNDER_TWO_NAMES})), "");
+}
+
+TEST_F(ShareTest, AFileThatChangesWhileItIsCopiedStopsTheShareUnlessAllowed) {
+  ShareOptions options;
+  options.onProgress = [&](const Progress& progress) {
+    if (progress.bytes == 1 && progress.entries == 1) put("p/a/x", "xyz");
+  };
+  EXPECT_EQ(refusal(nullptr, options), errors::ENTRY_CHANGED);
+  EXPECT_EQ(tree("out"), Names());
+  put("p/a/x", "x");
+  options.allowed = {errors::ENTRY_CHANGED};
+  EXPECT_EQ(refusal(nullptr, options), "");
+  EXPECT_EQ(read(in("out/copy/a/x")), "xyz") << "read on to its new end";
+}
+
+TEST_F(ShareTest, ProgressEndsWithAllOfItAndTheCopyIsWholeBeforeItGetsItsName) {
+  Progress last;
+  bool whole = false;
+  ShareOptions options;
+  options.onProgress = [&](const Progress& progress) { last = progress; };
+  options.beforePublication = [&](const WorkingCopy& left, const Descriptor&) {
+    whole = left.entries().size() == 4 && !fs::exists(in("out/copy")) && tree("out").size() == 8;
+  };
+  shareAs(in("out/copy"), nullptr, options);
+  EXPECT_TRUE(whole) << "4 entries, the store and its folder, their staging folder and its lock";
+  EXPECT_EQ(last.entries, 4U);
+  EXPECT_EQ(last.allEntries, 4U);
+  EXPECT_EQ(last.bytes, 6U);
+  EXPECT_EQ(last.allBytes, 6U);
+}
+
+TEST_F(ShareTest, WhatACallbackThrowsStopsTheShareAndLeavesNothing) {
+  ShareOptions early;
+  early.onProgress = [](const Progress& progress) {
+    if (progress.entries == 3) throw std::out_of_range("on purpose");
+  };
+  ShareOptions late;
+  late.beforePublication = [](const WorkingCopy&, const Descriptor&) { throw std::out_of_range("on purpose"); };
+  for (const ShareOptions& options : {early, late}) {
+    EXPECT_THROW(refusal(nullptr, options), std::out_of_range);
+    EXPECT_EQ(tree("out"), Names());
+  }
+}
+
+TEST_F(ShareTest, WhatAKilledShareLeftIsRemovedAndNothingElse) {
+  const std::string ours = ".project-share-12345678-1234-1234-1234-123456789abc";
+  const std::string text = "A copy is being put together in " + ours + "\n";
+  const auto plant = [&](const std::string& name, const std::string& lock) {
+    put("out/" + name + "/sub/file");
+    put("out/" + name + ".lock", lock);
+    return name;
+  };
+  const auto left = [&](const std::string& name) {
+    fs::remove_all(in("out/copy"));
+    EXPECT_EQ(refusal(), "");
+    const bool isLeft = fs::exists(in("out/" + name + "/sub/file"));
+    fs::remove_all(in("out")), fs::create_directory(in("out"));
+    return isLeft;
+  };
+  EXPECT_FALSE(left(plant(ours, text)));
+  EXPECT_TRUE(left(plant(ours, "mine"))) << "the text tells";
+  EXPECT_TRUE(left(plant(ours, ""))) << "a folder comes after the whole text";
+  EXPECT_TRUE(left(plant(".project-share-mine", "A copy is being put together in .project-share-mine\n")));
+  EXPECT_TRUE(left((put("out/" + ours + "/sub/file"), ours))) << "without a lock";
+  plant(ours, text);
+  const int used = ::open((in("out/" + ours) + ".lock").c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_EQ(::flock(used, LOCK_EX | LOCK_NB), 0);
+  EXPECT_TRUE(left(ours)) << "in use";
+  ::close(used);
+  fs::create_directory(in("out/" + ours)), fs::create_symlink("../p", in("out/" + ours + "/link"));
+  put("out/" + ours + ".lock", text);
+  fs::permissions(in("out/" + ours), fs::perms::none);
+  EXPECT_FALSE(left(ours));
+  EXPECT_EQ(tree("p").size(), 6U) << "links are not followed";
+  put("out/" + ours + ".lock", "A copy");
+  EXPECT_EQ(refusal(), "");
+  EXPECT_FALSE(fs::exists(in("out/" + ours + ".lock"))) << "killed as it began";
 }
 
 }  // namespace folder_host

@@ -112,10 +112,8 @@ TEST_F(StoreTest, AStoreThatIsWrittenOutHoldsNoByteOfWhatWasRemoved) {
   }
   runSql(file_, "DELETE FROM category WHERE uuid = CAST('gone-name' AS BLOB)");
   ASSERT_NE(read(file_).find("gone-name"), std::string::npos) << "else this test could not fail";
-  open()->memoryCopy()->writeOut(in("out.db"));
+  write(in("out.db"), open()->memoryCopy()->image());
   EXPECT_EQ(read(in("out.db")).find("gone-name"), std::string::npos);
-  EXPECT_EQ(names(*Store::open(in("out.db"))), "kept-name");
-  EXPECT_EQ(refusalOf([&] { open()->writeOut(in("out.db")); }), errors::STORE_FAILED);
   EXPECT_EQ(names(*Store::open(in("out.db"))), "kept-name");
 }
 

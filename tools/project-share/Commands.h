@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -8,10 +10,11 @@
 namespace project_share {
 
 void initProject(const std::string& folder);
-// What is labelled and what is amiss: labels on paths that are gone, items whose label is gone.
+// What is labelled, what is not, and what a share by each profile would be refused for.
 void showStatus();
 
-void createLabel(const std::string& label);
+// All of them or none.
+void createLabels(const std::vector<std::string>& labels);
 void listLabels();
 void renameLabel(const std::string& label, const std::string& name);
 void deleteLabel(const std::string& label);
@@ -31,7 +34,6 @@ void duplicateProfile(const std::string& profile, const std::string& name);
 void deleteProfile(const std::string& profile);
 // To the filter of that kind where the profile has one: stored filters of one kind would become one.
 void addFilter(const std::string& profile, const std::string& kind, const std::vector<std::string>& labels);
-
 // The labels named, or without any the whole filter of that kind.
 void removeFilter(const std::string& profile, const std::string& kind, const std::vector<std::string>& labels);
 void explainProfile(const std::string& profile);
@@ -39,7 +41,16 @@ void explainProfile(const std::string& profile);
 void previewProfile(const std::string& profile);
 // Why one path stays or goes.
 void explainPath(const std::string& path, const std::string& profile);
-void shareProfile(const std::string& profile, const std::string& destination);
-void shareWhole(const std::string& destination);
+
+struct ShareWords {
+  std::optional<std::string> profile;  // none: the whole project
+  std::string destination;
+  std::set<std::string> allowed;  // identifiers of hazards
+  bool strict = false;            // a filter that takes nothing out is one, too
+  std::string receipt;            // a file to be made; empty: none
+};
+void share(const ShareWords& words);
+// Whether a copy is what went out by the receipt.
+void verifyCopy(const std::string& copy, const std::string& receipt);
 
 }  // namespace project_share

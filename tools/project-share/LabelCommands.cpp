@@ -9,6 +9,7 @@
 #include "Edit.h"
 #include "Lookup.h"
 #include "Output.h"
+#include "PreviewReport.h"
 #include "Refusal.h"
 #include "folder_host/Text.h"
 
@@ -78,24 +79,31 @@ std::size_t distinct(std::vector<std::string> paths) {
 
 void initProject(const std::string& folder) {
   const FolderProject project = FolderProject::init(folder);
-  line(fmt::format("Made {} a project.", shown(project.root())));
+  Json object;
+  putPath(object, "project", project.root());
+  done(fmt::format("Made {} a project.", shown(project.root())), object);
 }
 
-void createLabel(const std::string& label) {
+void createLabels(const std::vector<std::string>& labels) {
   const FolderProject project = FolderProject::open(".");
-  const auto [category, name] = splitLabel(label);
-  const LabelRecord made =
-      edit(project, [&, &category = category, &name = name] { return project.labels().create(category, name); });
-  line(fmt::format("Created label {} ({}).", nameOf(made), shown(made.uuid)));
+  const std::vector<LabelRecord> made = edit(project, [&] {
+    std::vector<LabelRecord> records;
+    for (const std::string& label : labels) {
+      const auto [category, name] = splitLabel(label);
+      records.push_back(project.labels().create(category, name));
+    }
+    return records;
+  });
+  for (const LabelRecord& label : made) {
+    done(fmt::format("Created label {} ({}).", nameOf(label), shown(label.uuid)), jsonOf(label));
+  }
 }
 
 void listLabels() {
   const FolderProject project = FolderProject::open(".");
   const auto scope = project.metadata()->beginReadScope();
   for (const LabelRecord& label : project.labels().list()) {
-    line(fmt::format("{}  {}  {}{}", shown(label.uuid), nameOf(label),
-                     counted(project.labels().pathsOf(label.uuid).size(), "path", "paths"),
-                     label.kept ? ", kept" : ""));
+    printLabel(label, project.labels().pathsOf(label.uuid).size());
   }
 }
 
@@ -106,7 +114,8 @@ void renameLabel(const std::string& word, const std::string& name) {
     project.labels().rename(found.uuid, folder_host::fromBytes(name));
     return found;
   });
-  line(fmt::format("Renamed label {} to {} ({}).", nameOf(label), shown(name), shown(label.uuid)));
+  done(fmt::format("Renamed label {} to {} ({}).", nameOf(label), shown(name), shown(label.uuid)),
+       {{"uuid", utf8(label.uuid)}, {"category", utf8(label.categoryName)}, {"name", utf8(name)}});
 }
 
 void deleteLabel(const std::string& word) {
@@ -118,8 +127,11 @@ void deleteLabel(const std::string& word) {
     project.labels().erase(found.uuid);
     return std::pair(std::move(found), paths);
   });
-  line(fmt::format("Deleted label {} ({}), which was attached to {}.", nameOf(label), shown(label.uuid),
-                   counted(count, "path", "paths")));
+  Json object = jsonOf(label);
+  object["paths"] = count;
+  done(fmt::format("Deleted label {} ({}), which was attached to {}.", nameOf(label), shown(label.uuid),
+                   counted(count, "path", "paths")),
+       object);
 }
 
 void keepLabel(const std::string& word, bool kept) {
@@ -127,9 +139,10 @@ void keepLabel(const std::string& word, bool kept) {
   const LabelRecord label = edit(project, [&] {
     LabelRecord found = findLabel(project.labels(), word);
     project.labels().setKept(found.uuid, kept);
+    found.kept = kept;
     return found;
   });
-  line(fmt::format("Filters may {} remove label {}.", kept ? "not" : "now", nameOf(label)));
+  done(fmt::format("Filters may {} remove label {}.", kept ? "not" : "now", nameOf(label)), jsonOf(label));
 }
 
 std::vector<std::string> readPaths(char end) {
@@ -157,8 +170,9 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
     const std::size_t count = project.labels().attach(found.uuid, paths);
     return std::tuple(std::move(found), distinct(std::move(paths)), count);
   });
-  line(fmt::format("Attached {} to {} ({} had it already).", nameOf(label), counted(added, "entry", "entries"),
-                   entries - added));
+  done(fmt::format("Attached {} to {} ({} had it already).", nameOf(label), counted(added, "entry", "entries"),
+                   entries - added),
+       {{"label", jsonOf(label)}, {"entries", entries}, {"added", added}});
 }
 
 void detachLabel(const std::string& word, const std::vector<std::string>& named, bool folderOnly) {
@@ -171,7 +185,8 @@ void detachLabel(const std::string& word, const std::vector<std::string>& named,
         project.labels().detach(found.uuid, pathsAt(labelled, project, named, folderOnly, notAttached));
     return std::pair(std::move(found), count);
   });
-  line(fmt::format("Detached {} from {}.", nameOf(label), counted(removed, "path", "paths")));
+  done(fmt::format("Detached {} from {}.", nameOf(label), counted(removed, "path", "paths")),
+       {{"label", jsonOf(label)}, {"removed", removed}});
 }
 
 }  // namespace project_share

@@ -85,12 +85,20 @@ std::pair<std::u16string, std::u16string> splitLabel(const std::string& word) {
 
 std::string nameOf(const LabelRecord& label) { return shown(label.categoryName + u"/" + label.name); }
 
+std::string nameOf(const folder_host::Entry& entry) {
+  return shown(entry.path) + (entry.kind == folder_host::EntryKind::folder ? "/" : "");
+}
+
 std::string nameOf(const profiles::ExportStrategyItem& item, const std::vector<LabelRecord>& labels) {
   const auto is = [&](const LabelRecord& label) {
     return label.uuid == item.labelUUID && label.categoryUUID == item.category;
   };
   const auto found = std::find_if(labels.begin(), labels.end(), is);
   return found != labels.end() ? nameOf(*found) : shown(item.labelUUID) + " (gone)";
+}
+
+std::unique_ptr<profiles::ExportProfileManager> managerOf(folder_host::WorkingCopy& copy) {
+  return profiles::createManager(copy.getMetadataManager());
 }
 
 std::shared_ptr<profiles::ExportProfile> findProfile(profiles::ExportProfileManager& manager, const std::string& word) {

@@ -27,6 +27,7 @@ folder_host::LabelRecord findLabel(const folder_host::LabelStore& labels, const 
 std::pair<std::u16string, std::u16string> splitLabel(const std::string& word);
 
 std::string nameOf(const folder_host::LabelRecord& label);
+std::string nameOf(const folder_host::Entry& entry);  // a folder's ends with a slash
 
 // The label that an item names, as nameOf gives it; of a label that is gone its UUID, and that it is gone.
 std::string nameOf(const profiles::ExportStrategyItem& item, const std::vector<folder_host::LabelRecord>& labels);
@@ -34,6 +35,9 @@ std::string nameOf(const profiles::ExportStrategyItem& item, const std::vector<f
 // The profile of that name or, where there is none, of that UUID. Errors: PROFILE_NOT_FOUND; PROFILE_AMBIGUOUS where
 // only a UUID will do.
 std::shared_ptr<profiles::ExportProfile> findProfile(profiles::ExportProfileManager& manager, const std::string& word);
+
+// Of the metadata of a working copy.
+std::unique_ptr<profiles::ExportProfileManager> managerOf(folder_host::WorkingCopy& copy);
 
 // Every item of every stored profile: visit(profile, filter, item).
 template <class Visit>

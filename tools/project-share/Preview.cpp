@@ -1,87 +1,180 @@
 #include "Preview.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <iterator>
+#include <unordered_map>
+#include <utility>
 
 #include "Lookup.h"
 #include "SelectionProbe.h"
+#include "folder_host/EntryTable.h"
 
 namespace project_share {
 
 using folder_host::Entry;
 using folder_host::EntryKind;
+using folder_host::EntryTable;
 using folder_host::LabelRecord;
 using folder_host::WorkingCopy;
+using profiles::ExportFilter;
 
 namespace {
 
-using Entries = std::vector<const Entry*>;
-
-// Both in the order of the listing, which is the order of their paths.
-std::vector<std::string> missing(const Entries& before, const Entries& after) {
+// Both in the order of the listing.
+Entries missing(const Entries& before, const Entries& after) {
   Entries gone;
-  std::set_difference(before.begin(), before.end(), after.begin(), after.end(), std::back_inserter(gone),
-                      [](const Entry* a, const Entry* b) { return a->path < b->path; });
-  std::vector<std::string> paths;
-  for (const Entry* entry : gone) paths.push_back(entry->path);
-  return paths;
-}
-
-std::string firstFileBelow(const std::string& folder, const Entries& entries) {
-  const std::string prefix = folder + "/";
-  auto entry = std::lower_bound(entries.begin(), entries.end(), prefix,
-                                [](const Entry* one, const std::string& path) { return one->path < path; });
-  while (entry != entries.end() && (*entry)->kind == EntryKind::folder) ++entry;
-  return entry != entries.end() ? (*entry)->path : std::string();
-}
-
-std::vector<Spared> sparedAmong(std::vector<std::string> selected, const Entries& after) {
-  std::vector<Spared> spared;
-  std::sort(selected.begin(), selected.end());
-  for (const Entry* entry : after) {
-    if (std::binary_search(selected.begin(), selected.end(), entry->path)) {
-      spared.push_back({entry->path, firstFileBelow(entry->path, after)});
-    }
-  }
-  return spared;
-}
-
-std::vector<LabelRecord> missing(const std::vector<LabelRecord>& before, const std::vector<LabelRecord>& after) {
-  std::vector<LabelRecord> gone;
-  for (const LabelRecord& label : before) {
-    const auto is = [&](const LabelRecord& other) { return other.uuid == label.uuid; };
-    if (std::none_of(after.begin(), after.end(), is)) gone.push_back(label);
-  }
+  std::set_difference(before.begin(), before.end(), after.begin(), after.end(), std::back_inserter(gone));
   return gone;
 }
 
-FilterEffect effectOf(profiles::ExportFilter& filter, std::size_t position, WorkingCopy& copy) {
-  FilterEffect effect;
-  effect.name = fmt::format("filter {}, {}", position, wordOf(filter.getType()));
-  std::vector<std::string> selected;
-  if (isFileKind(filter.getType())) selected = selectedBy(filter, copy);
-  const Entries entries = copy.entries();
-  const std::vector<LabelRecord> labels = copy.getLabelManager().list();
-  filter.apply(copy);
-  const Entries left = copy.entries();
-  effect.gone = missing(entries, left);
-  effect.spared = sparedAmong(std::move(selected), left);
-  effect.labelsGone = missing(labels, copy.getLabelManager().list());
-  return effect;
+project::management::FileLabel fileLabel(const LabelRecord& label) {
+  return {project::management::CategoryIdentifier(label.categoryUUID),
+          project::management::LabelIdentifier(label.uuid, label.kept ? 0 : 1)};
 }
+
+class Previewing {
+ public:
+  explicit Previewing(WorkingCopy& copy) : copy_(copy), labels_(copy.getLabelManager()), labelled_(labelledIn(copy)) {
+    preview_.labels = labels_.list();
+    preview_.reasons.resize(copy.table().size());
+    for (std::size_t i = 0; i < preview_.labels.size(); ++i) labelIndices_[preview_.labels[i].uuid] = i;
+  }
+
+  Preview run(const std::vector<std::shared_ptr<ExportFilter>>& filters) {
+    for (const auto& filter : filters) apply(*filter);
+    applyHostRules();
+    preview_.stays = copy_.entries();
+    noteSpared();
+    return std::move(preview_);
+  }
+
+ private:
+  std::size_t indexOf(const Entry* entry) const {
+    return static_cast<std::size_t>(entry - copy_.listing().entries.data());
+  }
+
+  void apply(ExportFilter& filter) {
+    FilterEffect effect;
+    effect.kind = filter.getType();
+    const Entries before = copy_.entries();
+    const std::vector<LabelRecord> labelsBefore = labels_.list();
+    const Entries selected = isFileKind(effect.kind) ? selectedAmong(filter, before) : Entries();
+    filter.apply(copy_);
+    const Entries after = copy_.entries();
+    effect.gone = missing(before, after);
+    effect.spared = missing(selected, effect.gone).size();
+    noteReasons(filter, effect.gone, selected);
+    noteLabelsGone(labelsBefore, effect.labelsGone);
+    preview_.filters.push_back(std::move(effect));
+  }
+
+  Entries selectedAmong(ExportFilter& filter, const Entries& entries) {
+    const auto labelsOf = [&](std::size_t i) { return labels_.labelsOf(entries[i]->path); };
+    const std::vector<bool> selected = selectedBy(filter, entries.size(), labelsOf);
+    Entries result;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      if (selected[i]) result.push_back(entries[i]);
+    }
+    return result;
+  }
+
+  // Of all that was selected: what is not gone yet is spared, until a later filter takes it.
+  void noteReasons(ExportFilter& filter, const Entries& gone, const Entries& selected) {
+    const std::size_t position = preview_.filters.size() + 1;
+    for (const Entry* entry : selected) {
+      Reason& reason = spared_[indexOf(entry)];
+      reason = {Reason::Rule::filter, position, {}};
+    }
+    if (!selected.empty()) noteSufficientLabels(filter, selected);
+    for (const Entry* entry : gone) {
+      const auto noted = spared_.find(indexOf(entry));
+      Reason& reason = preview_.reasons[indexOf(entry)];
+      reason = noted != spared_.end() ? std::move(noted->second) : Reason{Reason::Rule::filter, position, {}};
+      if (noted != spared_.end()) spared_.erase(noted);
+    }
+  }
+
+  // Each label of each entry is tried alone.
+  void noteSufficientLabels(ExportFilter& filter, const Entries& selected) {
+    std::vector<std::pair<std::size_t, std::size_t>> tries;  // of an entry, by one label
+    for (const Entry* entry : selected) {
+      for (const auto& label : labels_.labelsOf(entry->path)) {
+        tries.emplace_back(indexOf(entry), labelIndices_.at(label.getUUID()));
+      }
+    }
+    const auto labelOf = [&](std::size_t i) { return Labels{fileLabel(preview_.labels[tries[i].second])}; };
+    const std::vector<bool> suffices = selectedBy(filter, tries.size(), labelOf);
+    for (std::size_t i = 0; i < tries.size(); ++i) {
+      if (suffices[i]) spared_[tries[i].first].labels.push_back(tries[i].second);
+    }
+  }
+
+  void noteLabelsGone(const std::vector<LabelRecord>& before, std::vector<std::size_t>& gone) const {
+    std::vector<bool> left(preview_.labels.size());
+    for (const LabelRecord& label : labels_.list()) left[labelIndices_.at(label.uuid)] = true;
+    for (const LabelRecord& label : before) {
+      const std::size_t index = labelIndices_.at(label.uuid);
+      if (!left[index]) gone.push_back(index);
+    }
+  }
+
+  void applyHostRules() {
+    const folder_host::HostRemovals removals = copy_.applyHostRules();
+    const auto note = [&](const std::vector<std::string>& paths, Reason::Rule rule) {
+      for (const std::string& path : paths) preview_.reasons[copy_.table().find(path).value()].rule = rule;
+    };
+    note(removals.links, Reason::Rule::link);
+    note(removals.emptied, Reason::Rule::emptied);
+  }
+
+  // Each file tells the folders above it, up to the first that has been told.
+  void noteSpared() {
+    std::vector<const Entry*> because(preview_.reasons.size());
+    std::vector<const Entry*> unlabelled(preview_.reasons.size());
+    for (const Entry* entry : preview_.stays) {
+      if (entry->kind == EntryKind::folder) continue;
+      tellFolders(entry, because);
+      if (!labelled_[indexOf(entry)]) tellFolders(entry, unlabelled);
+    }
+    for (const Entry* entry : preview_.stays) {
+      const std::size_t index = indexOf(entry);
+      const auto noted = spared_.find(index);
+      if (noted == spared_.end() || because[index] == nullptr) continue;
+      preview_.spared.push_back({entry, noted->second.filter, because[index], unlabelled[index], noted->second.labels});
+    }
+  }
+
+  void tellFolders(const Entry* entry, std::vector<const Entry*>& told) const {
+    const EntryTable& table = copy_.table();
+    for (auto folder = table.parentOf(indexOf(entry)); folder != EntryTable::ROOT; folder = table.parentOf(folder)) {
+      if (told[folder] != nullptr) return;
+      told[folder] = entry;
+    }
+  }
+
+  WorkingCopy& copy_;
+  folder_host::LabelStore& labels_;
+  Preview preview_;
+  std::unordered_map<std::u16string, std::size_t> labelIndices_;
+  std::vector<bool> labelled_;                      // as the project stands, whatever labels filters take away
+  std::unordered_map<std::size_t, Reason> spared_;  // what was selected and is still there
+};
 
 }  // namespace
 
-Preview previewOf(profiles::ExportProfile& profile, WorkingCopy& copy) {
-  Preview preview;
-  for (const auto& filter : profile.getFilters()) {
-    preview.filters.push_back(effectOf(*filter, preview.filters.size() + 1, copy));
+std::vector<bool> labelledIn(WorkingCopy& copy) {
+  std::vector<bool> labelled(copy.table().size());
+  const folder_host::LabelStore& labels = copy.getLabelManager();
+  for (const LabelRecord& label : labels.list()) {
+    for (const std::string& path : labels.pathsOf(label.uuid)) {
+      if (const auto entry = copy.table().find(path)) labelled[*entry] = true;
+    }
   }
-  preview.host = copy.applyHostRules();
-  preview.stays = copy.entries();
-  return preview;
+  return labelled;
+}
+
+Preview previewOf(const std::vector<std::shared_ptr<ExportFilter>>& filters, WorkingCopy& copy) {
+  return Previewing(copy).run(filters);
 }
 
 }  // namespace project_share

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -8,27 +9,48 @@
 
 namespace project_share {
 
-// A folder that a filter selects and spares, and the first file below it that stays.
+using Entries = std::vector<const folder_host::Entry*>;
+
+// A folder that a filter selects and that stays for the sake of what stays below it.
 struct Spared {
-  std::string folder;
-  std::string because;
+  const folder_host::Entry* folder;
+  std::size_t filter;                    // the last that selects it, from 1
+  const folder_host::Entry* because;     // the first file or link below it that stays
+  const folder_host::Entry* unlabelled;  // the first of those without any label, or none
+  std::vector<std::size_t> labels;       // those by which the filter selects it: indices into Preview::labels
 };
 
-// What one filter of the profile does, given what those before it have left.
+// Why an entry goes.
+struct Reason {
+  enum class Rule { none, filter, link, emptied };
+  Rule rule = Rule::none;  // none: it stays
+  std::size_t filter = 0;  // from 1
+  // Those of its labels that suffice for the filter: indices into Preview::labels. Empty: it carries none.
+  std::vector<std::size_t> labels;
+};
+
+// What one filter of the profile takes out, given what those before it have left.
 struct FilterEffect {
-  std::string name;               // "filter 1, drop-files"
-  std::vector<std::string> gone;  // entries, in the order of the listing
-  std::vector<Spared> spared;
-  std::vector<folder_host::LabelRecord> labelsGone;
+  std::u16string kind;
+  Entries gone;                         // in the order of the listing
+  std::size_t spared = 0;               // folders that it selects and that are left after it
+  std::vector<std::size_t> labelsGone;  // indices into Preview::labels
 };
 
+// Entries are those of the copy's listing.
 struct Preview {
-  std::vector<FilterEffect> filters;  // as the profile applies them
-  folder_host::HostRemovals host;
-  std::vector<const folder_host::Entry*> stays;  // of the copy's listing
+  std::vector<folder_host::LabelRecord> labels;  // of the project
+  std::vector<FilterEffect> filters;             // as the profile applies them
+  std::vector<Reason> reasons;                   // of every entry of the listing, in its order
+  std::vector<Spared> spared;                    // of the folders that are left, in the order of the listing
+  Entries stays;
 };
 
-// What a share would do, found by applying the profile's own filters to the copy, one at a time.
-Preview previewOf(project::sharing::profiles::ExportProfile& profile, folder_host::WorkingCopy& copy);
+// Which entries of the listing, by index, carry a label.
+std::vector<bool> labelledIn(folder_host::WorkingCopy& copy);
+
+// What a share would do, found by applying these filters to the copy, one at a time, and the host's rules after them.
+Preview previewOf(const std::vector<std::shared_ptr<project::sharing::profiles::ExportFilter>>& filters,
+                  folder_host::WorkingCopy& copy);
 
 }  // namespace project_share

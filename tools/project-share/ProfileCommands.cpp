@@ -73,13 +73,23 @@ void removeItems(ExportFilter& filter, const std::vector<folder_host::LabelRecor
   for (const std::string& word : words) filter.removeItems({itemIn(filter, labels, word)});
 }
 
-const char* meaningOf(const std::u16string& kind) {
-  if (kind == profiles::EXCLUDE_FILES_WITH_LABEL) return "Files and folders go that carry any of these labels:";
-  if (kind == profiles::INCLUDE_FILES_WITH_LABEL) {
-    return "Files and folders go that carry no label, or any label but these:";
+// Of a label that is gone, what is known.
+Json itemJson(const ExportStrategyItem& item, const std::vector<folder_host::LabelRecord>& labels) {
+  for (const auto& label : labels) {
+    if (label.uuid == item.labelUUID && label.categoryUUID == item.category) return jsonOf(label);
   }
-  if (kind == profiles::EXCLUDE_LABEL) return "These labels go, unless they are kept:";
-  return "All labels go but these and kept ones:";
+  return {{"uuid", utf8(item.labelUUID)}, {"gone", true}};
+}
+
+Json shownAsJson(const ExportProfile& profile, const std::vector<folder_host::LabelRecord>& labels) {
+  Json object = jsonOf(profile);
+  object["filters"] = Json::array();
+  for (const auto& filter : profile.getFilters()) {
+    Json items = Json::array();
+    for (const ExportStrategyItem& item : filter->getItems()) items.push_back(itemJson(item, labels));
+    object["filters"].push_back({{"kind", wordOf(filter->getType())}, {"labels", items}});
+  }
+  return object;
 }
 
 }  // namespace
@@ -88,15 +98,20 @@ void createProfile(const std::string& word) {
   const FolderProject project = FolderProject::open(".");
   const auto manager = profiles::createManager(project.metadata());
   const auto profile = edit(project, [&] { return manager->createProfile(freeName(*manager, word)); });
-  line(fmt::format("Created profile {} ({}).", shown(word), shown(profile->getUUID())));
+  done(fmt::format("Created profile {} ({}).", shown(word), shown(profile->getUUID())), jsonOf(*profile));
 }
 
 void listProfiles() {
   const FolderProject project = FolderProject::open(".");
   const auto scope = project.metadata()->beginReadScope();
   for (const auto& profile : profiles::createManager(project.metadata())->getProfiles()) {
-    line(fmt::format("{}  {}  {}", shown(profile->getUUID()), shown(profile->getName()),
-                     counted(profile->getFilters().size(), "filter", "filters")));
+    const std::size_t filters = profile->getFilters().size();
+    Json object{{"type", "profile"}};
+    object.update(jsonOf(*profile));
+    object["filters"] = filters;
+    item(fmt::format("{}  {}  {}", shown(profile->getUUID()), shown(profile->getName()),
+                     counted(filters, "filter", "filters")),
+         object);
   }
 }
 
@@ -105,6 +120,7 @@ void showProfile(const std::string& word) {
   const auto scope = project.metadata()->beginReadScope();
   const auto profile = findProfile(*profiles::createManager(project.metadata()), word);
   const auto labels = project.labels().list();
+  if (manner().json) return line(shownAsJson(*profile, labels).dump());
   line(fmt::format("{} ({})", shown(profile->getName()), shown(profile->getUUID())));
   std::size_t position = 0;
   for (const auto& filter : profile->getFilters()) {
@@ -121,7 +137,8 @@ void renameProfile(const std::string& word, const std::string& name) {
     profile->setName(freeName(*manager, name, profile->getUUID()));
     return profile->getUUID();
   });
-  line(fmt::format("Renamed profile {} to {} ({}).", shown(word), shown(name), shown(uuid)));
+  done(fmt::format("Renamed profile {} to {} ({}).", shown(word), shown(name), shown(uuid)),
+       {{"uuid", utf8(uuid)}, {"name", utf8(name)}});
 }
 
 void duplicateProfile(const std::string& word, const std::string& name) {
@@ -134,7 +151,8 @@ void duplicateProfile(const std::string& word, const std::string& name) {
     copy->save();
     return copy->getUUID();
   });
-  line(fmt::format("Duplicated profile {} as {} ({}).", shown(word), shown(name), shown(uuid)));
+  done(fmt::format("Duplicated profile {} as {} ({}).", shown(word), shown(name), shown(uuid)),
+       {{"uuid", utf8(uuid)}, {"name", utf8(name)}});
 }
 
 void deleteProfile(const std::string& word) {
@@ -145,7 +163,7 @@ void deleteProfile(const std::string& word) {
     manager->deleteProfile(profile);
     return profile->getUUID();
   });
-  line(fmt::format("Deleted profile {} ({}).", shown(word), shown(uuid)));
+  done(fmt::format("Deleted profile {} ({}).", shown(word), shown(uuid)), {{"uuid", utf8(uuid)}});
 }
 
 void addFilter(const std::string& word, const std::string& kindWord, const std::vector<std::string>& labels) {
@@ -158,8 +176,9 @@ void addFilter(const std::string& word, const std::string& kindWord, const std::
     return there;
   });
   const std::string what = counted(labels.size(), "label", "labels");
-  line(wasThere ? fmt::format("Added {} to the {} filter that profile {} has already.", what, kindWord, shown(word))
-                : fmt::format("Added a {} filter with {} to profile {}.", kindWord, what, shown(word)));
+  done(wasThere ? fmt::format("Added {} to the {} filter that profile {} has already.", what, kindWord, shown(word))
+                : fmt::format("Added a {} filter with {} to profile {}.", kindWord, what, shown(word)),
+       {{"kind", kindWord}, {"labels", labels.size()}, {"wasThere", wasThere}});
 }
 
 void removeFilter(const std::string& word, const std::string& kindWord, const std::vector<std::string>& labels) {
@@ -179,27 +198,10 @@ void removeFilter(const std::string& word, const std::string& kindWord, const st
     profile->save();
     return whole;
   });
-  line(isGone ? fmt::format("Removed the {} filter from profile {}.", kindWord, shown(word))
+  done(isGone ? fmt::format("Removed the {} filter from profile {}.", kindWord, shown(word))
               : fmt::format("Removed {} from the {} filter of profile {}.", counted(labels.size(), "label", "labels"),
-                            kindWord, shown(word)));
-}
-
-void explainProfile(const std::string& word) {
-  const FolderProject project = FolderProject::open(".");
-  const auto scope = project.metadata()->beginReadScope();
-  const auto profile = findProfile(*profiles::createManager(project.metadata()), word);
-  const auto labels = project.labels().list();
-  line(fmt::format("Profile {} hands out everything but what its filters take out, one after the other:",
-                   shown(profile->getName())));
-  std::size_t position = 0;
-  for (const auto& filter : profile->getFilters()) {
-    line(fmt::format("  {}. {} {}", ++position, wordOf(filter->getType()), meaningOf(filter->getType())));
-    const auto items = filter->getItems();
-    for (const ExportStrategyItem& item : items) line("       " + nameOf(item, labels));
-    const bool takesAll = filter->getType() == profiles::INCLUDE_FILES_WITH_LABEL;
-    if (items.empty()) line(takesAll ? "       (none, so everything goes)" : "       (none, so nothing goes)");
-  }
-  line("A folder that a filter selects stays when a file below it stays. A folder that becomes empty goes.");
+                            kindWord, shown(word)),
+       {{"kind", kindWord}, {"labels", labels.size()}, {"wholeFilter", isGone}});
 }
 
 }  // namespace project_share

@@ -1,46 +1,98 @@
 #include "SelectionProbe.h"
 
+#include <stdexcept>
+#include <string>
+
 #include "project/management/ProjectManager.h"
 
 namespace project_share {
 
 using fl::filesystem::path;
+using project::management::CategoryIdentifier;
 using project::management::FileLabel;
+using project::management::Label;
+using project::management::LabelIdentifier;
 
 namespace {
 
-class FoldersOnly final : public project::management::ProjectManager, private project::management::FileManager {
+class Probe : public project::management::ProjectManager {
  public:
-  explicit FoldersOnly(folder_host::WorkingCopy& copy) : copy_(copy), files_(copy.getFileManager()) {}
-
-  project::management::LabelManager& getLabelManager() override { return copy_.getLabelManager(); }
-  project::management::FileManager& getFileManager() override { return *this; }
+  project::management::LabelManager& getLabelManager() override { throw std::logic_error("the probe has no labels"); }
+  project::management::FileManager& getFileManager() override { throw std::logic_error("the probe has no files"); }
   std::shared_ptr<project::metadata::MetadataManager> getMetadataManager() override {
-    return copy_.getMetadataManager();
+    throw std::logic_error("the probe has no metadata");
   }
+};
 
-  std::vector<std::string> selected;
+// Every entry is a folder, so that none stays for the sake of another.
+class FoldersOnly final : public Probe, private project::management::FileManager {
+ public:
+  FoldersOnly(std::size_t count, const std::function<Labels(std::size_t)>& labelsOf)
+      : selected(count), labelsOf_(labelsOf) {}
+
+  project::management::FileManager& getFileManager() override { return *this; }
+
+  std::vector<bool> selected;
 
  private:
-  std::vector<path> getFiles() override { return files_.getFiles(); }
-  path getRootFolder() override { return files_.getRootFolder(); }
-  std::vector<FileLabel> getFileLabels(const path& entry) override { return files_.getFileLabels(entry); }
-  bool isFolder(const path&) override { return true; }
+  std::vector<path> getFiles() override {
+    std::vector<path> files;
+    files.reserve(selected.size());
+    for (std::size_t i = 0; i < selected.size(); ++i) {
+      const std::string digits = std::to_string(i);
+      files.emplace_back(u"/" + std::u16string(digits.begin(), digits.end()), true);
+    }
+    return files;
+  }
+  path getRootFolder() override { return path(u"/", true); }
+  Labels getFileLabels(const path& entry) override { return labelsOf_(indexOf(entry)); }
+  bool isFolder(const path& /*entry*/) override { return true; }
   std::vector<path> removeFiles(const std::vector<path>& entries) override {
-    for (const path& entry : entries) selected.push_back(copy_.relative(entry));
-    return {};
+    for (const path& entry : entries) selected[indexOf(entry)] = true;
+    return entries;
   }
 
-  folder_host::WorkingCopy& copy_;
-  project::management::FileManager& files_;
+  static std::size_t indexOf(const path& entry) {
+    return std::stoul(std::string(entry.text().begin() + 1, entry.text().end()));
+  }
+
+  const std::function<Labels(std::size_t)>& labelsOf_;
+};
+
+class OneLabel final : public Probe, private project::management::LabelManager {
+ public:
+  explicit OneLabel(const Label& label) : label_(label) {}
+
+  project::management::LabelManager& getLabelManager() override { return *this; }
+
+  bool isGone = false;
+
+ private:
+  std::vector<CategoryIdentifier> getCategories() const override { return {label_.getCategory()}; }
+  void removeCategory(const CategoryIdentifier& /*category*/) override {}
+  std::vector<LabelIdentifier> getLabels(const CategoryIdentifier& /*category*/) const override {
+    return isGone ? std::vector<LabelIdentifier>() : std::vector{label_.getLabelIdentifier()};
+  }
+  void removeLabel(const CategoryIdentifier& /*category*/, const LabelIdentifier& /*label*/, bool /*flag*/) override {
+    isGone = true;
+  }
+
+  const Label& label_;
 };
 
 }  // namespace
 
-std::vector<std::string> selectedBy(project::sharing::profiles::ExportFilter& filter, folder_host::WorkingCopy& copy) {
-  FoldersOnly project(copy);
+std::vector<bool> selectedBy(project::sharing::profiles::ExportFilter& filter, std::size_t count,
+                             const std::function<Labels(std::size_t)>& labelsOf) {
+  FoldersOnly project(count, labelsOf);
   filter.apply(project);
   return std::move(project.selected);
+}
+
+bool takesAway(project::sharing::profiles::ExportFilter& filter, const Label& label) {
+  OneLabel project(label);
+  filter.apply(project);
+  return project.isGone;
 }
 
 }  // namespace project_share

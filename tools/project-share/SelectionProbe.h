@@ -1,16 +1,23 @@
 #pragma once
 
-#include <string>
+#include <cstddef>
+#include <functional>
 #include <vector>
 
-#include "folder_host/WorkingCopy.h"
+#include "project/management/Label.h"
 #include "project/sharing/profiles/ExportFilter.h"
 
+// What a filter makes of labels, asked of the filter itself in a project made up for the question.
 namespace project_share {
 
-// The entries that a file filter selects by their labels alone, those included that it spares because a file below
-// them stays. Found by the filter itself, which protects nothing in a project whose every entry says that it is a
-// folder. The copy is left as it is.
-std::vector<std::string> selectedBy(project::sharing::profiles::ExportFilter& filter, folder_host::WorkingCopy& copy);
+using Labels = std::vector<project::management::FileLabel>;
+
+// Of a file filter: which of the entries 0 to count - 1 it selects by their labels alone, were nothing below any of
+// them to stay.
+std::vector<bool> selectedBy(project::sharing::profiles::ExportFilter& filter, std::size_t count,
+                             const std::function<Labels(std::size_t)>& labelsOf);
+
+// Of a label filter: whether it takes this label away.
+bool takesAway(project::sharing::profiles::ExportFilter& filter, const project::management::Label& label);
 
 }  // namespace project_share

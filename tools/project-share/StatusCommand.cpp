@@ -1,56 +1,77 @@
 #include <fmt/format.h>
 
-#include <set>
+#include <algorithm>
 
-#include "Amiss.h"
+#include "Assessment.h"
 #include "Commands.h"
 #include "Lookup.h"
 #include "Output.h"
+#include "PreviewReport.h"
 
 namespace project_share {
 
-using folder_host::FolderProject;
 using folder_host::LabelRecord;
+using folder_host::WorkingCopy;
 
 namespace {
 
-// A filter selects nothing by a label that is gone.
-void printGoneItems(profiles::ExportProfileManager& manager, const std::vector<LabelRecord>& records) {
-  std::set<std::pair<std::u16string, std::u16string>> known;
-  for (const LabelRecord& label : records) known.emplace(label.categoryUUID, label.uuid);
-  forEachItem(manager, [&](const auto& profile, const auto& filter, const auto& item) {
-    if (known.count({item.category, item.labelUUID}) != 0) return;
-    line(fmt::format("gone  {}  named by profile {} in its {} filter", shown(item.labelUUID), shown(profile.getName()),
-                     wordOf(filter.getType())));
-  });
+Entries unlabelledIn(WorkingCopy& copy) {
+  const std::vector<bool> labelled = labelledIn(copy);
+  Entries unlabelled;
+  for (std::size_t i = 0; i < labelled.size(); ++i) {
+    if (!labelled[i]) unlabelled.push_back(&copy.listing().entries[i]);
+  }
+  return unlabelled;
 }
 
-std::set<std::string> labelledPaths(const folder_host::LabelStore& labels, const std::vector<LabelRecord>& records) {
-  std::set<std::string> paths;
-  for (const LabelRecord& label : records) {
-    for (std::string& path : labels.pathsOf(label.uuid)) paths.insert(std::move(path));
+void printUnlabelled(const Entries& unlabelled) {
+  constexpr std::size_t MOST = 20;
+  const std::size_t shownOnes = manner().json ? unlabelled.size() : std::min(unlabelled.size(), MOST);
+  for (std::size_t i = 0; i < shownOnes; ++i) {
+    Json object{{"type", "unlabelled"}};
+    object.update(jsonOf(*unlabelled[i]));
+    item("unlabelled  " + nameOf(*unlabelled[i]), object);
   }
-  return paths;
+  if (shownOnes < unlabelled.size()) {
+    line(fmt::format("unlabelled  and {} more; --json lists all", unlabelled.size() - shownOnes));
+  }
+}
+
+void printProfile(const WorkingCopy& copy, const profiles::ExportProfile& profile) {
+  const Assessment assessment = assess(copy, profile);
+  for (const std::vector<Hazard>* hazards : {&assessment.idle, &assessment.hazards}) {
+    for (const Hazard& hazard : *hazards) {
+      Json object = jsonOf(hazard);
+      object["profile"] = jsonOf(profile);
+      item(asWarning(fmt::format("profile {}: {}: {}", shown(assessment.name), hazard.identifier, hazard.message)),
+           object);
+    }
+  }
 }
 
 }  // namespace
 
 void showStatus() {
-  const FolderProject project = FolderProject::open(".");
-  const auto copy = project.workingCopy();  // store and folder as they stand at one moment
+  const auto copy = folder_host::FolderProject::open(".").workingCopy();  // store and folder at one moment
   const folder_host::LabelStore& labels = copy->getLabelManager();
+  const auto listed = managerOf(*copy)->getProfiles();
   const std::vector<LabelRecord> records = labels.list();
-  const std::set<std::string> labelled = labelledPaths(labels, records);
+  const auto unlabelled = unlabelledIn(*copy);
 
-  for (const std::string& one : amissIn(*copy)) line(one);
-  printGoneItems(*profiles::createManager(copy->getMetadataManager()), records);
-
-  const std::vector<folder_host::Entry>& entries = copy->listing().entries;
-  std::size_t unlabelled = 0;
-  for (const folder_host::Entry& entry : entries) unlabelled += labelled.count(entry.path) == 0 ? 1U : 0U;
-  line(fmt::format("{}: {}, {} of them without a label; {}.", shown(project.root()),
-                   counted(entries.size(), "entry", "entries"), unlabelled,
-                   counted(records.size(), "label", "labels")));
+  for (const LabelRecord& label : records) printLabel(label, labels.pathsOf(label.uuid).size());
+  printUnlabelled(unlabelled);
+  printSkipped(copy->listing());
+  if (listed.empty()) printHazards(danglingLabels(*copy));
+  for (const auto& profile : listed) printProfile(*copy, *profile);
+  const std::size_t entries = copy->listing().entries.size();
+  item(fmt::format("{}: {}, {} without a label; {}; {}.", shown(copy->root()), counted(entries, "entry", "entries"),
+                   unlabelled.size(), counted(records.size(), "label", "labels"),
+                   counted(listed.size(), "profile", "profiles")),
+       {{"type", "summary"},
+        {"entries", entries},
+        {"unlabelled", unlabelled.size()},
+        {"labels", records.size()},
+        {"profiles", listed.size()}});
 }
 
 }  // namespace project_share

@@ -1,0 +1,28 @@
+#include "folder_host/FoldedName.h"
+
+#include <utf8proc.h>
+
+#include <cstdlib>
+#include <memory>
+
+namespace folder_host {
+
+namespace {
+
+struct Free {
+  void operator()(utf8proc_uint8_t* bytes) const { std::free(bytes); }
+};
+
+}  // namespace
+
+std::string foldedName(std::string_view bytes) {
+  constexpr auto OPTIONS = static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_DECOMPOSE | UTF8PROC_CASEFOLD);
+  utf8proc_uint8_t* result = nullptr;
+  const utf8proc_ssize_t length = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(bytes.data()),
+                                               static_cast<utf8proc_ssize_t>(bytes.size()), &result, OPTIONS);
+  const std::unique_ptr<utf8proc_uint8_t, Free> owned(result);
+  if (length < 0) return std::string(bytes);
+  return {reinterpret_cast<const char*>(result), static_cast<std::size_t>(length)};
+}
+
+}  // namespace folder_host

@@ -1,0 +1,264 @@
+#include "CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "Assessment.h"
+#include "Commands.h"
+#include "Lookup.h"
+#include "Output.h"
+#include "Refusal.h"
+
+namespace project_share {
+
+namespace {
+
+constexpr int WRONG_USAGE = 2;
+
+// The words of a command line, filled while it is parsed.
+struct Words {
+  std::string folder = ".";
+  std::string label;
+  std::string profile;
+  std::string name;
+  std::string kind;
+  std::vector<std::string> labels;
+  std::vector<std::string> paths;
+  std::vector<std::string> shared;  // the profile, if any, and the destination
+  std::vector<std::string> allowed;
+  std::string receipt;
+  bool folderOnly = false;
+  bool fromInput = false;
+  bool zeroEnded = false;
+  bool whole = false;
+  bool strict = false;
+};
+
+// CLI11 takes a word in brackets apart and passes over a "++", and would so label other files than the ones named. A
+// mark before such a word keeps it whole while it is parsed.
+constexpr char MARK = '\x01';
+
+std::string marked(const std::string& word) {
+  return !word.empty() && (word.front() == '[' || word.front() == '+' || word.front() == MARK) ? MARK + word : word;
+}
+
+std::string unmarked(const std::string& word) { return !word.empty() && word.front() == MARK ? word.substr(1) : word; }
+
+// As CLI11 wants them: the last one first, without the program's name.
+std::vector<std::string> markedWords(int argc, char** argv) {
+  std::vector<std::string> words;
+  for (int i = argc; i > 1; --i) words.push_back(marked(argv[i - 1]));
+  return words;
+}
+
+// One word, or any number of them into a vector.
+template <class Word>
+CLI::Option* addWord(CLI::App* command, const std::string& name, Word& word, const std::string& description = {}) {
+  return command->add_option(name, word, description)->required()->transform(unmarked);
+}
+
+CLI::App* addCommand(CLI::App* group, const char* name, const char* description, const std::string& example) {
+  return group->add_subcommand(name, description)
+      ->footer("Example:\n  project-share " + example)
+      ->fallthrough();  // the options of the program may stand anywhere
+}
+
+// The paths of the command line or, when these are wanted, of standard input.
+const std::vector<std::string>& pathsOf(Words& words) {
+  if (words.fromInput != words.paths.empty()) {
+    throw CLI::ParseError("give the paths either as words or by --stdin", WRONG_USAGE);
+  }
+  if (words.fromInput) words.paths = readPaths(words.zeroEnded ? '\0' : '\n');
+  if (words.paths.empty()) throw CLI::ParseError("there is no path on standard input", WRONG_USAGE);
+  return words.paths;
+}
+
+void addAttachCommands(CLI::App* group, Words& words) {
+  CLI::App* attach = addCommand(group, "attach", "Attach a label to files, links, and folders with all below them",
+                                "label attach audience/internal drafts budget.ods");
+  CLI::App* detach = addCommand(group, "detach", "Take a label off files, links, and folders with all below them",
+                                "label detach audience/internal drafts/final.txt");
+  for (CLI::App* command : {attach, detach}) {
+    addWord(command, "LABEL", words.label, "CATEGORY/NAME or UUID");
+    addWord(command, "PATH", words.paths, "Files, folders or links of the project")->required(false);
+    CLI::Option* input =
+        command->add_flag("--stdin", words.fromInput, "Read the paths from standard input, one a line");
+    command->add_flag("-0", words.zeroEnded, "With --stdin: each path ends with a zero byte")->needs(input);
+    command->add_flag("--folder-only", words.folderOnly, "The folders alone, not what lies below them");
+  }
+  attach->callback([&] { attachLabel(words.label, pathsOf(words), words.folderOnly); });
+  detach->callback([&] { detachLabel(words.label, pathsOf(words), words.folderOnly); });
+}
+
+void addLabelCommands(CLI::App& app, Words& words) {
+  CLI::App* group = addCommand(&app, "label", "Labels, written CATEGORY/NAME or by UUID", "label list");
+  group->require_subcommand(1);
+  CLI::App* create = addCommand(group, "create", "Create labels, and their categories where there are none",
+                                "label create audience/internal audience/partners");
+  addWord(create, "LABEL", words.labels, "CATEGORY/NAME");
+  create->callback([&] { createLabels(words.labels); });
+  addCommand(group, "list", "List the labels", "label list")->callback([] { listLabels(); });
+  const auto add = [&](const char* name, const char* description, const char* example) {
+    CLI::App* command = addCommand(group, name, description, example);
+    addWord(command, "LABEL", words.label, "CATEGORY/NAME or UUID");
+    return command;
+  };
+  CLI::App* rename =
+      add("rename", "Give a label another name in its category", "label rename audience/internal staff-only");
+  addWord(rename, "NAME", words.name, "The name alone, without the category");
+  rename->callback([&] { renameLabel(words.label, words.name); });
+  add("delete", "Delete a label that no profile names", "label delete audience/partners")->callback([&] {
+    deleteLabel(words.label);
+  });
+  add("keep", "Let no filter remove the label", "label keep audience/everyone")->callback([&] {
+    keepLabel(words.label, true);
+  });
+  add("release", "Let filters remove the label", "label release audience/everyone")->callback([&] {
+    keepLabel(words.label, false);
+  });
+  addAttachCommands(group, words);
+}
+
+void addFilterCommands(CLI::App* add, CLI::App* remove, Words& words) {
+  for (CLI::App* command : {add, remove}) {
+    command->add_option("KIND", words.kind)->required()->check(CLI::IsMember(kindWords()));
+    addWord(command, "LABEL", words.labels, "CATEGORY/NAME or UUID")->required(command == add);
+  }
+  add->callback([&] { addFilter(words.profile, words.kind, words.labels); });
+  remove->callback([&] { removeFilter(words.profile, words.kind, words.labels); });
+}
+
+void addProfileCommands(CLI::App& app, Words& words) {
+  CLI::App* group = addCommand(&app, "profile", "Profiles: stored rules of what is held back", "profile list");
+  group->require_subcommand(1);
+  const auto add = [&](const char* name, const char* description, const std::string& example) {
+    CLI::App* command = addCommand(group, name, description, "profile " + example);
+    addWord(command, "PROFILE", words.profile, "Name or UUID");
+    return command;
+  };
+  CLI::App* create = addCommand(group, "create", "Create a profile without filters", "profile create public");
+  addWord(create, "NAME", words.name);
+  create->callback([&] { createProfile(words.name); });
+  addCommand(group, "list", "List the profiles", "profile list")->callback([] { listProfiles(); });
+  add("show", "Show a profile's filters", "show public")->callback([&] { showProfile(words.profile); });
+  add("explain", "Tell in words what a profile takes out", "explain public")->callback([&] {
+    explainProfile(words.profile);
+  });
+  add("delete", "Delete a profile", "delete public")->callback([&] { deleteProfile(words.profile); });
+  CLI::App* rename = add("rename", "Give a profile another name", "rename public website");
+  addWord(rename, "NAME", words.name);
+  rename->callback([&] { renameProfile(words.profile, words.name); });
+  CLI::App* duplicate = add("duplicate", "Make another profile with the same filters", "duplicate public partners");
+  addWord(duplicate, "NAME", words.name);
+  duplicate->callback([&] { duplicateProfile(words.profile, words.name); });
+  addFilterCommands(add("add-filter", "Add a filter, or labels to the filter of that kind",
+                        "add-filter public drop-files audience/internal"),
+                    add("remove-filter", "Remove a filter, or only the labels named from it",
+                        "remove-filter public drop-files audience/internal"),
+                    words);
+}
+
+ShareWords shareWordsOf(const Words& words) {
+  if (words.shared.size() != (words.whole ? 1 : 2)) {
+    throw CLI::ParseError("share takes PROFILE and DEST, or --whole and DEST", WRONG_USAGE);
+  }
+  ShareWords share;
+  if (!words.whole) share.profile = words.shared.front();
+  share.destination = words.shared.back();
+  share.allowed = {words.allowed.begin(), words.allowed.end()};
+  share.strict = words.strict;
+  share.receipt = words.receipt;
+  return share;
+}
+
+void addShareCommands(CLI::App& app, Words& words) {
+  CLI::App* preview =
+      addCommand(&app, "preview", "Show as a tree what a share would hand out, and what not and why", "preview public");
+  addWord(preview, "PROFILE", words.profile, "Name or UUID");
+  preview->callback([&] { previewProfile(words.profile); });
+
+  CLI::App* why = addCommand(&app, "why", "Tell why one path stays or goes", "why drafts/plan.txt --profile public");
+  addWord(why, "PATH", words.name, "A file, folder or link of the project");
+  addWord(why, "--profile", words.profile, "Name or UUID");
+  why->callback([&] { explainPath(words.name, words.profile); });
+
+  CLI::App* share = addCommand(&app, "share", "Hand out a copy: share PROFILE DEST, or share --whole DEST",
+                               "share public ../for-the-customer --receipt ../for-the-customer.json");
+  addWord(share, "PROFILE DEST", words.shared, "The profile (not with --whole), and a folder to be made");
+  share->add_flag("--whole", words.whole, "Everything, without a profile");
+  share->add_option("--allow", words.allowed, "Share in spite of this reason against it; can be repeated")
+      ->allow_extra_args(false)
+      ->check(CLI::IsMember(allowableHazards()));
+  share->add_flag("--strict", words.strict, "Refuse where a filter takes nothing out");
+  addWord(share, "--receipt", words.receipt, "A JSON file to be made, for you: what went out, what not, and why")
+      ->required(false);
+  share->callback([&] { project_share::share(shareWordsOf(words)); });
+
+  CLI::App* verify = addCommand(&app, "verify", "Check a copy against the receipt of its share",
+                                "verify ../for-the-customer --receipt ../for-the-customer.json");
+  addWord(verify, "COPY", words.folder, "The folder that was handed out");
+  addWord(verify, "--receipt", words.receipt, "The file that share made");
+  verify->callback([&] { verifyCopy(words.folder, words.receipt); });
+}
+
+void goTo(const std::string& folder) {
+  std::error_code error;
+  std::filesystem::current_path(folder, error);
+  if (!error) return;
+  throw Refusal(folder_host::errors::NOT_A_PROJECT, "cannot work in \"" + shown(folder) + "\": " + error.message());
+}
+
+void addOptions(CLI::App& app) {
+  app.add_option_function<std::string>("-C", goTo, "Work in this folder instead of the working directory")
+      ->transform(unmarked)
+      ->type_name("DIR");
+  app.add_flag("--json", manner().json, "Write one JSON object a line");
+  app.add_flag("--quiet", manner().quiet, "Write nothing but what was asked for");
+}
+
+int parse(CLI::App& app, std::vector<std::string> words) {
+  try {
+    app.parse(std::move(words));
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() != 0) {
+      const std::vector<std::string> unknown = app.remaining(true);
+      const std::string problem = unknown.empty() ? error.what() : "what is \"" + unmarked(unknown.front()) + "\"?";
+      return complain(WRONG_USAGE, "usage", (shown(problem) + "; see 'project-share --help'").c_str());
+    }
+    app.exit(error);  // help was asked for
+  }
+  finishOutput();
+  return 0;
+}
+
+}  // namespace
+
+int complain(int code, const char* identifier, const char* message) {
+  std::fflush(stdout);  // what was found comes before what is made of it
+  std::fprintf(stderr, "project-share: %s: %s\n", identifier, message);
+  return code;
+}
+
+int runCommandLine(int argc, char** argv) {
+  manner() = usualManner();
+  Words words;
+  CLI::App app("Hands out copies of a folder without what is labelled to stay", "project-share");
+  app.require_subcommand(1);
+  app.footer("'project-share COMMAND --help' tells more and gives an example.");
+  addOptions(app);
+  CLI::App* init = addCommand(&app, "init", "Make a folder a project", "init my-folder");
+  addWord(init, "FOLDER", words.folder, "The folder (the working directory)")->required(false);
+  init->callback([&] { initProject(words.folder); });
+  addCommand(&app, "status", "Show what is labelled, what is not, and what a share would be refused for", "status")
+      ->callback([] { showStatus(); });
+  addLabelCommands(app, words);
+  addProfileCommands(app, words);
+  addShareCommands(app, words);
+  return parse(app, markedWords(argc, argv));
+}
+
+}  // namespace project_share

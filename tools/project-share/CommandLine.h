@@ -1,0 +1,12 @@
+#pragma once
+
+// Runs the command that the words name and gives the exit code: 0, or 2 with one line on standard error for wrong
+// usage. What a command refuses passes as an exception.
+namespace project_share {
+
+int runCommandLine(int argc, char** argv);
+
+// Prints the one line for a failure, and gives the code back.
+int complain(int code, const char* identifier, const char* message);
+
+}  // namespace project_share

@@ -1,0 +1,39 @@
+#include "Interruption.h"
+
+#include <array>
+#include <csignal>
+
+namespace project_share {
+
+namespace {
+
+constexpr std::array<int, 3> SIGNALS = {SIGINT, SIGTERM, SIGHUP};
+
+volatile std::sig_atomic_t noted = 0;
+
+extern "C" void note(int signal) { noted = signal; }
+
+}  // namespace
+
+Interrupted::~Interrupted() = default;
+
+Interruption::Interruption() {
+  noted = 0;
+  for (const int signal : SIGNALS) {
+    // What was to be ignored, under nohup for one, still is.
+    if (std::signal(signal, note) == SIG_IGN) std::signal(signal, SIG_IGN);
+  }
+}
+
+Interruption::~Interruption() {
+  for (const int signal : SIGNALS) {
+    if (std::signal(signal, SIG_DFL) == SIG_IGN) std::signal(signal, SIG_IGN);
+  }
+  if (noted != 0 && std::uncaught_exceptions() > exceptions_) std::raise(noted);
+}
+
+void Interruption::check() const {
+  if (noted != 0) throw Interrupted();
+}
+
+}  // namespace project_share

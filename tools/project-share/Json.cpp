@@ -1,0 +1,85 @@
+#include "Json.h"
+
+#include "folder_host/Text.h"
+
+namespace project_share {
+
+namespace {
+
+bool isSurrogate(char16_t unit, char16_t first) { return (unit & 0xfc00) == first; }
+
+// Half of a pair of which the other half is missing: no character.
+bool isLone(std::u16string_view text, std::size_t at) {
+  if (isSurrogate(text[at], 0xd800)) return at + 1 == text.size() || !isSurrogate(text[at + 1], 0xdc00);
+  return isSurrogate(text[at], 0xdc00) && (at == 0 || !isSurrogate(text[at - 1], 0xd800));
+}
+
+std::string hexOf(std::string_view bytes) {
+  std::string hex;
+  for (const char byte : bytes) {
+    for (const unsigned shift : {4U, 0U}) hex += "0123456789abcdef"[(static_cast<unsigned char>(byte) >> shift) & 0xFU];
+  }
+  return hex;
+}
+
+std::string bytesOf(const std::string& hex) {
+  std::string bytes;
+  for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
+    bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+  }
+  return bytes;
+}
+
+}  // namespace
+
+std::string utf8(std::u16string_view text) {
+  std::u16string whole(text);
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (isLone(text, i)) whole[i] = u'\xfffd';
+  }
+  return folder_host::toBytes(whole);
+}
+
+std::string utf8(std::string_view bytes) { return utf8(std::u16string_view(folder_host::fromBytes(bytes))); }
+
+void putPath(Json& object, const std::string& key, const std::string& bytes) {
+  object[key] = utf8(bytes);
+  if (object[key].get_ref<const std::string&>() != bytes) object[key + "Hex"] = hexOf(bytes);
+}
+
+std::string pathIn(const Json& object, const std::string& key) {
+  const auto hex = object.find(key + "Hex");
+  return hex != object.end() ? bytesOf(hex->get<std::string>()) : object.at(key).get<std::string>();
+}
+
+const char* wordOf(folder_host::EntryKind kind) {
+  if (kind == folder_host::EntryKind::folder) return "folder";
+  return kind == folder_host::EntryKind::link ? "link" : "file";
+}
+
+Json jsonOf(const folder_host::LabelRecord& label) {
+  return {{"uuid", utf8(label.uuid)},
+          {"category", utf8(label.categoryName)},
+          {"name", utf8(label.name)},
+          {"kept", label.kept}};
+}
+
+Json jsonOf(const folder_host::Hazard& hazard) {
+  Json object{{"type", "hazard"}, {"identifier", hazard.identifier}};
+  if (!hazard.path.empty()) putPath(object, "path", hazard.path);
+  object["message"] = hazard.message;
+  return object;
+}
+
+Json jsonOf(const project::sharing::profiles::ExportProfile& profile) {
+  return {{"uuid", utf8(profile.getUUID())}, {"name", utf8(profile.getName())}};
+}
+
+Json jsonOf(const folder_host::Entry& entry) {
+  Json object;
+  putPath(object, "path", entry.path);
+  object["kind"] = wordOf(entry.kind);
+  return object;
+}
+
+}  // namespace project_share

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+#include "folder_host/Entry.h"
+#include "folder_host/Hazards.h"
+#include "folder_host/LabelStore.h"
+#include "project/sharing/profiles/ExportProfile.h"
+
+// The shapes that docs/json.md promises.
+namespace project_share {
+
+using Json = nlohmann::ordered_json;
+
+// As UTF-8; what is none becomes U+FFFD.
+std::string utf8(std::string_view bytes);
+std::string utf8(std::u16string_view text);
+
+// Sets `key` to the path and, where that is no UTF-8, `key` and "Hex" to its bytes.
+void putPath(Json& object, const std::string& key, const std::string& bytes);
+// The bytes that putPath was given. Throws nlohmann::json::exception where there is no path.
+std::string pathIn(const Json& object, const std::string& key);
+
+const char* wordOf(folder_host::EntryKind kind);  // "file", "folder", "link"
+
+Json jsonOf(const folder_host::LabelRecord& label);
+Json jsonOf(const folder_host::Hazard& hazard);
+Json jsonOf(const project::sharing::profiles::ExportProfile& profile);  // name and UUID
+Json jsonOf(const folder_host::Entry& entry);                           // path and kind
+
+}  // namespace project_share

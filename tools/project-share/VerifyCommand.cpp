@@ -1,0 +1,149 @@
+#include <fcntl.h>
+#include <fmt/format.h>
+
+#include <fstream>
+#include <map>
+#include <system_error>
+
+#include "Commands.h"
+#include "Digest.h"
+#include "Json.h"
+#include "Output.h"
+#include "ProgressLine.h"
+#include "Refusal.h"
+#include "folder_host/Entry.h"
+
+namespace project_share {
+
+using folder_host::Descriptor;
+using folder_host::Entry;
+using folder_host::EntryKind;
+
+namespace {
+
+// What stands at the copy's paths, the store's folder included, less what was found to be as it left.
+class Copy {
+ public:
+  explicit Copy(const std::string& folder) {
+    add(folder_host::listFolder(folder).entries, "");
+    folder_ = folder_host::openFolder(folder);
+    struct stat status {};
+    if (::fstatat(folder_.get(), folder_host::STORE_FOLDER, &status, AT_SYMLINK_NOFOLLOW) != 0) return;
+    const EntryKind kind = S_ISDIR(status.st_mode) ? EntryKind::folder : EntryKind::file;
+    add({{folder_host::STORE_FOLDER, kind, {}}}, "");
+    if (kind == EntryKind::folder) {
+      add(folder_host::listFolder(folder + "/" + folder_host::STORE_FOLDER).entries, folder_host::STORE_FOLDER);
+    }
+    for (const auto& [path, entry] : entries_) progress_.allBytes += entry.size;
+    progress_.allEntries = entries_.size();
+  }
+
+  void check(const Json& noted) {
+    const std::string path = pathIn(noted, "path");
+    const auto found = entries_.find(path);
+    if (found == entries_.end()) return differ("missing", path);
+    ++progress_.entries;
+    if (!isAsNoted(found->second, noted)) differ("changed", path);
+    entries_.erase(found);
+  }
+
+  // Gives how much differs in all.
+  std::size_t finish() {
+    for (const auto& [path, entry] : entries_) differ("added", path);
+    return differences_;
+  }
+
+ private:
+  void add(const std::vector<Entry>& entries, const std::string& prefix) {
+    for (const Entry& entry : entries) {
+      Entry whole = entry;
+      whole.path = folder_host::joined(prefix, entry.path);
+      entries_.emplace(whole.path, std::move(whole));
+    }
+  }
+
+  bool isAsNoted(const Entry& entry, const Json& noted) {
+    if (noted.at("kind").get<std::string>() != wordOf(entry.kind)) return false;
+    if (entry.kind == EntryKind::link) return pathIn(noted, "target") == entry.target;
+    if (entry.kind == EntryKind::folder) return true;
+    const Descriptor file = openFile(entry.path);
+    return noted.at("size").get<std::uint64_t>() == static_cast<std::uint64_t>(statusOf(file).st_size) &&
+           noted.at("sha256").get<std::string>() == digestOf(file, entry.path);
+  }
+
+  Descriptor openFile(const std::string& path) const {
+    try {
+      return openBeneath(folder_, path, O_RDONLY | O_NONBLOCK);
+    } catch (const std::system_error& error) {
+      throw unreadable(path, error);
+    }
+  }
+
+  std::string digestOf(const Descriptor& file, const std::string& path) {
+    try {
+      return sha256Of(file, [&](std::uint64_t bytes) {
+        progress_.bytes += bytes;
+        line_.show(progress_);
+      });
+    } catch (const std::system_error& error) {
+      throw unreadable(path, error);
+    }
+  }
+
+  static Refusal unreadable(const std::string& path, const std::system_error& error) {
+    return {folder_host::errors::ENTRY_UNREADABLE,
+            fmt::format("cannot read \"{}\": {}", shown(path), error.code().message())};
+  }
+
+  void differ(const char* how, const std::string& path) {
+    ++differences_;
+    Json object{{"type", how}};
+    putPath(object, "path", path);
+    item(fmt::format("{:7}  {}", how, shown(path)), object);
+  }
+
+  Descriptor folder_;
+  std::map<std::string, Entry> entries_;
+  folder_host::Progress progress_;
+  ProgressLine line_{"checked"};
+  std::size_t differences_ = 0;
+};
+
+Refusal unreadable(const std::string& file, const std::string& why) {
+  return {refusals::RECEIPT_UNREADABLE, fmt::format("\"{}\" cannot be read as a receipt: {}", shown(file), why)};
+}
+
+// Each entry is checked as it is read and forgotten, so that a long receipt takes no room. Gives the rest.
+Json readReceipt(std::istream& stream, Copy& copy) {
+  std::string section;
+  return Json::parse(stream, [&](int depth, Json::parse_event_t event, Json& parsed) {
+    if (depth == 1 && event == Json::parse_event_t::key) section = parsed.get<std::string>();
+    if (depth != 2 || event != Json::parse_event_t::object_end) return true;
+    if (section == "handedOut") copy.check(parsed);
+    return section != "handedOut" && section != "heldBack";
+  });
+}
+
+}  // namespace
+
+void verifyCopy(const std::string& folder, const std::string& file) {
+  std::ifstream stream(file, std::ios::binary);
+  if (!stream) throw unreadable(file, "it cannot be opened");
+  Copy copy(folder);
+  Json receipt;
+  try {
+    receipt = readReceipt(stream, copy);
+    if (receipt.at("receipt") != 1 || !receipt.at("handedOut").is_array()) throw unreadable(file, "it is none");
+  } catch (const Json::exception& error) {
+    throw unreadable(file, error.what());
+  }
+  const std::size_t differences = copy.finish();
+  if (differences > 0) {
+    throw Refusal(refusals::COPY_DIFFERS, fmt::format("{} from what was handed out, listed on standard output",
+                                                      counted(differences, "difference", "differences")));
+  }
+  done(fmt::format("{} is what was handed out at {}.", shown(folder), shown(receipt.at("time").get<std::string>())),
+       {{"type", "verified"}, {"time", receipt.at("time")}});
+}
+
+}  // namespace project_share
