@@ -9,7 +9,6 @@ namespace project_share {
 
 using fl::filesystem::path;
 using project::management::CategoryIdentifier;
-using project::management::FileLabel;
 using project::management::Label;
 using project::management::LabelIdentifier;
 

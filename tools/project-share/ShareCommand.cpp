@@ -47,6 +47,8 @@ ShareResult run(const Assessment& assessment, const std::shared_ptr<WorkingCopy>
   ProgressLine copied("copied");
   folder_host::ShareOptions options;
   options.allowed = words.allowed;
+  // Without a profile nothing is held back, and no label can fail to do so.
+  if (!words.profile) options.allowed.insert(folder_host::errors::LABEL_ON_GONE_PATH);
   options.onProgress = [&](const Progress& progress) {
     interruption.check();
     copied.show(progress);
@@ -84,13 +86,10 @@ void report(const Assessment& assessment, const WorkingCopy& copy, const ShareRe
 
 }  // namespace
 
-void share(const ShareWords& given) {
+void share(const ShareWords& words) {
   const FolderProject project = FolderProject::open(".");
   const auto copy = project.workingCopy();
-  folder_host::checkDestination(*copy, given.destination);
-  ShareWords words = given;
-  // Without a profile nothing is held back, and no label can fail to do so.
-  if (!words.profile) words.allowed.insert(folder_host::errors::LABEL_ON_GONE_PATH);
+  folder_host::checkDestination(*copy, words.destination);
   const Assessment assessment =
       words.profile ? assess(*copy, *findProfile(*managerOf(*copy), *words.profile)) : assessWhole(*copy);
   refuseHazards(assessment, words);
