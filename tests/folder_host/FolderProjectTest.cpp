@@ -47,6 +47,23 @@ TEST_F(FolderProjectTest, TheNearestProjectIsOpened) {
   EXPECT_EQ(opening("p/a/b"), errors::STORE_UNREADABLE) << "a damaged project is not passed over for one above";
 }
 
+TEST_F(FolderProjectTest, TheStoresPlaceMustBeFreeOrLeftByATryThatWasInterrupted) {
+  const std::string deep = "q/" + std::string(200, 'd') + "/" + std::string(200, 'd') + "/" + std::string(200, 'd');
+  fs::create_directories(in(deep));
+  put("q/1/.project", "somebody's");
+  put("q/2/.project/file", "somebody's");
+  fs::create_directories(in("q/3")), fs::create_directory_symlink("../2", in("q/3/.project"));
+  const Names before = tree("q");
+  for (const std::string folder : {"q/1", "q/2", "q/3"}) EXPECT_EQ(init(folder), errors::STORE_FAILED) << folder;
+  EXPECT_EQ(init(deep), errors::PATH_TOO_LONG);
+  EXPECT_EQ(tree("q"), before);
+  EXPECT_EQ(read(in("q/1/.project")), "somebody's");
+  put("q/4/.project/new-1", "half a store");
+  put("q/4/.project/new-1-journal");
+  EXPECT_EQ(init("q/4"), "");
+  EXPECT_EQ(tree("q/4"), (Names{".project", ".project/store.db"}));
+}
+
 TEST_F(FolderProjectTest, PathsAreLocatedInTheProject) {
   const FolderProject project = FolderProject::init(in("p"));
   fs::create_directory_symlink("a", in("p/link"));

@@ -58,6 +58,51 @@ TEST_F(StoreTest, AnInnerScopeThatFailsUndoesOnlyItsOwnChanges) {
   EXPECT_EQ(names(*open()), "ac");
 }
 
+TEST_F(StoreTest, ScopesThatEndOutOfOrderEndWithTheLast) {
+  const auto store = open();
+  std::optional<MetadataScopeGuard> outer = store->beginWrite();
+  std::optional<MetadataScopeGuard> inner = store->beginWrite();
+  add(*store, "a");
+  outer.reset();
+  add(*store, "b");
+  EXPECT_EQ(names(*open()), "");
+  inner.reset();
+  EXPECT_EQ(names(*open()), "ab");
+}
+
+TEST_F(StoreTest, AScopeThatBeganWhileAnExceptionPassedKeepsItsChanges) {
+  struct AddAtTheEnd {
+    Store& store;
+    ~AddAtTheEnd() {
+      const auto scope = store.beginWrite();
+      add(store, "a");
+    }
+  };
+  const auto store = open();
+  try {
+    const AddAtTheEnd late{*store};
+    throw std::runtime_error("on purpose");
+  } catch (const std::runtime_error&) {
+  }
+  EXPECT_EQ(names(*open()), "a");
+}
+
+TEST_F(StoreTest, AFailureThatUndoesTheWholeTransactionLetsNothingOfItsScopeBeKept) {
+  runSql(file_,
+         "CREATE TRIGGER t BEFORE INSERT ON category WHEN NEW.uuid = 'x' BEGIN SELECT RAISE(ROLLBACK, 'x'); END");
+  const auto store = open();
+  {
+    const auto outer = store->beginWrite();
+    const auto inner = store->beginWrite();
+    add(*store, "a");
+    EXPECT_EQ(refusalOf([&] { store->run("INSERT INTO category VALUES('x', x'')"); }), errors::STORE_FAILED);
+    EXPECT_EQ(refusalOf([&] { add(*store, "b"); }), errors::STORE_FAILED) << "it would be kept at once";
+  }
+  EXPECT_EQ(refusalOf([&] { store->confirm(); }), errors::STORE_FAILED);
+  store->atomically([&] { add(*store, "c"); });
+  EXPECT_EQ(names(*open()), "c");
+}
+
 TEST_F(StoreTest, WritingInAReadScopeIsRefusedAndChangesNothing) {
   const auto store = open();
   {

@@ -57,7 +57,7 @@ std::vector<Hazard> sparedFolders(const Preview& preview) {
   for (const Spared& spared : preview.spared) {
     if (spared.unlabelled == nullptr) continue;
     hazards.push_back({refusals::FOLDER_SPARED, spared.folder->path,
-                       fmt::format("{} stays, though {} selects it, because {} below it has no label",
+                       fmt::format("{} stays, though {} selects it, because {} below it has no label; label that too",
                                    folder_host::inQuotes(spared.folder->path), nameOfFilter(preview, spared.filter),
                                    folder_host::inQuotes(spared.unlabelled->path))});
   }
