@@ -149,8 +149,10 @@ TEST_F(ShareTest, LabelsLeaveWithTheirEntriesAndNothingElseOfTheStore) {
   auto node = std::make_shared<project::metadata::MetadataNodeSpecification>();
   node->put(u"RuleKey", u"RuleValue");
   project_.metadata()->setNodes({{project::metadata::MetadataPathBuilder().add(u"RuleType", u"r").build(), node}});
-  runSql(in("p/.project/store.db"),
-         "DELETE FROM label WHERE name = CAST(x'" + hex(toBlob(u"RemovedName")) + "' AS BLOB)");
+  runSql(in("p/.project/store.db"), "DELETE FROM attachment WHERE label = CAST(x'" + hex(toBlob(removed.uuid)) +
+                                        "' AS BLOB);"
+                                        "DELETE FROM label WHERE uuid = CAST(x'" +
+                                        hex(toBlob(removed.uuid)) + "' AS BLOB)");
   const auto change = [&](ProjectManager& manager) {
     manager.getLabelManager().removeLabel(project::management::CategoryIdentifier(secret.categoryUUID),
                                           project::management::LabelIdentifier(secret.uuid), false);

@@ -1,0 +1,121 @@
+#include <algorithm>
+#include <cstdlib>
+
+#include "CanaryScanner.h"
+#include "PlainFilters.h"
+#include "RandomProject.h"
+#include "folder_host/Fixture.h"
+#include "folder_host/FolderProject.h"
+#include "folder_host/Sharing.h"
+#include "folder_host/Text.h"
+#include "project/sharing/profiles/ExportFilter.h"
+#include "project/sharing/profiles/ExportProfile.h"
+#include "project/sharing/profiles/ExportProfileManager.h"
+#include "project/sharing/profiles/ExportProfileTransformation.h"
+
+namespace hand_out {
+
+namespace fs = std::filesystem;
+
+using namespace folder_host;
+using namespace project::sharing::profiles;
+
+namespace {
+
+unsigned setting(const char* variable, unsigned otherwise) {
+  const char* value = std::getenv(variable);
+  return value == nullptr ? otherwise : static_cast<unsigned>(std::stoul(value));
+}
+
+class HandOutTest : public FolderTest {
+ protected:
+  HandOutTest() { put(canary(0), canary(0)); }
+
+  void handOut(unsigned seed) {
+    for (const char* folder : {"p", "copy"}) fs::remove_all(in(folder));
+    fs::create_directory(in("p"));
+    const Planted planted = plant(in("p"), seed);
+    const FolderProject project = FolderProject::open(in("p"));
+    const std::string before = everythingIn(in("p"));
+    const auto left = project.workingCopy();
+    strip(*left, *createManager(project.metadata())->getProfileByUUID(planted.profile));
+    ShareOptions options;
+    options.allowed = {errors::LABEL_ON_GONE_PATH};
+    share(project.workingCopy(), ExportProfileTransformation(planted.profile), in("copy"), options);
+    EXPECT_TRUE(everythingIn(in("p")) == before) << "the project was changed";
+    expectCopyOf(*left, planted);
+    count(project.labels(), *left);
+    for (const int number : planted.deleted) counts_["deleted names in the store"] += holds(before, canary(number));
+  }
+
+  // By the plain rules.
+  void strip(WorkingCopy& copy, const ExportProfile& profile) {
+    for (const auto& filter : profile.getFilters()) {
+      const std::u16string kind = filter->getType();
+      const auto items = filter->getItems();
+      const bool ofFiles = kind == EXCLUDE_FILES_WITH_LABEL || kind == INCLUDE_FILES_WITH_LABEL;
+      (ofFiles ? plain::applyFileFilter : plain::applyLabelFilter)(kind, items, copy);
+      for (const LabelRecord& label : copy.getLabelManager().list()) {
+        const auto item = std::find(items.begin(), items.end(), ExportStrategyItem(label.categoryUUID, label.uuid));
+        counts_["kept labels that a filter drops"] += kind == EXCLUDE_LABEL && item != items.end();
+      }
+    }
+    copy.applyHostRules();
+  }
+
+  void expectCopyOf(WorkingCopy& left, const Planted& planted) const {
+    std::vector<std::string> names = namesOf(left.entries());
+    names.insert(names.end(), {".project", ".project/store.db"});
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(tree("copy"), names);
+    const std::string copy = everythingIn(in("copy"));
+    const std::set<int> numbers = canariesOf(left, planted);
+    EXPECT_EQ(canariesIn(copy), numbers);
+    for (const auto& [uuid, number] : planted.named) {
+      EXPECT_EQ(holds(copy, toBytes(uuid)), numbers.count(number) != 0) << "the UUID of " << number;
+    }
+    EXPECT_TRUE(createManager(FolderProject::open(in("copy")).metadata())->getProfiles().empty());
+  }
+
+  // Of a link the name alone: where it leads to stays as well.
+  std::set<int> canariesOf(WorkingCopy& left, const Planted& planted) const {
+    std::string bytes;
+    for (const Entry* entry : left.entries()) {
+      bytes += entry->path + '\n' + (entry->kind == EntryKind::file ? read(in("p/" + entry->path)) : "") + '\n';
+    }
+    const LabelStore& labels = left.getLabelManager();
+    for (const auto& label : labels.list()) bytes += canary(planted.named.at(label.uuid));
+    for (const auto& category : labels.getCategories()) bytes += canary(planted.named.at(category.toString()));
+    return canariesIn(bytes);
+  }
+
+  void count(const LabelStore& all, WorkingCopy& left) {
+    const LabelStore& labels = left.getLabelManager();
+    counts_["labels that go"] += all.list().size() - labels.list().size();
+    counts_["categories that go"] += all.getCategories().size() - labels.getCategories().size();
+    const auto isLink = [](const Entry* entry) { return entry->kind == EntryKind::link; };
+    for (const Entry* entry : left.entries()) ++counts_[isLink(entry) ? "links that stay" : "others that stay"];
+    for (const Entry* entry : left.gone()) ++counts_[isLink(entry) ? "links that go" : "others that go"];
+  }
+
+  std::map<std::string, std::size_t> counts_;
+};
+
+}  // namespace
+
+TEST_F(HandOutTest, ACopyHoldsWhatMayLeaveAndNothingElse) {
+  constexpr unsigned enough = 60;  // for everything to occur
+  const unsigned first = setting("CANARY_SEED", 1);
+  const unsigned projects = setting("CANARY_PROJECTS", enough);
+  for (unsigned seed = first; seed - first < projects && !HasFailure(); ++seed) {
+    SCOPED_TRACE("CANARY_PROJECTS=1 CANARY_SEED=" + std::to_string(seed));
+    EXPECT_NO_THROW(handOut(seed));
+  }
+  if (HasFailure() || projects < enough) return;
+  for (const char* what : {"others that stay", "others that go", "links that stay", "links that go", "labels that go",
+                           "categories that go", "kept labels that a filter drops", "deleted names in the store"}) {
+    EXPECT_GT(counts_[what], 0U) << what;
+  }
+}
+
+}  // namespace hand_out
