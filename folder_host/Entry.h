@@ -34,6 +34,9 @@ struct Entry {
   std::uint64_t size = 0;  // of a file, in bytes; else 0
 };
 
+// The order of a tree: a folder before what lies in it, and that before the folder's next neighbour.
+bool beforeInTree(const std::string& path, const std::string& other);
+
 // What a project's folder holds.
 struct Listing {
   std::vector<Entry> entries;        // sorted by the bytes of their paths; the project's folder is not among them

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <string_view>
 #include <tuple>
 #include <utility>
@@ -70,18 +71,38 @@ void addCollisions(const Entries& left, std::vector<Hazard>& hazards) {
   }
 }
 
-}  // namespace
+// What the folders of a tree come before.
+struct TreeOrder {
+  bool operator()(const std::string& a, const std::string& b) const { return beforeInTree(a, b); }
+};
 
-std::vector<Hazard> danglingLabels(WorkingCopy& copy) {
-  std::vector<Hazard> hazards;
+// The names of the labels, with commas between, by path.
+std::map<std::string, std::string, TreeOrder> labelsOnGonePaths(WorkingCopy& copy) {
+  std::map<std::string, std::string, TreeOrder> gone;
   const LabelStore& labels = copy.getLabelManager();
   for (const LabelRecord& label : labels.list()) {
     for (const std::string& path : labels.pathsOf(label.uuid)) {
       if (copy.table().find(path)) continue;
-      hazards.push_back({errors::LABEL_ON_GONE_PATH, path,
-                         inQuotes(path) + " is gone but labelled " + shown(label.categoryName + u"/" + label.name) +
-                             "; label what it became, and detach the label from the old path"});
+      std::string& names = gone[path];
+      names += (names.empty() ? "" : ", ") + shown(label.categoryName + u"/" + label.name);
     }
+  }
+  return gone;
+}
+
+}  // namespace
+
+// A folder that is gone stands for what was below it.
+std::vector<Hazard> danglingLabels(WorkingCopy& copy) {
+  std::vector<Hazard> hazards;
+  std::string folder;
+  for (const auto& [path, labels] : labelsOnGonePaths(copy)) {
+    if (!folder.empty() && path.compare(0, folder.size(), folder) == 0) continue;
+    folder = path + "/";
+    hazards.push_back({errors::LABEL_ON_GONE_PATH, path,
+                       inQuotes(path) + " is gone but labelled " + labels +
+                           "; where it was renamed or moved, label what it is now, and detach the label from " +
+                           inQuotes(path)});
   }
   return hazards;
 }

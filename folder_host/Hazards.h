@@ -15,7 +15,8 @@ struct Hazard {
   std::string message;     // one line for people
 };
 
-// LABEL_ON_GONE_PATH: labels on paths at which there is no entry; what was renamed or moved has lost its labels. To be
+// LABEL_ON_GONE_PATH: labels on paths at which there is no entry; what was renamed or moved has lost its labels.
+// Of a folder that is gone, with what was below it, the folder alone. To be
 // asked before a transformation takes labels away.
 std::vector<Hazard> danglingLabels(WorkingCopy& copy);
 

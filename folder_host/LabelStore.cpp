@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "folder_host/Error.h"
+#include "folder_host/Shown.h"
 #include "folder_host/Store.h"
 #include "folder_host/Text.h"
 #include "project/metadata/MetadataManager.h"
@@ -38,7 +39,8 @@ void checkNames(Store& store, const std::u16string& categoryName, const std::u16
       "SELECT 1 FROM label JOIN category c ON c.uuid = category WHERE c.name = ? AND label.name = ? AND label.uuid <> "
       "?";
   if (!store.query(sql, {toBlob(categoryName), toBlob(name), toBlob(itself)}).empty()) {
-    throw Error(errors::LABEL_NAME_TAKEN, "there is already a label of that name in the category");
+    throw Error(errors::LABEL_NAME_TAKEN,
+                "there is already a label '" + shown(categoryName + u"/" + name) + "'; choose another name");
   }
 }
 

@@ -76,6 +76,13 @@ class Walk {
 
 }  // namespace
 
+// '/' counts as the least byte.
+bool beforeInTree(const std::string& path, const std::string& other) {
+  const auto rank = [](char c) { return c == '/' ? 0 : 1 + static_cast<unsigned char>(c); };
+  return std::lexicographical_compare(path.begin(), path.end(), other.begin(), other.end(),
+                                      [&](char a, char b) { return rank(a) < rank(b); });
+}
+
 Listing listFolder(const std::string& folder) {
   try {
     return Walk(folder).run();

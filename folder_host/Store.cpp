@@ -37,14 +37,6 @@ Store::Row readRow(const SQLite::Statement& statement) {
   return row;
 }
 
-// What is damaged may have lost a label, or hide one from the filters: nothing is decided by it.
-bool isSound(SQLite::Database& database) {
-  const char* strays =
-      "SELECT (SELECT count(*) FROM label WHERE category NOT IN (SELECT uuid FROM category)) +"
-      " (SELECT count(*) FROM attachment WHERE label NOT IN (SELECT uuid FROM label))";
-  return database.execAndGet("PRAGMA quick_check(1)").getString() == "ok" && database.execAndGet(strays).getInt() == 0;
-}
-
 struct Release {
   void operator()(unsigned char* bytes) const { sqlite3_free(bytes); }
 };
@@ -95,7 +87,6 @@ std::shared_ptr<Store> Store::memoryCopy() {
     SQLite::Database memory(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
     const int result = SQLite::Backup(memory, database_).executeStep();
     if (result != SQLITE_DONE) throw storeFailure(result);
-    if (!isSound(memory)) throw storeFailure(SQLITE_CORRUPT);
     return std::make_shared<Store>(std::move(memory));
   } catch (const SQLite::Exception& error) {
     throw storeFailure(error);

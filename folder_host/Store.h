@@ -42,7 +42,7 @@ class Store : public std::enable_shared_from_this<Store> {
   Store(const Store&) = delete;
   Store& operator=(const Store&) = delete;
 
-  // The same content in a store that has no file. Errors: STORE_UNREADABLE where it is damaged.
+  // The same content in a store that has no file.
   std::shared_ptr<Store> memoryCopy();
   // The bytes of a store file with the content of this one, which has no file: no byte of what was removed is in them.
   // No scope is open.

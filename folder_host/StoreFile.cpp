@@ -55,6 +55,14 @@ void checkRegularFile(const std::string& file) {
   if (!S_ISREG(status.st_mode)) throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is not a file");
 }
 
+// What is damaged may have lost a label, or hide one from the filters: nothing is decided by it, and nothing added.
+bool isSound(SQLite::Database& database) {
+  const char* strays =
+      "SELECT (SELECT count(*) FROM label WHERE category NOT IN (SELECT uuid FROM category)) +"
+      " (SELECT count(*) FROM attachment WHERE label NOT IN (SELECT uuid FROM label))";
+  return database.execAndGet("PRAGMA quick_check(1)").getString() == "ok" && database.execAndGet(strays).getInt() == 0;
+}
+
 void checkContent(SQLite::Database& database, const std::string& file) {
   if (database.execAndGet("PRAGMA application_id").getInt() != APPLICATION_ID) {
     throw Error(errors::STORE_UNREADABLE, inQuotes(file) + " is not the store of a project");
@@ -66,6 +74,7 @@ void checkContent(SQLite::Database& database, const std::string& file) {
   }
   if (version < VERSION) throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is incomplete");
   for (const char* probe : PROBES) SQLite::Statement(database, probe).executeStep();
+  if (!isSound(database)) throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is damaged");
 }
 
 }  // namespace

@@ -51,25 +51,53 @@ std::vector<Hazard> skippedFilters(const ExportProfile& profile, project::metada
   return hazards;
 }
 
-// What was added to a labelled folder later has no label, and would leave with the folder's name.
+// What was added to a labelled folder later has no label, and would leave with the folder's name. Told of the topmost
+// folder for each such file.
 std::vector<Hazard> sparedFolders(const Preview& preview) {
   std::vector<Hazard> hazards;
+  std::set<const folder_host::Entry*> told;
   for (const Spared& spared : preview.spared) {
-    if (spared.unlabelled == nullptr) continue;
+    if (spared.unlabelled == nullptr || !told.insert(spared.unlabelled).second) continue;
     hazards.push_back({refusals::FOLDER_SPARED, spared.folder->path,
-                       fmt::format("{} stays, though {} selects it, because {} below it has no label; label that too",
-                                   folder_host::inQuotes(spared.folder->path), nameOfFilter(preview, spared.filter),
+                       fmt::format("{} carries {} and stays all the same, because {} in it has no label; label that "
+                                   "too, or take the label off the folder",
+                                   folder_host::inQuotes(spared.folder->path), namesOf(preview, spared.labels),
                                    folder_host::inQuotes(spared.unlabelled->path))});
   }
   return hazards;
 }
 
+bool names(const profiles::ExportFilter& filter, const LabelRecord& label) {
+  for (const auto& item : filter.getItems()) {
+    if (item.labelUUID == label.uuid && item.category == label.categoryUUID) return true;
+  }
+  return false;
+}
+
 std::vector<Hazard> idleFilters(const Preview& preview) {
   std::vector<Hazard> idle;
   for (std::size_t i = 0; i < preview.filters.size(); ++i) {
-    const FilterEffect& effect = preview.filters[i];
-    if (!effect.gone.empty() || effect.spared > 0 || !effect.labelsGone.empty()) continue;
+    if (preview.filters[i].matches) continue;
     idle.push_back({refusals::FILTER_IDLE, {}, nameOfFilter(preview, i + 1) + ", takes nothing out"});
+  }
+  if (preview.filters.empty())
+    idle.push_back({refusals::FILTER_IDLE, {}, "the profile has no filter: everything leaves"});
+  return idle;
+}
+
+// Of a filter with several labels, those that hold nothing back.
+std::vector<Hazard> idleLabels(const ExportProfile& profile, const folder_host::LabelStore& store) {
+  std::vector<Hazard> idle;
+  const std::vector<LabelRecord> labels = store.list();
+  for (const auto& filter : profile.getFilters()) {
+    if (filter->getType() != profiles::EXCLUDE_FILES_WITH_LABEL) continue;
+    for (const LabelRecord& label : labels) {
+      if (!names(*filter, label) || !store.pathsOf(label.uuid).empty()) continue;
+      idle.push_back(
+          {refusals::LABEL_IDLE,
+           {},
+           fmt::format("the {} filter names {}, which hangs on nothing", wordOf(filter->getType()), nameOf(label))});
+    }
   }
   return idle;
 }
@@ -82,10 +110,11 @@ Assessment assess(const WorkingCopy& copy, const ExportProfile& profile) {
   append(assessment.hazards, goneLabels(profile, clone->getLabelManager().list()));
   append(assessment.hazards, skippedFilters(profile, *clone->getMetadataManager()));
   append(assessment.hazards, danglingLabels(*clone));
+  assessment.idle = idleLabels(profile, clone->getLabelManager());
   assessment.preview = previewOf(profile.getFilters(), *clone);
   append(assessment.hazards, sparedFolders(assessment.preview));
   append(assessment.hazards, hazardsAmongLeft(*clone));
-  assessment.idle = idleFilters(assessment.preview);
+  append(assessment.idle, idleFilters(assessment.preview));
   return assessment;
 }
 

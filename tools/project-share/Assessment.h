@@ -17,7 +17,7 @@ struct Assessment {
   std::u16string uuid;
   Preview preview;
   std::vector<Hazard> hazards;
-  std::vector<Hazard> idle;  // filters that take nothing out: a hazard only to the strict
+  std::vector<Hazard> idle;  // what can hold nothing back: a hazard only to the strict
 };
 
 // Of a clone: the copy itself still has everything afterwards, and has to outlive the assessment.

@@ -220,6 +220,13 @@ void addOptions(CLI::App& app) {
   app.add_flag("--quiet", manner().quiet, "Write nothing but what was asked for");
 }
 
+// As far as the words got.
+std::string namedCommand(const CLI::App& app) {
+  std::string name = app.get_name();
+  for (const CLI::App* command : app.get_subcommands()) name += " " + namedCommand(*command);
+  return name;
+}
+
 int parse(CLI::App& app, std::vector<std::string> words) {
   try {
     app.parse(std::move(words));
@@ -227,7 +234,7 @@ int parse(CLI::App& app, std::vector<std::string> words) {
     if (error.get_exit_code() != 0) {
       const std::vector<std::string> unknown = app.remaining(true);
       const std::string problem = unknown.empty() ? error.what() : "what is \"" + unmarked(unknown.front()) + "\"?";
-      return complain(WRONG_USAGE, "usage", (shown(problem) + "; see 'project-share --help'").c_str());
+      return complain(WRONG_USAGE, "usage", (shown(problem) + "; see '" + namedCommand(app) + " --help'").c_str());
     }
     app.exit(error);  // help was asked for
   }

@@ -68,9 +68,9 @@ void printFilter(ExportFilter& filter, std::size_t position, const std::vector<f
   const auto cases = isFileKind(kind) ? fileCases(filter, items) : labelCases(filter, items);
   Json object{{"filter", position}, {"kind", wordOf(kind)}, {"meaning", meaningOf(kind)}, {"labels", Json::array()}};
   std::string text = fmt::format("  {}. {}: {}", position, wordOf(kind), meaningOf(kind));
-  for (const ExportStrategyItem& item : items) {
-    object["labels"].push_back(nameOf(item, labels));
-    text += "\n       " + nameOf(item, labels);
+  for (const std::string& name : labelNames(filter, labels)) {
+    object["labels"].push_back(name);
+    text += "\n       " + name;
   }
   if (items.empty()) text += "\n       (none)";
   text += isFileKind(kind) ? "\n     an entry with" : "\n     of the project's labels,";
@@ -88,13 +88,13 @@ void explainProfile(const std::string& word) {
   const auto scope = project.metadata()->beginReadScope();
   const auto profile = findProfile(*profiles::createManager(project.metadata()), word);
   const auto labels = project.labels().list();
-  if (!manner().json) {
-    line(fmt::format("Profile {} hands out everything but what its filters take out, one after the other:",
-                     shown(profile->getName())));
-  }
+  const auto filters = profile->getFilters();
+  const char* begin = filters.empty() ? "has no filter: everything leaves."
+                                      : "hands out everything but what its filters take out, one after the other:";
+  if (!manner().json) line(fmt::format("Profile {} {}", shown(profile->getName()), begin));
   std::size_t position = 0;
-  for (const auto& filter : profile->getFilters()) printFilter(*filter, ++position, labels);
-  if (manner().json) return;
+  for (const auto& filter : filters) printFilter(*filter, ++position, labels);
+  if (manner().json || filters.empty()) return;
   line("A folder that would go stays when a file below it stays. Then go links to what is not handed out, and folders");
   line("in which nothing is left.");
 }

@@ -47,11 +47,11 @@ std::vector<std::string> pathsAt(const std::vector<std::string>& sorted, const F
 
 Refusal noEntry(const std::string& named) {
   return {folder_host::errors::PATH_NOT_AN_ENTRY,
-          fmt::format("\"{}\" is no file, folder or link of the project that a label can hang on", named)};
+          fmt::format("'{}' is no file, folder or link of the project that a label can hang on", named)};
 }
 
 Refusal notAttached(const std::string& named) {
-  return {refusals::LABEL_NOT_ATTACHED, fmt::format("nothing at \"{}\" carries that label", named)};
+  return {refusals::LABEL_NOT_ATTACHED, fmt::format("nothing at '{}' carries that label", named)};
 }
 
 std::vector<std::string> entryPaths(const FolderProject& project) {
@@ -65,7 +65,7 @@ void refuseInUse(profiles::ExportProfileManager& manager, const LabelRecord& lab
   forEachItem(manager, [&](const auto& profile, const auto& filter, const auto& item) {
     if (item.labelUUID != label.uuid) return;
     throw Refusal(refusals::LABEL_IN_USE,
-                  fmt::format("profile \"{}\" names {} in its {} filter; take it out there first",
+                  fmt::format("profile '{}' names {} in its {} filter; take it out there first",
                               shown(profile.getName()), nameOf(label), wordOf(filter.getType())));
   });
 }
@@ -170,8 +170,8 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
     const std::size_t count = project.labels().attach(found.uuid, paths);
     return std::tuple(std::move(found), distinct(std::move(paths)), count);
   });
-  done(fmt::format("Attached {} to {} ({} had it already).", nameOf(label), counted(added, "entry", "entries"),
-                   entries - added),
+  const std::string had = entries == added ? "" : fmt::format(" ({} had it already)", entries - added);
+  done(fmt::format("Attached {} to {}{}.", nameOf(label), counted(added, "entry", "entries"), had),
        {{"label", jsonOf(label)}, {"entries", entries}, {"added", added}});
 }
 

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <map>
 #include <utility>
 
 #include "Output.h"
@@ -28,12 +29,11 @@ const std::vector<std::pair<std::string, std::u16string>>& kinds() {
 template <class Found>
 auto theOnly(const Found& found, const char* ambiguous, const char* absent, const std::string& word, const char* what) {
   if (found.empty()) {
-    throw Refusal(absent,
-                  fmt::format("there is no {0} \"{1}\"; 'project-share {0} list' shows them", what, shown(word)));
+    throw Refusal(absent, fmt::format("there is no {0} '{1}'; 'project-share {0} list' shows them", what, shown(word)));
   }
   if (found.size() > 1) {
     throw Refusal(ambiguous,
-                  fmt::format("{2} {0}s are named \"{1}\"; give the UUID, which 'project-share {0} list' shows", what,
+                  fmt::format("{2} {0}s are named '{1}'; give the UUID, which 'project-share {0} list' shows", what,
                               shown(word), found.size()));
   }
   return found.front();
@@ -78,7 +78,7 @@ LabelRecord findLabel(const folder_host::LabelStore& labels, const std::string& 
 std::pair<std::u16string, std::u16string> splitLabel(const std::string& word) {
   const std::size_t slash = word.find('/');
   if (slash == std::string::npos) {
-    throw Refusal(refusals::LABEL_MALFORMED, fmt::format("\"{}\" is no label; write CATEGORY/NAME", shown(word)));
+    throw Refusal(refusals::LABEL_MALFORMED, fmt::format("'{}' is no label; write CATEGORY/NAME", shown(word)));
   }
   return {folder_host::fromBytes(word.substr(0, slash)), folder_host::fromBytes(word.substr(slash + 1))};
 }
@@ -99,6 +99,21 @@ std::string nameOf(const profiles::ExportStrategyItem& item, const std::vector<L
 
 std::unique_ptr<profiles::ExportProfileManager> managerOf(folder_host::WorkingCopy& copy) {
   return profiles::createManager(copy.getMetadataManager());
+}
+
+std::vector<std::shared_ptr<profiles::ExportProfile>> profilesByName(profiles::ExportProfileManager& manager) {
+  std::multimap<std::u16string, std::shared_ptr<profiles::ExportProfile>> byName;
+  for (const auto& profile : manager.getProfiles()) byName.emplace(profile->getName(), profile);
+  std::vector<std::shared_ptr<profiles::ExportProfile>> sorted;
+  for (const auto& [name, profile] : byName) sorted.push_back(profile);
+  return sorted;
+}
+
+std::vector<std::string> labelNames(const profiles::ExportFilter& filter, const std::vector<LabelRecord>& labels) {
+  std::vector<std::string> names;
+  for (const auto& item : filter.getItems()) names.push_back(nameOf(item, labels));
+  std::sort(names.begin(), names.end());
+  return names;
 }
 
 std::shared_ptr<profiles::ExportProfile> findProfile(profiles::ExportProfileManager& manager, const std::string& word) {

@@ -39,6 +39,13 @@ std::shared_ptr<profiles::ExportProfile> findProfile(profiles::ExportProfileMana
 // Of the metadata of a working copy.
 std::unique_ptr<profiles::ExportProfileManager> managerOf(folder_host::WorkingCopy& copy);
 
+// Sorted by name.
+std::vector<std::shared_ptr<profiles::ExportProfile>> profilesByName(profiles::ExportProfileManager& manager);
+
+// The names of the filter's labels, as nameOf gives them, sorted.
+std::vector<std::string> labelNames(const profiles::ExportFilter& filter,
+                                    const std::vector<folder_host::LabelRecord>& labels);
+
 // Every item of every stored profile: visit(profile, filter, item).
 template <class Visit>
 void forEachItem(profiles::ExportProfileManager& manager, const Visit& visit) {

@@ -41,7 +41,8 @@ class Previewing {
   }
 
   Preview run(const std::vector<std::shared_ptr<ExportFilter>>& filters) {
-    for (const auto& filter : filters) apply(*filter);
+    for (const auto& filter : filters) preview_.filters.push_back({filter->getType(), {}, 0, {}, matches(*filter)});
+    for (position_ = 1; position_ <= filters.size(); ++position_) apply(*filters[position_ - 1]);
     applyHostRules();
     preview_.stays = copy_.entries();
     noteSpared();
@@ -54,18 +55,29 @@ class Previewing {
   }
 
   void apply(ExportFilter& filter) {
-    FilterEffect effect;
-    effect.kind = filter.getType();
+    FilterEffect& effect = preview_.filters[position_ - 1];
     const Entries before = copy_.entries();
     const std::vector<LabelRecord> labelsBefore = labels_.list();
     const Entries selected = isFileKind(effect.kind) ? selectedAmong(filter, before) : Entries();
     filter.apply(copy_);
     const Entries after = copy_.entries();
     effect.gone = missing(before, after);
-    effect.spared = missing(selected, effect.gone).size();
     noteReasons(filter, effect.gone, selected);
+    for (const Entry* entry : missing(selected, effect.gone)) effect.spared += isSpared(entry) ? 1U : 0U;
     noteLabelsGone(labelsBefore, effect.labelsGone);
-    preview_.filters.push_back(std::move(effect));
+  }
+
+  // By a label: a folder that was to go for the want of one is on the way to what stays.
+  bool isSpared(const Entry* entry) const {
+    const auto noted = spared_.find(indexOf(entry));
+    return noted != spared_.end() && !noted->second.labels.empty();
+  }
+
+  // Asked before anything is taken out.
+  bool matches(ExportFilter& filter) {
+    if (isFileKind(filter.getType())) return !selectedAmong(filter, copy_.entries()).empty();
+    return std::any_of(preview_.labels.begin(), preview_.labels.end(),
+                       [&](const LabelRecord& label) { return takesAway(filter, fileLabel(label)); });
   }
 
   Entries selectedAmong(ExportFilter& filter, const Entries& entries) {
@@ -80,16 +92,14 @@ class Previewing {
 
   // Of all that was selected: what is not gone yet is spared, until a later filter takes it.
   void noteReasons(ExportFilter& filter, const Entries& gone, const Entries& selected) {
-    const std::size_t position = preview_.filters.size() + 1;
     for (const Entry* entry : selected) {
-      Reason& reason = spared_[indexOf(entry)];
-      reason = {Reason::Rule::filter, position, {}};
+      spared_[indexOf(entry)] = {Reason::Rule::filter, position_, {}};
     }
     if (!selected.empty()) noteSufficientLabels(filter, selected);
     for (const Entry* entry : gone) {
       const auto noted = spared_.find(indexOf(entry));
       Reason& reason = preview_.reasons[indexOf(entry)];
-      reason = noted != spared_.end() ? std::move(noted->second) : Reason{Reason::Rule::filter, position, {}};
+      reason = noted != spared_.end() ? std::move(noted->second) : Reason{Reason::Rule::folder, position_, {}};
       if (noted != spared_.end()) spared_.erase(noted);
     }
   }
@@ -139,7 +149,7 @@ class Previewing {
     for (const Entry* entry : preview_.stays) {
       const std::size_t index = indexOf(entry);
       const auto noted = spared_.find(index);
-      if (noted == spared_.end() || because[index] == nullptr) continue;
+      if (!isSpared(entry) || because[index] == nullptr) continue;
       preview_.spared.push_back({entry, noted->second.filter, because[index], unlabelled[index], noted->second.labels});
     }
   }
@@ -158,6 +168,7 @@ class Previewing {
   std::unordered_map<std::u16string, std::size_t> labelIndices_;
   std::vector<bool> labelled_;                      // as the project stands, whatever labels filters take away
   std::unordered_map<std::size_t, Reason> spared_;  // what was selected and is still there
+  std::size_t position_ = 0;                        // of the filter that is being applied, from 1
 };
 
 }  // namespace

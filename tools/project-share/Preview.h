@@ -11,7 +11,7 @@ namespace project_share {
 
 using Entries = std::vector<const folder_host::Entry*>;
 
-// A folder that a filter selects and that stays for the sake of what stays below it.
+// A folder that a filter selects by its labels and that stays for the sake of what stays below it.
 struct Spared {
   const folder_host::Entry* folder;
   std::size_t filter;                    // the last that selects it, from 1
@@ -22,8 +22,8 @@ struct Spared {
 
 // Why an entry goes.
 struct Reason {
-  enum class Rule { none, filter, link, emptied };
-  Rule rule = Rule::none;  // none: it stays
+  enum class Rule { none, filter, folder, link, emptied };
+  Rule rule = Rule::none;  // none: it stays; folder: it goes with the folder that it lies in
   std::size_t filter = 0;  // from 1
   // Those of its labels that suffice for the filter: indices into Preview::labels. Empty: it carries none.
   std::vector<std::size_t> labels;
@@ -33,8 +33,9 @@ struct Reason {
 struct FilterEffect {
   std::u16string kind;
   Entries gone;                         // in the order of the listing
-  std::size_t spared = 0;               // folders that it selects and that are left after it
+  std::size_t spared = 0;               // folders that it selects by their labels and that are left after it
   std::vector<std::size_t> labelsGone;  // indices into Preview::labels
+  bool matches = false;                 // it would take out something, were it the only one
 };
 
 // Entries are those of the copy's listing.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 
 #include "Assessment.h"
 #include "Commands.h"
@@ -19,18 +20,11 @@ using folder_host::FolderProject;
 
 namespace {
 
-// A folder before what lies in it, and that before the folder's next neighbour: '/' counts as the least byte.
-bool beforeInTree(const Entry& a, const Entry& b) {
-  const auto rank = [](char c) { return c == '/' ? 0 : 1 + static_cast<unsigned char>(c); };
-  return std::lexicographical_compare(a.path.begin(), a.path.end(), b.path.begin(), b.path.end(),
-                                      [&](char one, char other) { return rank(one) < rank(other); });
-}
-
 std::vector<std::size_t> treeOrder(const std::vector<Entry>& entries) {
   std::vector<std::size_t> order(entries.size());
   for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
   std::sort(order.begin(), order.end(),
-            [&](std::size_t a, std::size_t b) { return beforeInTree(entries[a], entries[b]); });
+            [&](std::size_t a, std::size_t b) { return folder_host::beforeInTree(entries[a].path, entries[b].path); });
   return order;
 }
 
@@ -116,11 +110,13 @@ std::string answer(const Assessment& assessment, const Entry& entry, const Reaso
   return fmt::format("{} stays: no filter of {} selects it", name, profile);
 }
 
-Json labelsJson(const folder_host::LabelStore& store, const Preview& preview, const std::string& path) {
-  Json labels = Json::array();
-  for (const auto& label : store.labelsOf(path)) {
-    const auto is = [&](const folder_host::LabelRecord& record) { return record.uuid == label.getUUID(); };
-    labels.push_back(jsonOf(*std::find_if(preview.labels.begin(), preview.labels.end(), is)));
+// By name.
+std::vector<folder_host::LabelRecord> labelsOf(const folder_host::LabelStore& store, const std::string& path) {
+  std::set<std::u16string> uuids;
+  for (const auto& label : store.labelsOf(path)) uuids.insert(label.getUUID());
+  std::vector<folder_host::LabelRecord> labels;
+  for (folder_host::LabelRecord& label : store.list()) {
+    if (uuids.count(label.uuid) != 0) labels.push_back(std::move(label));
   }
   return labels;
 }
@@ -133,7 +129,7 @@ void previewProfile(const std::string& word) {
   printTree(*copy, assessment.preview);
   for (std::size_t i = 1; i <= assessment.preview.filters.size(); ++i) printFilter(assessment.preview, i);
   printSkipped(copy->listing());
-  printHazards(assessment.idle);
+  printNotes(assessment.idle);
   printHazards(assessment.hazards);
   printSummary(*copy, assessment);
 }
@@ -146,19 +142,18 @@ void explainPath(const std::string& named, const std::string& word) {
   const auto index = copy->table().find(path);
   if (!index) {
     throw Refusal(folder_host::errors::PATH_NOT_AN_ENTRY,
-                  fmt::format("\"{}\" is no file, folder or link of the project", shown(named)));
+                  fmt::format("'{}' is no file, folder or link of the project", shown(named)));
   }
   const Entry& entry = copy->listing().entries[*index];
   const Reason& reason = assessment.preview.reasons[*index];
   const Spared* spared = sparedOf(assessment.preview, entry);
   Json object = jsonLine(assessment.preview, entry, reason, spared);
   object["profile"] = {{"uuid", utf8(assessment.uuid)}, {"name", utf8(assessment.name)}};
-  object["labels"] = labelsJson(copy->getLabelManager(), assessment.preview, path);
+  object["labels"] = Json::array();
+  for (const auto& label : labelsOf(copy->getLabelManager(), path)) object["labels"].push_back(jsonOf(label));
   item(answer(assessment, entry, reason, spared), object);
   if (manner().json) return;
-  for (const auto& label : copy->getLabelManager().labelsOf(path)) {
-    line("label  " + nameOf({label.getCategory().toString(), label.getUUID()}, assessment.preview.labels));
-  }
+  for (const folder_host::LabelRecord& label : labelsOf(copy->getLabelManager(), path)) line("label  " + nameOf(label));
 }
 
 }  // namespace project_share

@@ -13,18 +13,33 @@ std::string nameOfFilter(const Preview& preview, std::size_t position) {
   return fmt::format("filter {}, {}", position, wordOf(preview.filters[position - 1].kind));
 }
 
-std::string namesOf(const Preview& preview, const std::vector<std::size_t>& labels) {
+std::string namesOf(const Preview& preview, std::vector<std::size_t> labels) {
+  std::sort(labels.begin(), labels.end());  // as they are listed, by name
   std::string names;
   for (const std::size_t label : labels) names += (names.empty() ? "" : ", ") + nameOf(preview.labels[label]);
-  return names.empty() ? "no label" : names;
+  return names;
 }
+
+namespace {
+
+// Why the filter selects what carries these labels.
+std::string selection(const Preview& preview, std::size_t filter, const std::vector<std::size_t>& labels) {
+  const std::string begin = nameOfFilter(preview, filter) + ": ";
+  if (labels.empty()) return begin + "without a label";
+  const bool keeps = preview.filters[filter - 1].kind == profiles::INCLUDE_FILES_WITH_LABEL;
+  return begin + namesOf(preview, labels) + (keeps ? " is not listed" : "");
+}
+
+}  // namespace
 
 std::string textOf(const Preview& preview, const Reason& reason) {
   switch (reason.rule) {
     case Reason::Rule::none:
       return {};
     case Reason::Rule::filter:
-      return nameOfFilter(preview, reason.filter) + ": " + namesOf(preview, reason.labels);
+      return selection(preview, reason.filter, reason.labels);
+    case Reason::Rule::folder:
+      return nameOfFilter(preview, reason.filter) + ": lies in a folder that goes";
     case Reason::Rule::link:
       return "a link to what is not handed out";
     case Reason::Rule::emptied:
@@ -34,14 +49,17 @@ std::string textOf(const Preview& preview, const Reason& reason) {
 }
 
 std::string textOf(const Preview& preview, const Spared& spared) {
-  return fmt::format("{}: {}, selects it, but {} below it stays", nameOfFilter(preview, spared.filter),
-                     namesOf(preview, spared.labels), shown(spared.because->path));
+  return fmt::format("{}, but {} below it stays", selection(preview, spared.filter, spared.labels),
+                     shown(spared.because->path));
 }
 
 Json jsonOf(const Preview& preview, const Reason& reason) {
   if (reason.rule == Reason::Rule::link) return {{"rule", "link"}};
   if (reason.rule == Reason::Rule::emptied) return {{"rule", "emptied"}};
-  Json object{{"rule", "filter"}, {"filter", reason.filter}, {"kind", wordOf(preview.filters[reason.filter - 1].kind)}};
+  const bool byFolder = reason.rule == Reason::Rule::folder;
+  Json object{{"rule", byFolder ? "folder" : "filter"},
+              {"filter", reason.filter},
+              {"kind", wordOf(preview.filters[reason.filter - 1].kind)}};
   object["labels"] = Json::array();
   for (const std::size_t label : reason.labels) object["labels"].push_back(jsonOf(preview.labels[label]));
   return object;
@@ -59,10 +77,18 @@ const Spared* sparedOf(const Preview& preview, const folder_host::Entry& entry) 
   return spared != preview.spared.end() && spared->folder == &entry ? &*spared : nullptr;
 }
 
-void printHazards(const std::vector<folder_host::Hazard>& hazards) {
+void printHazards(const std::vector<folder_host::Hazard>& hazards, const std::string& prefix, const Json& more) {
   for (const auto& hazard : hazards) {
-    item(asWarning(fmt::format("{}: {}", hazard.identifier, hazard.message)), jsonOf(hazard));
+    Json object = jsonOf(hazard);
+    object.update(more);
+    item(asWarning(fmt::format("{}{}: {}", prefix, hazard.identifier, hazard.message)), object);
   }
+}
+
+void printNotes(const std::vector<folder_host::Hazard>& notes, const std::string& prefix, const Json& more) {
+  Json note{{"type", "note"}};
+  note.update(more);
+  printHazards(notes, prefix, note);
 }
 
 void printLabel(const folder_host::LabelRecord& label, std::size_t paths) {

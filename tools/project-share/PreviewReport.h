@@ -13,12 +13,12 @@ namespace project_share {
 // "filter 1, drop-files"
 std::string nameOfFilter(const Preview& preview, std::size_t position);
 
-// The names of labels, given by index, with commas between; "no label" of none.
-std::string namesOf(const Preview& preview, const std::vector<std::size_t>& labels);
+// The names of labels, given by index, sorted, with commas between.
+std::string namesOf(const Preview& preview, std::vector<std::size_t> labels);
 
 // "filter 1, drop-files: audience/internal", "nothing left in it"; of an entry that stays empty.
 std::string textOf(const Preview& preview, const Reason& reason);
-// "filter 1, drop-files: audience/internal, selects it, but drafts/new below it stays"
+// "filter 1, drop-files: audience/internal, but drafts/new below it stays"
 std::string textOf(const Preview& preview, const Spared& spared);
 
 Json jsonOf(const Preview& preview, const Reason& reason);
@@ -27,7 +27,12 @@ Json jsonOf(const Preview& preview, const Spared& spared);
 // None where the entry is not spared.
 const Spared* sparedOf(const Preview& preview, const folder_host::Entry& entry);
 
-void printHazards(const std::vector<folder_host::Hazard>& hazards);
+// With `prefix` before each line, and with the fields of `more` in each object.
+void printHazards(const std::vector<folder_host::Hazard>& hazards, const std::string& prefix = {},
+                  const Json& more = Json::object());
+// What is no reason to refuse by itself.
+void printNotes(const std::vector<folder_host::Hazard>& notes, const std::string& prefix = {},
+                const Json& more = Json::object());
 // As `label list` gives it: attached to so many paths.
 void printLabel(const folder_host::LabelRecord& label, std::size_t paths);
 void printSkipped(const folder_host::Listing& listing);

@@ -24,7 +24,7 @@ std::u16string freeName(ExportProfileManager& manager, const std::string& word, 
   for (const auto& profile : manager.getProfiles()) {
     if (profile->getName() == name && profile->getUUID() != uuid) {
       throw Refusal(refusals::PROFILE_NAME_TAKEN,
-                    fmt::format("a profile \"{}\" is there already; choose another name", shown(name)));
+                    fmt::format("a profile '{}' is there already; choose another name", shown(name)));
     }
   }
   return name;
@@ -65,7 +65,7 @@ ExportStrategyItem itemIn(const ExportFilter& filter, const std::vector<folder_h
   for (const ExportStrategyItem& item : filter.getItems()) {
     if (item.labelUUID == text || nameOf(item, labels) == shown(word)) return item;
   }
-  throw Refusal(refusals::LABEL_NOT_IN_FILTER, fmt::format("the filter does not name \"{}\"", shown(word)));
+  throw Refusal(refusals::LABEL_NOT_IN_FILTER, fmt::format("the filter does not name '{}'", shown(word)));
 }
 
 void removeItems(ExportFilter& filter, const std::vector<folder_host::LabelRecord>& labels,
@@ -104,7 +104,7 @@ void createProfile(const std::string& word) {
 void listProfiles() {
   const FolderProject project = FolderProject::open(".");
   const auto scope = project.metadata()->beginReadScope();
-  for (const auto& profile : profiles::createManager(project.metadata())->getProfiles()) {
+  for (const auto& profile : profilesByName(*profiles::createManager(project.metadata()))) {
     const std::size_t filters = profile->getFilters().size();
     Json object{{"type", "profile"}};
     object.update(jsonOf(*profile));
@@ -125,7 +125,7 @@ void showProfile(const std::string& word) {
   std::size_t position = 0;
   for (const auto& filter : profile->getFilters()) {
     line(fmt::format("  {}. {}", ++position, wordOf(filter->getType())));
-    for (const ExportStrategyItem& item : filter->getItems()) line("     " + nameOf(item, labels));
+    for (const std::string& name : labelNames(*filter, labels)) line("     " + name);
   }
 }
 
@@ -189,7 +189,7 @@ void removeFilter(const std::string& word, const std::string& kindWord, const st
     const auto filter = filterOf(*profile, kindOf(kindWord));
     if (!filter) {
       throw Refusal(refusals::FILTER_NOT_FOUND,
-                    fmt::format("profile \"{}\" has no {} filter; 'project-share profile show' shows what it has",
+                    fmt::format("profile '{}' has no {} filter; 'project-share profile show' shows what it has",
                                 shown(word), kindWord));
     }
     removeItems(*filter, project.labels().list(), labels);

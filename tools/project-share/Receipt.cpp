@@ -35,7 +35,7 @@ namespace {
 
 Refusal failed(const std::string& file, int code) {
   return {refusals::RECEIPT_FAILED,
-          fmt::format("cannot write the receipt \"{}\": {}", shown(file), std::generic_category().message(code))};
+          fmt::format("cannot write the receipt '{}': {}", shown(file), std::generic_category().message(code))};
 }
 
 bool liesIn(const folder_host::FolderProject& project, const std::string& file) {
@@ -48,19 +48,17 @@ bool liesIn(const folder_host::FolderProject& project, const std::string& file) 
 }
 
 void checkPlace(const folder_host::FolderProject& project, const std::string& destination, const std::string& file) {
-  std::error_code error;
-  const bool inTheWay =
-      fs::weakly_canonical(fs::absolute(file), error) == fs::weakly_canonical(fs::absolute(destination), error);
-  if (inTheWay || liesIn(project, file)) {
-    throw Refusal(
-        refusals::RECEIPT_MISPLACED,
-        fmt::format("a receipt tells what was held back: put \"{}\" neither into the project nor in the place "
-                    "of the copy",
-                    shown(file)));
+  const fs::path copy = fs::weakly_canonical(fs::absolute(destination));
+  const fs::path place = fs::weakly_canonical(fs::absolute(file));
+  if (place == copy || place.parent_path() == copy || liesIn(project, file)) {
+    throw Refusal(refusals::RECEIPT_MISPLACED,
+                  fmt::format("a receipt tells what was held back: put '{}' neither into the project nor in the place "
+                              "of the copy",
+                              shown(file)));
   }
   struct stat status {};
   if (::lstat(file.c_str(), &status) != 0) return;
-  throw Refusal(refusals::RECEIPT_EXISTS, fmt::format("\"{}\" is already there; choose another name", shown(file)));
+  throw Refusal(refusals::RECEIPT_EXISTS, fmt::format("'{}' is already there; choose another name", shown(file)));
 }
 
 std::string now() { return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(std::time(nullptr))); }
@@ -157,7 +155,7 @@ void Receipt::write(const Assessment& assessment, const std::set<std::string>& a
 void Receipt::publish() {
   if (::renameat2(AT_FDCWD, partial_.c_str(), AT_FDCWD, file_.c_str(), RENAME_NOREPLACE) != 0) {
     throw Refusal(refusals::RECEIPT_FAILED,
-                  fmt::format("the copy is complete, but its receipt cannot be named \"{}\": {}", shown(file_),
+                  fmt::format("the copy is complete, but its receipt cannot be named '{}': {}", shown(file_),
                               std::generic_category().message(errno)));
   }
   partial_.clear();

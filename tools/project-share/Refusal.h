@@ -19,6 +19,7 @@ inline constexpr const char* FILTER_NOT_FOUND = "filter-not-found";
 inline constexpr const char* LABEL_GONE = "label-gone";
 inline constexpr const char* FILTER_SKIPPED = "filter-skipped";
 inline constexpr const char* FILTER_IDLE = "filter-idle";
+inline constexpr const char* LABEL_IDLE = "label-idle";
 inline constexpr const char* FOLDER_SPARED = "folder-spared";
 inline constexpr const char* SHARE_REFUSED = "share-refused";
 inline constexpr const char* RECEIPT_EXISTS = "receipt-exists";

@@ -31,7 +31,7 @@ void refuseHazards(const Assessment& assessment, const ShareWords& words) {
   if (words.strict) refused.insert(refused.end(), assessment.idle.begin(), assessment.idle.end());
   if (refused.empty()) return;
   printHazards(refused);
-  const std::string flags = allowingFlags(refusedAmong(refused, {refusals::FILTER_IDLE}));
+  const std::string flags = allowingFlags(refusedAmong(refused, {refusals::FILTER_IDLE, refusals::LABEL_IDLE}));
   throw Refusal(refusals::SHARE_REFUSED, fmt::format("{} not to share; put right what standard output lists{}",
                                                      counted(refused.size(), "reason", "reasons"),
                                                      flags.empty() ? "" : ", or allow it with " + flags));
@@ -69,18 +69,36 @@ ShareResult run(const Assessment& assessment, const std::shared_ptr<WorkingCopy>
   return result;
 }
 
+// "2 files and 1 folder"
+std::string textOf(const ShareResult& result) {
+  std::string text = counted(result.files, "file", "files");
+  if (result.folders > 0) text += (result.links > 0 ? ", " : " and ") + counted(result.folders, "folder", "folders");
+  if (result.links > 0) text += " and " + counted(result.links, "link", "links");
+  return text;
+}
+
+void printSpared(const Preview& preview, const Spared& spared) {
+  Json object{{"type", "spared"}};
+  object.update(jsonOf(*spared.folder));
+  object["spared"] = jsonOf(preview, spared);
+  item(fmt::format("spared: {}  {}", nameOf(*spared.folder), textOf(preview, spared)), object);
+}
+
 void report(const Assessment& assessment, const WorkingCopy& copy, const ShareResult& result, const ShareWords& words) {
   if (manner().quiet) return;
   printSkipped(copy.listing());
-  printHazards(assessment.idle);
-  printHazards(assessment.hazards);
+  for (const Spared& spared : assessment.preview.spared) {
+    if (spared.unlabelled == nullptr) printSpared(assessment.preview, spared);
+  }
+  printNotes(assessment.idle);
+  printHazards(assessment.hazards, "allowed: ", {{"allowed", true}});
   const std::size_t out = copy.listing().entries.size() - assessment.preview.stays.size();
   Json object{{"type", "shared"},      {"files", result.files}, {"folders", result.folders},
               {"links", result.links}, {"bytes", result.bytes}, {"heldBack", out}};
   putPath(object, "destination", words.destination);
-  item(fmt::format("Shared {}, {} and {} ({}) to {}; {} held back.", counted(result.files, "file", "files"),
-                   counted(result.folders, "folder", "folders"), counted(result.links, "link", "links"),
-                   counted(result.bytes, "byte", "bytes"), shown(words.destination), counted(out, "entry", "entries")),
+  item(fmt::format("Shared {} ({}) to {}; {} held back.{}", textOf(result), counted(result.bytes, "byte", "bytes"),
+                   shown(words.destination), counted(out, "entry", "entries"),
+                   words.receipt.empty() ? "" : fmt::format(" The receipt is {}.", shown(words.receipt))),
        object);
 }
 

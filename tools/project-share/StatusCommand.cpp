@@ -7,6 +7,7 @@
 #include "Lookup.h"
 #include "Output.h"
 #include "PreviewReport.h"
+#include "folder_host/Error.h"
 
 namespace project_share {
 
@@ -37,16 +38,13 @@ void printUnlabelled(const Entries& unlabelled) {
   }
 }
 
+// What concerns this profile, apart from what concerns the whole project.
 void printProfile(const WorkingCopy& copy, const profiles::ExportProfile& profile) {
   const Assessment assessment = assess(copy, profile);
-  for (const std::vector<Hazard>* hazards : {&assessment.idle, &assessment.hazards}) {
-    for (const Hazard& hazard : *hazards) {
-      Json object = jsonOf(hazard);
-      object["profile"] = jsonOf(profile);
-      item(asWarning(fmt::format("profile {}: {}: {}", shown(assessment.name), hazard.identifier, hazard.message)),
-           object);
-    }
-  }
+  const std::string prefix = fmt::format("profile {}: ", shown(assessment.name));
+  const Json more{{"profile", jsonOf(profile)}};
+  printNotes(assessment.idle, prefix, more);
+  printHazards(refusedAmong(assessment.hazards, {folder_host::errors::LABEL_ON_GONE_PATH}), prefix, more);
 }
 
 }  // namespace
@@ -54,14 +52,14 @@ void printProfile(const WorkingCopy& copy, const profiles::ExportProfile& profil
 void showStatus() {
   const auto copy = folder_host::FolderProject::open(".").workingCopy();  // store and folder at one moment
   const folder_host::LabelStore& labels = copy->getLabelManager();
-  const auto listed = managerOf(*copy)->getProfiles();
+  const auto listed = profilesByName(*managerOf(*copy));
   const std::vector<LabelRecord> records = labels.list();
   const auto unlabelled = unlabelledIn(*copy);
 
   for (const LabelRecord& label : records) printLabel(label, labels.pathsOf(label.uuid).size());
   printUnlabelled(unlabelled);
   printSkipped(copy->listing());
-  if (listed.empty()) printHazards(danglingLabels(*copy));
+  printHazards(danglingLabels(*copy));
   for (const auto& profile : listed) printProfile(*copy, *profile);
   const std::size_t entries = copy->listing().entries.size();
   item(fmt::format("{}: {}, {} without a label; {}; {}.", shown(copy->root()), counted(entries, "entry", "entries"),

@@ -22,10 +22,10 @@ std::vector<std::string> skippedIn(const profiles::ExportProfile& profile,
       MetadataPathBuilder().add(u"Export", u"Root").add(u"ExportProfile", profile.getUUID()).build();
   for (const MetadataPath& filter : metadata.getChildPaths(node)) {
     const std::u16string kind = filter.getLeaf().getLocation();
-    if (known.count(kind) == 0) skipped.push_back(fmt::format("a filter of the unknown kind \"{}\"", shown(kind)));
+    if (known.count(kind) == 0) skipped.push_back(fmt::format("a filter of the unknown kind '{}'", shown(kind)));
     for (const MetadataPath& item : metadata.getChildPaths(filter)) {
       if (item.getLeaf().getType() == u"Filter") continue;
-      skipped.push_back(fmt::format("an item of its {} filter, of the unknown type \"{}\"", wordOf(kind),
+      skipped.push_back(fmt::format("an item of its {} filter, of the unknown type '{}'", wordOf(kind),
                                     shown(item.getLeaf().getType())));
     }
   }

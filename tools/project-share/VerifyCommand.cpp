@@ -92,7 +92,7 @@ class Copy {
 
   static Refusal unreadable(const std::string& path, const std::system_error& error) {
     return {folder_host::errors::ENTRY_UNREADABLE,
-            fmt::format("cannot read \"{}\": {}", shown(path), error.code().message())};
+            fmt::format("cannot read '{}': {}", shown(path), error.code().message())};
   }
 
   void differ(const char* how, const std::string& path) {
@@ -110,7 +110,7 @@ class Copy {
 };
 
 Refusal unreadable(const std::string& file, const std::string& why) {
-  return {refusals::RECEIPT_UNREADABLE, fmt::format("\"{}\" cannot be read as a receipt: {}", shown(file), why)};
+  return {refusals::RECEIPT_UNREADABLE, fmt::format("'{}' cannot be read as a receipt: {}", shown(file), why)};
 }
 
 // Each entry is checked as it is read and forgotten, so that a long receipt takes no room. Gives the rest.
