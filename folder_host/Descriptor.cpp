@@ -83,7 +83,7 @@ void writeAll(const Descriptor& file, std::string_view bytes) {
 }
 
 std::vector<FolderItem> readFolder(const Descriptor& folder) {
-  Descriptor own(::fcntl(folder.get(), F_DUPFD_CLOEXEC, 0));
+  Descriptor own(::openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (own.get() < 0) throwErrno();
   const std::unique_ptr<DIR, CloseFolder> stream(::fdopendir(own.get()));
   if (stream == nullptr) throwErrno();

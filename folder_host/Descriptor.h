@@ -51,7 +51,7 @@ struct FolderItem {
   mode_t type;  // S_IFDIR, S_IFREG, S_IFLNK ...
 };
 
-// What a folder that is open for reading holds, in no order. It can be read once.
+// What a folder holds, in no order.
 std::vector<FolderItem> readFolder(const Descriptor& folder);
 
 // The target of the link `name` in the folder; of a link that is itself open (with O_PATH) the name is empty.

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "folder_host/NodeKey.h"
 #include "folder_host/Store.h"
 #include "folder_host/Text.h"
 
@@ -37,39 +38,6 @@ class StoredNode final : public MetadataNode {
 
 StoredNode::~StoredNode() = default;
 
-void appendPart(std::string& key, const std::u16string& part) {
-  const std::string blob = toBlob(part);
-  for (const unsigned shift : {24U, 16U, 8U, 0U}) {
-    key += static_cast<char>(static_cast<unsigned char>(blob.size() >> shift));
-  }
-  key += blob;
-}
-
-void appendElement(std::string& key, const PathElement& element) {
-  appendPart(key, element.getType());
-  appendPart(key, element.getLocation());
-}
-
-// A node's key: each part of its path after its length, so that the keys that begin with this one are exactly those of
-// the node and of what lies below it.
-std::string keyOf(const MetadataPath& path) {
-  std::string key;
-  for (const PathElement& element : path.getElements()) appendElement(key, element);
-  return key;
-}
-
-std::string parentKeyOf(const MetadataPath& path) {
-  const auto& elements = path.getElements();
-  return keyOf(MetadataPath({elements.begin(), elements.end() - 1}));
-}
-
-// The least key above all that begin with this one, which is not empty.
-std::string endOfRange(std::string key) {
-  while (static_cast<unsigned char>(key.back()) == 0xFF) key.pop_back();
-  ++key.back();
-  return key;
-}
-
 NodeValues valuesAt(Store& store, const std::string& key) {
   NodeValues values;
   for (const Store::Row& row : store.query("SELECT key, value FROM node_value WHERE node = ?", {key})) {
@@ -100,12 +68,12 @@ void makeNodes(Store& store, const MetadataPath& path) {
   for (const PathElement& element : path.getElements()) {
     store.run("INSERT INTO node VALUES(?, ?, ?) ON CONFLICT DO NOTHING",
               {parent, toBlob(element.getType()), toBlob(element.getLocation())});
-    appendElement(parent, element);
+    appendToNodeKey(parent, element);
   }
 }
 
 void setNode(Store& store, const MetadataPath& path, MetadataNode& node) {
-  const std::string key = keyOf(path);
+  const std::string key = nodeKeyOf(path);
   const NodeValues values = valuesGivenBy(node, store, key);
   makeNodes(store, path);
   for (const auto& [name, value] : values) {
@@ -120,8 +88,8 @@ void removeNode(Store& store, const MetadataPath& path) {
     return;
   }
   const PathElement& leaf = path.getLeaf();
-  const std::string key = keyOf(path);
-  const std::string end = endOfRange(key);
+  const std::string key = nodeKeyOf(path);
+  const std::string end = endOfKeys(key);
   store.run("DELETE FROM node WHERE parent = ? AND type = ? AND location = ?",
             {parentKeyOf(path), toBlob(leaf.getType()), toBlob(leaf.getLocation())});
   store.run("DELETE FROM node WHERE parent >= ? AND parent < ?", {key, end});
@@ -141,7 +109,7 @@ MetadataScopeGuard MetadataStore::beginWriteScope() { return store_->beginWrite(
 std::unique_ptr<MetadataNode> MetadataStore::getNode(const MetadataPath& path) {
   const MetadataScopeGuard scope = store_->beginRead();
   if (!nodeExists(path)) return nullptr;
-  return std::make_unique<StoredNode>(valuesAt(*store_, keyOf(path)));
+  return std::make_unique<StoredNode>(valuesAt(*store_, nodeKeyOf(path)));
 }
 
 void MetadataStore::setNodes(const std::map<MetadataPath, std::shared_ptr<MetadataNode>>& nodes) {
@@ -157,7 +125,7 @@ void MetadataStore::setNodes(const std::map<MetadataPath, std::shared_ptr<Metada
 std::vector<MetadataPath> MetadataStore::getChildPaths(const MetadataPath& path) {
   std::vector<MetadataPath> children;
   const char* sql = "SELECT type, location FROM node WHERE parent = ? ORDER BY type, location";
-  for (const Store::Row& row : store_->query(sql, {keyOf(path)})) {
+  for (const Store::Row& row : store_->query(sql, {nodeKeyOf(path)})) {
     children.push_back(MetadataPathBuilder().add(path).add(fromBlob(row[0]), fromBlob(row[1])).build());
   }
   return children;

@@ -10,6 +10,7 @@
 #include <cerrno>
 
 #include "folder_host/Failure.h"
+#include "folder_host/Soundness.h"
 
 namespace folder_host {
 
@@ -53,14 +54,6 @@ void checkRegularFile(const std::string& file) {
     throw systemFailure(errors::STORE_UNREADABLE, "cannot open the store", file, errno);
   }
   if (!S_ISREG(status.st_mode)) throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is not a file");
-}
-
-// What is damaged may have lost a label, or hide one from the filters: nothing is decided by it, and nothing added.
-bool isSound(SQLite::Database& database) {
-  const char* strays =
-      "SELECT (SELECT count(*) FROM label WHERE category NOT IN (SELECT uuid FROM category)) +"
-      " (SELECT count(*) FROM attachment WHERE label NOT IN (SELECT uuid FROM label))";
-  return database.execAndGet("PRAGMA quick_check(1)").getString() == "ok" && database.execAndGet(strays).getInt() == 0;
 }
 
 void checkContent(SQLite::Database& database, const std::string& file) {

@@ -162,12 +162,16 @@ TEST_F(StoreTest, AStoreThatIsWrittenOutHoldsNoByteOfWhatWasRemoved) {
   EXPECT_EQ(names(*Store::open(in("out.db"))), "kept-name");
 }
 
-TEST_F(StoreTest, AStoreWhoseLabelsDoNotFitTogetherIsRefused) {
+TEST_F(StoreTest, AStoreWhoseRowsDoNotFitTogetherIsRefused) {
   for (const char* stray :
-       {"INSERT INTO label VALUES('l', 'none', 'n', 0)", "INSERT INTO attachment VALUES('p', 'none')"}) {
+       {"INSERT INTO label VALUES('l', 'none', 'n', 0)", "INSERT INTO attachment VALUES('p', 'none')",
+        "INSERT INTO node VALUES(x'000000020061000000020062', x'0061', x'0062')",
+        "INSERT INTO node VALUES(x'00000002', x'0061', x'0062')",
+        "INSERT INTO node_value VALUES(x'000000020061000000020062', x'0061', x'0062')",
+        "INSERT INTO category VALUES('c', ''); INSERT INTO label VALUES('l', 'c', 'n', 2)"}) {
     runSql(file_, stray);
     EXPECT_EQ(refusalOf([&] { open(); }), errors::STORE_UNREADABLE) << stray;
-    runSql(file_, "DELETE FROM label; DELETE FROM attachment");
+    runSql(file_, "DELETE FROM label; DELETE FROM attachment; DELETE FROM node; DELETE FROM node_value");
   }
   EXPECT_EQ(refusalOf([&] { open(); }), "");
 }

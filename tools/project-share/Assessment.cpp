@@ -106,7 +106,7 @@ std::vector<Hazard> idleLabels(const ExportProfile& profile, const folder_host::
 
 Assessment assess(const WorkingCopy& copy, const ExportProfile& profile) {
   const auto clone = copy.clone();
-  Assessment assessment{profile.getName(), profile.getUUID(), {}, {}, {}};
+  Assessment assessment{nameOf(profile), profile.getUUID(), {}, {}, {}};
   append(assessment.hazards, goneLabels(profile, clone->getLabelManager().list()));
   append(assessment.hazards, skippedFilters(profile, *clone->getMetadataManager()));
   append(assessment.hazards, danglingLabels(*clone));

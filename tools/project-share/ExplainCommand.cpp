@@ -91,7 +91,7 @@ void explainProfile(const std::string& word) {
   const auto filters = profile->getFilters();
   const char* begin = filters.empty() ? "has no filter: everything leaves."
                                       : "hands out everything but what its filters take out, one after the other:";
-  if (!manner().json) line(fmt::format("Profile {} {}", shown(profile->getName()), begin));
+  if (!manner().json) line(fmt::format("Profile {} {}", shown(nameOf(*profile)), begin));
   std::size_t position = 0;
   for (const auto& filter : filters) printFilter(*filter, ++position, labels);
   if (manner().json || filters.empty()) return;

@@ -1,5 +1,6 @@
 #include "Json.h"
 
+#include "Lookup.h"
 #include "folder_host/Text.h"
 
 namespace project_share {
@@ -72,7 +73,7 @@ Json jsonOf(const folder_host::Hazard& hazard) {
 }
 
 Json jsonOf(const project::sharing::profiles::ExportProfile& profile) {
-  return {{"uuid", utf8(profile.getUUID())}, {"name", utf8(profile.getName())}};
+  return {{"uuid", utf8(profile.getUUID())}, {"name", utf8(nameOf(profile))}};
 }
 
 Json jsonOf(const folder_host::Entry& entry) {

@@ -64,9 +64,8 @@ std::vector<std::string> entryPaths(const FolderProject& project) {
 void refuseInUse(profiles::ExportProfileManager& manager, const LabelRecord& label) {
   forEachItem(manager, [&](const auto& profile, const auto& filter, const auto& item) {
     if (item.labelUUID != label.uuid) return;
-    throw Refusal(refusals::LABEL_IN_USE,
-                  fmt::format("profile '{}' names {} in its {} filter; take it out there first",
-                              shown(profile.getName()), nameOf(label), wordOf(filter.getType())));
+    throw Refusal(refusals::LABEL_IN_USE, fmt::format("profile '{}' names {} in its {} filter; take it out there first",
+                                                      shown(nameOf(profile)), nameOf(label), wordOf(filter.getType())));
   });
 }
 

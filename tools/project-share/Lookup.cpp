@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <stdexcept>
 #include <utility>
 
 #include "Output.h"
@@ -83,6 +84,14 @@ std::pair<std::u16string, std::u16string> splitLabel(const std::string& word) {
   return {folder_host::fromBytes(word.substr(0, slash)), folder_host::fromBytes(word.substr(slash + 1))};
 }
 
+std::u16string nameOf(const profiles::ExportProfile& profile) {
+  try {
+    return profile.getName();
+  } catch (const std::out_of_range&) {
+    return {};
+  }
+}
+
 std::string nameOf(const LabelRecord& label) { return shown(label.categoryName + u"/" + label.name); }
 
 std::string nameOf(const folder_host::Entry& entry) {
@@ -103,7 +112,7 @@ std::unique_ptr<profiles::ExportProfileManager> managerOf(folder_host::WorkingCo
 
 std::vector<std::shared_ptr<profiles::ExportProfile>> profilesByName(profiles::ExportProfileManager& manager) {
   std::multimap<std::u16string, std::shared_ptr<profiles::ExportProfile>> byName;
-  for (const auto& profile : manager.getProfiles()) byName.emplace(profile->getName(), profile);
+  for (const auto& profile : manager.getProfiles()) byName.emplace(nameOf(*profile), profile);
   std::vector<std::shared_ptr<profiles::ExportProfile>> sorted;
   for (const auto& [name, profile] : byName) sorted.push_back(profile);
   return sorted;
@@ -121,7 +130,7 @@ std::shared_ptr<profiles::ExportProfile> findProfile(profiles::ExportProfileMana
   std::vector<std::shared_ptr<profiles::ExportProfile>> named;
   std::vector<std::shared_ptr<profiles::ExportProfile>> identified;
   for (const auto& profile : manager.getProfiles()) {
-    if (profile->getName() == text) named.push_back(profile);
+    if (nameOf(*profile) == text) named.push_back(profile);
     if (profile->getUUID() == text) identified.push_back(profile);
   }
   return theOnly(named.empty() ? identified : named, refusals::PROFILE_AMBIGUOUS, refusals::PROFILE_NOT_FOUND, word,

@@ -32,6 +32,9 @@ std::string nameOf(const folder_host::Entry& entry);  // a folder's ends with a 
 // The label that an item names, as nameOf gives it; of a label that is gone its UUID, and that it is gone.
 std::string nameOf(const profiles::ExportStrategyItem& item, const std::vector<folder_host::LabelRecord>& labels);
 
+// Empty where it is lost, which leaves the profile to be found by its UUID, and deleted.
+std::u16string nameOf(const profiles::ExportProfile& profile);
+
 // The profile of that name or, where there is none, of that UUID. Errors: PROFILE_NOT_FOUND; PROFILE_AMBIGUOUS where
 // only a UUID will do.
 std::shared_ptr<profiles::ExportProfile> findProfile(profiles::ExportProfileManager& manager, const std::string& word);

@@ -22,7 +22,7 @@ std::u16string freeName(ExportProfileManager& manager, const std::string& word, 
   std::u16string name = folder_host::fromBytes(word);
   if (name.empty()) throw Refusal(folder_host::errors::NAME_EMPTY, "a profile needs a name");
   for (const auto& profile : manager.getProfiles()) {
-    if (profile->getName() == name && profile->getUUID() != uuid) {
+    if (nameOf(*profile) == name && profile->getUUID() != uuid) {
       throw Refusal(refusals::PROFILE_NAME_TAKEN,
                     fmt::format("a profile '{}' is there already; choose another name", shown(name)));
     }
@@ -109,7 +109,7 @@ void listProfiles() {
     Json object{{"type", "profile"}};
     object.update(jsonOf(*profile));
     object["filters"] = filters;
-    item(fmt::format("{}  {}  {}", shown(profile->getUUID()), shown(profile->getName()),
+    item(fmt::format("{}  {}  {}", shown(profile->getUUID()), shown(nameOf(*profile)),
                      counted(filters, "filter", "filters")),
          object);
   }
@@ -121,7 +121,7 @@ void showProfile(const std::string& word) {
   const auto profile = findProfile(*profiles::createManager(project.metadata()), word);
   const auto labels = project.labels().list();
   if (manner().json) return line(shownAsJson(*profile, labels).dump());
-  line(fmt::format("{} ({})", shown(profile->getName()), shown(profile->getUUID())));
+  line(fmt::format("{} ({})", shown(nameOf(*profile)), shown(profile->getUUID())));
   std::size_t position = 0;
   for (const auto& filter : profile->getFilters()) {
     line(fmt::format("  {}. {}", ++position, wordOf(filter->getType())));

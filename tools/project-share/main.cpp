@@ -1,5 +1,6 @@
 #include <csignal>
 #include <exception>
+#include <stdexcept>
 
 #include "CommandLine.h"
 #include "Interruption.h"
@@ -27,6 +28,9 @@ int main(int argc, char** argv) {
     return complain(refused, error.GetID().c_str(), shown(error.GetUnicodeMessageTxt()).c_str());
   } catch (const project_share::Interrupted& error) {
     return complain(refused, "interrupted", error.what());
+  } catch (const std::out_of_range&) {
+    return complain(refused, project_share::refusals::PROFILE_DAMAGED,
+                    "the store has lost a value of a profile; take it from a backup");
   } catch (const std::exception& error) {
     return complain(refused, "internal-error", shown(error.what()).c_str());
   }

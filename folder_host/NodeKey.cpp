@@ -1,0 +1,68 @@
+#include "folder_host/NodeKey.h"
+
+#include "folder_host/Text.h"
+
+namespace folder_host {
+
+using project::metadata::MetadataPath;
+
+namespace {
+
+constexpr std::size_t LENGTH = 4;
+
+void appendPart(std::string& key, const std::u16string& part) {
+  const std::string blob = toBlob(part);
+  for (const unsigned shift : {24U, 16U, 8U, 0U}) {
+    key += static_cast<char>(static_cast<unsigned char>(blob.size() >> shift));
+  }
+  key += blob;
+}
+
+// Takes one part off the front.
+std::optional<std::string> takePart(std::string_view& key) {
+  if (key.size() < LENGTH) return std::nullopt;
+  std::size_t size = 0;
+  for (const char digit : key.substr(0, LENGTH)) size = (size << 8U) | static_cast<unsigned char>(digit);
+  key.remove_prefix(LENGTH);
+  if (key.size() < size) return std::nullopt;
+  std::string part(key.substr(0, size));
+  key.remove_prefix(size);
+  return part;
+}
+
+}  // namespace
+
+std::string nodeKeyOf(const MetadataPath& path) {
+  std::string key;
+  for (const auto& element : path.getElements()) appendToNodeKey(key, element);
+  return key;
+}
+
+void appendToNodeKey(std::string& key, const project::metadata::PathElement& child) {
+  appendPart(key, child.getType());
+  appendPart(key, child.getLocation());
+}
+
+std::string parentKeyOf(const MetadataPath& path) {
+  const auto& elements = path.getElements();
+  return nodeKeyOf(MetadataPath({elements.begin(), elements.end() - 1}));
+}
+
+std::string endOfKeys(std::string key) {
+  while (static_cast<unsigned char>(key.back()) == 0xFF) key.pop_back();
+  ++key.back();
+  return key;
+}
+
+std::optional<std::array<std::string, 3>> splitNodeKey(std::string_view key) {
+  std::string_view rest = key;
+  while (true) {
+    const std::string parent(key.substr(0, key.size() - rest.size()));
+    const auto type = takePart(rest);
+    const auto location = type ? takePart(rest) : std::nullopt;
+    if (!location) return std::nullopt;
+    if (rest.empty()) return std::array<std::string, 3>{parent, *type, *location};
+  }
+}
+
+}  // namespace folder_host
