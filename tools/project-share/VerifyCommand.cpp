@@ -3,6 +3,7 @@
 
 #include <fstream>
 #include <map>
+#include <stdexcept>
 #include <system_error>
 
 #include "Commands.h"
@@ -136,6 +137,8 @@ void verifyCopy(const std::string& folder, const std::string& file) {
     if (receipt.at("receipt") != 1 || !receipt.at("handedOut").is_array()) throw unreadable(file, "it is none");
   } catch (const Json::exception& error) {
     throw unreadable(file, error.what());
+  } catch (const std::logic_error&) {  // of what is no number
+    throw unreadable(file, "it is none");
   }
   const std::size_t differences = copy.finish();
   if (differences > 0) {
