@@ -120,14 +120,18 @@ void StagingFolder::publish(const std::string& name) {
 }
 
 void StagingFolder::removeAbandoned(const Descriptor& parent) {
-  for (const FolderItem& item : readFolder(parent)) {
-    const std::string name = nameBehind(item.name);
-    if (name.empty() || item.type != S_IFREG) continue;
+  const auto asFarAsPossible = [](const auto& act) {
     try {
-      removeBehind(parent, name);
+      act();
     } catch (const std::system_error&) {  // it stays, as before
     }
-  }
+  };
+  asFarAsPossible([&] {
+    for (const FolderItem& item : readFolder(parent)) {
+      const std::string name = nameBehind(item.name);
+      if (!name.empty() && item.type == S_IFREG) asFarAsPossible([&] { removeBehind(parent, name); });
+    }
+  });
 }
 
 // A process that was killed may have left a lock without its whole text, but then no folder yet.
