@@ -81,6 +81,7 @@ TEST_F(StoreTest, AScopeThatBeganWhileAnExceptionPassedKeepsItsChanges) {
   const auto store = open();
   try {
     const AddAtTheEnd late{*store};
+    EXPECT_EQ(names(late.store), "");
     throw std::runtime_error("on purpose");
   } catch (const std::runtime_error&) {
   }

@@ -63,7 +63,7 @@ ShareResult run(const Assessment& assessment, const std::shared_ptr<WorkingCopy>
       checked.show(progress);
     });
   };
-  const ShareResult result =
+  ShareResult result =
       folder_host::share(copy, profiles::ExportProfileTransformation(assessment.uuid), words.destination, options);
   if (receipt) receipt->publish();
   return result;
