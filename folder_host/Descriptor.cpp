@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <filesystem>
 #include <memory>
 #include <system_error>
 #include <utility>
@@ -70,6 +71,14 @@ struct stat statusOf(const Descriptor& descriptor) {
 }
 
 FileId idOf(const struct stat& status) noexcept { return {status.st_dev, status.st_ino}; }
+
+bool liesIn(const std::string& folder, const FileId& other) {
+  for (std::filesystem::path path = folder;; path = path.parent_path()) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0 && idOf(status) == other) return true;
+    if (!path.has_relative_path()) return false;
+  }
+}
 
 void writeAll(const Descriptor& file, std::string_view bytes) {
   while (!bytes.empty()) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <stdio.h>  // NOLINT(modernize-deprecated-headers): renameat2 is no part of <cstdio>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "folder_host/Descriptor.h"
 #include "folder_host/Failure.h"
@@ -54,13 +56,29 @@ void refuseProject(const std::string& root) {
   throw Error(errors::ALREADY_A_PROJECT, inQuotes(project) + " is a project already");
 }
 
-constexpr std::string_view UNFINISHED = "new-";  // a store that has not got its name yet
+// A store that has not got its name yet: this and a UUID.
+constexpr std::string_view UNFINISHED = "new-";
+constexpr std::size_t UUID_LENGTH = 36;
 
-// Of a try that was interrupted. Anything else in the folder is somebody's own.
+void refuseWith(int code) { throw std::system_error(code, std::generic_category()); }
+
+// Left by a try that was interrupted: an own file of such a name, or the journal of one.
+bool isUnfinished(const Descriptor& folder, const std::string& name) {
+  const std::size_t length = UNFINISHED.size() + UUID_LENGTH;
+  const bool named = name.compare(0, UNFINISHED.size(), UNFINISHED) == 0 &&
+                     (name.size() == length || (name.size() > length && name.substr(length) == "-journal"));
+  struct stat status {};
+  return named && ::fstatat(folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode) &&
+         status.st_uid == ::geteuid();
+}
+
+// Anything else in the folder is somebody's own: then nothing is removed.
 void removeUnfinished(const Descriptor& folder) {
-  for (const FolderItem& item : readFolder(folder)) {
-    if (item.name.compare(0, UNFINISHED.size(), UNFINISHED) != 0)
-      throw std::system_error(EEXIST, std::generic_category());
+  const std::vector<FolderItem> items = readFolder(folder);
+  for (const FolderItem& item : items) {
+    if (!isUnfinished(folder, item.name)) refuseWith(EEXIST);
+  }
+  for (const FolderItem& item : items) {
     if (::unlinkat(folder.get(), item.name.c_str(), 0) != 0) throwErrno();
   }
 }
@@ -68,27 +86,25 @@ void removeUnfinished(const Descriptor& folder) {
 // The store gets its name when it is whole: a folder is a project or it is none.
 void publishStore(const Descriptor& folder, const std::string& path) {
   const std::string name = std::string(UNFINISHED) + toBytes(project::metadata::generateUUID());
-  Store::create(path + "/" + name);
-  if (::renameat2(folder.get(), name.c_str(), folder.get(), "store.db", RENAME_NOREPLACE) != 0) throwErrno();
+  try {
+    Store::create(path + "/" + name);
+    if (::renameat2(folder.get(), name.c_str(), folder.get(), "store.db", RENAME_NOREPLACE) != 0) throwErrno();
+  } catch (...) {
+    for (const char* end : {"", "-journal"}) ::unlinkat(folder.get(), (name + end).c_str(), 0);
+    throw;
+  }
   if (::fsync(folder.get()) != 0) throwErrno();
 }
 
-void fillStoreFolder(const Descriptor& root, const std::string& path) {
-  const Descriptor folder = openBeneath(root, STORE_FOLDER, O_RDONLY | O_DIRECTORY);
-  removeUnfinished(folder);
-  try {
-    publishStore(folder, path);
-  } catch (...) {
-    removeUnfinished(folder);
-    throw;
-  }
-}
-
+// One at a time, by a lock on the folder.
 void makeStore(const Descriptor& root, const std::string& path) {
   const bool made = ::mkdirat(root.get(), STORE_FOLDER, 0700) == 0;
   if (!made && errno != EEXIST) throwErrno();
+  const Descriptor folder = openBeneath(root, STORE_FOLDER, O_RDONLY | O_DIRECTORY);
+  if (::flock(folder.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) refuseWith(EBUSY);
   try {
-    fillStoreFolder(root, path + "/" + STORE_FOLDER);
+    removeUnfinished(folder);
+    publishStore(folder, path + "/" + STORE_FOLDER);
     if (::fsync(root.get()) != 0) throwErrno();
   } catch (...) {
     if (made) ::unlinkat(root.get(), STORE_FOLDER, AT_REMOVEDIR);
@@ -102,6 +118,7 @@ void makeProject(const std::string& root) {
   } catch (const std::system_error& error) {
     const int code = error.code().value();
     if (code == EEXIST) refuseProject(root);
+    if (code == EBUSY) throw Error(errors::STORE_FAILED, "another process is making " + inQuotes(root) + " a project");
     if (code == EEXIST || code == ENOTDIR || code == ELOOP) {
       throw Error(errors::STORE_FAILED, inQuotes(root + "/" + STORE_FOLDER) + " is something else's; move it away");
     }

@@ -52,12 +52,24 @@ void addTwins(const Entries& left, const Entries& gone, std::vector<Hazard>& haz
   }
 }
 
+// Name by name: what is no UTF-8 in one leaves the others to be folded.
+std::string foldedPath(std::string_view path) {
+  std::string folded;
+  while (true) {
+    const std::size_t end = path.find('/');
+    folded += foldedName(path.substr(0, end));
+    if (end == std::string_view::npos) return folded;
+    folded += '/';
+    path.remove_prefix(end + 1);
+  }
+}
+
 // Below folders that collide, names that differ are not named again.
 void addCollisions(const Entries& left, std::vector<Hazard>& hazards) {
   const Entry store{STORE_FOLDER, EntryKind::folder, {}};  // the copy has one too
   std::vector<std::pair<std::string, const Entry*>> folded{{store.path, &store}};
   folded.reserve(left.size() + 1);
-  for (const Entry* entry : left) folded.emplace_back(foldedName(entry->path), entry);
+  for (const Entry* entry : left) folded.emplace_back(foldedPath(entry->path), entry);
   std::sort(folded.begin(), folded.end(), [](const auto& a, const auto& b) {
     return std::tie(a.first, a.second->path) < std::tie(b.first, b.second->path);
   });

@@ -40,15 +40,6 @@ Destination resolve(std::string destination) {
   }
 }
 
-// Compared by what the folders are, not by their names: one folder can have several.
-bool liesIn(const std::string& folder, const FileId& root) {
-  for (fs::path path = folder;; path = path.parent_path()) {
-    struct stat status {};
-    if (::stat(path.c_str(), &status) == 0 && idOf(status) == root) return true;
-    if (!path.has_relative_path()) return false;
-  }
-}
-
 void refuseOccupied(const Destination& destination, const std::string& named) {
   struct stat status {};
   if (::fstatat(destination.parent.get(), destination.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {

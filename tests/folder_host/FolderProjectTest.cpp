@@ -52,14 +52,17 @@ TEST_F(FolderProjectTest, TheStoresPlaceMustBeFreeOrLeftByATryThatWasInterrupted
   fs::create_directories(in(deep));
   put("q/1/.project", "somebody's");
   put("q/2/.project/file", "somebody's");
+  put("q/5/.project/new-12345678-1234-1234-1234-123456789abc");
+  put("q/5/.project/new-ideas", "somebody's");
   fs::create_directories(in("q/3")), fs::create_directory_symlink("../2", in("q/3/.project"));
   const Names before = tree("q");
-  for (const std::string folder : {"q/1", "q/2", "q/3"}) EXPECT_EQ(init(folder), errors::STORE_FAILED) << folder;
+  for (const std::string folder : {"q/1", "q/2", "q/3", "q/5"}) EXPECT_EQ(init(folder), errors::STORE_FAILED) << folder;
   EXPECT_EQ(init(deep), errors::PATH_TOO_LONG);
   EXPECT_EQ(tree("q"), before);
   EXPECT_EQ(read(in("q/1/.project")), "somebody's");
-  put("q/4/.project/new-1", "half a store");
-  put("q/4/.project/new-1-journal");
+  const std::string unfinished = "q/4/.project/new-12345678-1234-1234-1234-123456789abc";
+  put(unfinished, "half a store");
+  put(unfinished + "-journal");
   EXPECT_EQ(init("q/4"), "");
   EXPECT_EQ(tree("q/4"), (Names{".project", ".project/store.db"}));
 }

@@ -59,6 +59,7 @@ TEST(HazardsTest, AreToldOfWhatIsLeft) {
         "A"},
        {},
        {}},
+      {{"\xFF/", "\xFF/a", "\xFF/A"}, {}, {"names-collide \xFF/A"}},
       {{".Project/"}, {}, {"names-collide .Project"}},
       {{"a/", "a/.Project"}, {}, {}},
   };

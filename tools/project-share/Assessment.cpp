@@ -67,13 +67,6 @@ std::vector<Hazard> sparedFolders(const Preview& preview) {
   return hazards;
 }
 
-bool names(const profiles::ExportFilter& filter, const LabelRecord& label) {
-  for (const auto& item : filter.getItems()) {
-    if (item.labelUUID == label.uuid && item.category == label.categoryUUID) return true;
-  }
-  return false;
-}
-
 std::vector<Hazard> idleFilters(const Preview& preview) {
   std::vector<Hazard> idle;
   for (std::size_t i = 0; i < preview.filters.size(); ++i) {
@@ -85,19 +78,25 @@ std::vector<Hazard> idleFilters(const Preview& preview) {
   return idle;
 }
 
-// Of a filter with several labels, those that hold nothing back.
+// Labels of the filter that hold nothing back, beside others that do.
+std::vector<Hazard> idleLabels(const profiles::ExportFilter& filter, const folder_host::LabelStore& store) {
+  std::set<std::pair<std::u16string, std::u16string>> named;
+  for (const auto& item : filter.getItems()) named.emplace(item.category, item.labelUUID);
+  std::vector<Hazard> idle;
+  for (const LabelRecord& label : store.list()) {
+    if (named.count({label.categoryUUID, label.uuid}) == 0 || !store.pathsOf(label.uuid).empty()) continue;
+    idle.push_back(
+        {refusals::LABEL_IDLE,
+         {},
+         fmt::format("the {} filter names {}, which hangs on nothing", wordOf(filter.getType()), nameOf(label))});
+  }
+  return idle.size() < named.size() ? idle : std::vector<Hazard>();
+}
+
 std::vector<Hazard> idleLabels(const ExportProfile& profile, const folder_host::LabelStore& store) {
   std::vector<Hazard> idle;
-  const std::vector<LabelRecord> labels = store.list();
   for (const auto& filter : profile.getFilters()) {
-    if (filter->getType() != profiles::EXCLUDE_FILES_WITH_LABEL) continue;
-    for (const LabelRecord& label : labels) {
-      if (!names(*filter, label) || !store.pathsOf(label.uuid).empty()) continue;
-      idle.push_back(
-          {refusals::LABEL_IDLE,
-           {},
-           fmt::format("the {} filter names {}, which hangs on nothing", wordOf(filter->getType()), nameOf(label))});
-    }
+    if (filter->getType() == profiles::EXCLUDE_FILES_WITH_LABEL) append(idle, idleLabels(*filter, store));
   }
   return idle;
 }

@@ -194,9 +194,13 @@ void addShareCommands(CLI::App& app, Words& words) {
       ->allow_extra_args(false)
       ->check(CLI::IsMember(allowableHazards()));
   share->add_flag("--strict", words.strict, "Refuse where a filter takes nothing out");
-  addWord(share, "--receipt", words.receipt, "A JSON file to be made, for you: what went out, what not, and why")
-      ->required(false);
-  share->callback([&] { project_share::share(shareWordsOf(words)); });
+  CLI::Option* receipt =
+      addWord(share, "--receipt", words.receipt, "A JSON file to be made, for you: what went out, what not, and why")
+          ->required(false);
+  share->callback([&words, receipt] {
+    if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
+    project_share::share(shareWordsOf(words));
+  });
 
   CLI::App* verify = addCommand(&app, "verify", "Check a copy against the receipt of its share",
                                 "verify ../for-the-customer --receipt ../for-the-customer.json");

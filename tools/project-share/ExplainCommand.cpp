@@ -54,7 +54,7 @@ std::vector<Case> fileCases(ExportFilter& filter, const std::vector<ExportStrate
 }
 
 std::vector<Case> labelCases(ExportFilter& filter, const std::vector<ExportStrategyItem>& items) {
-  const auto answer = [&](const FileLabel& label) { return takesAway(filter, label) ? "goes" : "stays"; };
+  const auto answer = [&](const FileLabel& label) { return takesAwayAny(filter, {label}) ? "goes" : "stays"; };
   std::vector<Case> cases{{"another label", answer(otherLabel())}, {"another label, kept", answer(otherLabel(true))}};
   if (items.empty()) return cases;
   cases.push_back({"a label named here", answer(labelLike(items.front()))});

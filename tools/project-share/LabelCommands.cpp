@@ -109,7 +109,7 @@ void listLabels() {
 void renameLabel(const std::string& word, const std::string& name) {
   const FolderProject project = FolderProject::open(".");
   const LabelRecord label = edit(project, [&] {
-    LabelRecord found = findLabel(project.labels(), word);
+    LabelRecord found = findLabel(project.labels().list(), word);
     project.labels().rename(found.uuid, folder_host::fromBytes(name));
     return found;
   });
@@ -120,7 +120,7 @@ void renameLabel(const std::string& word, const std::string& name) {
 void deleteLabel(const std::string& word) {
   const FolderProject project = FolderProject::open(".");
   const auto [label, count] = edit(project, [&] {
-    LabelRecord found = findLabel(project.labels(), word);
+    LabelRecord found = findLabel(project.labels().list(), word);
     refuseInUse(*profiles::createManager(project.metadata()), found);
     const std::size_t paths = project.labels().pathsOf(found.uuid).size();
     project.labels().erase(found.uuid);
@@ -136,7 +136,7 @@ void deleteLabel(const std::string& word) {
 void keepLabel(const std::string& word, bool kept) {
   const FolderProject project = FolderProject::open(".");
   const LabelRecord label = edit(project, [&] {
-    LabelRecord found = findLabel(project.labels(), word);
+    LabelRecord found = findLabel(project.labels().list(), word);
     project.labels().setKept(found.uuid, kept);
     found.kept = kept;
     return found;
@@ -164,7 +164,7 @@ std::vector<std::string> readPaths(char end) {
 void attachLabel(const std::string& word, const std::vector<std::string>& named, bool folderOnly) {
   const FolderProject project = FolderProject::open(".");
   const auto [label, entries, added] = edit(project, [&] {
-    LabelRecord found = findLabel(project.labels(), word);
+    LabelRecord found = findLabel(project.labels().list(), word);
     std::vector<std::string> paths = pathsAt(entryPaths(project), project, named, folderOnly, noEntry);
     const std::size_t count = project.labels().attach(found.uuid, paths);
     return std::tuple(std::move(found), distinct(std::move(paths)), count);
@@ -177,7 +177,7 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
 void detachLabel(const std::string& word, const std::vector<std::string>& named, bool folderOnly) {
   const FolderProject project = FolderProject::open(".");
   const auto [label, removed] = edit(project, [&] {
-    LabelRecord found = findLabel(project.labels(), word);
+    LabelRecord found = findLabel(project.labels().list(), word);
     // By what carries the label, entry or not: so it comes off a file that is gone, too.
     const std::vector<std::string> labelled = project.labels().pathsOf(found.uuid);
     const std::size_t count =

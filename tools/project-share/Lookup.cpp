@@ -66,12 +66,12 @@ bool isFileKind(const std::u16string& kind) {
   return kind == profiles::INCLUDE_FILES_WITH_LABEL || kind == profiles::EXCLUDE_FILES_WITH_LABEL;
 }
 
-LabelRecord findLabel(const folder_host::LabelStore& labels, const std::string& word) {
+LabelRecord findLabel(const std::vector<LabelRecord>& labels, const std::string& word) {
   const std::u16string text = folder_host::fromBytes(word);
   std::vector<LabelRecord> found;
-  for (LabelRecord& label : labels.list()) {
+  for (const LabelRecord& label : labels) {
     if (label.uuid == text) return label;
-    if (label.categoryName + u"/" + label.name == text) found.push_back(std::move(label));
+    if (label.categoryName + u"/" + label.name == text) found.push_back(label);
   }
   return theOnly(found, refusals::LABEL_AMBIGUOUS, folder_host::errors::LABEL_NOT_FOUND, word, "label");
 }

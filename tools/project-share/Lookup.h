@@ -21,7 +21,7 @@ std::string wordOf(const std::u16string& kind);  // an unknown kind: its own tex
 bool isFileKind(const std::u16string& kind);
 
 // The label that CATEGORY/NAME or a UUID names. Errors: LABEL_NOT_FOUND; LABEL_AMBIGUOUS where only a UUID will do.
-folder_host::LabelRecord findLabel(const folder_host::LabelStore& labels, const std::string& word);
+folder_host::LabelRecord findLabel(const std::vector<folder_host::LabelRecord>& labels, const std::string& word);
 
 // CATEGORY and NAME, split at the first '/'. Error: LABEL_MALFORMED.
 std::pair<std::u16string, std::u16string> splitLabel(const std::string& word);

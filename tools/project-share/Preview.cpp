@@ -76,8 +76,9 @@ class Previewing {
   // Asked before anything is taken out.
   bool matches(ExportFilter& filter) {
     if (isFileKind(filter.getType())) return !selectedAmong(filter, copy_.entries()).empty();
-    return std::any_of(preview_.labels.begin(), preview_.labels.end(),
-                       [&](const LabelRecord& label) { return takesAway(filter, fileLabel(label)); });
+    Labels all;
+    for (const LabelRecord& label : preview_.labels) all.push_back(fileLabel(label));
+    return takesAwayAny(filter, all);
   }
 
   Entries selectedAmong(ExportFilter& filter, const Entries& entries) {

@@ -49,7 +49,8 @@ bool addItems(ExportProfile& profile, const std::u16string& kind, const std::vec
   return true;
 }
 
-std::vector<ExportStrategyItem> itemsOf(const folder_host::LabelStore& labels, const std::vector<std::string>& words) {
+std::vector<ExportStrategyItem> itemsOf(const folder_host::LabelStore& store, const std::vector<std::string>& words) {
+  const std::vector<folder_host::LabelRecord> labels = store.list();
   std::vector<ExportStrategyItem> items;
   for (const std::string& word : words) {
     const folder_host::LabelRecord label = findLabel(labels, word);

@@ -38,26 +38,34 @@ Refusal failed(const std::string& file, int code) {
           fmt::format("cannot write the receipt '{}': {}", shown(file), std::generic_category().message(code))};
 }
 
-bool liesIn(const folder_host::FolderProject& project, const std::string& file) {
+// Where the file would be, without links before its name.
+fs::path placeOf(const std::string& file) {
   try {
-    project.locate(file);
-    return true;
-  } catch (const Refusal&) {
-    return false;
+    const fs::path path = fs::absolute(file);
+    return fs::canonical(path.parent_path()) / path.filename();
+  } catch (const fs::filesystem_error& error) {
+    throw failed(file, error.code().value());
   }
 }
 
 void checkPlace(const folder_host::FolderProject& project, const std::string& destination, const std::string& file) {
   const fs::path copy = fs::weakly_canonical(fs::absolute(destination));
-  const fs::path place = fs::weakly_canonical(fs::absolute(file));
-  if (place == copy || place.parent_path() == copy || liesIn(project, file)) {
-    throw Refusal(refusals::RECEIPT_MISPLACED,
-                  fmt::format("a receipt tells what was held back: put '{}' neither into the project nor in the place "
-                              "of the copy",
-                              shown(file)));
+  const fs::path place = placeOf(file);
+  struct stat root {};
+  const bool inProject = ::stat(project.root().c_str(), &root) == 0 &&
+                         folder_host::liesIn(place.parent_path().string(), folder_host::idOf(root));
+  if (inProject || place == copy) {
+    throw Refusal(
+        refusals::RECEIPT_MISPLACED,
+        fmt::format("a receipt tells what was held back: put '{}' neither into the project nor in the place of "
+                    "the copy",
+                    shown(file)));
   }
   struct stat status {};
-  if (::lstat(file.c_str(), &status) != 0) return;
+  if (::lstat(file.c_str(), &status) != 0) {
+    if (errno == ENOENT) return;
+    throw failed(file, errno);
+  }
   throw Refusal(refusals::RECEIPT_EXISTS, fmt::format("'{}' is already there; choose another name", shown(file)));
 }
 
@@ -159,6 +167,8 @@ void Receipt::publish() {
                               std::generic_category().message(errno)));
   }
   partial_.clear();
+  const Descriptor folder = folder_host::openFolder(placeOf(file_).parent_path().string());
+  if (::fsync(folder.get()) != 0) throw failed(file_, errno);
 }
 
 void Receipt::put(const std::string& text) {

@@ -1,5 +1,6 @@
 #include "SelectionProbe.h"
 
+#include <map>
 #include <stdexcept>
 #include <string>
 
@@ -9,7 +10,6 @@ namespace project_share {
 
 using fl::filesystem::path;
 using project::management::CategoryIdentifier;
-using project::management::Label;
 using project::management::LabelIdentifier;
 
 namespace {
@@ -58,25 +58,32 @@ class FoldersOnly final : public Probe, private project::management::FileManager
   const std::function<Labels(std::size_t)>& labelsOf_;
 };
 
-class OneLabel final : public Probe, private project::management::LabelManager {
+class LabelsOnly final : public Probe, private project::management::LabelManager {
  public:
-  explicit OneLabel(const Label& label) : label_(label) {}
+  explicit LabelsOnly(const Labels& labels) {
+    for (const auto& label : labels) byCategory_[label.getCategory().toString()].push_back(label.getLabelIdentifier());
+  }
 
   project::management::LabelManager& getLabelManager() override { return *this; }
 
-  bool isGone = false;
+  bool isAnyGone = false;
 
  private:
-  std::vector<CategoryIdentifier> getCategories() const override { return {label_.getCategory()}; }
+  std::vector<CategoryIdentifier> getCategories() const override {
+    std::vector<CategoryIdentifier> categories;
+    for (const auto& [category, labels] : byCategory_) categories.emplace_back(category);
+    return categories;
+  }
   void removeCategory(const CategoryIdentifier& /*category*/) override {}
-  std::vector<LabelIdentifier> getLabels(const CategoryIdentifier& /*category*/) const override {
-    return isGone ? std::vector<LabelIdentifier>() : std::vector{label_.getLabelIdentifier()};
+  // Once one is gone, the answer is known.
+  std::vector<LabelIdentifier> getLabels(const CategoryIdentifier& category) const override {
+    return isAnyGone ? std::vector<LabelIdentifier>() : byCategory_.at(category.toString());
   }
   void removeLabel(const CategoryIdentifier& /*category*/, const LabelIdentifier& /*label*/, bool /*flag*/) override {
-    isGone = true;
+    isAnyGone = true;
   }
 
-  const Label& label_;
+  std::map<std::u16string, std::vector<LabelIdentifier>> byCategory_;
 };
 
 }  // namespace
@@ -88,10 +95,10 @@ std::vector<bool> selectedBy(project::sharing::profiles::ExportFilter& filter, s
   return std::move(project.selected);
 }
 
-bool takesAway(project::sharing::profiles::ExportFilter& filter, const Label& label) {
-  OneLabel project(label);
+bool takesAwayAny(project::sharing::profiles::ExportFilter& filter, const Labels& labels) {
+  LabelsOnly project(labels);
   filter.apply(project);
-  return project.isGone;
+  return project.isAnyGone;
 }
 
 }  // namespace project_share

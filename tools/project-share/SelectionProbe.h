@@ -17,7 +17,7 @@ using Labels = std::vector<project::management::FileLabel>;
 std::vector<bool> selectedBy(project::sharing::profiles::ExportFilter& filter, std::size_t count,
                              const std::function<Labels(std::size_t)>& labelsOf);
 
-// Of a label filter: whether it takes this label away.
-bool takesAway(project::sharing::profiles::ExportFilter& filter, const project::management::Label& label);
+// Of a label filter: whether it takes any of these labels away.
+bool takesAwayAny(project::sharing::profiles::ExportFilter& filter, const Labels& labels);
 
 }  // namespace project_share

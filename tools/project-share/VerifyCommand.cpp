@@ -26,14 +26,14 @@ namespace {
 class Copy {
  public:
   explicit Copy(const std::string& folder) {
-    add(folder_host::listFolder(folder).entries, "");
+    add(folder_host::listFolder(folder), "");
     folder_ = folder_host::openFolder(folder);
     struct stat status {};
     if (::fstatat(folder_.get(), folder_host::STORE_FOLDER, &status, AT_SYMLINK_NOFOLLOW) != 0) return;
     const EntryKind kind = S_ISDIR(status.st_mode) ? EntryKind::folder : EntryKind::file;
-    add({{folder_host::STORE_FOLDER, kind, {}}}, "");
+    add({{{folder_host::STORE_FOLDER, kind, {}}}, {}}, "");
     if (kind == EntryKind::folder) {
-      add(folder_host::listFolder(folder + "/" + folder_host::STORE_FOLDER).entries, folder_host::STORE_FOLDER);
+      add(folder_host::listFolder(folder + "/" + folder_host::STORE_FOLDER), folder_host::STORE_FOLDER);
     }
     for (const auto& [path, entry] : entries_) progress_.allBytes += entry.size;
     progress_.allEntries = entries_.size();
@@ -55,8 +55,10 @@ class Copy {
   }
 
  private:
-  void add(const std::vector<Entry>& entries, const std::string& prefix) {
-    for (const Entry& entry : entries) {
+  // A pipe, a socket or a device never went out.
+  void add(const folder_host::Listing& listing, const std::string& prefix) {
+    for (const std::string& path : listing.skipped) differ("added", folder_host::joined(prefix, path));
+    for (const Entry& entry : listing.entries) {
       Entry whole = entry;
       whole.path = folder_host::joined(prefix, entry.path);
       entries_.emplace(whole.path, std::move(whole));
@@ -139,6 +141,8 @@ void verifyCopy(const std::string& folder, const std::string& file) {
     throw unreadable(file, error.what());
   } catch (const std::logic_error&) {  // of what is no number
     throw unreadable(file, "it is none");
+  } catch (const std::ios_base::failure&) {  // of a folder
+    throw unreadable(file, "it is no file");
   }
   const std::size_t differences = copy.finish();
   if (differences > 0) {

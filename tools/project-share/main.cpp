@@ -3,7 +3,6 @@
 #include <stdexcept>
 
 #include "CommandLine.h"
-#include "Interruption.h"
 #include "Output.h"
 #include "Refusal.h"
 #include "foundation/core/except/IMsgIDException.h"
@@ -26,8 +25,6 @@ int main(int argc, char** argv) {
     return complain(refused, error.identifier(), error.what());
   } catch (const foundation::core::except::IMsgIDException& error) {
     return complain(refused, error.GetID().c_str(), shown(error.GetUnicodeMessageTxt()).c_str());
-  } catch (const project_share::Interrupted& error) {
-    return complain(refused, "interrupted", error.what());
   } catch (const std::out_of_range&) {
     return complain(refused, project_share::refusals::PROFILE_DAMAGED,
                     "the store has lost a value of a profile; take it from a backup");
