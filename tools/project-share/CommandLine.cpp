@@ -222,6 +222,7 @@ void addOptions(CLI::App& app) {
       ->type_name("DIR");
   app.add_flag("--json", manner().json, "Write one JSON object a line");
   app.add_flag("--quiet", manner().quiet, "Write nothing but what was asked for");
+  app.set_version_flag("--version", "project-share " PROJECT_SHARE_VERSION, "Print the version and exit");
 }
 
 // As far as the words got.

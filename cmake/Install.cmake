@@ -1,0 +1,61 @@
+# What is installed, by component: runtime, dev, host (a real host has headers of its own in their place) and tool; the
+# testkit has its own file. The installed tree can be moved.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(installed_headers "${CMAKE_INSTALL_INCLUDEDIR}/project_sharing_profiles")
+set(installed_config "${CMAKE_INSTALL_LIBDIR}/cmake/project_sharing_profiles")
+set(installed_examples "${CMAKE_INSTALL_DATADIR}/project_sharing_profiles/examples")
+
+add_custom_target(project_sharing_installables DEPENDS project_sharing_profiles)
+
+target_include_directories(project_host INTERFACE "$<INSTALL_INTERFACE:${installed_headers}/host>")
+install(DIRECTORY "${PROJECT_SHARING_HOST_INCLUDE_DIR}/" DESTINATION "${installed_headers}/host" COMPONENT host
+        PATTERN CMakeLists.txt EXCLUDE)
+install(TARGETS project_sharing_profiles project_host EXPORT project_sharing_profiles
+        LIBRARY COMPONENT runtime NAMELINK_COMPONENT dev
+        FILE_SET HEADERS DESTINATION "${installed_headers}" COMPONENT dev)
+install(EXPORT project_sharing_profiles NAMESPACE project:: FILE project_sharing_profiles-targets.cmake
+        DESTINATION "${installed_config}" COMPONENT dev)
+
+configure_package_config_file(cmake/project_sharing_profiles-config.cmake.in project_sharing_profiles-config.cmake
+                              INSTALL_DESTINATION "${installed_config}")
+write_basic_package_version_file(project_sharing_profiles-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/project_sharing_profiles-config.cmake"
+              "${CMAKE_CURRENT_BINARY_DIR}/project_sharing_profiles-config-version.cmake"
+        DESTINATION "${installed_config}" COMPONENT dev)
+
+set(prefix_from_pkgconfig "/")
+cmake_path(RELATIVE_PATH prefix_from_pkgconfig BASE_DIRECTORY "/${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+configure_file(cmake/project_sharing_profiles.pc.in project_sharing_profiles.pc @ONLY)
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/project_sharing_profiles.pc"
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT dev)
+
+install(FILES examples/first_profile.cpp examples/run.cpp DESTINATION "${installed_examples}" COMPONENT dev)
+install(DIRECTORY examples/tiny_host DESTINATION "${installed_examples}" COMPONENT dev)
+
+if(TARGET project-share)
+  file(RELATIVE_PATH libraries_from_programs "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
+  set_target_properties(project-share PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_programs}")
+  install(TARGETS project-share COMPONENT tool)
+  install(FILES tools/project-share/completion/project-share.bash RENAME project-share
+          DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tool)
+  install(FILES tools/project-share/completion/_project-share
+          DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions" COMPONENT tool)
+  install(FILES tools/project-share/completion/project-share.fish
+          DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d" COMPONENT tool)
+  add_dependencies(project_sharing_installables project-share)
+
+  find_program(SCDOC scdoc)
+  if(SCDOC)
+    set(manual "${CMAKE_CURRENT_BINARY_DIR}/project-share.1.gz")
+    set(manual_source "${CMAKE_CURRENT_SOURCE_DIR}/docs/man/project-share.1.scd")
+    add_custom_command(OUTPUT "${manual}" DEPENDS "${manual_source}" VERBATIM
+                       COMMAND "${SCDOC}" < "${manual_source}" | gzip -9n > "${manual}")
+    add_custom_target(project_sharing_manual ALL DEPENDS "${manual}")
+    add_dependencies(project_sharing_installables project_sharing_manual)
+    install(FILES "${manual}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tool)
+  else()
+    message(STATUS "No manual page: there is no scdoc")
+  endif()
+endif()
