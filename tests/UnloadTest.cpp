@@ -1,0 +1,113 @@
+// The library as a plug-in: loaded, with its symbols kept to itself, by a program that defines the host's functions and
+// is not linked to it; used through its interfaces; unloaded; and all that again.
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "Samples.h"
+#include "project/sharing/profiles/ExportProfileErrors.h"
+
+// The library's own are not to be had by whoever is not linked to it.
+namespace foundation::core::except {
+
+using namespace ORCHID::project::sharing;
+using ::project::exception::ProjectException;
+template class Exception<ExportProfileUuidNotFound, ProjectException>;
+template class Exception<ExportProfileNameNotFound, ProjectException>;
+template class Exception<ExportProfileNameNotUnique, ProjectException>;
+template class Exception<ExportProfileAlreadyExists, ProjectException>;
+template class Exception<ExportProfilesStartupFailure, ProjectException>;
+
+}  // namespace foundation::core::except
+
+namespace {
+
+using namespace ORCHID::project::sharing;
+using memory_host::MemoryProject;
+using project::metadata::MetadataManager;
+using samples::ExportProfileManager;
+using samples::store;
+
+template <class X>
+using Error = foundation::core::except::Exception<X, project::exception::ProjectException>;
+
+class Library {
+ public:
+  Library() : handle_(dlopen(PROJECT_SHARING_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
+    if (!handle_) throw std::runtime_error(dlerror());
+  }
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+  ~Library() { dlclose(handle_); }
+
+  std::unique_ptr<ExportProfileManager> createManager(std::shared_ptr<MetadataManager> metadata) const {
+    void* found =
+        dlsym(handle_, "_ZN7project7sharing8profiles13createManagerESt10shared_ptrINS_8metadata15MetadataManagerEE");
+    if (!found) throw std::runtime_error(dlerror());
+    using CreateManager = std::unique_ptr<ExportProfileManager>(std::shared_ptr<MetadataManager>);
+    return reinterpret_cast<CreateManager*>(found)(std::move(metadata));
+  }
+
+ private:
+  void* handle_;
+};
+
+bool isLoaded() {
+  void* handle = dlopen(PROJECT_SHARING_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
+  if (handle) dlclose(handle);
+  return handle != nullptr;
+}
+
+void editAndApply(const Library& library) {
+  MemoryProject project;
+  project.labels.addCategory(u"audience");
+  project.labels.addLabel(u"audience", u"internal");
+  project.files.addFile(u"/p/goes", {{u"audience", u"internal"}});
+  project.files.addFile(u"/p/stays");
+
+  const auto manager = library.createManager(project.metadata);
+  manager->createProfile(u"public", u"1");
+  store(*project.metadata,
+        {{u"Export", u"Root"}, {u"ExportProfile", u"1"}, {u"Filter", u"FileLabel"}, {u"Filter", u"internal"}}, u"Data",
+        u"audience");
+  const auto profile = manager->getProfileByUUID(u"1");
+  profile->addFilter(u"Label", profile->getFilters().at(0)->getItems());
+  profile->save();
+  manager->getProfileByName(u"public")->apply(project);
+
+  EXPECT_EQ(project.files.texts(), std::vector<std::u16string>{u"/p/stays"});
+  EXPECT_TRUE(project.labels.getCategories().empty());
+}
+
+void raiseEveryError(const Library& library) {
+  MemoryProject project;
+  for (const auto* uuid : {u"1", u"2"}) {
+    store(*project.metadata, {{u"Export", u"Root"}, {u"ExportProfile", uuid}}, u"Name", u"twin");
+  }
+  const auto manager = library.createManager(project.metadata);
+  EXPECT_THROW(manager->getProfileByUUID(u"none"), Error<ExportProfileUuidNotFound>);
+  EXPECT_THROW(manager->getProfileByName(u"none"), Error<ExportProfileNameNotFound>);
+  EXPECT_THROW(manager->getProfileByName(u"twin"), Error<ExportProfileNameNotUnique>);
+  EXPECT_THROW(manager->createProfile(u"twin", u"3"), Error<ExportProfileAlreadyExists>);
+  EXPECT_THROW(library.createManager(nullptr), Error<ExportProfilesStartupFailure>);
+  EXPECT_THROW(library.createManager(nullptr), foundation::core::except::IMsgIDException);
+}
+
+TEST(Unload, LeavesNothingBehindHoweverOftenTheLibraryIsUsed) {
+  for (int i = 0; i < 3; ++i) {
+    {
+      const Library library;
+      ASSERT_TRUE(isLoaded());
+      editAndApply(library);
+      raiseEveryError(library);
+    }
+    ASSERT_FALSE(isLoaded());
+  }
+}
+
+}  // namespace
