@@ -9,17 +9,25 @@
 
 namespace project::management {
 
-// The entries (files and folders) of one project and the labels attached to them.
+// The entries (files and folders) of one project and the labels attached to them. A file filter lists the entries once,
+// asks about each, and removes: what it works on is a copy that is about to be shared. Only listed entries are asked
+// about and removed, by the very paths of the list.
 class FileManager {
  public:
-  // Every entry, as a full path below the root folder.
+  // Every entry once, as a full path below the root folder, which is not among them. In any order, which is kept.
   virtual std::vector<fl::filesystem::path> getFiles() = 0;
 
   // In the text form that fl::filesystem::detail::extract_parent_path gives for what lies directly in it.
   virtual fl::filesystem::path getRootFolder() = 0;
 
+  // What is attached to this very entry, not to the folders above it.
   virtual std::vector<FileLabel> getFileLabels(const fl::filesystem::path& entry) = 0;
+
+  // False of an entry that keeps the folders above it when it stays. What a link is, the host says.
   virtual bool isFolder(const fl::filesystem::path& entry) = 0;
+
+  // A folder goes with what lies in it, and may stand before entries that lie in it. An empty list removes nothing.
+  // The library ignores the result.
   virtual std::vector<fl::filesystem::path> removeFiles(const std::vector<fl::filesystem::path>& entries) = 0;
 
   virtual ~FileManager() = default;

@@ -8,16 +8,20 @@
 
 namespace project::management {
 
-// The label categories of one project and the labels in them.
+// The label categories of one project and the labels in them. A category's text and a label's UUID are what items name:
+// they are the same in a working copy, and stay when a name changes.
 class LabelManager {
  public:
+  // Each once, in any order; labels are removed in it.
   virtual std::vector<CategoryIdentifier> getCategories() const = 0;
+
+  // Called for a category whose last label has just been removed.
   virtual void removeCategory(const CategoryIdentifier& category) = 0;
 
-  // None for an absent category.
+  // The labels that there are now, each once, in any order; none for an absent category.
   virtual std::vector<LabelIdentifier> getLabels(const CategoryIdentifier& category) const = 0;
 
-  // The flag's meaning is the host's.
+  // Takes the label off all entries, too. The flag's meaning is the host's; the library gives false.
   virtual void removeLabel(const CategoryIdentifier& category, const LabelIdentifier& label, bool flag) = 0;
 
   virtual ~LabelManager() = default;
