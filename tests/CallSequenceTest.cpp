@@ -122,8 +122,7 @@ TEST_F(CallSequence, OfSavingNothingStillRemovesWhateverIsThere) {
 }
 
 TEST_F(CallSequence, OfSharing) {
-  host.labels.addCategory(u"c");
-  host.labels.addLabel(u"c", u"l");
+  host.addLabel(u"c", u"l");
   project::sharing::SerializationData data;
   data.projectManagers[data.projectPath] = memory_host::probed(host, probe);
   const Calls filtering{"getLabelManager",       "getCategories", "getLabels c",

@@ -17,19 +17,19 @@ using memory_host::Probe;
 using samples::Items;
 
 const ExportStrategyItem internal{u"category-of-some-length", u"label-uuid-of-some-length"};
-const ExportStrategyItem other{u"category-of-some-length", u"other-uuid-of-some-length"};
-const ExportStrategyItem third{u"another-of-some-length", u"label-uuid-of-some-length"};
+const Items items{{u"category-of-some-length", u"other-uuid-of-some-length"},
+                  internal,
+                  {u"another-of-some-length", u"label-uuid-of-some-length"}};
 
 struct HostFault {};
 
 // A project with files, labels and two stored profiles of all four kinds, behind a probe.
 struct World {
   World() {
-    host->labels.addCategory(internal.category);
-    host->labels.addLabel(internal.category, internal.labelUUID);
-    host->files.addFolder(u"/p/folder", {{internal.category, internal.labelUUID}});
-    host->files.addFile(u"/p/folder/secret", {{internal.category, internal.labelUUID}});
-    host->files.addFile(u"/p/folder/open");
+    host->addLabel(internal.category, internal.labelUUID);
+    host->addFolder(u"/p/folder", {{internal.category, internal.labelUUID}});
+    host->addFile(u"/p/folder/secret", {{internal.category, internal.labelUUID}});
+    host->addFile(u"/p/folder/open");
     for (const auto* uuid : {u"first", u"second"}) {
       const auto made = manager->createProfile(uuid, uuid);
       for (const auto* kind : {u"FileLabel", u"IncludeFilesWithLabel", u"Label", u"IncludeLabels"}) {
@@ -89,23 +89,11 @@ const Operation operations[] = {
     {"applyProfile", [](World& w) { w.profile->apply(*w.project); }, 18},
     {"applyFileInclude", [](World& w) { w.filter(0).apply(*w.project); }, 8},
     {"applyFileExclude", [](World& w) { w.filter(1).apply(*w.project); }, 8},
-    {"applyLabelExclude", [](World& w) { w.filter(2).apply(*w.project); }, 6},
+    {"applyLabelExclude", [](World& w) { w.filter(3).apply(*w.project); }, 6},
     {"applyTransformation", [](World& w) { ExportProfileTransformation(u"first").apply(w.data); }, 59},
-    {"addLabelFilter",
-     [](World& w) {
-       w.profile->addFilter(u"Label", {internal, other});
-     },
-     0},
-    {"addFileFilter",
-     [](World& w) {
-       w.profile->addFilter(u"FileLabel", {internal, other});
-     },
-     0},
-    {"addItems",
-     [](World& w) {
-       w.filter(0).addItems({third, internal, other});
-     },
-     0},
+    {"addLabelFilter", [](World& w) { w.profile->addFilter(u"Label", items); }, 0},
+    {"addFileFilter", [](World& w) { w.profile->addFilter(u"FileLabel", items); }, 0},
+    {"addItems", [](World& w) { w.filter(0).addItems(items); }, 0},
     {"getItems", [](World& w) { w.filter(0).getItems(); }, 0},
 };
 
@@ -118,7 +106,7 @@ class Faults : public testing::TestWithParam<Operation> {
       World world;
       const auto before = world.filters();
       const bool failed = fails(world, point);
-      EXPECT_EQ(world.host->metadata->openScopes(), 0);
+      EXPECT_EQ(dynamic_cast<memory_host::MemoryMetadata&>(*world.host->metadata).openScopes(), 0);
       if (!failed) return point;
       EXPECT_EQ(world.filters(), before);
       world.probe.clear();

@@ -9,7 +9,6 @@
 namespace {
 
 using namespace project::sharing::profiles;
-using memory_host::MemoryFiles;
 using memory_host::MemoryProject;
 using memory_host::Probe;
 using samples::Items;
@@ -23,7 +22,7 @@ struct Row {
   const char* name;
   std::u16string kind;
   Items items;
-  MemoryFiles::Labels d, da, db, c;  // the labels of /p/d, /p/d/a, /p/d/b and /p/c
+  std::set<memory_host::LabelKey> d, da, db, c;  // the labels of /p/d, /p/d/a, /p/d/b and /p/c
   Texts left;
 };
 
@@ -31,14 +30,7 @@ const std::u16string EXCLUDE = u"FileLabel", INCLUDE = u"IncludeFilesWithLabel",
 const Texts all{u"/p/d", u"/p/d/a", u"/p/d/b", u"/p/c"};
 const Row rows[] = {
     {"Exclude one file", EXCLUDE, {itemL}, {}, {L}, {}, {}, {u"/p/d", u"/p/d/b", u"/p/c"}},
-    {"Exclude spares the folder of a file that stays",
-     EXCLUDE,
-     {itemL},
-     {L},
-     {L},
-     {},
-     {},
-     {u"/p/d", u"/p/d/b", u"/p/c"}},
+    {"Exclude spares a needed folder", EXCLUDE, {itemL}, {L}, {L}, {}, {}, {u"/p/d", u"/p/d/b", u"/p/c"}},
     {"Exclude a whole folder", EXCLUDE, {itemL}, {L}, {L}, {L}, {}, {u"/p/c"}},
     {"Exclude by any of its labels", EXCLUDE, {itemL, itemM}, {}, {N, M}, {N}, {}, {u"/p/d", u"/p/d/b", u"/p/c"}},
     {"Exclude another category", EXCLUDE, {itemL}, {}, {{u"C", u"L"}}, {}, {}, all},
@@ -55,14 +47,14 @@ TEST(FileLabelFilter, LeavesWhatIsMeantToStay) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     MemoryProject host;
-    host.files.addFolder(u"/p/d", row.d);
-    host.files.addFile(u"/p/d/a", row.da);
-    host.files.addFile(u"/p/d/b", row.db);
-    host.files.addFile(u"/p/c", row.c);
+    host.addFolder(u"/p/d", row.d);
+    host.addFile(u"/p/d/a", row.da);
+    host.addFile(u"/p/d/b", row.db);
+    host.addFile(u"/p/c", row.c);
     const auto filter = samples::filterOf(EXCLUDE, row.items);
     filter->setType(row.kind);
     filter->apply(host);
-    EXPECT_EQ(host.files.texts(), row.left);
+    EXPECT_EQ(host.texts(), row.left);
   }
 }
 
@@ -74,9 +66,9 @@ TEST(FileLabelFilter, AsksEachEntryForItsLabelsAndWhatStaysForItsKind) {
   filter->apply(*project);
   EXPECT_EQ(probe.calls(), (samples::Calls{"getFileManager", "getFiles", "getRootFolder", "removeFiles []"}));
 
-  host.files.addFolder(u"/p/d", {L});
-  host.files.addFile(u"/p/d/a");
-  host.files.addFile(u"/p/d/b", {L});
+  host.addFolder(u"/p/d", {L});
+  host.addFile(u"/p/d/a");
+  host.addFile(u"/p/d/b", {L});
   probe.clear();
   filter->apply(*project);
   EXPECT_EQ(probe.calls(),
@@ -86,9 +78,9 @@ TEST(FileLabelFilter, AsksEachEntryForItsLabelsAndWhatStaysForItsKind) {
 
 TEST(FileLabelFilter, ReadsItsKindAfterTheRootAndAgainForEachEntryWithoutLabels) {
   MemoryProject host;
-  host.files.addFile(u"/p/a", {L});
-  host.files.addFile(u"/p/b");
-  host.files.addFile(u"/p/c");
+  host.addFile(u"/p/a", {L});
+  host.addFile(u"/p/b");
+  host.addFile(u"/p/c");
   Probe probe;
   const auto filter = samples::filterOf(INCLUDE, {itemL});
   probe.onCall = [&](const std::string& call) {
@@ -96,7 +88,7 @@ TEST(FileLabelFilter, ReadsItsKindAfterTheRootAndAgainForEachEntryWithoutLabels)
     if (call == "getFileLabels /p/b") filter->setType(INCLUDE);
   };
   filter->apply(*memory_host::probed(host, probe));
-  EXPECT_EQ(host.files.texts(), Texts{u"/p/c"});
+  EXPECT_EQ(host.texts(), Texts{u"/p/c"});
 }
 
 TEST(FileLabelFilter, AsksForTheParentOfEachFolderOnceHoweverDeep) {
@@ -104,17 +96,17 @@ TEST(FileLabelFilter, AsksForTheParentOfEachFolderOnceHoweverDeep) {
   std::u16string folder = u"/p";
   for (int depth = 0; depth < 200; ++depth) {
     folder += u"/d";
-    host.files.addFolder(folder, {L});
-    for (const auto* name : {u"/a", u"/b"}) host.files.addFile(folder + name);
+    host.addFolder(folder, {L});
+    for (const auto* name : {u"/a", u"/b"}) host.addFile(folder + name);
   }
   const std::size_t before = memory_host::pathQuestions().parents;
   samples::filterOf(EXCLUDE, {itemL})->apply(host);
-  EXPECT_EQ(host.files.texts().size(), 600U);
+  EXPECT_EQ(host.texts().size(), 600U);
   EXPECT_EQ(memory_host::pathQuestions().parents - before, 600U);
 }
 
 // A tree of random shape and labels, listed in random order, with an entry listed twice and some outside the root.
-void fillAtRandom(MemoryFiles& files, std::mt19937& random) {
+void fillAtRandom(MemoryProject& files, std::mt19937& random) {
   const auto below = [&](std::size_t n) { return std::uniform_int_distribution<std::size_t>(0, n - 1)(random); };
   Texts folders{u"/p"};
   std::vector<std::pair<std::u16string, bool>> entries{
@@ -128,9 +120,9 @@ void fillAtRandom(MemoryFiles& files, std::mt19937& random) {
   entries.push_back(entries[below(entries.size())]);
   std::shuffle(entries.begin(), entries.end(), random);
   for (const auto& [text, isFolder] : entries) {
-    MemoryFiles::Labels labels;
+    std::set<memory_host::LabelKey> labels;
     for (const auto& label : {L, M, N}) {
-      if (below(3) == 0) labels.push_back(label);
+      if (below(3) == 0) labels.insert(label);
     }
     isFolder ? files.addFolder(text, labels) : files.addFile(text, labels);
   }
@@ -141,8 +133,8 @@ TEST(FileLabelFilter, MakesTheCallsOfThePlainRuleOnRandomTrees) {
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
     MemoryProject host;
-    fillAtRandom(host.files, random);
-    host.files.root = Texts{u"/p", u"/p/", u"/", u"", u"/p/a"}[seed / 9 % 5];
+    fillAtRandom(host, random);
+    host.root = memory_host::Path(Texts{u"/p", u"/p/", u"/", u"", u"/p/a"}[seed / 9 % 5], true);
     const Items items = std::vector<Items>{{}, {itemL}, {itemL, itemM}}[seed % 3];
     const std::u16string kind = Texts{EXCLUDE, INCLUDE, OTHER}[seed / 3 % 3];
     MemoryProject twin = host;

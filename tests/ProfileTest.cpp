@@ -81,8 +81,8 @@ TEST_F(Profile, SkipsWhatItDoesNotKnowAndLoadsFileFiltersInReverse) {
   samples::store(*metadata, nodeBelow({{u"Filter", u"IncludeLabels"}}));
   samples::store(*metadata, nodeBelow({{u"Filter", u"IncludeFilesWithLabel"}}));
   const auto again = loadAgain();
-  EXPECT_EQ(samples::kindsOf(*again), (Kinds{u"IncludeFilesWithLabel", u"FileLabel", u"Label", u"IncludeLabels"}));
-  EXPECT_EQ(again->getFilters()[2]->getItems(), (Items{{u"b", u"2"}}));
+  EXPECT_EQ(samples::kindsOf(*again), (Kinds{u"IncludeFilesWithLabel", u"FileLabel", u"IncludeLabels", u"Label"}));
+  EXPECT_EQ(again->getFilters()[3]->getItems(), (Items{{u"b", u"2"}}));
 }
 
 TEST_F(Profile, ThatWasDeletedHasNoNameAndIsNotWritten) {

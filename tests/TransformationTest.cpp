@@ -18,10 +18,9 @@ using ErrorOf = foundation::core::except::Exception<X, project::exception::Proje
 class Transformation : public testing::Test {
  protected:
   Transformation() {
-    project->labels.addCategory(u"c");
-    project->labels.addLabel(u"c", u"internal");
-    project->files.addFile(u"/p/secret", {{u"c", u"internal"}});
-    project->files.addFile(u"/p/open");
+    project->addLabel(u"c", u"internal");
+    project->addFile(u"/p/secret", {{u"c", u"internal"}});
+    project->addFile(u"/p/open");
     data.projectManagers[path(u"/p", true)] = project;
     data.projectPath = path(u"/p", false);  // the flag is no part of a path's identity
   }
@@ -34,13 +33,13 @@ TEST_F(Transformation, StripsByTheProfileAsItIsStoredAtEachApplication) {
   const auto profile = createManager(project->metadata)->createProfile(u"public", u"u");
   const ExportProfileTransformation transformation(u"u");
   transformation.apply(data);
-  EXPECT_EQ(project->files.texts().size(), 2U);
+  EXPECT_EQ(project->texts().size(), 2U);
   profile->addFilter(EXCLUDE_LABEL, {{u"c", u"internal"}});
   profile->addFilter(EXCLUDE_FILES_WITH_LABEL, {{u"c", u"internal"}});
   profile->save();
   transformation.apply(data);
-  EXPECT_EQ(project->files.texts(), std::vector<std::u16string>{u"/p/open"});
-  EXPECT_TRUE(project->labels.getCategories().empty());
+  EXPECT_EQ(project->texts(), std::vector<std::u16string>{u"/p/open"});
+  EXPECT_TRUE(project->getCategories().empty());
 }
 
 TEST_F(Transformation, FailsForWhatIsNotThere) {

@@ -65,10 +65,9 @@ bool isLoaded() {
 
 void editAndApply(const Library& library) {
   MemoryProject project;
-  project.labels.addCategory(u"audience");
-  project.labels.addLabel(u"audience", u"internal");
-  project.files.addFile(u"/p/goes", {{u"audience", u"internal"}});
-  project.files.addFile(u"/p/stays");
+  project.addLabel(u"audience", u"internal");
+  project.addFile(u"/p/goes", {{u"audience", u"internal"}});
+  project.addFile(u"/p/stays");
 
   const auto manager = library.createManager(project.metadata);
   manager->createProfile(u"public", u"1");
@@ -80,8 +79,8 @@ void editAndApply(const Library& library) {
   profile->save();
   manager->getProfileByName(u"public")->apply(project);
 
-  EXPECT_EQ(project.files.texts(), std::vector<std::u16string>{u"/p/stays"});
-  EXPECT_TRUE(project.labels.getCategories().empty());
+  EXPECT_EQ(project.texts(), std::vector<std::u16string>{u"/p/stays"});
+  EXPECT_TRUE(project.getCategories().empty());
 }
 
 void raiseEveryError(const Library& library) {

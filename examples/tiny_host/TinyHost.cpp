@@ -18,7 +18,6 @@ std::u16string project::metadata::generateUUID() {
   while (uuid.size() < 32) uuid += u"0123456789abcdef"[random() % 16];
   return uuid;
 }
-
 const char* foundation::core::except::IException::what() const noexcept { return "an error of the project"; }
 std::string foundation::core::except::IMsgIDException::get_error_id(const resource_core::BaseMsgID& record) {
   return record.component + ":" + record.key;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <iterator>
 #include <set>
 
 #include "project/management/ProjectManager.h"
@@ -14,17 +13,12 @@ using namespace project::management;
 using namespace project::metadata;
 using fl::filesystem::path;
 
-template <class Map, class Goes>
-void eraseWhere(Map& map, Goes goes) {
-  for (auto one = map.begin(); one != map.end();) one = goes(one->first) ? map.erase(one) : std::next(one);
-}
-
 inline bool isIn(const MetadataPath& node, const MetadataPath& top) {
   const auto &elements = node.getElements(), &first = top.getElements();
   return elements.size() >= first.size() && std::equal(first.begin(), first.end(), elements.begin());
 }
 
-struct TinyMetadata final : MetadataManager {
+struct TinyMetadata : MetadataManager {
   std::map<MetadataPath, MetadataNodeSpecification> nodes;
   MetadataScopeGuard beginReadScope() override { return MetadataScopeGuard(nullptr); }
   MetadataScopeGuard beginWriteScope() override {  // what an exception leaves half done is undone
@@ -51,21 +45,24 @@ struct TinyMetadata final : MetadataManager {
     return children;
   }
   void removeNodes(const std::vector<MetadataPath>& tops) override {
-    for (const auto& top : tops) eraseWhere(nodes, [&](const auto& node) { return isIn(node, top); });
+    for (const auto& top : tops) {
+      for (auto one = nodes.begin(); one != nodes.end();) one = isIn(one->first, top) ? nodes.erase(one) : ++one;
+    }
   }
   bool nodeExists(MetadataPath node) override { return nodes.count(node) != 0; }
 };
 
 using LabelKey = std::pair<std::u16string, std::u16string>;  // category, UUID
 struct Entry {
+  path name;
   bool isFolder;
   std::set<LabelKey> labels;
 };
 
-struct TinyProject final : ProjectManager, LabelManager, FileManager {
+struct TinyProject : ProjectManager, LabelManager, FileManager {
   std::set<std::u16string> categories;
   std::map<LabelKey, int> labels;  // and whether a filter may remove the label
-  std::map<std::u16string, Entry> entries;
+  std::vector<Entry> entries;
   std::shared_ptr<TinyMetadata> metadata = std::make_shared<TinyMetadata>();
 
   LabelManager& getLabelManager() override { return *this; }
@@ -84,26 +81,30 @@ struct TinyProject final : ProjectManager, LabelManager, FileManager {
   void removeLabel(const CategoryIdentifier& category, const LabelIdentifier& label, bool) override {
     const LabelKey key(category.toString(), label.getUUID());
     labels.erase(key);
-    for (auto& [name, entry] : entries) entry.labels.erase(key);
+    for (Entry& entry : entries) entry.labels.erase(key);
   }
 
   std::vector<path> getFiles() override {
     std::vector<path> all;
-    for (const auto& [name, entry] : entries) all.emplace_back(name, true);
+    for (const Entry& entry : entries) all.push_back(entry.name);
     return all;
   }
   path getRootFolder() override { return path(u"/p", true); }
+  Entry& at(const path& name) {  // one that is listed
+    return *std::find_if(entries.begin(), entries.end(), [&](const Entry& one) { return one.name == name; });
+  }
   std::vector<FileLabel> getFileLabels(const path& entry) override {
     std::vector<FileLabel> attached;
-    for (const LabelKey& key : entries.at(entry.text()).labels) {
+    for (const LabelKey& key : at(entry).labels) {
       attached.emplace_back(CategoryIdentifier(key.first), LabelIdentifier(key.second, labels.at(key)));
     }
     return attached;
   }
-  bool isFolder(const path& entry) override { return entries.at(entry.text()).isFolder; }
+  bool isFolder(const path& entry) override { return at(entry).isFolder; }
   std::vector<path> removeFiles(const std::vector<path>& going) override {  // with a folder goes what lies below it
-    for (const auto& top : going) {
-      eraseWhere(entries, [&](const auto& one) { return one == top.text() || one.rfind(top.text() + u"/", 0) == 0; });
+    for (const path& top : going) {
+      const auto goes = [&](const Entry& one) { return (one.name.text() + u"/").rfind(top.text() + u"/", 0) == 0; };
+      entries.erase(std::remove_if(entries.begin(), entries.end(), goes), entries.end());
     }
     return going;
   }

@@ -15,9 +15,15 @@ int main() {
   const LabelKey internal(u"audience", u"internal"), customer(u"audience", u"customer");
   original.categories = {u"audience"};
   original.labels = {{internal, 1}, {customer, 1}};
-  original.entries = {{u"/p/offer.txt", {false, {customer}}},       {u"/p/notes", {true, {internal}}},
-                      {u"/p/notes/todo.txt", {false, {internal}}},  {u"/p/study", {true, {internal}}},
-                      {u"/p/study/draft.txt", {false, {internal}}}, {u"/p/study/summary.txt", {false, {}}}};
+  const auto add = [&](const char16_t* name, bool isFolder, const std::set<LabelKey>& labels) {
+    original.entries.push_back({path(name, true), isFolder, labels});
+  };
+  add(u"/p/offer.txt", false, {customer});
+  add(u"/p/notes", true, {internal});
+  add(u"/p/notes/todo.txt", false, {internal});
+  add(u"/p/study", true, {internal});
+  add(u"/p/study/draft.txt", false, {internal});
+  add(u"/p/study/summary.txt", false, {});
 
   const auto profile = createManager(original.metadata)->createProfile(u"public");
   for (const auto& kind : {EXCLUDE_FILES_WITH_LABEL, EXCLUDE_LABEL}) {
@@ -33,7 +39,9 @@ int main() {
   data.projectManagers[data.projectPath] = copy;
   ExportProfileTransformation(profile->getUUID()).apply(data);
 
-  for (const auto& [name, entry] : copy->entries) std::cout << std::string(name.begin(), name.end()) << '\n';
+  for (const Entry& entry : copy->entries) {
+    std::cout << std::string(entry.name.text().begin(), entry.name.text().end()) << '\n';
+  }
   for (const auto& [label, isRemovable] : copy->labels) {
     std::cout << "label " << std::string(label.second.begin(), label.second.end()) << '\n';
   }

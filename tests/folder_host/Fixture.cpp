@@ -91,19 +91,19 @@ void Transformation::apply(project::sharing::SerializationData& data) const {
   if (change_) change_(*data.projectManagers.at(data.projectPath));
 }
 
-FolderTest::FolderTest() {
+TemporaryFolder::TemporaryFolder() {
   std::string name = (fs::canonical(fs::temp_directory_path()) / "folder-host-XXXXXX").string();
   if (::mkdtemp(name.data()) == nullptr) throw std::system_error(errno, std::generic_category(), name);
-  folder_ = name;
+  path = name;
 }
 
-FolderTest::~FolderTest() {
+TemporaryFolder::~TemporaryFolder() {
   std::error_code ignored;
-  fs::permissions(folder_, fs::perms::owner_all, ignored);
-  for (const auto& item : fs::recursive_directory_iterator(folder_, ignored)) {
+  fs::permissions(path, fs::perms::owner_all, ignored);
+  for (const auto& item : fs::recursive_directory_iterator(path, ignored)) {
     if (!item.is_symlink(ignored) && item.is_directory(ignored)) fs::permissions(item, fs::perms::owner_all, ignored);
   }
-  fs::remove_all(folder_, ignored);
+  fs::remove_all(path, ignored);
 }
 
 void FolderTest::put(const std::string& file, const std::string& content) const {

@@ -47,12 +47,17 @@ class Transformation final : public project::sharing::TransformationHierarchy {
   Change change_;
 };
 
-// A folder of the test's own, without links on its path.
-class FolderTest : public ::testing::Test {
- public:
-  FolderTest();
-  ~FolderTest() override;
+// A folder of its own, without links on its path, that goes with it.
+struct TemporaryFolder {
+  TemporaryFolder();
+  ~TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
+  std::filesystem::path path;
+};
+
+class FolderTest : public ::testing::Test {
  protected:
   // Makes a file with what it lies in.
   void put(const std::string& file, const std::string& content = "content") const;
@@ -60,7 +65,8 @@ class FolderTest : public ::testing::Test {
   // Everything below a folder by relative path, sorted.
   std::vector<std::string> tree(const std::string& path) const;
 
-  std::filesystem::path folder_;
+  const TemporaryFolder temporary_;
+  const std::filesystem::path& folder_ = temporary_.path;
 };
 
 }  // namespace folder_host

@@ -16,58 +16,51 @@ int errorIdentifiers = 0;
 
 }  // namespace
 
+using memory_host::is;
+
 memory_host::PathQuestions memory_host::pathQuestions() { return questions; }
 
 int memory_host::errorIdentifiersMade() { return errorIdentifiers; }
 
-namespace fl::filesystem::detail {
-
-std::u16string extract_parent_path(const std::u16string& text) {
+std::u16string fl::filesystem::detail::extract_parent_path(const std::u16string& text) {
   ++questions.parents;
   if (text.empty()) ++questions.misuses;
   const std::size_t slash = text.rfind(u'/');
   if (slash == std::u16string::npos || text.size() == 1) return {};
-  std::u16string parent = text.substr(0, slash == 0 ? 1 : slash);
+  std::u16string parent = text.substr(0, slash == 0 || is("PATH_001: parents keep the slash") ? slash + 1 : slash);
   std::replace(parent.begin(), parent.end(), u'/', u'\\');  // not native: make_native_form is needed
   return parent;
 }
 
-std::u16string make_native_form(const std::u16string& text, bool flag) {
+std::u16string fl::filesystem::detail::make_native_form(const std::u16string& text, bool flag) {
   if (text.empty() || !flag) ++questions.misuses;
   std::u16string native = text;
-  std::replace(native.begin(), native.end(), u'\\', u'/');
+  if (!is("PATH_001: the native form is the given one")) std::replace(native.begin(), native.end(), u'\\', u'/');
   return native;
 }
 
-}  // namespace fl::filesystem::detail
-
-namespace project::metadata {
-
-std::u16string generateUUID() {
+std::u16string project::metadata::generateUUID() {
   static int made = 0;
-  const std::string number = std::to_string(++made);
+  const std::string number = std::to_string(++made % (is("UUID_001: UUIDs repeat") ? 500 : 1000000));
   return u"uuid-" + std::u16string(number.begin(), number.end());
 }
 
-}  // namespace project::metadata
+const char* foundation::core::except::IException::what() const noexcept {
+  return is("ERROR_001: there is no narrow text") ? nullptr : "host: what";
+}
 
-namespace foundation::core {
+std::u16string foundation::core::except::IMsgIDException::GetUnicodeMessageTxt() const {
+  if (is("ERROR_001: a message throws")) throw std::string(memory_host::fault);
+  return u"host: message";
+}
 
-namespace except {
-
-const char* IException::what() const noexcept { return "host: what"; }
-
-std::u16string IMsgIDException::GetUnicodeMessageTxt() const { return u"host: message"; }
-
-std::string IMsgIDException::get_error_id(const resource_core::BaseMsgID& record) {
+std::string foundation::core::except::IMsgIDException::get_error_id(const resource_core::BaseMsgID& record) {
   ++errorIdentifiers;
-  return record.component + ":" + record.key;
+  return record.component + ":" + record.key +
+         (is("ERROR_001: identifiers change") ? std::to_string(errorIdentifiers) : "");
 }
 
-}  // namespace except
-
-void diag::stacktrace_base::capture(std::size_t) {
+void foundation::core::diag::stacktrace_base::capture(std::size_t) {
   size_ = static_cast<std::size_t>(backtrace(entries_.data(), max_size));
+  if (is("ERROR_001: a stack trace is longer than its room")) size_ = max_size + 1;
 }
-
-}  // namespace foundation::core

@@ -4,19 +4,9 @@
 
 namespace memory_host {
 
+using namespace project::management;
+using namespace project::metadata;
 using fl::filesystem::path;
-using project::management::CategoryIdentifier;
-using project::management::FileLabel;
-using project::management::FileManager;
-using project::management::LabelIdentifier;
-using project::management::LabelManager;
-using project::management::ProjectManager;
-using project::metadata::MetadataManager;
-using project::metadata::MetadataNode;
-using project::metadata::MetadataNodeSpecification;
-using project::metadata::MetadataPath;
-using project::metadata::MetadataScopeGuard;
-using project::metadata::PathElement;
 
 std::string narrow(const std::u16string& text) {
   std::string bytes;
@@ -129,69 +119,49 @@ class ProbedMetadata final : public MetadataManager {
   Probe& probe_;
 };
 
-class ProbedLabels final : public LabelManager {
+class ProbedProject final : public ProjectManager, private LabelManager, private FileManager {
  public:
-  ProbedLabels(LabelManager& host, Probe& probe) : host_(host), probe_(probe) {}
+  ProbedProject(ProjectManager& host, Probe& probe)
+      : host_(host), labels_(host.getLabelManager()), files_(host.getFileManager()), probe_(probe) {}
 
-  std::vector<CategoryIdentifier> getCategories() const override {
-    return probe_.call("getCategories"), host_.getCategories();
-  }
-  void removeCategory(const CategoryIdentifier& category) override {
-    probe_.call("removeCategory " + narrow(category.toString())), host_.removeCategory(category);
-  }
-  std::vector<LabelIdentifier> getLabels(const CategoryIdentifier& category) const override {
-    return probe_.call("getLabels " + narrow(category.toString())), host_.getLabels(category);
-  }
-  void removeLabel(const CategoryIdentifier& category, const LabelIdentifier& label, bool flag) override {
-    probe_.call("removeLabel " + narrow(category.toString()) + "/" + narrow(label.getUUID()) +
-                (flag ? " true" : " false")),
-        host_.removeLabel(category, label, flag);
+  LabelManager& getLabelManager() override { return probe_.call("getLabelManager"), *this; }
+  FileManager& getFileManager() override { return probe_.call("getFileManager"), *this; }
+  std::shared_ptr<MetadataManager> getMetadataManager() override {
+    return probe_.call("getMetadataManager"), probed(host_.getMetadataManager(), probe_);
   }
 
  private:
-  LabelManager& host_;
-  Probe& probe_;
-};
+  std::vector<CategoryIdentifier> getCategories() const override {
+    return probe_.call("getCategories"), labels_.getCategories();
+  }
+  void removeCategory(const CategoryIdentifier& category) override {
+    probe_.call("removeCategory " + narrow(category.toString())), labels_.removeCategory(category);
+  }
+  std::vector<LabelIdentifier> getLabels(const CategoryIdentifier& category) const override {
+    return probe_.call("getLabels " + narrow(category.toString())), labels_.getLabels(category);
+  }
+  void removeLabel(const CategoryIdentifier& category, const LabelIdentifier& label, bool flag) override {
+    const std::string which = narrow(category.toString()) + "/" + narrow(label.getUUID());
+    probe_.call("removeLabel " + which + (flag ? " true" : " false")), labels_.removeLabel(category, label, flag);
+  }
 
-class ProbedFiles final : public FileManager {
- public:
-  ProbedFiles(FileManager& host, Probe& probe) : host_(host), probe_(probe) {}
-
-  std::vector<path> getFiles() override { return probe_.call("getFiles"), host_.getFiles(); }
-  path getRootFolder() override { return probe_.call("getRootFolder"), host_.getRootFolder(); }
+  std::vector<path> getFiles() override { return probe_.call("getFiles"), files_.getFiles(); }
+  path getRootFolder() override { return probe_.call("getRootFolder"), files_.getRootFolder(); }
   std::vector<FileLabel> getFileLabels(const path& entry) override {
-    return probe_.call("getFileLabels " + narrow(entry.text())), host_.getFileLabels(entry);
+    return probe_.call("getFileLabels " + narrow(entry.text())), files_.getFileLabels(entry);
   }
   bool isFolder(const path& entry) override {
-    return probe_.call("isFolder " + narrow(entry.text())), host_.isFolder(entry);
+    return probe_.call("isFolder " + narrow(entry.text())), files_.isFolder(entry);
   }
   std::vector<path> removeFiles(const std::vector<path>& entries) override {
     probe_.call("removeFiles [" + list(entries, [](const path& entry) { return narrow(entry.text()); }) + "]");
-    return host_.removeFiles(entries);
+    return files_.removeFiles(entries);
   }
 
- private:
-  FileManager& host_;
-  Probe& probe_;
-};
-
-class ProbedProject final : public ProjectManager {
- public:
-  ProbedProject(ProjectManager& host, Probe& probe)
-      : host_(host), probe_(probe), labels_(host.getLabelManager(), probe), files_(host.getFileManager(), probe) {}
-
-  LabelManager& getLabelManager() override { return probe_.call("getLabelManager"), labels_; }
-  FileManager& getFileManager() override { return probe_.call("getFileManager"), files_; }
-  std::shared_ptr<MetadataManager> getMetadataManager() override {
-    probe_.call("getMetadataManager");
-    return probed(host_.getMetadataManager(), probe_);
-  }
-
- private:
   ProjectManager& host_;
+  LabelManager& labels_;
+  FileManager& files_;
   Probe& probe_;
-  ProbedLabels labels_;
-  ProbedFiles files_;
 };
 
 }  // namespace

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "project/management/ProjectManager.h"
+
+// Proves that a host does what the library relies on. docs/conformance.md lists the clauses; each is one test.
+namespace host_conformance {
+
+using Project = std::shared_ptr<project::management::ProjectManager>;
+using Path = fl::filesystem::path;
+using Label = project::management::Label;
+
+// A host with an empty project: no metadata, no labels, no entries. Each hook that is set unlocks the clauses that need
+// it, which then hold or fail; without it they are skipped. The suite keeps no reference to a label or file manager
+// over the call of a hook: a host may give another one afterwards.
+struct Host {
+  Project project;
+
+  // One more session with the stored project, beside `project`.
+  std::function<Project()> openAgain;
+
+  // Add to the root folder, or to one that addFolder made, and give the path as getFiles lists it.
+  std::function<Path(const Path& folder, const std::u16string& name)> addFile;
+  std::function<Path(const Path& folder, const std::u16string& name)> addFolder;
+
+  // Adds one more label to the category of that name, and the category where there is none.
+  std::function<Label(const std::u16string& category, bool isRemovable)> addLabel;
+
+  std::function<void(const Path& entry, const Label& label)> attach;
+};
+
+// Registers every clause as a test of the suite `name`; to be called before RUN_ALL_TESTS. Each test asks the factory
+// for a host of its own.
+void registerSuite(const std::string& name, const std::function<Host()>& factory);
+
+}  // namespace host_conformance
