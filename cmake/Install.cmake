@@ -34,7 +34,12 @@ install(FILES "${CMAKE_CURRENT_BINARY_DIR}/project_sharing_profiles.pc"
 install(FILES examples/first_profile.cpp examples/run.cpp DESTINATION "${installed_examples}" COMPONENT dev)
 install(DIRECTORY examples/tiny_host DESTINATION "${installed_examples}" COMPONENT dev)
 
+# Beside the examples, to which they lead.
+install(FILES docs/abi.md docs/conformance.md docs/errors.md docs/host-guide.md docs/stored-format.md abi/operations.txt
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/project_sharing_profiles/docs" COMPONENT dev)
+
 if(TARGET project-share)
+  install(FILES docs/tour.md docs/json.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/project-share" COMPONENT tool)
   file(RELATIVE_PATH libraries_from_programs "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
   set_target_properties(project-share PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_programs}")
   install(TARGETS project-share COMPONENT tool)

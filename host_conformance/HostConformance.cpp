@@ -84,6 +84,8 @@ void Bench::TestBody() {
     check_(*this);
   } catch (const Undeclared& missing) {
     GTEST_SKIP() << "the host does not declare " << missing.hook;
+  } catch (const std::exception& error) {
+    ADD_FAILURE() << "the host throws (" << error.what() << ") at a call that has to succeed";
   }
 }
 

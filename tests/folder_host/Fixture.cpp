@@ -106,6 +106,8 @@ TemporaryFolder::~TemporaryFolder() {
   fs::remove_all(path, ignored);
 }
 
+FolderTest::~FolderTest() = default;
+
 void FolderTest::put(const std::string& file, const std::string& content) const {
   fs::create_directories((folder_ / file).parent_path());
   write(folder_ / file, content);

@@ -58,6 +58,9 @@ struct TemporaryFolder {
 };
 
 class FolderTest : public ::testing::Test {
+ public:
+  ~FolderTest() override;
+
  protected:
   // Makes a file with what it lies in.
   void put(const std::string& file, const std::string& content = "content") const;

@@ -40,6 +40,10 @@ auto theOnly(const Found& found, const char* ambiguous, const char* absent, cons
   return found.front();
 }
 
+profiles::ExportStrategyItem itemOf(const LabelRecord& label) { return {label.categoryUUID, label.uuid}; }
+
+std::string nameOfGone(const profiles::ExportStrategyItem& item) { return shown(item.labelUUID) + " (gone)"; }
+
 }  // namespace
 
 const std::vector<std::string>& kindWords() {
@@ -99,11 +103,9 @@ std::string nameOf(const folder_host::Entry& entry) {
 }
 
 std::string nameOf(const profiles::ExportStrategyItem& item, const std::vector<LabelRecord>& labels) {
-  const auto is = [&](const LabelRecord& label) {
-    return label.uuid == item.labelUUID && label.categoryUUID == item.category;
-  };
+  const auto is = [&](const LabelRecord& label) { return itemOf(label) == item; };
   const auto found = std::find_if(labels.begin(), labels.end(), is);
-  return found != labels.end() ? nameOf(*found) : shown(item.labelUUID) + " (gone)";
+  return found != labels.end() ? nameOf(*found) : nameOfGone(item);
 }
 
 std::unique_ptr<profiles::ExportProfileManager> managerOf(folder_host::WorkingCopy& copy) {
@@ -119,8 +121,13 @@ std::vector<std::shared_ptr<profiles::ExportProfile>> profilesByName(profiles::E
 }
 
 std::vector<std::string> labelNames(const profiles::ExportFilter& filter, const std::vector<LabelRecord>& labels) {
+  std::map<profiles::ExportStrategyItem, std::string> known;
+  for (const LabelRecord& label : labels) known.emplace(itemOf(label), nameOf(label));
   std::vector<std::string> names;
-  for (const auto& item : filter.getItems()) names.push_back(nameOf(item, labels));
+  for (const auto& item : filter.getItems()) {
+    const auto found = known.find(item);
+    names.push_back(found != known.end() ? found->second : nameOfGone(item));
+  }
   std::sort(names.begin(), names.end());
   return names;
 }

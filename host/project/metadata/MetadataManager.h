@@ -42,7 +42,7 @@ class MetadataManager {
   virtual ~MetadataManager() = default;
 };
 
-// A new UUID, never one that was given before, nor "wholeproject"; defined by the host.
+// A new UUID, never one that was given before in any process, nor "wholeproject"; defined by the host.
 std::u16string generateUUID();
 
 }  // namespace project::metadata

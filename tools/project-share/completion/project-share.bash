@@ -7,7 +7,7 @@ _project_share_names() {
     [[ $name == "$current"* ]] && COMPREPLY+=("$(printf %q "$name")")
   done < <(project-share "${in[@]}" "$1" list --json 2>/dev/null | sed -n '
     s/.*"category":"\([^"\\]*\)","name":"\([^"\\]*\)".*/\1\/\2/p; t
-    s/.*"name":"\([^"\\]*\)".*/\1/p')
+    /"category"/!s/.*"name":"\([^"\\]*\)".*/\1/p')
 }
 
 _project_share() {
@@ -41,7 +41,7 @@ _project_share() {
     "why "*) options="--profile" ;;
     "verify "*) options="--receipt" ;;
     "share "*) options="--allow --receipt --strict --whole" ;;&
-    "share "* | "preview "*) [ ${#given[@]} -gt 1 ] || names=profile ;;
+    "share "* | "preview "*) [[ ${#given[@]} -gt 1 || " ${COMP_WORDS[*]} " == *" --whole "* ]] || names=profile ;;
   esac
   options+=" -C --json --quiet --version -h --help"
 

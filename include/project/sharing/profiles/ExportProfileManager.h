@@ -36,7 +36,8 @@ class PROJECT_SHARING_PROFILES_EXPORT ExportProfileManager {
   // Error: ExportProfileUuidNotFound.
   virtual std::shared_ptr<ExportProfile> getProfileByUUID(const std::u16string& uuid) = 0;
 
-  // Stores a profile without filters. A stored profile of this UUID keeps its filters and gets the name. Error:
+  // Stores a profile without filters. The UUID is not checked: never getWholeProjectUUID(), for a transformation by it
+  // strips nothing. A stored profile of this UUID keeps its filters and gets the name. Error:
   // ExportProfileAlreadyExists where a profile with another UUID has the name; nothing is written then. Where the host
   // fails after the write, the profile is stored.
   virtual std::shared_ptr<ExportProfile> createProfile(const std::u16string& name, const std::u16string& uuid) = 0;
