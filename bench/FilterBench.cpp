@@ -1,75 +1,141 @@
-#include <benchmark/benchmark.h>
+// The filters beside the floor (the host calls that they have to make), beside themselves with a hundred times the
+// items, and beside their rules in plainest form.
+#include <map>
+#include <memory>
 
-#include "FlatHost.h"
-#include "PlainFilters.h"
+#include "Floor.h"
+#include "InTurns.h"
+#include "Suite.h"
+#include "TableHost.h"
 #include "memory_host/MemoryHost.h"
 #include "project/sharing/profiles/ExportFilter.h"
 #include "project/sharing/profiles/ExportProfile.h"
 #include "project/sharing/profiles/ExportProfileManager.h"
 
-// The filters beside the floor (the host calls that they have to make) and beside their rules in plainest form. Read
-// the times as ratios of one run; `ctest` does not run them.
+namespace bench {
+
 namespace {
 
 using namespace project::sharing::profiles;
 
-// `count` items, one of which names the label that hangs on the folders; no label of the project is named.
-plain::Items items(std::int64_t count) {
-  plain::Items all{{u"c", u"selected"}};
-  for (std::int64_t i = 1; i < count; ++i) {
-    const std::string text = "other" + std::to_string(i);
-    all.emplace_back(u"c", std::u16string(text.begin(), text.end()));
-  }
-  return all;
-}
+struct Kind {
+  const char* name;
+  const std::u16string& text;
+  bool ofFiles;
+};
 
-bench::FlatHost hostOf(const benchmark::State& state) {
-  return {static_cast<std::size_t>(state.range(0)), static_cast<std::size_t>(state.range(1))};
-}
+const Kind kinds[] = {{"keep-files", INCLUDE_FILES_WITH_LABEL, true},
+                      {"drop-files", EXCLUDE_FILES_WITH_LABEL, true},
+                      {"keep-labels", INCLUDE_LABEL, false},
+                      {"drop-labels", EXCLUDE_LABEL, false}};
 
-std::shared_ptr<ExportFilter> filterOf(const std::u16string& kind, std::int64_t itemCount) {
+std::shared_ptr<ExportFilter> filterOf(const std::u16string& kind, const plain::Items& items) {
   const auto manager = createManager(std::make_shared<memory_host::MemoryMetadata>());
-  return manager->createProfile(u"benchmark")->addFilter(kind, items(itemCount));
+  return manager->createProfile(u"benchmark")->addFilter(kind, items);
 }
 
-void floorOfAFileFilter(benchmark::State& state) {
-  bench::FlatHost host = hostOf(state);
-  while (state.KeepRunning()) host.callAsAFilterMust();
+// A shape with all that is made for it.
+struct Case {
+  explicit Case(const Shape& shape)
+      : host(shape),
+        items(itemsUpTo(shape.items)),
+        filter(filterOf(shape.kind, items)),
+        floor(shape.kind, items, host) {}
+
+  TableHost host;
+  plain::Items items;
+  std::shared_ptr<ExportFilter> filter;
+  Floor floor;
+};
+
+// Kept for the repetitions that follow; the last one alone, as some are large.
+Case& caseOf(const std::string& name, const Shape& shape) {
+  static std::map<std::string, Case> cases;
+  if (cases.count(name) == 0) cases.clear();
+  return cases.try_emplace(name, shape).first->second;
 }
 
-void applied(benchmark::State& state, const std::u16string& kind) {
-  bench::FlatHost host = hostOf(state);
-  const auto filter = filterOf(kind, state.range(2));
-  while (state.KeepRunning()) filter->apply(host);
+std::string nameOf(const char* what, const Kind& kind, const Shape& shape) {
+  return std::string(what) + "/" + kind.name + "/" +
+         (!kind.ofFiles ? "-"
+          : shape.deep  ? "deep"
+                        : "flat") +
+         "/" + std::to_string(shape.entries) + "/" + std::to_string(shape.items) + "/" + std::to_string(shape.labels);
 }
 
-void fileFilter(benchmark::State& state) { applied(state, EXCLUDE_FILES_WITH_LABEL); }
-void labelFilter(benchmark::State& state) { applied(state, EXCLUDE_LABEL); }
+std::size_t runsOf(const Shape& shape) { return 100000 / shape.entries; }
 
-void plainFileFilter(benchmark::State& state) {
-  bench::FlatHost host = hostOf(state);
-  const plain::Items listed = items(state.range(2));
-  while (state.KeepRunning()) plain::applyFileFilter(EXCLUDE_FILES_WITH_LABEL, listed, host);
+void addBesideFloor(const Suite& suite, const Kind& kind, const Shape& shape) {
+  const std::string name = nameOf("floor", kind, shape);
+  suite.add(name, runsOf(shape), [=](benchmark::State& state) {
+    Case& one = caseOf(name, shape);
+    inTurns(
+        state, [&] { one.floor.call(); }, [&] { one.filter->apply(one.host); });
+  });
 }
 
-void floorOfALabelFilter(benchmark::State& state) {
-  bench::FlatHost host = hostOf(state);
-  while (state.KeepRunning()) host.callAsALabelFilterMust();
+// The project is that of the short list; what the long one names besides hangs on nothing.
+void addBesideFewerItems(const Suite& suite, const Kind& kind, const Shape& shape) {
+  const std::string name = nameOf("items", kind, shape);
+  suite.add(name, runsOf(shape), [=](benchmark::State& state) {
+    Case& one = caseOf(name, shape);
+    plain::Items many = one.items;
+    constexpr std::size_t ABSENT = 500000000;  // labels of no project
+    for (std::size_t i = 0; i < 99 * shape.items; ++i) many.push_back(itemOf(ABSENT + i));
+    const auto filter = filterOf(shape.kind, many);
+    inTurns(
+        state, [&] { one.filter->apply(one.host); }, [&] { filter->apply(one.host); });
+  });
 }
 
-void plainLabelFilter(benchmark::State& state) {
-  bench::FlatHost host = hostOf(state);
-  const plain::Items listed = items(state.range(2));
-  while (state.KeepRunning()) plain::applyLabelFilter(EXCLUDE_LABEL, listed, host);
+void addPlainBeside(const Suite& suite, const Kind& kind, const Shape& shape) {
+  const std::string name = nameOf("plain", kind, shape);
+  suite.add(name, runsOf(shape) / 100, [=](benchmark::State& state) {
+    Case& one = caseOf(name, shape);
+    const auto plainly = [&] {
+      (kind.ofFiles ? plain::applyFileFilter : plain::applyLabelFilter)(shape.kind, one.items, one.host);
+    };
+    inTurns(
+        state, [&] { one.filter->apply(one.host); }, plainly);
+  });
 }
 
-const std::vector<std::string> names{"entries", "depth", "items"};
+void addFileShapes(const Suite& suite, const Kind& kind, bool deep) {
+  const std::size_t usual = suite.isShort() ? 1000 : 100000;
+  for (const std::size_t labels : {0U, 1U, 2U, 5U}) {
+    for (const std::size_t items : {10U, 1000U, 10000U}) {
+      addBesideFloor(suite, kind, {kind.text, usual, items, labels, deep});
+    }
+  }
+  if (suite.isShort()) return;
+  for (const std::size_t entries : {1000U, 10000U, 1000000U}) {
+    for (const std::size_t items : {10U, 10000U}) addBesideFloor(suite, kind, {kind.text, entries, items, 2U, deep});
+  }
+}
 
-BENCHMARK(floorOfAFileFilter)->ArgNames(names)->ArgsProduct({{10000, 100000}, {1, 50}, {1}});
-BENCHMARK(fileFilter)->ArgNames(names)->ArgsProduct({{10000, 100000}, {1, 50}, {1, 10000}});
-BENCHMARK(plainFileFilter)->ArgNames(names)->ArgsProduct({{1000, 10000}, {1}, {1}});
-BENCHMARK(floorOfALabelFilter)->ArgNames(names)->ArgsProduct({{10000, 100000}, {1}, {1}});
-BENCHMARK(plainLabelFilter)->ArgNames(names)->ArgsProduct({{10000, 100000}, {1}, {1, 100}});
-BENCHMARK(labelFilter)->ArgNames(names)->ArgsProduct({{10000, 100000}, {1}, {1, 10000}});
+void addLabelShapes(const Suite& suite, const Kind& kind) {
+  for (const std::size_t labels : {1000U, 10000U, 100000U, 1000000U}) {
+    for (const std::size_t items : {10U, 1000U, 10000U})
+      addBesideFloor(suite, kind, {kind.text, labels, items, 0U, false});
+    if (suite.isShort()) return;
+  }
+}
 
 }  // namespace
+
+void addFilters(const Suite& suite) {
+  for (const Kind& kind : kinds) {
+    for (const bool deep : {false, true}) {
+      if (kind.ofFiles) addFileShapes(suite, kind, deep);
+    }
+    if (!kind.ofFiles) addLabelShapes(suite, kind);
+    for (const std::size_t items : {10U, 100U}) {
+      addBesideFewerItems(suite, kind, {kind.text, suite.isShort() ? 1000U : 100000U, items, kind.ofFiles ? 2U : 0U});
+    }
+    for (const std::size_t entries : {1000U, 10000U}) {
+      addPlainBeside(suite, kind, {kind.text, suite.isShort() ? entries / 10 : entries, 100, kind.ofFiles ? 2U : 0U});
+    }
+  }
+}
+
+}  // namespace bench

@@ -13,7 +13,6 @@ namespace folder_host {
 using project::metadata::MetadataNode;
 using project::metadata::MetadataNodeSpecification;
 using project::metadata::MetadataPath;
-using project::metadata::MetadataPathBuilder;
 using project::metadata::MetadataScopeGuard;
 using project::metadata::PathElement;
 
@@ -46,6 +45,13 @@ NodeValues valuesAt(Store& store, const std::string& key) {
   return values;
 }
 
+bool isStored(Store& store, const MetadataPath& path) {
+  if (path.getElements().empty()) return true;
+  const PathElement& leaf = path.getLeaf();
+  const char* sql = "SELECT 1 FROM node WHERE parent = ? AND type = ? AND location = ?";
+  return !store.query(sql, {parentKeyOf(path), toBlob(leaf.getType()), toBlob(leaf.getLocation())}).empty();
+}
+
 // What a node of unknown making gives for the keys that are stored, or what is stored where it gives nothing.
 NodeValues askedFor(MetadataNode& node, NodeValues stored) {
   for (auto& [key, value] : stored) {
@@ -57,25 +63,26 @@ NodeValues askedFor(MetadataNode& node, NodeValues stored) {
   return stored;
 }
 
-NodeValues valuesGivenBy(MetadataNode& node, Store& store, const std::string& key) {
+NodeValues valuesGivenBy(MetadataNode& node, Store& store, const MetadataPath& path) {
   if (const auto* specification = dynamic_cast<const MetadataNodeSpecification*>(&node)) return specification->values();
   if (const auto* stored = dynamic_cast<const StoredNode*>(&node)) return stored->values();
-  return askedFor(node, valuesAt(store, key));
+  return askedFor(node, valuesAt(store, nodeKeyOf(path)));
 }
 
-void makeNodes(Store& store, const MetadataPath& path) {
+// Gives the node's key.
+std::string makeNodes(Store& store, const MetadataPath& path) {
   std::string parent;
   for (const PathElement& element : path.getElements()) {
     store.run("INSERT INTO node VALUES(?, ?, ?) ON CONFLICT DO NOTHING",
               {parent, toBlob(element.getType()), toBlob(element.getLocation())});
     appendToNodeKey(parent, element);
   }
+  return parent;
 }
 
 void setNode(Store& store, const MetadataPath& path, MetadataNode& node) {
-  const std::string key = nodeKeyOf(path);
-  const NodeValues values = valuesGivenBy(node, store, key);
-  makeNodes(store, path);
+  const NodeValues values = valuesGivenBy(node, store, path);
+  const std::string key = makeNodes(store, path);
   for (const auto& [name, value] : values) {
     store.run("INSERT OR REPLACE INTO node_value VALUES(?, ?, ?)", {key, toBlob(name), toBlob(value)});
   }
@@ -108,7 +115,7 @@ MetadataScopeGuard MetadataStore::beginWriteScope() { return store_->beginWrite(
 
 std::unique_ptr<MetadataNode> MetadataStore::getNode(const MetadataPath& path) {
   const MetadataScopeGuard scope = store_->beginRead();
-  if (!nodeExists(path)) return nullptr;
+  if (!isStored(*store_, path)) return nullptr;
   return std::make_unique<StoredNode>(valuesAt(*store_, nodeKeyOf(path)));
 }
 
@@ -126,7 +133,11 @@ std::vector<MetadataPath> MetadataStore::getChildPaths(const MetadataPath& path)
   std::vector<MetadataPath> children;
   const char* sql = "SELECT type, location FROM node WHERE parent = ? ORDER BY type, location";
   for (const Store::Row& row : store_->query(sql, {nodeKeyOf(path)})) {
-    children.push_back(MetadataPathBuilder().add(path).add(fromBlob(row[0]), fromBlob(row[1])).build());
+    std::vector<PathElement> elements;
+    elements.reserve(path.getElements().size() + 1);
+    elements.insert(elements.end(), path.getElements().begin(), path.getElements().end());
+    elements.emplace_back(fromBlob(row[0]), fromBlob(row[1]));
+    children.emplace_back(std::move(elements));
   }
   return children;
 }
@@ -137,11 +148,6 @@ void MetadataStore::removeNodes(const std::vector<MetadataPath>& paths) {
   });
 }
 
-bool MetadataStore::nodeExists(MetadataPath path) {
-  if (path.getElements().empty()) return true;
-  const PathElement& leaf = path.getLeaf();
-  const char* sql = "SELECT 1 FROM node WHERE parent = ? AND type = ? AND location = ?";
-  return !store_->query(sql, {parentKeyOf(path), toBlob(leaf.getType()), toBlob(leaf.getLocation())}).empty();
-}
+bool MetadataStore::nodeExists(MetadataPath path) { return isStored(*store_, path); }
 
 }  // namespace folder_host

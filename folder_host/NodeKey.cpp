@@ -11,11 +11,9 @@ namespace {
 constexpr std::size_t LENGTH = 4;
 
 void appendPart(std::string& key, const std::u16string& part) {
-  const std::string blob = toBlob(part);
-  for (const unsigned shift : {24U, 16U, 8U, 0U}) {
-    key += static_cast<char>(static_cast<unsigned char>(blob.size() >> shift));
-  }
-  key += blob;
+  const std::size_t size = 2 * part.size();
+  for (const unsigned shift : {24U, 16U, 8U, 0U}) key += static_cast<char>(static_cast<unsigned char>(size >> shift));
+  appendBlob(key, part);
 }
 
 // Takes one part off the front.
@@ -44,8 +42,10 @@ void appendToNodeKey(std::string& key, const project::metadata::PathElement& chi
 }
 
 std::string parentKeyOf(const MetadataPath& path) {
+  std::string key;
   const auto& elements = path.getElements();
-  return nodeKeyOf(MetadataPath({elements.begin(), elements.end() - 1}));
+  for (std::size_t i = 0; i + 1 < elements.size(); ++i) appendToNodeKey(key, elements[i]);
+  return key;
 }
 
 std::string endOfKeys(std::string key) {

@@ -24,7 +24,8 @@ struct Scopes::Scope {
   bool rolledBack = false;
 };
 
-Scopes::Scopes(SQLite::Database& database) : database_(database) {}
+Scopes::Scopes(SQLite::Database& database)
+    : database_(database), savepoint_(database, "SAVEPOINT inner"), release_(database, "RELEASE inner") {}
 
 Scopes::~Scopes() = default;
 
@@ -61,7 +62,8 @@ void Scopes::enter(Scope& scope) {
       // A deferred transaction sees the state of its first read.
       if (!scope.write) database_.execAndGet("SELECT count(*) FROM sqlite_schema");
     } else if (scope.write) {
-      database_.exec("SAVEPOINT inner");
+      savepoint_.tryReset();
+      savepoint_.exec();
       scope.level = Scope::Level::savepoint;
     }
   } catch (const SQLite::Exception& error) {
@@ -82,10 +84,16 @@ void Scopes::end(Scope& scope) noexcept {
 void Scopes::finish(const Scope& scope) noexcept {
   if (scope.level == Scope::Level::counted) return;
   if (scope.rolledBack) return undo(scope);
-  const int result = database_.tryExec(scope.level == Scope::Level::transaction ? "COMMIT" : "RELEASE inner");
+  const int result = scope.level == Scope::Level::transaction ? database_.tryExec("COMMIT") : release();
   if (result == SQLITE_OK) return;
   remember(result);
   undo(scope);
+}
+
+int Scopes::release() noexcept {
+  release_.tryReset();
+  const int result = release_.tryExecuteStep();
+  return result == SQLITE_DONE ? SQLITE_OK : result;
 }
 
 void Scopes::undo(const Scope& scope) noexcept {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <SQLiteCpp/Database.h>
+#include <SQLiteCpp/Statement.h>
 
 #include <memory>
 #include <vector>
@@ -35,10 +36,13 @@ class Scopes {
   void enter(Scope& scope);
   void end(Scope& scope) noexcept;
   void finish(const Scope& scope) noexcept;
+  int release() noexcept;
   void undo(const Scope& scope) noexcept;
   void remember(int result) noexcept;
 
   SQLite::Database& database_;
+  SQLite::Statement savepoint_;  // kept: within a scope each single change is a scope of its own
+  SQLite::Statement release_;
   std::vector<std::shared_ptr<Scope>> scopes_;
   int failure_ = 0;
 };

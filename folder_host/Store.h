@@ -4,11 +4,12 @@
 #include <SQLiteCpp/Statement.h>
 
 #include <cstddef>
+#include <functional>
 #include <initializer_list>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "folder_host/Scopes.h"
@@ -74,7 +75,7 @@ class Store : public std::enable_shared_from_this<Store> {
   SQLite::Statement& prepared(const char* sql);
 
   SQLite::Database database_;
-  std::unordered_map<std::string, SQLite::Statement> statements_;
+  std::map<std::string, SQLite::Statement, std::less<>> statements_;
   Scopes scopes_;
 };
 

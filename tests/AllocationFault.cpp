@@ -9,8 +9,10 @@ namespace {
 constexpr std::size_t never = static_cast<std::size_t>(-1);
 thread_local std::size_t countdown = never;
 thread_local bool fired = false;
+thread_local std::size_t made = 0;
 
 void* allocate(std::size_t size) {
+  ++made;
   if (countdown != never && countdown-- == 0) {
     countdown = never;
     fired = true;
@@ -37,6 +39,12 @@ bool runsOutOfMemory(std::size_t index, const std::function<void()>& action) {
   countdown = never;
   if (fired != failed) throw std::logic_error("a failed allocation was swallowed");
   return failed;
+}
+
+std::size_t allocationsOf(const std::function<void()>& action) {
+  const std::size_t before = made;
+  action();
+  return made - before;
 }
 
 void* operator new(std::size_t size) { return allocate(size); }

@@ -20,29 +20,28 @@ FileLabelFilter::~FileLabelFilter() = default;
 bool FileLabelFilter::goes(const std::vector<FileLabel>& labels, const ItemLookup& listed, bool listedGo) const {
   if ((labels.empty() || listed.empty()) && getType() == INCLUDE_FILES_WITH_LABEL) return true;
   return std::any_of(labels.begin(), labels.end(),
-                     [&](const FileLabel& label) { return listed.contains(itemOf(label)) == listedGo; });
+                     [&](const FileLabel& label) { return listed.contains(label) == listedGo; });
 }
 
 void FileLabelFilter::apply(project::management::ProjectManager& projectManager) {
   const ItemLookup listed(getItems());
   FileManager& manager = projectManager.getFileManager();
-  const std::vector<path> entries = manager.getFiles();
+  std::vector<path> entries = manager.getFiles();
   NeededFolders needed(manager.getRootFolder().text());
   const bool listedGo = getType() == EXCLUDE_FILES_WITH_LABEL;
 
-  std::vector<const path*> selected;
-  for (const path& entry : entries) {
+  std::vector<path> selected;
+  selected.reserve(entries.size());
+  for (path& entry : entries) {
     if (goes(manager.getFileLabels(entry), listed, listedGo)) {
-      selected.push_back(&entry);
+      selected.push_back(std::move(entry));
     } else if (!manager.isFolder(entry)) {
       needed.needAncestorsOf(entry);
     }
   }
-  std::vector<path> removals;
-  for (const path* entry : selected) {
-    if (!needed.forget(*entry)) removals.push_back(*entry);
-  }
-  manager.removeFiles(removals);
+  const auto isSpared = [&](const path& entry) { return needed.forget(entry); };
+  selected.erase(std::remove_if(selected.begin(), selected.end(), isSpared), selected.end());
+  manager.removeFiles(selected);
 }
 
 }  // namespace project::sharing::profiles

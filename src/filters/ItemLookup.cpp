@@ -1,24 +1,32 @@
 #include "filters/ItemLookup.h"
 
 #include <functional>
-#include <iterator>
-#include <string>
 #include <utility>
 
 namespace project::sharing::profiles {
 
-ExportStrategyItem itemOf(const project::management::Label& label) {
-  std::u16string category = label.getCategory().toString();
-  return {std::move(category), label.getUUID()};
+namespace {
+
+std::string_view bytesOf(const std::u16string& text) {
+  return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)};
 }
 
-ItemLookup::ItemLookup(std::vector<ExportStrategyItem> items)
-    : items_(std::make_move_iterator(items.begin()), std::make_move_iterator(items.end()), items.size()) {}
+}  // namespace
 
-std::size_t ItemLookup::Hash::operator()(const ExportStrategyItem& item) const noexcept {
-  constexpr std::size_t multiplier = 31;  // keeps (a, b) and (b, a) apart
-  const std::hash<std::u16string> hash;
-  return hash(item.category) * multiplier + hash(item.labelUUID);
+ItemLookup::ItemLookup(std::vector<ExportStrategyItem> items) : items_(std::move(items)) {
+  for (const ExportStrategyItem& item : items_) labels_[bytesOf(item.category)].insert(bytesOf(item.labelUUID));
 }
+
+bool ItemLookup::contains(const project::management::Label& label) const {
+  return contains(label.getCategory(), label.getUUID());
+}
+
+bool ItemLookup::contains(const project::management::CategoryIdentifier& category,
+                          const std::u16string& labelUUID) const {
+  const auto found = labels_.find(bytesOf(category.toString()));
+  return found != labels_.end() && found->second.count(bytesOf(labelUUID)) != 0;
+}
+
+std::size_t ItemLookup::Hash::operator()(Bytes bytes) const { return std::hash<Bytes>()(bytes); }
 
 }  // namespace project::sharing::profiles

@@ -9,38 +9,49 @@
 namespace project::sharing::profiles {
 
 using project::management::CategoryIdentifier;
-using project::management::Label;
 using project::management::LabelIdentifier;
 using project::management::LabelManager;
 
 namespace {
 
-std::vector<Label> allLabels(const LabelManager& manager) {
-  std::vector<Label> labels;
-  for (const CategoryIdentifier& category : manager.getCategories()) {
-    for (const LabelIdentifier& label : manager.getLabels(category)) labels.emplace_back(category, label);
+struct Category {
+  CategoryIdentifier identifier;
+  std::vector<LabelIdentifier> labels;
+};
+
+struct Found {
+  const CategoryIdentifier& category;
+  const LabelIdentifier& label;
+};
+
+std::vector<Category> allLabels(const LabelManager& manager) {
+  std::vector<Category> categories;
+  for (CategoryIdentifier& category : manager.getCategories()) {
+    std::vector<LabelIdentifier> labels = manager.getLabels(category);
+    categories.push_back({std::move(category), std::move(labels)});
   }
-  return labels;
+  return categories;
 }
 
-bool goes(const Label& label, const ItemLookup& listed, bool listedGo) {
-  const ExportStrategyItem item = itemOf(label);
-  if (label.getLabelIdentifier().isRemovable() == 0) return false;
-  return listed.contains(item) == listedGo;
+bool goes(const Found& found, const ItemLookup& listed, bool listedGo) {
+  const bool isListed = listed.contains(found.category, found.label.getUUID());
+  return found.label.isRemovable() != 0 && isListed == listedGo;
 }
 
-std::vector<Label> labelsThatGo(std::vector<Label> labels, const ItemLookup& listed, bool listedGo) {
-  std::vector<Label> going;
-  for (Label& label : labels) {
-    if (goes(label, listed, listedGo)) going.push_back(std::move(label));
+std::vector<Found> labelsThatGo(const std::vector<Category>& categories, const ItemLookup& listed, bool listedGo) {
+  std::vector<Found> going;
+  for (const Category& category : categories) {
+    for (const LabelIdentifier& label : category.labels) {
+      const Found found{category.identifier, label};
+      if (goes(found, listed, listedGo)) going.push_back(found);
+    }
   }
   return going;
 }
 
-void remove(LabelManager& manager, const Label& label) {
-  const CategoryIdentifier& category = label.getCategory();
-  manager.removeLabel(category, label.getLabelIdentifier(), false);
-  if (manager.getLabels(category).empty()) manager.removeCategory(category);
+void remove(LabelManager& manager, const Found& found) {
+  manager.removeLabel(found.category, found.label, false);
+  if (manager.getLabels(found.category).empty()) manager.removeCategory(found.category);
 }
 
 }  // namespace
@@ -53,9 +64,9 @@ void LabelFilter::apply(project::management::ProjectManager& projectManager) {
   const ItemLookup listed(getItems());
   if (listed.empty()) return;
   LabelManager& manager = projectManager.getLabelManager();
-  std::vector<Label> labels = allLabels(manager);
+  const std::vector<Category> categories = allLabels(manager);
   const bool listedGo = getType() == EXCLUDE_LABEL;
-  for (const Label& label : labelsThatGo(std::move(labels), listed, listedGo)) remove(manager, label);
+  for (const Found& found : labelsThatGo(categories, listed, listedGo)) remove(manager, found);
 }
 
 }  // namespace project::sharing::profiles

@@ -18,13 +18,19 @@ NeededFolders::NeededFolders(std::u16string root) : root_(std::move(root)) {}
 
 void NeededFolders::needAncestorsOf(const fl::filesystem::path& entry) {
   std::u16string folder = parentOf(entry.text());
+  if (latest_ != nullptr && folder == *latest_) return;
+  bool isFirst = true;
   while (!folder.empty() && folder != root_) {
     const auto [known, isNew] = folders_.insert(std::move(folder));
+    if (std::exchange(isFirst, false)) latest_ = &*known;
     if (!isNew) return;
     folder = parentOf(*known);
   }
 }
 
-bool NeededFolders::forget(const fl::filesystem::path& folder) { return folders_.erase(folder.text()) != 0; }
+bool NeededFolders::forget(const fl::filesystem::path& folder) {
+  latest_ = nullptr;
+  return folders_.erase(folder.text()) != 0;
+}
 
 }  // namespace project::sharing::profiles

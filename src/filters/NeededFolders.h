@@ -23,6 +23,7 @@ class NeededFolders {
  private:
   std::u16string root_;
   std::unordered_set<std::u16string> folders_;
+  const std::u16string* latest_ = nullptr;  // holds the latest entry: what is listed next mostly lies there too
 };
 
 }  // namespace project::sharing::profiles

@@ -27,7 +27,8 @@ MetadataPath seen(const MetadataPath& path) {
   MetadataPathBuilder builder;
   for (const PathElement& element : path.getElements()) {
     std::u16string location = element.getLocation();
-    if (is("STORE_008 STORE_009 STORE_014: names have no case")) std::replace(location.begin(), location.end(), u'A', u'a');
+    if (is("STORE_008 STORE_009 STORE_014: names have no case"))
+      std::replace(location.begin(), location.end(), u'A', u'a');
     builder.add(is("STORE_010: types do not count") ? u"type" : element.getType(), location);
   }
   return builder.build();
