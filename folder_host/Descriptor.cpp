@@ -70,6 +70,12 @@ struct stat statusOf(const Descriptor& descriptor) {
   return status;
 }
 
+struct stat statusIn(const Descriptor& folder, const std::string& name) {
+  struct stat status {};
+  if (::fstatat(folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) throwErrno();
+  return status;
+}
+
 FileId idOf(const struct stat& status) noexcept { return {status.st_dev, status.st_ino}; }
 
 bool liesIn(const std::string& folder, const FileId& other) {

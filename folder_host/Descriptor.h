@@ -41,6 +41,9 @@ Descriptor openBeneath(const Descriptor& folder, const std::string& path, int fl
 
 struct stat statusOf(const Descriptor& descriptor);
 
+// Of what has the name `name` in the folder, not of what that leads to.
+struct stat statusIn(const Descriptor& folder, const std::string& name);
+
 FileId idOf(const struct stat& status) noexcept;
 
 // Writes all of the bytes.

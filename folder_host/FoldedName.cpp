@@ -2,6 +2,7 @@
 
 #include <utf8proc.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
@@ -13,9 +14,21 @@ struct Free {
   void operator()(utf8proc_uint8_t* bytes) const { std::free(bytes); }
 };
 
+std::string lowerCase(std::string_view ascii) {
+  std::string lower(ascii);
+  for (char& c : lower) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return lower;
+}
+
 }  // namespace
 
+// Most names are ASCII, and folded faster without the tables.
 std::string foldedName(std::string_view bytes) {
+  if (std::all_of(bytes.begin(), bytes.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
+    return lowerCase(bytes);
+  }
   constexpr auto OPTIONS = static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_DECOMPOSE | UTF8PROC_CASEFOLD);
   utf8proc_uint8_t* result = nullptr;
   const utf8proc_ssize_t length = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(bytes.data()),

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstddef>
 #include <system_error>
 #include <utility>
 
@@ -14,20 +15,26 @@ namespace folder_host {
 
 namespace {
 
+// They come nearly in this order, and mostly in it, but a name may have bytes that are less than '/'.
+void sort(std::vector<Entry>& entries) {
+  const auto before = [](const Entry& a, const Entry& b) { return a.path < b.path; };
+  if (!std::is_sorted(entries.begin(), entries.end(), before)) std::sort(entries.begin(), entries.end(), before);
+}
+
 // Walks with one descriptor open beside the top folder's, however deep the tree is.
 class Walk {
  public:
   explicit Walk(const std::string& folder) : top_(openFolder(folder)) {}
 
   Listing run() {
-    pending_.emplace_back();
+    read({});
     while (!pending_.empty()) {
-      const std::string folder = std::move(pending_.back());
+      listing_.entries.push_back(std::move(pending_.back()));
       pending_.pop_back();
-      read(folder);
+      // A copy: the entries move as they become more.
+      if (listing_.entries.back().kind == EntryKind::folder) read(std::string(listing_.entries.back().path));
     }
-    std::sort(listing_.entries.begin(), listing_.entries.end(),
-              [](const Entry& a, const Entry& b) { return a.path < b.path; });
+    sort(listing_.entries);
     std::sort(listing_.skipped.begin(), listing_.skipped.end());
     return std::move(listing_);
   }
@@ -36,7 +43,9 @@ class Walk {
   void read(const std::string& folder) {
     try {
       const Descriptor opened = openBeneath(top_, folder.empty() ? "." : folder, O_RDONLY | O_DIRECTORY);
+      const auto known = static_cast<std::ptrdiff_t>(pending_.size());
       for (const FolderItem& item : readFolder(opened)) add(opened, folder, item);
+      std::sort(pending_.begin() + known, pending_.end(), [](const auto& a, const auto& b) { return b.path < a.path; });
     } catch (const std::system_error& error) {
       throw systemFailure(errors::ENTRY_UNREADABLE, "cannot list", folder.empty() ? "." : folder, error.code().value());
     }
@@ -57,20 +66,19 @@ class Walk {
   void add(const Descriptor& opened, std::string path, const std::string& name, const struct stat& status) {
     const FileId id = idOf(status);
     if (S_ISDIR(status.st_mode)) {
-      pending_.push_back(path);
-      listing_.entries.push_back({std::move(path), EntryKind::folder, {}, id});
+      pending_.push_back({std::move(path), EntryKind::folder, {}, id});
     } else if (S_ISREG(status.st_mode)) {
       const auto size = static_cast<std::uint64_t>(status.st_size);
-      listing_.entries.push_back({std::move(path), EntryKind::file, {}, id, size});
+      pending_.push_back({std::move(path), EntryKind::file, {}, id, size});
     } else if (S_ISLNK(status.st_mode)) {
-      listing_.entries.push_back({std::move(path), EntryKind::link, readLink(opened, name), id});
+      pending_.push_back({std::move(path), EntryKind::link, readLink(opened, name), id});
     } else {
       listing_.skipped.push_back(std::move(path));
     }
   }
 
   Descriptor top_;
-  std::vector<std::string> pending_;  // folders still to be read
+  std::vector<Entry> pending_;  // still to be listed, a folder with what lies in it; the next one last
   Listing listing_;
 };
 

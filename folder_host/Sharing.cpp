@@ -83,32 +83,12 @@ ShareResult countOf(const std::vector<const Entry*>& entries) {
   return result;
 }
 
-// Tells how far the copying is, entry by entry and, in large files, in between.
-class Teller {
- public:
-  Teller(const std::vector<const Entry*>& entries, const ShareOptions& options) : options_(options) {
-    progress_.allEntries = entries.size();
-    for (const Entry* entry : entries) progress_.allBytes += entry->size;
-  }
-
-  void addBytes(std::uint64_t bytes) {
-    progress_.bytes += bytes;
-    tell();
-  }
-  void addEntry() {
-    ++progress_.entries;
-    tell();
-  }
-  std::uint64_t bytes() const { return progress_.bytes; }
-
- private:
-  void tell() const {
-    if (options_.onProgress) options_.onProgress(progress_);
-  }
-
-  const ShareOptions& options_;
-  Progress progress_;
-};
+Progress allOf(const std::vector<const Entry*>& entries) {
+  Progress progress;
+  progress.allEntries = entries.size();
+  for (const Entry* entry : entries) progress.allBytes += entry->size;
+  return progress;
+}
 
 // Whoever can read the copy's top folder can open it as a project.
 void writeStore(WorkingCopy& copy, const Descriptor& target, const struct stat& root) {
@@ -123,18 +103,18 @@ void writeStore(WorkingCopy& copy, const Descriptor& target, const struct stat& 
 // Gives the number of bytes copied.
 std::uint64_t assemble(WorkingCopy& copy, const StagingFolder& staging, const ShareOptions& options) {
   const std::vector<const Entry*> entries = copy.entries();
-  Teller teller(entries, options);
-  TreeCopy tree(
-      copy.root(), staging.content(),
-      {options.allowed.count(errors::ENTRY_CHANGED) != 0, [&](std::uint64_t bytes) { teller.addBytes(bytes); }});
-  for (const Entry* entry : entries) {
-    tree.add(*entry);
-    teller.addEntry();
-  }
+  Progress progress = allOf(entries);
+  const auto tell = [&](std::size_t copied, std::uint64_t bytes) {
+    progress.entries = copied;
+    progress.bytes = bytes;
+    if (options.onProgress) options.onProgress(progress);
+  };
+  TreeCopy tree(copy.root(), staging.content(), {options.allowed.count(errors::ENTRY_CHANGED) != 0, tell});
+  tree.copy(entries);
   writeStore(copy, staging.content(), tree.rootStatus());
   tree.finishFolders();
   staging.syncContent();
-  return teller.bytes();
+  return progress.bytes;
 }
 
 std::uint64_t publish(WorkingCopy& copy, const Destination& place, const ShareOptions& options) {

@@ -112,6 +112,11 @@ MetadataScopeGuard Store::beginWrite() { return scopes_.begin(true, shared_from_
 
 void Store::confirm() { scopes_.confirm(); }
 
+std::optional<int> Store::version() const noexcept {
+  if (sqlite3_txn_state(database_.getHandle(), nullptr) == SQLITE_TXN_WRITE) return std::nullopt;
+  return sqlite3_total_changes(database_.getHandle());
+}
+
 SQLite::Statement& Store::prepared(const char* sql) {
   const auto known = statements_.find(sql);
   if (known != statements_.end()) return known->second;

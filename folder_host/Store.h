@@ -8,6 +8,7 @@
 #include <initializer_list>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -70,6 +71,9 @@ class Store : public std::enable_shared_from_this<Store> {
   std::vector<Row> query(const char* sql, Values values = {});
   // The number of rows changed. Errors: WRITE_IN_READ_SCOPE, as beginWrite.
   std::size_t run(const char* sql, Values values = {});
+  // Of a store that only this object writes to: as long as this is the same number, so is the content. None while there
+  // are changes that may still be rolled back.
+  std::optional<int> version() const noexcept;
 
  private:
   SQLite::Statement& prepared(const char* sql);

@@ -3,75 +3,126 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <array>
-#include <cerrno>
-#include <string_view>
+#include <chrono>
+#include <csignal>
+#include <exception>
 #include <system_error>
 #include <utility>
 
-#include "folder_host/Failure.h"
+#include "folder_host/CopySteps.h"
+#include "folder_host/FileCopy.h"
 
 namespace folder_host {
 
 namespace {
 
-constexpr std::size_t RANGE = std::size_t{1} << 26U;
-constexpr std::size_t BUFFER = std::size_t{1} << 16U;
+// From here on a second thread pays; an entry takes about as long as so many bytes.
+constexpr std::uint64_t MUCH = 512;
+constexpr std::uint64_t ENTRY = std::uint64_t{1} << 16U;
+constexpr auto PAUSE = std::chrono::milliseconds(50);
 
-Error changed(const std::string& path) {
-  return {errors::ENTRY_CHANGED, inQuotes(path) + " was changed while it was being copied; try again"};
+bool isMuch(const std::vector<const Entry*>& entries) {
+  std::uint64_t work = 0;
+  for (const Entry* entry : entries) work += 1 + entry->size / ENTRY;
+  return work >= MUCH;
 }
 
-// Names that lead elsewhere by now, and links that are none, were changed since they were listed.
-Error unreadable(const std::string& path, int code) {
-  if (code == ENOENT || code == ENOTDIR || code == ELOOP || code == EXDEV) return changed(path);
-  return systemFailure(errors::ENTRY_UNREADABLE, "cannot read", path, code);
-}
-
-void checkWritten(int result, const std::string& path) {
-  if (result != 0) throw systemFailure(errors::COPY_FAILED, "cannot write the copy of", path, errno);
-}
-
-template <class Read>
-auto reading(const std::string& path, const Read& read) {
-  try {
-    return read();
-  } catch (const std::system_error& error) {
-    throw unreadable(path, error.code().value());
+// A thread that is started meanwhile takes no signal: each reaches a thread that was there before.
+class WithoutSignals {
+ public:
+  WithoutSignals() {
+    sigset_t all;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before_);
   }
-}
+  ~WithoutSignals() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  WithoutSignals(const WithoutSignals&) = delete;
+  WithoutSignals& operator=(const WithoutSignals&) = delete;
 
-bool same(const timespec& a, const timespec& b) { return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec; }
-
-bool unchanged(const struct stat& before, const struct stat& after) {
-  return idOf(before) == idOf(after) && before.st_size == after.st_size && same(before.st_mtim, after.st_mtim) &&
-         same(before.st_ctim, after.st_ctim);
-}
-
-mode_t permissions(const struct stat& status) { return status.st_mode & 0777U; }
-
-std::array<timespec, 2> times(const struct stat& status) { return {status.st_atim, status.st_mtim}; }
+ private:
+  sigset_t before_{};
+};
 
 }  // namespace
 
 TreeCopy::TreeCopy(const std::string& root, const Descriptor& target, Options options)
-    : source_(reading(root, [&] { return openFolder(root); })),
-      target_(target),
-      options_(std::move(options)),
-      buffer_(BUFFER) {
+    : source_(reading(root, [&] { return openFolder(root); })), target_(target), options_(std::move(options)) {
   folders_.push_back({".", reading(root, [&] { return statusOf(source_); })});
   struct stat store {};
   if (::fstatat(source_.get(), STORE_FILE, &store, AT_SYMLINK_NOFOLLOW) == 0) store_ = idOf(store);
 }
 
-void TreeCopy::add(const Entry& entry) {
-  switch (entry.kind) {
-    case EntryKind::file:
-      return addFile(entry);
-    case EntryKind::folder:
-      return addFolder(entry);
-    case EntryKind::link:
-      return addLink(entry);
+// What the caller throws is kept until no thread is at work any more.
+void TreeCopy::copy(const std::vector<const Entry*>& entries) {
+  CopyQueue queue(entries);
+  std::exception_ptr thrown;
+  const auto tell = [&] {
+    try {
+      if (options_.onProgress && !thrown) options_.onProgress(queue.entries(), queue.bytes());
+    } catch (...) {
+      thrown = std::current_exception();
+      queue.stop();
+    }
+  };
+  makeFolders(entries, queue, tell);
+  std::future<void> helper = isMuch(entries) ? startHelper(queue) : std::future<void>();
+  copyFiles(queue, tell);
+  while (helper.valid() && helper.wait_for(PAUSE) != std::future_status::ready) tell();
+  if (helper.valid()) helper.get();
+  tell();
+  if (thrown) std::rethrow_exception(thrown);
+  queue.rethrow();
+}
+
+// All of them first, so that whatever thread copies a file finds its folder.
+void TreeCopy::makeFolders(const std::vector<const Entry*>& entries, CopyQueue& queue, const Tell& tell) {
+  for (std::size_t i = 0; queue.isWanted(i); ++i) {
+    if (entries[i]->kind != EntryKind::folder) continue;
+    try {
+      makeFolder(*entries[i]);
+      queue.addEntry();
+    } catch (const Error&) {
+      queue.fail(i, std::current_exception());
+    }
+    tell();
+  }
+}
+
+void TreeCopy::makeFolder(const Entry& folder) {
+  const auto status = reading(folder.path, [&] { return statusOf(openBeneath(source_, folder.path, O_PATH)); });
+  requireListed(folder, S_IFDIR, status);
+  folders_.push_back({folder.path, status});
+  checkWritten(::mkdirat(target_.get(), folder.path.c_str(), 0700), folder.path);
+}
+
+// May run in several threads at once. Where a file is no longer wanted, what is thrown to leave it does not count.
+void TreeCopy::copyFiles(CopyQueue& queue, const Tell& tell) const {
+  std::size_t at = 0;
+  FileCopy files({source_, target_, store_, options_.allowChanging}, [&](std::uint64_t bytes) {
+    queue.addBytes(bytes);
+    tell();
+    if (!queue.isWanted(at)) throw changed(queue[at].path);
+  });
+  for (auto portion = queue.take(); portion.begin != portion.end; portion = queue.take()) {
+    for (at = portion.begin; at != portion.end && queue.isWanted(at); ++at) {
+      if (queue[at].kind == EntryKind::folder) continue;
+      try {
+        files.add(queue[at]);
+        queue.addEntry();
+        tell();
+      } catch (...) {
+        queue.fail(at, std::current_exception());
+      }
+    }
+  }
+}
+
+std::future<void> TreeCopy::startHelper(CopyQueue& queue) const {
+  const WithoutSignals guard;
+  try {
+    return std::async(std::launch::async, [this, &queue] { copyFiles(queue, [] {}); });
+  } catch (const std::system_error&) {
+    return {};
   }
 }
 
@@ -82,74 +133,6 @@ void TreeCopy::finishFolders() {
     checkWritten(::utimensat(target_.get(), path, times(folder->status).data(), 0), folder->path);
     checkWritten(::fchmodat(target_.get(), path, permissions(folder->status), 0), folder->path);
   }
-}
-
-void TreeCopy::addFolder(const Entry& folder) {
-  folders_.push_back({folder.path, look(folder, S_IFDIR)});
-  checkWritten(::mkdirat(target_.get(), folder.path.c_str(), 0700), folder.path);
-}
-
-void TreeCopy::addLink(const Entry& link) {
-  const Descriptor source = reading(link.path, [&] { return openBeneath(source_, link.path, O_PATH); });
-  const struct stat status = reading(link.path, [&] { return statusOf(source); });
-  const std::string target = reading(link.path, [&] { return readLink(source, ""); });
-  if (target != link.target) throw changed(link.path);
-  checkWritten(::symlinkat(target.c_str(), target_.get(), link.path.c_str()), link.path);
-  checkWritten(::utimensat(target_.get(), link.path.c_str(), times(status).data(), AT_SYMLINK_NOFOLLOW), link.path);
-}
-
-// Looked at before it is opened: opening a pipe or a device may hang or do something, and closing the store's file
-// would drop the locks of the connection that this process has on it.
-void TreeCopy::addFile(const Entry& file) {
-  refuseStore(file);
-  const std::string& path = file.path;
-  const struct stat status = look(file, S_IFREG);
-  const Descriptor source = reading(path, [&] { return openBeneath(source_, path, O_RDONLY | O_NONBLOCK); });
-  const auto now = [&] { return reading(path, [&] { return statusOf(source); }); };
-  if (!(idOf(now()) == file.id)) throw changed(path);
-  copyContent(path, source, status);
-  if (!options_.allowChanging && !unchanged(status, now())) throw changed(path);
-}
-
-void TreeCopy::copyContent(const std::string& path, const Descriptor& source, const struct stat& status) {
-  const int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-  const Descriptor copy(::openat(target_.get(), path.c_str(), flags, 0600));
-  checkWritten(copy.get() < 0 ? -1 : 0, path);
-  transfer(path, source, copy);
-  checkWritten(::fchmod(copy.get(), permissions(status)), path);
-  checkWritten(::futimens(copy.get(), times(status).data()), path);
-}
-
-// Whatever ends the fast way, the end of the file or a refusal, plain reading goes on from there and tells which.
-void TreeCopy::transfer(const std::string& path, const Descriptor& source, const Descriptor& copy) {
-  const auto tell = [&](ssize_t bytes) {
-    if (options_.copied) options_.copied(static_cast<std::uint64_t>(bytes));
-  };
-  ssize_t moved = 0;
-  while ((moved = ::copy_file_range(source.get(), nullptr, copy.get(), nullptr, RANGE, 0)) > 0) tell(moved);
-  while ((moved = ::read(source.get(), buffer_.data(), buffer_.size())) != 0) {
-    if (moved < 0 && errno == EINTR) continue;
-    if (moved < 0) throw unreadable(path, errno);
-    try {
-      writeAll(copy, {buffer_.data(), static_cast<std::size_t>(moved)});
-    } catch (const std::system_error&) {
-      checkWritten(-1, path);
-    }
-    tell(moved);
-  }
-}
-
-// One and the same thing as was listed, by whatever name: what took its place may be what another name was to hold
-// back.
-struct stat TreeCopy::look(const Entry& entry, mode_t type) const {
-  const struct stat status = reading(entry.path, [&] { return statusOf(openBeneath(source_, entry.path, O_PATH)); });
-  if ((status.st_mode & static_cast<mode_t>(S_IFMT)) != type || !(idOf(status) == entry.id)) throw changed(entry.path);
-  return status;
-}
-
-void TreeCopy::refuseStore(const Entry& file) const {
-  if (!(file.id == store_)) return;
-  throw Error(errors::ENTRY_UNREADABLE, inQuotes(file.path) + " is the project's own store under another name");
 }
 
 }  // namespace folder_host

@@ -2,9 +2,11 @@
 
 #include <cstdint>
 #include <functional>
+#include <future>
 #include <string>
 #include <vector>
 
+#include "folder_host/CopyQueue.h"
 #include "folder_host/Descriptor.h"
 #include "folder_host/Entry.h"
 
@@ -14,18 +16,25 @@ namespace folder_host {
 // extended attributes and owners stay behind. Nothing is read or written through a link, and the project's own store is
 // never opened. Errors: ENTRY_CHANGED (not what was listed, or changed while it was read), ENTRY_UNREADABLE,
 // COPY_FAILED.
+//
+// Where there is much to copy, a second thread helps: it copies files and links, calls nothing that it was not given
+// here, is asked to handle no signal, and is gone when copy() returns or throws. Where none can be had, one does it
+// all.
 class TreeCopy {
  public:
   struct Options {
-    bool allowChanging = false;                 // a file that changes while it is read goes as it was read
-    std::function<void(std::uint64_t)> copied;  // told of bytes as they are written; may throw
+    bool allowChanging = false;  // a file that changes while it is read goes as it was read
+    // Told, in the thread that calls copy(), how many entries and bytes are copied so far; often. What it throws stops
+    // the copying.
+    std::function<void(std::size_t, std::uint64_t)> onProgress;
   };
 
   // Copies from the folder at `root` into the folder `target`, which has to outlive this object.
   TreeCopy(const std::string& root, const Descriptor& target, Options options);
 
-  // Copies one entry. A folder comes before what lies in it.
-  void add(const Entry& entry);
+  // Copies the entries, a folder standing before what lies in it. Of several errors it throws that of the first entry.
+  // To be called once.
+  void copy(const std::vector<const Entry*>& entries);
 
   const struct stat& rootStatus() const { return folders_.front().status; }
 
@@ -37,21 +46,18 @@ class TreeCopy {
     std::string path;
     struct stat status;
   };
+  using Tell = std::function<void()>;
 
-  void addFolder(const Entry& folder);
-  void addLink(const Entry& link);
-  void addFile(const Entry& file);
-  void copyContent(const std::string& path, const Descriptor& source, const struct stat& status);
-  void transfer(const std::string& path, const Descriptor& source, const Descriptor& copy);
-  struct stat look(const Entry& entry, mode_t type) const;
-  void refuseStore(const Entry& file) const;
+  void makeFolders(const std::vector<const Entry*>& entries, CopyQueue& queue, const Tell& tell);
+  void makeFolder(const Entry& folder);
+  void copyFiles(CopyQueue& queue, const Tell& tell) const;
+  std::future<void> startHelper(CopyQueue& queue) const;
 
   Descriptor source_;
   FileId store_;  // of the project's store
   const Descriptor& target_;
   Options options_;
   std::vector<Folder> folders_;
-  std::vector<char> buffer_;
 };
 
 }  // namespace folder_host

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "folder_host/EntryLabels.h"
 #include "folder_host/EntryTable.h"
 #include "folder_host/Failure.h"
 #include "folder_host/HostRules.h"
@@ -70,6 +71,16 @@ std::vector<const Entry*> WorkingCopy::entries() const { return entriesThatAre(f
 
 std::vector<const Entry*> WorkingCopy::gone() const { return entriesThatAre(true); }
 
+std::vector<bool> WorkingCopy::labelled() { return EntryLabels(*table_, labels_).labelled(table_->size()); }
+
+std::vector<project::management::FileLabel> WorkingCopy::labelsOf(const Entry& entry) {
+  const std::optional<int> version = store_->version();
+  if (!version) return labels_.labelsOf(entry.path);
+  if (version != entryLabelsOf_) entryLabels_ = std::make_unique<EntryLabels>(*table_, labels_);
+  entryLabelsOf_ = version;
+  return entryLabels_->of(static_cast<std::size_t>(&entry - listing().entries.data()));
+}
+
 std::string WorkingCopy::relative(const path& entry) const {
   const std::u16string& text = entry.text();
   return text.compare(0, prefix_.size(), prefix_) == 0 ? toBytes(text.substr(prefix_.size())) : std::string();
@@ -105,7 +116,7 @@ path WorkingCopy::getRootFolder() { return path(fromBytes(root_), true); }
 std::vector<project::management::FileLabel> WorkingCopy::getFileLabels(const path& entry) {
   const auto found = find(entry);
   if (!found) return {};
-  return labels_.labelsOf((*table_)[*found].path);
+  return labelsOf((*table_)[*found]);
 }
 
 bool WorkingCopy::isFolder(const path& entry) {

@@ -13,6 +13,7 @@
 
 namespace folder_host {
 
+class EntryLabels;
 class EntryTable;
 class Store;
 
@@ -47,6 +48,11 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   std::vector<const Entry*> entries() const;
   // Those that are not.
   std::vector<const Entry*> gone() const;
+
+  // Which entries of the listing, by index, carry a label.
+  std::vector<bool> labelled();
+  // Of an entry of the listing, whether it is left or not.
+  std::vector<project::management::FileLabel> labelsOf(const Entry& entry);
 
   // The relative bytes of a path that getFiles gave; of any other path, empty.
   std::string relative(const fl::filesystem::path& entry) const;
@@ -84,6 +90,8 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   std::vector<bool> gone_;                   // by the table's indices
   std::shared_ptr<MetadataStore> metadata_;
   LabelStore labels_;
+  std::unique_ptr<const EntryLabels> entryLabels_;
+  std::optional<int> entryLabelsOf_;  // this version of the store
 };
 
 }  // namespace folder_host

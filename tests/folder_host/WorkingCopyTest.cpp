@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -52,6 +54,35 @@ TEST(WorkingCopy, KnowsItsEntriesAndNoOthers) {
   EXPECT_FALSE(files.isFolder(path(u"/p/\xDCC3\xDCA9", true))) << "another text of the same bytes";
   files.removeFiles(at(*copy, Names{"a", "a/x"}));
   EXPECT_FALSE(files.isFolder(at(*copy, "a")));
+}
+
+TEST(WorkingCopy, LabelsOfEntriesAreThoseOfTheMoment) {
+  const auto copy = copyOf({"a/", "a/x", "b"});
+  LabelStore& labels = copy->getLabelManager();
+  const LabelRecord one = labels.create(u"c", u"one");
+  const LabelRecord other = labels.create(u"c", u"other");
+  const auto seen = [&] {
+    std::string counts;
+    for (const Entry& entry : copy->listing().entries) counts += std::to_string(copy->labelsOf(entry).size());
+    return counts;
+  };
+  EXPECT_EQ(seen(), "000");
+  labels.attach(one.uuid, {"a/x", "absent"});
+  labels.attach(other.uuid, {"a/x", "b"});
+  EXPECT_EQ(seen(), "021");
+  EXPECT_EQ(copy->labelled(), (std::vector<bool>{false, true, true}));
+  EXPECT_EQ(copy->labelsOf(copy->listing().entries[1])[0].getUUID(), std::min(one.uuid, other.uuid));
+  try {
+    const auto scope = copy->getMetadataManager()->beginWriteScope();
+    labels.erase(one.uuid);
+    EXPECT_EQ(seen(), "011") << "not kept yet, but so";
+    throw std::out_of_range("on purpose");
+  } catch (const std::out_of_range&) {
+    EXPECT_EQ(seen(), "021") << "rolled back";
+  }
+  copy->getFileManager().removeFiles(at(*copy, Names{"b"}));
+  labels.erase(other.uuid);
+  EXPECT_EQ(seen(), "010");
 }
 
 TEST(WorkingCopy, RemovalsTakeWhatLiesBelowAndNothingBeside) {

@@ -34,7 +34,7 @@ project::management::FileLabel fileLabel(const LabelRecord& label) {
 
 class Previewing {
  public:
-  explicit Previewing(WorkingCopy& copy) : copy_(copy), labels_(copy.getLabelManager()), labelled_(labelledIn(copy)) {
+  explicit Previewing(WorkingCopy& copy) : copy_(copy), labels_(copy.getLabelManager()), labelled_(copy.labelled()) {
     preview_.labels = labels_.list();
     preview_.reasons.resize(copy.table().size());
     for (std::size_t i = 0; i < preview_.labels.size(); ++i) labelIndices_[preview_.labels[i].uuid] = i;
@@ -82,7 +82,7 @@ class Previewing {
   }
 
   Entries selectedAmong(ExportFilter& filter, const Entries& entries) {
-    const auto labelsOf = [&](std::size_t i) { return labels_.labelsOf(entries[i]->path); };
+    const auto labelsOf = [&](std::size_t i) { return copy_.labelsOf(*entries[i]); };
     const std::vector<bool> selected = selectedBy(filter, entries.size(), labelsOf);
     Entries result;
     for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -109,7 +109,7 @@ class Previewing {
   void noteSufficientLabels(ExportFilter& filter, const Entries& selected) {
     std::vector<std::pair<std::size_t, std::size_t>> tries;  // of an entry, by one label
     for (const Entry* entry : selected) {
-      for (const auto& label : labels_.labelsOf(entry->path)) {
+      for (const auto& label : copy_.labelsOf(*entry)) {
         tries.emplace_back(indexOf(entry), labelIndices_.at(label.getUUID()));
       }
     }
@@ -173,17 +173,6 @@ class Previewing {
 };
 
 }  // namespace
-
-std::vector<bool> labelledIn(WorkingCopy& copy) {
-  std::vector<bool> labelled(copy.table().size());
-  const folder_host::LabelStore& labels = copy.getLabelManager();
-  for (const LabelRecord& label : labels.list()) {
-    for (const std::string& path : labels.pathsOf(label.uuid)) {
-      if (const auto entry = copy.table().find(path)) labelled[*entry] = true;
-    }
-  }
-  return labelled;
-}
 
 Preview previewOf(const std::vector<std::shared_ptr<ExportFilter>>& filters, WorkingCopy& copy) {
   return Previewing(copy).run(filters);

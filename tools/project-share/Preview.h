@@ -47,9 +47,6 @@ struct Preview {
   Entries stays;
 };
 
-// Which entries of the listing, by index, carry a label.
-std::vector<bool> labelledIn(folder_host::WorkingCopy& copy);
-
 // What a share would do, found by applying these filters to the copy, one at a time, and the host's rules after them.
 Preview previewOf(const std::vector<std::shared_ptr<project::sharing::profiles::ExportFilter>>& filters,
                   folder_host::WorkingCopy& copy);

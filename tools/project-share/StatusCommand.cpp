@@ -17,7 +17,7 @@ using folder_host::WorkingCopy;
 namespace {
 
 Entries unlabelledIn(WorkingCopy& copy) {
-  const std::vector<bool> labelled = labelledIn(copy);
+  const std::vector<bool> labelled = copy.labelled();
   Entries unlabelled;
   for (std::size_t i = 0; i < labelled.size(); ++i) {
     if (!labelled[i]) unlabelled.push_back(&copy.listing().entries[i]);

@@ -1,0 +1,39 @@
+#include "folder_host/EntryLabels.h"
+
+#include <algorithm>
+
+namespace folder_host {
+
+using project::management::CategoryIdentifier;
+using project::management::FileLabel;
+using project::management::LabelIdentifier;
+
+EntryLabels::EntryLabels(const EntryTable& entries, const LabelStore& labels) {
+  std::vector<LabelRecord> records = labels.list();
+  std::sort(records.begin(), records.end(), [](const auto& a, const auto& b) { return a.uuid < b.uuid; });
+  for (const LabelRecord& label : records) {
+    const std::size_t index = labels_.size();
+    labels_.emplace_back(CategoryIdentifier(label.categoryUUID), LabelIdentifier(label.uuid, label.kept ? 0 : 1));
+    for (const std::string& path : labels.pathsOf(label.uuid)) {
+      if (const auto entry = entries.find(path)) attachments_.emplace_back(*entry, index);
+    }
+  }
+  std::sort(attachments_.begin(), attachments_.end());
+}
+
+std::vector<FileLabel> EntryLabels::of(std::size_t entry) const {
+  std::vector<FileLabel> labels;
+  auto attachment = std::lower_bound(attachments_.begin(), attachments_.end(), std::pair(entry, std::size_t{0}));
+  for (; attachment != attachments_.end() && attachment->first == entry; ++attachment) {
+    labels.push_back(labels_[attachment->second]);
+  }
+  return labels;
+}
+
+std::vector<bool> EntryLabels::labelled(std::size_t entries) const {
+  std::vector<bool> labelled(entries);
+  for (const auto& [entry, label] : attachments_) labelled[entry] = true;
+  return labelled;
+}
+
+}  // namespace folder_host

@@ -1,0 +1,181 @@
+#include "folder_host/TreeCopy.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <stdexcept>
+#include <thread>
+
+#include "Fixture.h"
+
+namespace folder_host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::size_t threads() {
+  std::size_t count = 0;
+  for (const auto& thread : fs::directory_iterator("/proc/self/task")) count += thread.exists() ? 1U : 0U;
+  return count;
+}
+
+// More than one thread copies alone: eight folders of seventy files, a link in each.
+class TreeCopyTest : public FolderTest {
+ protected:
+  TreeCopyTest() {
+    for (int i = 0; i < 560; ++i) put(nameOf(i), "content " + std::to_string(i));
+    for (int i = 0; i < 8; ++i) fs::create_symlink("file00", in("p/folder" + std::to_string(i) + "/link"));
+    list();
+  }
+
+  void list() { listing_ = listFolder(in("p")); }
+
+  static std::string nameOf(int i) {
+    return "p/folder" + std::to_string(i / 70) + "/file" + std::to_string(i % 70 / 10) + std::to_string(i % 10);
+  }
+
+  void copy(TreeCopy::Options options = {}) {
+    fs::remove_all(in("copy"));
+    fs::create_directory(in("copy"));
+    const Descriptor target = openFolder(in("copy"));
+    std::vector<const Entry*> entries;
+    for (const Entry& entry : listing_.entries) entries.push_back(&entry);
+    TreeCopy tree(in("p"), target, std::move(options));
+    tree.copy(entries);
+    tree.finishFolders();
+  }
+
+  std::string messageOf(const TreeCopy::Options& options = {}) {
+    try {
+      copy(options);
+      return {};
+    } catch (const Error& error) {
+      return std::string(error.identifier()) + ": " + error.what();
+    }
+  }
+
+  Listing listing_;
+  std::size_t alone_ = threads();  // a sanitizer may have one of its own
+};
+
+}  // namespace
+
+TEST_F(TreeCopyTest, EverythingArrivesWithItsContentModeAndTime) {
+  fs::permissions(in(nameOf(5)), fs::perms::owner_read);
+  fs::permissions(in("p/folder3"), fs::perms::owner_read | fs::perms::owner_exec);
+  put("p/zeros", std::string(300000, '\0') + "end");
+  list();
+  copy();
+  EXPECT_EQ(tree("copy"), tree("p"));
+  for (const std::string& path : tree("p")) {
+    const fs::path from = in("p/" + path);
+    const fs::path to = in("copy/" + path);
+    ASSERT_EQ(fs::symlink_status(from).type(), fs::symlink_status(to).type()) << path;
+    if (fs::is_symlink(from)) continue;
+    EXPECT_EQ(fs::status(from).permissions(), fs::status(to).permissions()) << path;
+    EXPECT_EQ(fs::last_write_time(from), fs::last_write_time(to)) << path;
+    if (fs::is_directory(from)) continue;
+    EXPECT_EQ(read(from), read(to)) << path;
+  }
+}
+
+TEST_F(TreeCopyTest, OfSeveralFailuresTheFirstInTheListingIsTold) {
+  const std::string twin = in("p/twin");
+  for (const int i : {539, 300, 450, 310}) {  // other files of the same names
+    fs::rename(in(nameOf(i)), twin);
+    put(nameOf(i), "content " + std::to_string(i));
+    fs::remove(twin);
+  }
+  fs::remove_all(in("p/folder7"));
+  for (int again = 0; again < 3; ++again) {
+    const std::string message = messageOf();
+    EXPECT_EQ(message.find(std::string(errors::ENTRY_CHANGED) + ": 'folder4/file20'"), 0U) << message;
+  }
+  fs::remove_all(in("p/folder2"));
+  EXPECT_NE(messageOf().find("'folder2'"), std::string::npos) << "folders count by their place, too";
+}
+
+TEST_F(TreeCopyTest, AFolderThatBecameALinkLeadsNowhere) {
+  fs::rename(in("p/folder6"), in("elsewhere"));
+  fs::create_directory_symlink("../elsewhere", in("p/folder6"));
+  EXPECT_NE(messageOf().find("'folder6'"), std::string::npos);
+  EXPECT_FALSE(fs::exists(in("copy/folder6")));
+}
+
+TEST_F(TreeCopyTest, ProgressIsToldInTheCallersThreadAndEndsWithAllOfIt) {
+  const auto caller = std::this_thread::get_id();
+  std::size_t entries = 0;
+  std::uint64_t bytes = 0;
+  bool grows = true;
+  TreeCopy::Options options;
+  options.onProgress = [&](std::size_t entriesNow, std::uint64_t bytesNow) {
+    EXPECT_EQ(std::this_thread::get_id(), caller);
+    grows = grows && entriesNow >= entries && bytesNow >= bytes;
+    entries = entriesNow;
+    bytes = bytesNow;
+  };
+  copy(options);
+  EXPECT_TRUE(grows);
+  EXPECT_EQ(entries, listing_.entries.size());
+  std::uint64_t all = 0;
+  for (const Entry& entry : listing_.entries) all += entry.size;
+  EXPECT_EQ(bytes, all);
+}
+
+TEST_F(TreeCopyTest, WhatProgressThrowsEndsItWithNoThreadLeft) {
+  for (const std::size_t when : {0U, 9U, 300U}) {
+    TreeCopy::Options options;
+    options.onProgress = [&](std::size_t entries, std::uint64_t) {
+      if (entries >= when) throw std::out_of_range("on purpose");
+    };
+    EXPECT_THROW(copy(options), std::out_of_range) << when;
+    EXPECT_EQ(threads(), alone_);
+    const std::size_t size = tree("copy").size();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(tree("copy").size(), size) << "no thread goes on";
+  }
+}
+
+TEST_F(TreeCopyTest, ASecondThreadHelpsAndTakesNoSignal) {
+  static thread_local bool isCaller = false;
+  static volatile std::sig_atomic_t elsewhere = 0;
+  isCaller = true;
+  const auto before = std::signal(SIGUSR1, [](int) { elsewhere = elsewhere + (isCaller ? 0 : 1); });
+  std::size_t most = 0;
+  TreeCopy::Options options;
+  options.onProgress = [&](std::size_t entries, std::uint64_t) {
+    if (entries % 50 == 0) most = std::max(most, threads());
+    ::kill(::getpid(), SIGUSR1);
+  };
+  copy(options);
+  std::signal(SIGUSR1, before);
+  EXPECT_EQ(most, alone_ + 1);
+  EXPECT_EQ(elsewhere, 0);
+  EXPECT_EQ(threads(), alone_);
+}
+
+// A thread needs a stack; there is none of this size.
+TEST_F(TreeCopyTest, WhereNoThreadCanBeHadOneDoesItAll) {
+  pthread_attr_t before;
+  pthread_attr_t huge;
+  ::pthread_getattr_default_np(&before);
+  ::pthread_attr_init(&huge);
+  ::pthread_attr_setstacksize(&huge, std::size_t{1} << 46U);
+  std::size_t most = 0;
+  TreeCopy::Options options;
+  options.onProgress = [&](std::size_t entries, std::uint64_t) {
+    if (entries % 50 == 0) most = std::max(most, threads());
+  };
+  ::pthread_setattr_default_np(&huge);
+  const std::string message = messageOf(options);
+  ::pthread_setattr_default_np(&before);
+  EXPECT_EQ(message, "");
+  EXPECT_EQ(most, alone_);
+  EXPECT_EQ(tree("copy"), tree("p"));
+}
+
+}  // namespace folder_host
