@@ -72,14 +72,13 @@ TEST(WorkingCopy, LabelsOfEntriesAreThoseOfTheMoment) {
   EXPECT_EQ(seen(), "021");
   EXPECT_EQ(copy->labelled(), (std::vector<bool>{false, true, true}));
   EXPECT_EQ(copy->labelsOf(copy->listing().entries[1])[0].getUUID(), std::min(one.uuid, other.uuid));
-  try {
-    const auto scope = copy->getMetadataManager()->beginWriteScope();
+  const auto failing = [&](project::metadata::MetadataScopeGuard) {
     labels.erase(one.uuid);
     EXPECT_EQ(seen(), "011") << "not kept yet, but so";
     throw std::out_of_range("on purpose");
-  } catch (const std::out_of_range&) {
-    EXPECT_EQ(seen(), "021") << "rolled back";
-  }
+  };
+  EXPECT_THROW(failing(copy->getMetadataManager()->beginWriteScope()), std::out_of_range);
+  EXPECT_EQ(seen(), "021") << "rolled back";
   copy->getFileManager().removeFiles(at(*copy, Names{"b"}));
   labels.erase(other.uuid);
   EXPECT_EQ(seen(), "010");
