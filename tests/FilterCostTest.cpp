@@ -34,8 +34,8 @@ class FilterCost : public testing::TestWithParam<std::u16string> {
 };
 
 TEST_P(FilterCost, IsMeasuredAgainstACallSequenceThatIsItsOwn) {
-  for (const bool deep : {false, true}) {
-    const Shape shape = shapeOf(200, 20, deep);
+  for (const auto& [deep, itemCount] : {std::pair(false, 20U), std::pair(true, 150U)}) {
+    const Shape shape = shapeOf(200, itemCount, deep);
     TableHost host(shape);
     Probe ofFloor;
     const auto watched = memory_host::probed(host, ofFloor);

@@ -13,6 +13,24 @@ using fl::filesystem::path;
 using project::management::FileLabel;
 using project::management::FileManager;
 
+namespace {
+
+struct Selected {
+  path entry;
+  NeededFolders::Mark mark;
+};
+
+std::vector<path> notNeeded(std::vector<Selected> selected, NeededFolders& needed) {
+  std::vector<path> going;
+  going.reserve(selected.size());
+  for (Selected& one : selected) {
+    if (!needed.forget(one.entry, one.mark)) going.push_back(std::move(one.entry));
+  }
+  return going;
+}
+
+}  // namespace
+
 FileLabelFilter::FileLabelFilter(std::u16string filterType) : ExportFilterBase(std::move(filterType)) {}
 
 FileLabelFilter::~FileLabelFilter() = default;
@@ -30,18 +48,17 @@ void FileLabelFilter::apply(project::management::ProjectManager& projectManager)
   NeededFolders needed(manager.getRootFolder().text());
   const bool listedGo = getType() == EXCLUDE_FILES_WITH_LABEL;
 
-  std::vector<path> selected;
+  std::vector<Selected> selected;
   selected.reserve(entries.size());
   for (path& entry : entries) {
     if (goes(manager.getFileLabels(entry), listed, listedGo)) {
-      selected.push_back(std::move(entry));
+      const NeededFolders::Mark mark = NeededFolders::markOf(entry);
+      selected.push_back({std::move(entry), mark});
     } else if (!manager.isFolder(entry)) {
       needed.needAncestorsOf(entry);
     }
   }
-  const auto isSpared = [&](const path& entry) { return needed.forget(entry); };
-  selected.erase(std::remove_if(selected.begin(), selected.end(), isSpared), selected.end());
-  manager.removeFiles(selected);
+  manager.removeFiles(notNeeded(std::move(selected), needed));
 }
 
 }  // namespace project::sharing::profiles

@@ -1,20 +1,12 @@
 #include "filters/ItemLookup.h"
 
-#include <functional>
-#include <utility>
-
 namespace project::sharing::profiles {
 
-namespace {
-
-std::string_view bytesOf(const std::u16string& text) {
-  return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)};
-}
-
-}  // namespace
-
-ItemLookup::ItemLookup(std::vector<ExportStrategyItem> items) : items_(std::move(items)) {
-  for (const ExportStrategyItem& item : items_) labels_[bytesOf(item.category)].insert(bytesOf(item.labelUUID));
+ItemLookup::ItemLookup(const std::vector<ExportStrategyItem>& items) : isEmpty_(items.empty()), labels_(items.size()) {
+  for (const ExportStrategyItem& item : items) {
+    categories_.insert(item.category);
+    labels_.insert(item.labelUUID, categories_.find(item.category));
+  }
 }
 
 bool ItemLookup::contains(const project::management::Label& label) const {
@@ -23,10 +15,8 @@ bool ItemLookup::contains(const project::management::Label& label) const {
 
 bool ItemLookup::contains(const project::management::CategoryIdentifier& category,
                           const std::u16string& labelUUID) const {
-  const auto found = labels_.find(bytesOf(category.toString()));
-  return found != labels_.end() && found->second.count(bytesOf(labelUUID)) != 0;
+  const std::size_t group = categories_.find(category.toString());
+  return group != TextSet::NONE && labels_.find(labelUUID, group) != TextSet::NONE;
 }
-
-std::size_t ItemLookup::Hash::operator()(Bytes bytes) const { return std::hash<Bytes>()(bytes); }
 
 }  // namespace project::sharing::profiles

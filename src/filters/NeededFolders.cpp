@@ -1,5 +1,6 @@
 #include "filters/NeededFolders.h"
 
+#include <cstring>
 #include <utility>
 
 namespace project::sharing::profiles {
@@ -18,19 +19,20 @@ NeededFolders::NeededFolders(std::u16string root) : root_(std::move(root)) {}
 
 void NeededFolders::needAncestorsOf(const fl::filesystem::path& entry) {
   std::u16string folder = parentOf(entry.text());
-  if (latest_ != nullptr && folder == *latest_) return;
-  bool isFirst = true;
-  while (!folder.empty() && folder != root_) {
-    const auto [known, isNew] = folders_.insert(std::move(folder));
-    if (std::exchange(isFirst, false)) latest_ = &*known;
-    if (!isNew) return;
-    folder = parentOf(*known);
-  }
+  if (isLatest(folder)) return;
+  latest_ = folder;
+  while (!folder.empty() && folder != root_ && folders_.insert(folder)) folder = parentOf(folder);
 }
 
-bool NeededFolders::forget(const fl::filesystem::path& folder) {
-  latest_ = nullptr;
-  return folders_.erase(folder.text()) != 0;
+bool NeededFolders::isLatest(TextSet::Text folder) const {
+  return folder.size() == latest_.size() &&
+         std::memcmp(folder.data(), latest_.data(), sizeof(char16_t) * folder.size()) == 0;
+}
+
+NeededFolders::Mark NeededFolders::markOf(const fl::filesystem::path& entry) { return TextSet::hashOf(entry.text()); }
+
+bool NeededFolders::forget(const fl::filesystem::path& folder, Mark mark) {
+  return folders_.erase(folder.text(), mark);
 }
 
 }  // namespace project::sharing::profiles

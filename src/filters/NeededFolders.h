@@ -1,8 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
-#include <unordered_set>
 
+#include "filters/TextSet.h"
 #include "fl/filesystem/path.h"
 
 namespace project::sharing::profiles {
@@ -10,20 +11,28 @@ namespace project::sharing::profiles {
 // The folders between the project's root and the entries that stay: they have to stay too.
 class NeededFolders {
  public:
+  // What an entry is asked for by, besides its path: made while the path is in the processor's cache, it saves another
+  // look at most paths.
+  using Mark = std::size_t;
+
   explicit NeededFolders(std::u16string root);
 
   // Walks up from the entry, to the root (which is never among the folders), to a path that has no parent, or to a
   // folder that is known already, whose own ancestors are known then.
   void needAncestorsOf(const fl::filesystem::path& entry);
 
+  static Mark markOf(const fl::filesystem::path& entry);
+
   // Whether this folder is needed. It is forgotten then: it is spared once, and of an entry listed twice the second
   // goes.
-  bool forget(const fl::filesystem::path& folder);
+  bool forget(const fl::filesystem::path& folder, Mark mark);
 
  private:
+  bool isLatest(TextSet::Text folder) const;
+
   std::u16string root_;
-  std::unordered_set<std::u16string> folders_;
-  const std::u16string* latest_ = nullptr;  // holds the latest entry: what is listed next mostly lies there too
+  TextSet folders_;
+  std::u16string latest_;  // holds the latest entry: what is listed next mostly lies there too
 };
 
 }  // namespace project::sharing::profiles
