@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "Samples.h"
 #include "project/exception/ProjectException.h"
 #include "project/sharing/SerializationData.h"
@@ -11,125 +9,100 @@ namespace {
 using namespace project::sharing::profiles;
 using memory_host::MemoryProject;
 using memory_host::Probe;
-using samples::Calls;
 
 // Two profiles, stored in this order: "b" (1) with a label filter of one item, "a" (2) with a node that is no filter.
-class CallSequence : public testing::Test {
- protected:
-  CallSequence() {
-    samples::store(*host.metadata, {root, {u"ExportProfile", u"1"}}, u"Name", u"b");
-    samples::store(*host.metadata, {root, {u"ExportProfile", u"2"}}, u"Name", u"a");
-    samples::store(*host.metadata, {root, {u"ExportProfile", u"1"}, {u"Filter", u"Label"}, {u"Filter", u"l"}}, u"Data",
-                   u"c");
-    samples::store(*host.metadata, {root, {u"ExportProfile", u"2"}, {u"Any", u"no kind"}, {u"Filter", u"l"}}, u"Data",
-                   u"c");
-    manager = createManager(
-        memory_host::probed(std::static_pointer_cast<project::metadata::MetadataManager>(host.metadata), probe));
-  }
-  template <class Action>
-  Calls callsOf(Action action) {
+struct Sample {
+  Sample() {
+    const project::metadata::PathElement root{u"Export", u"Root"}, one{u"ExportProfile", u"1"},
+        two{u"ExportProfile", u"2"}, item{u"Filter", u"l"};
+    samples::store(*host.metadata, {root, one}, u"Name", u"b");
+    samples::store(*host.metadata, {root, two}, u"Name", u"a");
+    samples::store(*host.metadata, {root, one, {u"Filter", u"Label"}, item}, u"Data", u"c");
+    samples::store(*host.metadata, {root, two, {u"Any", u"no kind"}, item}, u"Data", u"c");
+    host.addLabel(u"c", u"l");
+    data.projectManagers[data.projectPath] = memory_host::probed(host, probe);
+    manager = createManager(data.projectManagers.at(data.projectPath)->getMetadataManager());
+    first = manager->getProfileByUUID(u"1");
+    second = manager->getProfileByUUID(u"2");
     probe.clear();
-    action();
-    return probe.calls();
   }
 
-  const project::metadata::PathElement root{u"Export", u"Root"};
   MemoryProject host;
   Probe probe;
+  project::sharing::SerializationData data;
   std::unique_ptr<ExportProfileManager> manager;
+  std::shared_ptr<ExportProfile> first, second;
 };
 
 const std::string P1 = "Export:Root/ExportProfile:1", P2 = "Export:Root/ExportProfile:2";
 
-Calls operator+(Calls a, const Calls& b) {
-  a.insert(a.end(), b.begin(), b.end());
-  return a;
+std::string readName(const std::string& profile) {
+  return "beginReadScope; endReadScope; getNode " + profile + "; getValue Name; ";
 }
 
-Calls readName(const std::string& path) {
-  return {"beginReadScope", "endReadScope", "getNode " + path, "getValue Name"};
+std::string build(const std::string& profile, const std::string& filter) {
+  return "beginReadScope; getChildPaths " + profile + "; getChildPaths " + profile + filter + "; getNode " + profile +
+         filter + "/Filter:l; getValue Data; endReadScope; ";
 }
 
-const Calls build1{"beginReadScope",
-                   "getChildPaths " + P1,
-                   "getChildPaths " + P1 + "/Filter:Label",
-                   "getNode " + P1 + "/Filter:Label/Filter:l",
-                   "getValue Data",
-                   "endReadScope"};
-const Calls build2{"beginReadScope",
-                   "getChildPaths " + P2,
-                   "getChildPaths " + P2 + "/Any:no kind",
-                   "getNode " + P2 + "/Any:no kind/Filter:l",
-                   "getValue Data",
-                   "endReadScope"};
+std::string saveSecond(const std::string& removed) {
+  return "beginWriteScope; getChildPaths " + P2 + "; removeNodes [" + removed + "]; endWriteScope; ";
+}
+
 // Two profiles are sorted by one comparison, of the second with the first.
-const Calls listing = Calls{"beginReadScope", "nodeExists Export:Root", "getChildPaths Export:Root"} + build1 + build2 +
-                      readName(P2) + readName(P1) + Calls{"endReadScope"};
+const std::string listing = "beginReadScope; nodeExists Export:Root; getChildPaths Export:Root; " +
+                            build(P1, "/Filter:Label") + build(P2, "/Any:no kind") + readName(P2) + readName(P1) +
+                            "endReadScope; ";
 
-TEST_F(CallSequence, OfListing) {
-  EXPECT_EQ(callsOf([&] { manager->getProfiles(); }), listing);
-}
+const struct {
+  const char* name;
+  void (*act)(Sample&);
+  std::string calls;
+} rows[] = {
+    {"listing", [](Sample& s) { s.manager->getProfiles(); }, listing},
+    {"finding by UUID", [](Sample& s) { s.manager->getProfileByUUID(u"1"); }, listing},
+    {"finding by name", [](Sample& s) { s.manager->getProfileByName(u"a"); }, listing + readName(P2) + readName(P1)},
+    {"creating", [](Sample& s) { s.manager->createProfile(u"new", u"2"); },
+     "beginWriteScope; " + listing + readName(P2) + readName(P1) + "setNodes " + P2 + " Name=new; " +
+         build(P2, "/Any:no kind") + "endWriteScope; "},
+    {"creating, up to the first conflict",
+     [](Sample& s) { EXPECT_THROW(s.manager->createProfile(u"a", u"3"), project::exception::ProjectException); },
+     "beginWriteScope; " + listing + readName(P2) + "endWriteScope; "},
+    {"deleting", [](Sample& s) { s.manager->deleteProfile(s.second); },
+     "beginWriteScope; removeNodes [" + P2 + "]; endWriteScope; "},
+    {"reading the name", [](Sample& s) { s.second->getName(); }, readName(P2)},
+    {"renaming", [](Sample& s) { s.second->setName(u"x"); },
+     "beginWriteScope; endWriteScope; getNode " + P2 + "; setValue Name=x; setNodes " + P2 + "; "},
+    {"editing",
+     [](Sample& s) {
+       s.first->addFilter(u"FileLabel", {{u"c", u"m"}}), s.first->getFilters();
+     },
+     ""},
+    {"saving",
+     [](Sample& s) {
+       s.first->addFilter(u"FileLabel", {{u"c", u"m"}, {u"b", u"n"}}), s.first->save();
+     },
+     "beginWriteScope; getChildPaths " + P1 + "; removeNodes [" + P1 + "/Filter:Label]; setNodes " + P1 +
+         "/Filter:FileLabel; setNodes " + P1 + "/Filter:FileLabel/Filter:n Data=b; setNodes " + P1 +
+         "/Filter:FileLabel/Filter:m Data=c; setNodes " + P1 + "/Filter:Label; setNodes " + P1 +
+         "/Filter:Label/Filter:l Data=c; endWriteScope; "},
+    {"saving nothing over whatever is there", [](Sample& s) { s.second->save(), s.second->save(); },
+     saveSecond(P2 + "/Any:no kind") + saveSecond("")},
+    {"sharing", [](Sample& s) { ExportProfileTransformation(u"1").apply(s.data); },
+     "getMetadataManager; " + listing +
+         "getLabelManager; getCategories; getLabels c; removeLabel c/l false; getLabels c; removeCategory c; "},
+    {"sharing the whole", [](Sample& s) { ExportProfileTransformation(u"wholeproject").apply(s.data); }, ""},
+};
 
-TEST_F(CallSequence, OfLookingUp) {
-  EXPECT_EQ(callsOf([&] { manager->getProfileByUUID(u"1"); }), listing);
-  EXPECT_EQ(callsOf([&] { manager->getProfileByName(u"a"); }), listing + readName(P2) + readName(P1));
-}
-
-TEST_F(CallSequence, OfCreating) {
-  EXPECT_EQ(callsOf([&] { manager->createProfile(u"new", u"2"); }),
-            Calls{"beginWriteScope"} + listing + readName(P2) + readName(P1) + Calls{"setNodes " + P2 + " Name=new"} +
-                build2 + Calls{"endWriteScope"});
-}
-
-TEST_F(CallSequence, OfCreatingUpToTheFirstConflict) {
-  EXPECT_EQ(callsOf([&] { EXPECT_THROW(manager->createProfile(u"a", u"3"), project::exception::ProjectException); }),
-            Calls{"beginWriteScope"} + listing + readName(P2) + Calls{"endWriteScope"});
-}
-
-TEST_F(CallSequence, OfDeleting) {
-  const auto profile = manager->getProfileByUUID(u"2");
-  EXPECT_EQ(callsOf([&] { manager->deleteProfile(profile); }),
-            (Calls{"beginWriteScope", "removeNodes [" + P2 + "]", "endWriteScope"}));
-}
-
-TEST_F(CallSequence, OfNames) {
-  const auto profile = manager->getProfileByUUID(u"2");
-  EXPECT_EQ(callsOf([&] { profile->getName(); }), readName(P2));
-  EXPECT_EQ(callsOf([&] { profile->setName(u"x"); }),
-            (Calls{"beginWriteScope", "endWriteScope", "getNode " + P2, "setValue Name=x", "setNodes " + P2}));
-}
-
-TEST_F(CallSequence, OfSaving) {
-  const auto profile = manager->getProfileByUUID(u"1");
-  EXPECT_EQ(callsOf([&] {
-              profile->addFilter(u"FileLabel", {{u"c", u"m"}, {u"b", u"n"}});
-              profile->getFilters();
-            }),
-            Calls());
-  EXPECT_EQ(callsOf([&] { profile->save(); }),
-            (Calls{"beginWriteScope", "getChildPaths " + P1, "removeNodes [" + P1 + "/Filter:Label]",
-                   "setNodes " + P1 + "/Filter:FileLabel", "setNodes " + P1 + "/Filter:FileLabel/Filter:n Data=b",
-                   "setNodes " + P1 + "/Filter:FileLabel/Filter:m Data=c", "setNodes " + P1 + "/Filter:Label",
-                   "setNodes " + P1 + "/Filter:Label/Filter:l Data=c", "endWriteScope"}));
-}
-
-TEST_F(CallSequence, OfSavingNothingStillRemovesWhateverIsThere) {
-  const auto profile = manager->getProfileByUUID(u"2");
-  for (const std::string& removed : {P2 + "/Any:no kind", std::string()}) {
-    EXPECT_EQ(callsOf([&] { profile->save(); }),
-              (Calls{"beginWriteScope", "getChildPaths " + P2, "removeNodes [" + removed + "]", "endWriteScope"}));
+TEST(CallSequence, OfEachOperationIsThis) {
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    Sample sample;
+    row.act(sample);
+    std::string calls;
+    for (const auto& call : sample.probe.calls()) calls += call + "; ";
+    EXPECT_EQ(calls, row.calls);
   }
-}
-
-TEST_F(CallSequence, OfSharing) {
-  host.addLabel(u"c", u"l");
-  project::sharing::SerializationData data;
-  data.projectManagers[data.projectPath] = memory_host::probed(host, probe);
-  const Calls filtering{"getLabelManager",       "getCategories", "getLabels c",
-                        "removeLabel c/l false", "getLabels c",   "removeCategory c"};
-  EXPECT_EQ(callsOf([&] { ExportProfileTransformation(u"1").apply(data); }),
-            Calls{"getMetadataManager"} + listing + filtering);
-  EXPECT_EQ(callsOf([&] { ExportProfileTransformation(u"wholeproject").apply(data); }), Calls());
 }
 
 }  // namespace

@@ -29,12 +29,6 @@ inline std::shared_ptr<ExportFilter> filterOf(const std::u16string& kind, const 
   return manager->createProfile(u"any")->addFilter(kind, items);
 }
 
-inline std::vector<std::u16string> kindsOf(const ExportProfile& profile) {
-  std::vector<std::u16string> kinds;
-  for (const auto& filter : profile.getFilters()) kinds.push_back(filter->getType());
-  return kinds;
-}
-
 // A path of the stored layout, e.g. {{u"Export", u"Root"}, {u"ExportProfile", uuid}}.
 inline project::metadata::MetadataPath pathOf(std::vector<project::metadata::PathElement> elements) {
   return project::metadata::MetadataPath(std::move(elements));
@@ -46,6 +40,13 @@ inline void store(project::metadata::MetadataManager& metadata, std::vector<proj
   auto node = std::make_shared<project::metadata::MetadataNodeSpecification>();
   if (!key.empty()) node->put(key, value);
   metadata.setNodes({{pathOf(std::move(path)), node}});
+}
+
+// Past the check of names.
+inline void storeTwins(project::metadata::MetadataManager& metadata) {
+  for (const auto* uuid : {u"2", u"3"}) {
+    store(metadata, {{u"Export", u"Root"}, {u"ExportProfile", uuid}}, u"Name", u"twin");
+  }
 }
 
 }  // namespace samples

@@ -2,8 +2,6 @@
 // is not linked to it; used through its interfaces; unloaded; and all that again.
 
 #include <dlfcn.h>
-#include <gtest/gtest.h>
-
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -85,14 +83,12 @@ void editAndApply(const Library& library) {
 
 void raiseEveryError(const Library& library) {
   MemoryProject project;
-  for (const auto* uuid : {u"1", u"2"}) {
-    store(*project.metadata, {{u"Export", u"Root"}, {u"ExportProfile", uuid}}, u"Name", u"twin");
-  }
+  samples::storeTwins(*project.metadata);
   const auto manager = library.createManager(project.metadata);
   EXPECT_THROW(manager->getProfileByUUID(u"none"), Error<ExportProfileUuidNotFound>);
   EXPECT_THROW(manager->getProfileByName(u"none"), Error<ExportProfileNameNotFound>);
   EXPECT_THROW(manager->getProfileByName(u"twin"), Error<ExportProfileNameNotUnique>);
-  EXPECT_THROW(manager->createProfile(u"twin", u"3"), Error<ExportProfileAlreadyExists>);
+  EXPECT_THROW(manager->createProfile(u"twin", u"1"), Error<ExportProfileAlreadyExists>);
   EXPECT_THROW(library.createManager(nullptr), Error<ExportProfilesStartupFailure>);
   EXPECT_THROW(library.createManager(nullptr), foundation::core::except::IMsgIDException);
 }

@@ -9,11 +9,9 @@ using ::project::exception::ProjectException;
 
 namespace ORCHID::project::sharing {
 
-ExportProfilesStartupFailure::ExportProfilesStartupFailure()
-    : BaseMsgID{{}, EXPORT_PROFILE_ERROR_COMPONENT, "ExportProfilesStartupFailure"} {}
+ExportProfilesStartupFailure::ExportProfilesStartupFailure() : ErrorRecord("ExportProfilesStartupFailure") {}
 
-ExportProfileAlreadyExists::ExportProfileAlreadyExists()
-    : BaseMsgID{{}, EXPORT_PROFILE_ERROR_COMPONENT, "ExportProfileAlreadyExists"} {}
+ExportProfileAlreadyExists::ExportProfileAlreadyExists() : ErrorRecord("ExportProfileAlreadyExists") {}
 
 }  // namespace ORCHID::project::sharing
 

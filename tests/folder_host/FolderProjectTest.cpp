@@ -1,5 +1,7 @@
 #include "folder_host/FolderProject.h"
 
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -29,6 +31,19 @@ class FolderProjectTest : public FolderTest {
   }
   std::string opening(const std::string& folder) const {
     return refusalOf([&] { FolderProject::open(in(folder)); });
+  }
+};
+
+class ListingTest : public FolderTest {
+ protected:
+  // As listingOf takes them.
+  Names names() const {
+    Names names;
+    for (const Entry& entry : listFolder(folder_).entries) {
+      const std::string end = entry.kind == EntryKind::folder ? "/" : entry.kind == EntryKind::link ? ">" : "";
+      names.push_back(entry.path + end + entry.target);
+    }
+    return names;
   }
 };
 
@@ -67,35 +82,31 @@ TEST_F(FolderProjectTest, TheStoresPlaceMustBeFreeOrLeftByATryThatWasInterrupted
   EXPECT_EQ(tree("q/4"), (Names{".project", ".project/store.db"}));
 }
 
-TEST_F(FolderProjectTest, PathsAreLocatedInTheProject) {
-  const FolderProject project = FolderProject::init(in("p"));
-  fs::create_directory_symlink("a", in("p/link"));
-  fs::create_directory_symlink("../q", in("p/away"));
-  fs::create_directory_symlink("p/a", in("into"));
-  put("pp/x");
-  for (const std::string row : {"p/a/x = a/x", "p/a/ = a", "p = ", "p/ = ", "p/a/.. = ", "p/. = ", "p//a/./x = a/x",
-                                "q/../p/a/x = a/x", "p/link = link", "p/link/ = link", "p/link/x = a/x", "into/x = a/x",
-                                "p/away = away", "p/absent/x = absent/x", "p/a/x/y = a/x/y", "p/\xFF = \xFF"}) {
-    const std::size_t middle = row.find(" = ");
-    EXPECT_EQ(project.locate(in(row.substr(0, middle))), row.substr(middle + 3)) << row;
-  }
-  for (const std::string& named : {in("p/.project"), in("p/.project/store.db"), in("p/away/x"), in("pp/x"), in("into"),
-                                   in("p/.."), std::string("/"), std::string()}) {
-    EXPECT_EQ(refusalOf([&] { project.locate(named); }), errors::PATH_OUTSIDE_PROJECT) << named;
-  }
+TEST_F(ListingTest, EntriesAreSortedByBytesLinksNotFollowedAndPipesSkipped) {
+  put("a/x");
+  put("a-b");
+  put("a.txt");
+  put("A");
+  put("\xFF\x80 not UTF-8\n");
+  fs::create_directory(in("empty"));
+  fs::create_directory_symlink("a", in("link"));
+  fs::create_symlink("nowhere/\xFF", in("z"));
+  fs::create_directory_symlink(".", in("a/loop"));
+  ASSERT_EQ(::mkfifo(in("a/pipe").c_str(), 0600), 0);
+  EXPECT_EQ(listFolder(folder_).skipped, Names{"a/pipe"});
+  EXPECT_EQ(names(), (Names{"A", "a/", "a-b", "a.txt", "a/loop>.", "a/x", "empty/", "link>a", "z>nowhere/\xFF",
+                            "\xFF\x80 not UTF-8\n"}));
 }
 
-TEST_F(FolderProjectTest, WhatIsDoneToAWorkingCopyDoesNotReachTheProject) {
-  const FolderProject project = FolderProject::init(in("p"));
-  const LabelRecord label = project.labels().create(u"c", u"n");
-  project.labels().attach(label.uuid, {"a/x"});
-  const auto copy = project.workingCopy();
-  copy->getLabelManager().removeCategory(project::management::CategoryIdentifier(label.categoryUUID));
-  copy->getMetadataManager()->removeNodes({project::metadata::MetadataPath()});
-  copy->getFileManager().removeFiles(copy->getFileManager().getFiles());
-  EXPECT_TRUE(copy->entries().empty());
-  EXPECT_EQ(project.labels().labelsOf("a/x").size(), 1U);
-  EXPECT_EQ(tree("p"), (Names{".project", ".project/store.db", "a", "a/x"}));
+TEST_F(ListingTest, TheFoldersOwnStoreIsNoEntryAndOneFurtherDownIs) {
+  put(".project/store.db");
+  put("b/.project/store.db");
+  put("a/c/.project/x");
+  put("file/.project");
+  fs::create_directory(in("link"));
+  fs::create_symlink("../b/.project", in("link/.project"));
+  EXPECT_EQ(names(), (Names{"a/", "a/c/", "a/c/.project/", "a/c/.project/x", "b/", "b/.project/", "b/.project/store.db",
+                            "file/", "file/.project", "link/", "link/.project>../b/.project"}));
 }
 
 }  // namespace folder_host

@@ -34,14 +34,6 @@ struct stat statusOfLink(const std::string& path) {
   return status;
 }
 
-std::string hex(const std::string& bytes) {
-  std::string digits;
-  for (const char c : bytes) {
-    for (const unsigned shift : {4U, 0U}) digits += "0123456789ABCDEF"[(static_cast<unsigned char>(c) >> shift) & 0xFU];
-  }
-  return digits;
-}
-
 void setTimes(const std::string& path, long seconds) {
   const timespec times[2] = {{seconds, 123456789}, {seconds + 1, 987654321}};
   if (::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW) != 0) throw std::runtime_error(path);
@@ -90,6 +82,8 @@ TEST_F(ShareTest, TheCopyHasWhatIsLeftAndIsAProject) {
   put("p/empty/gone", "");
   fs::create_directory(in("p/a/hollow"));
   put("p/\xFF\n", "not UTF-8");
+  const auto label = project_.labels().create(u"Access", u"Open");
+  project_.labels().attach(label.uuid, {"a/x", "a/y"});
   const ShareResult result = shareAs(in("out/copy"), [](ProjectManager& p) { remove(p, {"a/y", "empty/gone"}); });
   EXPECT_EQ(tree("out/copy"), (Names{".project", ".project/store.db", "a", "a/hollow", "a/x", "b", "l", "\xFF\n"}));
   EXPECT_EQ(read(in("out/copy/a/x")), "x");
@@ -100,7 +94,10 @@ TEST_F(ShareTest, TheCopyHasWhatIsLeftAndIsAProject) {
   EXPECT_EQ(result.bytes, 13U);
   EXPECT_EQ(result.removals.links, (Names{"m"}));
   EXPECT_EQ(result.removals.emptied, (Names{"empty"}));
-  EXPECT_EQ(FolderProject::open(in("out/copy/a")).root(), in("out/copy"));
+  const FolderProject copy = FolderProject::open(in("out/copy/a"));
+  EXPECT_EQ(copy.root(), in("out/copy"));
+  EXPECT_EQ(copy.labels().pathsOf(label.uuid), Names{"a/x"});
+  EXPECT_EQ(copy.labels().list().at(0).name, u"Open");
   EXPECT_EQ(tree("out").size(), 9U) << "nothing is left of the assembly";
 }
 
@@ -127,71 +124,6 @@ TEST_F(ShareTest, ModesAndTimesAreKeptAndSetIdBitsNot) {
   EXPECT_EQ(statusOfLink(in("out/copy/.project/store.db")).st_mode & 07777U, 0640U);
 }
 
-TEST_F(ShareTest, ContentIsCopiedByteByByte) {
-  std::string large;
-  for (int i = 0; large.size() < 3000000; ++i) large += std::to_string(i) + '\0';
-  put("p/large", large);
-  put("p/nothing", "");
-  put("p/sparse", "");
-  fs::resize_file(in("p/sparse"), 5000000);
-  EXPECT_EQ(shareAs(in("out/copy")).bytes, 6 + large.size() + 5000000);
-  EXPECT_EQ(read(in("out/copy/large")), large);
-  EXPECT_EQ(read(in("out/copy/nothing")), "");
-  EXPECT_EQ(read(in("out/copy/sparse")), std::string(5000000, '\0'));
-}
-
-TEST_F(ShareTest, LabelsLeaveWithTheirEntriesAndNothingElseOfTheStore) {
-  LabelStore& labels = project_.labels();
-  const auto open = labels.create(u"Access", u"Open");
-  const auto secret = labels.create(u"Access", u"DroppedName");
-  const auto removed = labels.create(u"Hidden", u"RemovedName");
-  for (const auto& label : {open, secret, removed}) labels.attach(label.uuid, {"a/x", "a/y", "GonePath"});
-  auto node = std::make_shared<project::metadata::MetadataNodeSpecification>();
-  node->put(u"RuleKey", u"RuleValue");
-  project_.metadata()->setNodes({{project::metadata::MetadataPathBuilder().add(u"RuleType", u"r").build(), node}});
-  runSql(in("p/.project/store.db"), "DELETE FROM attachment WHERE label = CAST(x'" + hex(toBlob(removed.uuid)) +
-                                        "' AS BLOB);"
-                                        "DELETE FROM label WHERE uuid = CAST(x'" +
-                                        hex(toBlob(removed.uuid)) + "' AS BLOB)");
-  const auto change = [&](ProjectManager& manager) {
-    manager.getLabelManager().removeLabel(project::management::CategoryIdentifier(secret.categoryUUID),
-                                          project::management::LabelIdentifier(secret.uuid), false);
-    remove(manager, {"a/y"});
-  };
-  EXPECT_EQ(refusal(change), errors::LABEL_ON_GONE_PATH);
-  shareAs(in("out/copy"), change, allowing({errors::LABEL_ON_GONE_PATH}));
-  const std::string live = read(in("p/.project/store.db"));
-  const std::string copy = read(in("out/copy/.project/store.db"));
-  for (const auto& text :
-       {toBlob(u"DroppedName"), toBlob(u"RemovedName"), toBlob(secret.uuid), toBlob(removed.uuid), toBlob(u"RuleKey"),
-        toBlob(u"RuleValue"), toBlob(u"RuleType"), std::string("a/y"), std::string("GonePath")}) {
-    EXPECT_NE(live.find(text), std::string::npos) << text << ": else this test could not fail";
-    EXPECT_EQ(copy.find(text), std::string::npos) << text;
-  }
-  const FolderProject handedOut = FolderProject::open(in("out/copy"));
-  ASSERT_EQ(handedOut.labels().labelsOf("a/x").size(), 1U);
-  EXPECT_EQ(handedOut.labels().labelsOf("a/x")[0].getUUID(), open.uuid);
-  EXPECT_EQ(handedOut.labels().list()[0].name, u"Open");
-}
-
-TEST_F(ShareTest, ADestinationHasToBeFreeAndOutsideOfTheProject) {
-  put("file");
-  fs::create_symlink("nowhere", in("dangling"));
-  fs::create_directory_symlink("p/a", in("into"));
-  const std::vector<std::pair<const char*, Names>> rows = {
-      {errors::DESTINATION_EXISTS, {in("out"), in("out/"), in("out/."), in("file"), in("dangling"), in("p"), "/", ""}},
-      {errors::DESTINATION_IN_PROJECT, {in("p/copy"), in("out/../p/a/copy"), in("into/copy")}},
-      {errors::DESTINATION_UNUSABLE, {in("absent/copy"), in("file/copy"), in("out/" + std::string(300, 'n'))}},
-  };
-  const Names before = tree("");
-  for (const auto& [expected, destinations] : rows) {
-    for (const std::string& destination : destinations) {
-      EXPECT_EQ(refusalOf([&] { shareAs(destination); }), expected) << destination;
-    }
-  }
-  EXPECT_EQ(tree(""), before);
-}
-
 TEST_F(ShareTest, AnEntryThatIsNotWhatItWasStopsTheShareAndLeavesNothing) {
   put("outside/x", "must not leave");
   fs::create_symlink("b", in("p/l"));
@@ -201,26 +133,22 @@ TEST_F(ShareTest, AnEntryThatIsNotWhatItWasStopsTheShareAndLeavesNothing) {
   const struct {
     const char* title;
     Transformation::Change change;
-    const char* refusal;
   } rows[] = {
-      {"gone", replace("p/b", [](auto&) {}), errors::ENTRY_CHANGED},
-      {"a pipe", replace("p/b", [](auto& path) { ::mkfifo(path.c_str(), 0600); }), errors::ENTRY_CHANGED},
-      {"a link", replace("p/b", [&](auto& path) { fs::create_symlink(in("outside/x"), path); }), errors::ENTRY_CHANGED},
-      {"a folder", replace("p/b", [](auto& path) { fs::create_directory(path); }), errors::ENTRY_CHANGED},
-      {"its folder a link", replace("p/a", [](auto& path) { fs::create_symlink("../outside", path); }),
-       errors::ENTRY_CHANGED},
-      {"another link", replace("p/l", [](auto& path) { fs::create_symlink("../outside/x", path); }),
-       errors::ENTRY_CHANGED},
-      {"no link", replace("p/l", [](auto& path) { write(path, "file"); }), errors::ENTRY_CHANGED},
-      {"another file", replace("p/b", [&](auto& path) { fs::rename(in("p/a/y"), path); }), errors::ENTRY_CHANGED},
-      {"another's folder", replace("p/a", [&](auto& path) { fs::rename(in("secret"), path); }), errors::ENTRY_CHANGED},
-      {"the store", replace("p/b", [&](auto& path) { fs::create_hard_link(in("p/.project/store.db"), path); }),
-       errors::ENTRY_CHANGED},
+      {"gone", replace("p/b", [](auto&) {})},
+      {"a pipe", replace("p/b", [](auto& path) { ::mkfifo(path.c_str(), 0600); })},
+      {"a link", replace("p/b", [&](auto& path) { fs::create_symlink(in("outside/x"), path); })},
+      {"a folder", replace("p/b", [](auto& path) { fs::create_directory(path); })},
+      {"its folder a link", replace("p/a", [](auto& path) { fs::create_symlink("../outside", path); })},
+      {"another link", replace("p/l", [](auto& path) { fs::create_symlink("../outside/x", path); })},
+      {"no link", replace("p/l", [](auto& path) { write(path, "file"); })},
+      {"another file", replace("p/b", [&](auto& path) { fs::rename(in("p/a/y"), path); })},
+      {"another's folder", replace("p/a", [&](auto& path) { fs::rename(in("secret"), path); })},
+      {"the store", replace("p/b", [&](auto& path) { fs::create_hard_link(in("p/.project/store.db"), path); })},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.title);
     put("secret/x");
-    EXPECT_EQ(refusal(row.change, allowing({errors::ENTRY_CHANGED})), row.refusal) << "nor may that be allowed";
+    EXPECT_EQ(refusal(row.change, allowing({errors::ENTRY_CHANGED})), errors::ENTRY_CHANGED) << "nor may it be allowed";
     EXPECT_EQ(tree("out"), Names());
     for (const char* name : {"p/a", "p/b", "p/l"}) fs::remove_all(in(name));
     put("p/a/x"), put("p/a/y"), put("p/b"), fs::create_symlink("b", in("p/l"));
@@ -238,19 +166,6 @@ TEST_F(ShareTest, AFailureOnTheWayLeavesNothing) {
   EXPECT_EQ(refusal([&](ProjectManager&) { put("out/copy", "mine"); }), errors::DESTINATION_EXISTS);
   EXPECT_EQ(tree("out"), Names{"copy"});
   EXPECT_EQ(read(in("out/copy")), "mine");
-}
-
-TEST_F(ShareTest, AFileThatGoesUnderOneNameAndStaysUnderAnotherStopsTheShare) {
-  fs::create_hard_link(in("p/b"), in("p/a/twin"));
-  const auto dropping = [](const Names& names) { return [names](ProjectManager& p) { remove(p, names); }; };
-  EXPECT_EQ(refusal(dropping({"b"})), errors::CONTENT_UNDER_TWO_NAMES);
-  EXPECT_EQ(refusal(dropping({"a/twin", "a/x"})), errors::CONTENT_UNDER_TWO_NAMES);
-  EXPECT_EQ(tree("out"), Names());
-  EXPECT_EQ(refusal(dropping({"a/x"})), "");
-  fs::remove_all(in("out/copy"));
-  EXPECT_EQ(refusal(dropping({"b", "a/twin"})), "");
-  fs::remove_all(in("out/copy"));
-  EXPECT_EQ(refusal(dropping({"b"}), allowing({errors::CONTENT_UNDER_TWO_NAMES})), "");
 }
 
 TEST_F(ShareTest, AFileThatChangesWhileItIsCopiedStopsTheShareUnlessAllowed) {
@@ -276,18 +191,15 @@ TEST_F(ShareTest, ProgressEndsWithAllOfItAndTheCopyIsWholeBeforeItGetsItsName) {
   };
   shareAs(in("out/copy"), nullptr, options);
   EXPECT_TRUE(whole) << "4 entries, the store and its folder, their staging folder and its lock";
-  EXPECT_EQ(last.entries, 4U);
-  EXPECT_EQ(last.allEntries, 4U);
-  EXPECT_EQ(last.bytes, 6U);
-  EXPECT_EQ(last.allBytes, 6U);
+  EXPECT_EQ(std::to_string(last.entries) + " of " + std::to_string(last.allEntries), "4 of 4");
+  EXPECT_EQ(std::to_string(last.bytes) + " of " + std::to_string(last.allBytes), "6 of 6");
 }
 
 TEST_F(ShareTest, WhatACallbackThrowsStopsTheShareAndLeavesNothing) {
-  ShareOptions early;
+  ShareOptions early, late;
   early.onProgress = [](const Progress& progress) {
     if (progress.entries == 3) throw std::out_of_range("on purpose");
   };
-  ShareOptions late;
   late.beforePublication = [](const WorkingCopy&, const Descriptor&) { throw std::out_of_range("on purpose"); };
   for (const ShareOptions& options : {early, late}) {
     EXPECT_THROW(refusal(nullptr, options), std::out_of_range);

@@ -1,11 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
 #include "folder_host/Error.h"
 #include "folder_host/Shown.h"
 #include "folder_host/Text.h"
+#include "foundation/core/except/Exception.h"
+#include "project/exception/ProjectException.h"
 
 namespace folder_host {
 
@@ -20,6 +23,13 @@ std::size_t lostFrom(const std::string& bytes, std::size_t more) {
   if (more == 0) return lost;
   for (const unsigned char border : BORDERS) lost += lostFrom(bytes + static_cast<char>(border), more - 1);
   return lost;
+}
+
+using resource_core::BaseMsgID;
+using ProjectError = foundation::core::except::Exception<BaseMsgID, project::exception::ProjectException>;
+
+ProjectError errorOf(const std::string& key) {
+  return {{}, {{std::u16string(u"\u00E9t\u00E9"), 7L, "text"}, "ORCHID:project:sharing", key}};
 }
 
 }  // namespace
@@ -68,6 +78,17 @@ TEST(Text, IsShownOnOneLineThatSteersNothing) {
   EXPECT_EQ(shown(std::string_view("a\n\t\x1b\\\x7f \xC2\x9b\xE2\x80\xAE\xFF")),
             "a\\n\\t\\x1b\\\\\\x7f \\u009b\\u202e\\xff");
   EXPECT_EQ(shown(std::u16string_view(u"\u00E9\U0001F600\xD800\n")), "\u00E9\U0001F600\xEF\xBF\xBD\\n");
+}
+
+TEST(HostFunctions, EveryKnownMessageHasTextsOfItsOwnWithItsArgument) {
+  std::set<std::string> summaries = {errorOf("Unknown").what()};
+  for (const std::string key : {"ExportProfileUuidNotFound", "ExportProfileNameNotUnique", "ExportProfileNameNotFound",
+                                "ExportProfilesStartupFailure", "ExportProfileAlreadyExists"}) {
+    EXPECT_TRUE(summaries.insert(errorOf(key).what()).second) << key;
+    EXPECT_EQ(errorOf(key).GetID(), "ORCHID:project:sharing:" + key);
+    const bool showsIt = errorOf(key).GetUnicodeMessageTxt().find(u"\u00E9t\u00E9") != std::u16string::npos;
+    EXPECT_EQ(showsIt, key.find("Not") != std::string::npos) << key;
+  }
 }
 
 }  // namespace folder_host

@@ -67,6 +67,11 @@ class TreeCopyTest : public FolderTest {
 TEST_F(TreeCopyTest, EverythingArrivesWithItsContentModeAndTime) {
   fs::permissions(in(nameOf(5)), fs::perms::owner_read);
   fs::permissions(in("p/folder3"), fs::perms::owner_read | fs::perms::owner_exec);
+  std::string large;
+  for (int i = 0; large.size() < 3000000; ++i) large += std::to_string(i) + '\0';
+  put("p/large", large);
+  put("p/sparse", "");
+  fs::resize_file(in("p/sparse"), 5000000);
   put("p/zeros", std::string(300000, '\0') + "end");
   list();
   copy();
@@ -99,17 +104,10 @@ TEST_F(TreeCopyTest, OfSeveralFailuresTheFirstInTheListingIsTold) {
   EXPECT_NE(messageOf().find("'folder2'"), std::string::npos) << "folders count by their place, too";
 }
 
-TEST_F(TreeCopyTest, AFolderThatBecameALinkLeadsNowhere) {
-  fs::rename(in("p/folder6"), in("elsewhere"));
-  fs::create_directory_symlink("../elsewhere", in("p/folder6"));
-  EXPECT_NE(messageOf().find("'folder6'"), std::string::npos);
-  EXPECT_FALSE(fs::exists(in("copy/folder6")));
-}
-
 TEST_F(TreeCopyTest, ProgressIsToldInTheCallersThreadAndEndsWithAllOfIt) {
   const auto caller = std::this_thread::get_id();
   std::size_t entries = 0;
-  std::uint64_t bytes = 0;
+  std::uint64_t bytes = 0, all = 0;
   bool grows = true;
   TreeCopy::Options options;
   options.onProgress = [&](std::size_t entriesNow, std::uint64_t bytesNow) {
@@ -121,7 +119,6 @@ TEST_F(TreeCopyTest, ProgressIsToldInTheCallersThreadAndEndsWithAllOfIt) {
   copy(options);
   EXPECT_TRUE(grows);
   EXPECT_EQ(entries, listing_.entries.size());
-  std::uint64_t all = 0;
   for (const Entry& entry : listing_.entries) all += entry.size;
   EXPECT_EQ(bytes, all);
 }

@@ -9,6 +9,7 @@
 
 #include "Fixture.h"
 #include "folder_host/Error.h"
+#include "folder_host/Hazards.h"
 #include "folder_host/Store.h"
 #include "folder_host/Text.h"
 
@@ -27,6 +28,13 @@ Names without(const Names& names, const Names& dropped) {
   Names left = namesOf(copyOf(names)->entries());
   for (const std::string& name : dropped) left.erase(std::remove(left.begin(), left.end(), name), left.end());
   return left;
+}
+
+// "identifier path" each.
+Names told(const std::vector<Hazard>& hazards) {
+  Names lines;
+  for (const Hazard& hazard : hazards) lines.push_back(std::string(hazard.identifier) + " " + hazard.path);
+  return lines;
 }
 
 }  // namespace
@@ -145,16 +153,40 @@ TEST(WorkingCopy, LinksAndEmptiedFoldersGoByTheHostsRules) {
   }
 }
 
-TEST(WorkingCopy, ACloneAndItsOriginalGoTheirOwnWays) {
-  const auto copy = copyOf({"a", "b", "c"});
-  copy->getFileManager().removeFiles(at(*copy, Names{"a"}));
-  copy->getLabelManager().create(u"c", u"both");
-  const auto clone = copy->clone();
-  clone->getFileManager().removeFiles(at(*clone, Names{"b"}));
-  copy->getLabelManager().create(u"c", u"original's");
-  EXPECT_EQ(namesOf(copy->entries()), (Names{"b", "c"}));
-  EXPECT_EQ(namesOf(clone->entries()), (Names{"c"}));
-  EXPECT_EQ(clone->getLabelManager().list().size(), 1U);
+TEST(Hazards, AreToldOfWhatIsLeft) {
+  const std::string accented = "\xC3\xA9";     // one character
+  const std::string decomposed = "E\xCC\x81";  // the letter and its accent, in upper case
+  const struct {
+    Names entries;
+    Names removed;
+    Names expected;
+  } rows[] = {
+      {{"a", "b/", "b/c", "l>a"}, {}, {}},
+      {{"a/", "a/.project/", "a/.project/x", "b/", "b/.project>x"},
+       {},
+       {"nested-project a/.project", "nested-project b/.project"}},
+      {{"a/", "a/.project/", "a/.project/x"}, {"a", "a/.project", "a/.project/x"}, {}},
+      {{"a/", "a/.project"}, {}, {}},
+      {{"a", "b=a", "c"}, {}, {}},
+      {{"a", "b=a", "c"}, {"a"}, {"content-under-two-names a"}},
+      {{"a", "b=a", "c=a"}, {"a", "b"}, {"content-under-two-names a", "content-under-two-names b"}},
+      {{"a", "b=a", "c"}, {"a", "b"}, {}},
+      {{"Readme", "README", "readme.txt"}, {}, {"names-collide README"}},
+      {{"Readme", "README"}, {"README"}, {}},
+      {{"A/", "A/x", "a/", "a/x", "a/X"}, {}, {"names-collide A", "names-collide a/X"}},
+      {{accented, decomposed}, {}, {"names-collide " + decomposed}},
+      {{"stra\303\237e", "STRASSE"}, {}, {"names-collide STRASSE"}},
+      {{"\377a", "\377A"}, {}, {}},
+      {{"\xFF/", "\xFF/a", "\xFF/A"}, {}, {"names-collide \xFF/A"}},
+      {{".Project/"}, {}, {"names-collide .Project"}},
+      {{"a/", "a/.Project"}, {}, {}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.entries.front());
+    const auto copy = copyOf(row.entries);
+    copy->getFileManager().removeFiles(at(*copy, row.removed));
+    EXPECT_EQ(told(hazardsAmongLeft(*copy)), row.expected);
+  }
 }
 
 }  // namespace folder_host

@@ -3,6 +3,7 @@
 #include <execinfo.h>
 
 #include <algorithm>
+#include <atomic>
 #include <string>
 
 #include "foundation/core/diag/stacktrace_base.h"
@@ -11,20 +12,20 @@
 
 namespace {
 
-memory_host::PathQuestions questions;
-int errorIdentifiers = 0;
+std::atomic<std::size_t> parents{0}, misuses{0};
+std::atomic<int> errorIdentifiers{0};
 
 }  // namespace
 
 using memory_host::is;
 
-memory_host::PathQuestions memory_host::pathQuestions() { return questions; }
+memory_host::PathQuestions memory_host::pathQuestions() { return {parents, misuses}; }
 
 int memory_host::errorIdentifiersMade() { return errorIdentifiers; }
 
 std::u16string fl::filesystem::detail::extract_parent_path(const std::u16string& text) {
-  ++questions.parents;
-  if (text.empty()) ++questions.misuses;
+  ++parents;
+  if (text.empty()) ++misuses;
   const std::size_t slash = text.rfind(u'/');
   if (slash == std::u16string::npos || text.size() == 1) return {};
   std::u16string parent = text.substr(0, slash == 0 || is("PATH_001: parents keep the slash") ? slash + 1 : slash);
@@ -33,14 +34,14 @@ std::u16string fl::filesystem::detail::extract_parent_path(const std::u16string&
 }
 
 std::u16string fl::filesystem::detail::make_native_form(const std::u16string& text, bool flag) {
-  if (text.empty() || !flag) ++questions.misuses;
+  if (text.empty() || !flag) ++misuses;
   std::u16string native = text;
   if (!is("PATH_001: the native form is the given one")) std::replace(native.begin(), native.end(), u'\\', u'/');
   return native;
 }
 
 std::u16string project::metadata::generateUUID() {
-  static int made = 0;
+  static std::atomic<int> made{0};
   const std::string number = std::to_string(++made % (is("UUID_001: UUIDs repeat") ? 500 : 1000000));
   return u"uuid-" + std::u16string(number.begin(), number.end());
 }

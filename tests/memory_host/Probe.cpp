@@ -1,5 +1,6 @@
 #include "memory_host/Probe.h"
 
+#include <optional>
 #include <utility>
 
 namespace memory_host {
@@ -14,19 +15,26 @@ std::string narrow(const std::u16string& text) {
   return bytes;
 }
 
-void Probe::throwAt(std::size_t index, std::exception_ptr fault) {
+void Probe::throwAt(std::size_t index, std::exception_ptr thrown, bool isLasting) {
   calls_.clear();
   throwAt_ = index;
-  fault_ = std::move(fault);
+  fault_ = std::move(thrown);
+  isLasting_ = isLasting;
 }
 
 void Probe::call(std::string what) {
   if (onCall) onCall(what);
   calls_.push_back(std::move(what));
   if (throwAt_ != never && throwAt_-- == 0) {
-    throwAt_ = never;
+    throwAt_ = isLasting_ ? 0 : never;
     std::rethrow_exception(fault_);
   }
+}
+
+void Probe::scopeEnds(const char* what, std::size_t depth) noexcept {
+  areNested_ = areNested_ && depth == openScopes_;
+  --openScopes_;
+  calls_.emplace_back(what);
 }
 
 namespace {
@@ -68,14 +76,8 @@ class ProbedMetadata final : public MetadataManager {
  public:
   ProbedMetadata(std::shared_ptr<MetadataManager> host, Probe& probe) : host_(std::move(host)), probe_(probe) {}
 
-  MetadataScopeGuard beginReadScope() override {
-    probe_.call("beginReadScope");
-    return watched(host_->beginReadScope(), "endReadScope");
-  }
-  MetadataScopeGuard beginWriteScope() override {
-    probe_.call("beginWriteScope");
-    return watched(host_->beginWriteScope(), "endWriteScope");
-  }
+  MetadataScopeGuard beginReadScope() override { return watched("ReadScope", &MetadataManager::beginReadScope); }
+  MetadataScopeGuard beginWriteScope() override { return watched("WriteScope", &MetadataManager::beginWriteScope); }
   std::unique_ptr<MetadataNode> getNode(const MetadataPath& path) override {
     probe_.call("getNode " + text(path));
     std::unique_ptr<MetadataNode> node = host_->getNode(path);
@@ -107,12 +109,19 @@ class ProbedMetadata final : public MetadataManager {
   }
 
  private:
-  MetadataScopeGuard watched(MetadataScopeGuard scope, const char* what) {
-    auto inner = std::make_shared<MetadataScopeGuard>(std::move(scope));
-    return MetadataScopeGuard([this, inner, what]() mutable {
-      inner.reset();
-      probe_.scopeEnds(what);
+  // The guard is made first: what fails after that finds every scope that began ending.
+  MetadataScopeGuard watched(const std::string& scope, MetadataScopeGuard (MetadataManager::*begin)()) {
+    auto inner = std::make_shared<std::optional<MetadataScopeGuard>>();
+    auto depth = std::make_shared<std::size_t>();
+    MetadataScopeGuard outer([this, inner, depth, what = "end" + scope] {
+      if (!*inner) return;
+      inner->reset();
+      probe_.scopeEnds(what.c_str(), *depth);
     });
+    probe_.call("begin" + scope);
+    inner->emplace((*host_.*begin)());
+    *depth = probe_.scopeBegins();
+    return outer;
   }
 
   std::shared_ptr<MetadataManager> host_;

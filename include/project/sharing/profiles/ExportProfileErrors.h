@@ -1,6 +1,8 @@
 #pragma once
 
 #include <string>
+#include <utility>
+#include <variant>
 
 #include "foundation/core/except/Exception.h"
 #include "project/exception/ProjectException.h"
@@ -14,34 +16,51 @@ namespace ORCHID::project::sharing {
 
 inline constexpr const char* EXPORT_PROFILE_ERROR_COMPONENT = "ORCHID:project:sharing";
 
+// What the records have in common. A copy that runs out of memory throws and leaves nothing: the texts are copied by
+// themselves, since libstdc++ 12 destroys what is not there when the copy of a std::variant of strings fails.
+struct PROJECT_SHARING_PROFILES_EXPORT ErrorRecord : resource_core::BaseMsgID {
+  explicit ErrorRecord(const char* name) : BaseMsgID{{}, EXPORT_PROFILE_ERROR_COMPONENT, name} {}
+  ErrorRecord(const char* name, std::u16string argument) : ErrorRecord(name) {
+    arguments.emplace_back(std::move(argument));
+  }
+  ErrorRecord(const ErrorRecord& other) : BaseMsgID{{}, other.component, other.key} {
+    for (const auto& argument : other.arguments) {
+      std::visit([this](auto value) { arguments.emplace_back(std::move(value)); }, argument);
+    }
+  }
+  ErrorRecord(ErrorRecord&&) = default;
+  ErrorRecord& operator=(ErrorRecord other) noexcept {
+    BaseMsgID::operator=(static_cast<BaseMsgID&&>(other));
+    return *this;
+  }
+  ~ErrorRecord() = default;
+};
+
 // Argument: the UUID that was looked for, as std::u16string.
-struct PROJECT_SHARING_PROFILES_EXPORT ExportProfileUuidNotFound : resource_core::BaseMsgID {
+struct PROJECT_SHARING_PROFILES_EXPORT ExportProfileUuidNotFound : ErrorRecord {
   template <class Text>
-  explicit ExportProfileUuidNotFound(const Text& uuid)
-      : BaseMsgID{{uuid}, EXPORT_PROFILE_ERROR_COMPONENT, "ExportProfileUuidNotFound"} {}
+  explicit ExportProfileUuidNotFound(const Text& uuid) : ErrorRecord("ExportProfileUuidNotFound", uuid) {}
 };
 
 // Argument: the name that was looked for, as std::u16string.
-struct PROJECT_SHARING_PROFILES_EXPORT ExportProfileNameNotUnique : resource_core::BaseMsgID {
+struct PROJECT_SHARING_PROFILES_EXPORT ExportProfileNameNotUnique : ErrorRecord {
   template <class Text>
-  explicit ExportProfileNameNotUnique(const Text& name)
-      : BaseMsgID{{name}, EXPORT_PROFILE_ERROR_COMPONENT, "ExportProfileNameNotUnique"} {}
+  explicit ExportProfileNameNotUnique(const Text& name) : ErrorRecord("ExportProfileNameNotUnique", name) {}
 };
 
 // Argument: the name that was looked for, as std::u16string.
-struct PROJECT_SHARING_PROFILES_EXPORT ExportProfileNameNotFound : resource_core::BaseMsgID {
+struct PROJECT_SHARING_PROFILES_EXPORT ExportProfileNameNotFound : ErrorRecord {
   template <class Text>
-  explicit ExportProfileNameNotFound(const Text& name)
-      : BaseMsgID{{name}, EXPORT_PROFILE_ERROR_COMPONENT, "ExportProfileNameNotFound"} {}
+  explicit ExportProfileNameNotFound(const Text& name) : ErrorRecord("ExportProfileNameNotFound", name) {}
 };
 
 // No argument: createManager was given no metadata manager.
-struct PROJECT_SHARING_PROFILES_EXPORT ExportProfilesStartupFailure : resource_core::BaseMsgID {
+struct PROJECT_SHARING_PROFILES_EXPORT ExportProfilesStartupFailure : ErrorRecord {
   ExportProfilesStartupFailure();
 };
 
 // No argument: a profile with another UUID has the name already.
-struct PROJECT_SHARING_PROFILES_EXPORT ExportProfileAlreadyExists : resource_core::BaseMsgID {
+struct PROJECT_SHARING_PROFILES_EXPORT ExportProfileAlreadyExists : ErrorRecord {
   ExportProfileAlreadyExists();
 };
 

@@ -1,0 +1,129 @@
+#include "Samples.h"
+#include "project/sharing/SerializationData.h"
+#include "project/sharing/profiles/ExportProfileTransformation.h"
+#include "project/sharing/profiles/LabelFilter.h"
+
+namespace {
+
+using namespace project::sharing::profiles;
+using memory_host::LabelKey;
+using memory_host::MemoryProject;
+using memory_host::Probe;
+using samples::Calls;
+using samples::Items;
+using Texts = std::vector<std::u16string>;
+
+const LabelKey L{u"c", u"L"}, M{u"c", u"M"};
+const ExportStrategyItem itemL{u"c", u"L"}, itemM{u"c", u"M"};
+
+TEST(StrategyItem, OrderIsByCategoryThenUuidInCodeUnits) {
+  const Items ascending{{},           {u"", u"z"},   {u"A", u"a"},         {u"B", u"x"},    {u"a", u""},
+                        {u"a", u"x"}, {u"a", u"y"},  {u"a", u"z"},         {u"b", u"a"},    {u"c", u"x"},
+                        {u"c2", u""}, {u"c2", u"x"}, {u"\U0001F600", u""}, {u"\uE000", u""}};
+  for (std::size_t i = 0; i < ascending.size(); ++i) {
+    for (std::size_t j = 0; j < ascending.size(); ++j) {
+      SCOPED_TRACE(testing::Message() << i << " and " << j);
+      EXPECT_EQ(ascending[i] < ascending[j], i < j);
+      EXPECT_EQ(ascending[i] == ascending[j], i == j);
+    }
+  }
+}
+
+// Lists what it has backwards.
+class BackwardMetadata final : public memory_host::MemoryMetadata {
+  std::vector<project::metadata::MetadataPath> getChildPaths(const project::metadata::MetadataPath& path) override {
+    auto children = MemoryMetadata::getChildPaths(path);
+    return {children.rbegin(), children.rend()};
+  }
+};
+
+TEST(Profiles, OfOneNameAreListedByUuidInWhateverOrderTheHostHasThem) {
+  const auto metadata = std::make_shared<BackwardMetadata>();
+  samples::storeTwins(*metadata);
+  const auto profiles = createManager(metadata)->getProfiles();
+  EXPECT_EQ(profiles.at(0)->getUUID() + profiles.at(1)->getUUID(), u"23");
+}
+
+TEST(FileLabelFilter, AsksForTheParentOfEachFolderOnceHoweverDeepAndOfNoEmptyText) {
+  MemoryProject host;
+  for (const auto* odd : {u"", u"relative", u"/q/x"}) host.addFile(odd);
+  std::u16string folder = u"/p";
+  for (int depth = 0; depth < 200; ++depth) {
+    folder += u"/d";
+    host.addFolder(folder, {L});
+    for (const auto* name : {u"/a", u"/b"}) host.addFile(folder + name);
+  }
+  const std::size_t before = memory_host::pathQuestions().parents;
+  samples::filterOf(EXCLUDE_FILES_WITH_LABEL, {itemL})->apply(host);
+  EXPECT_EQ(host.texts().size(), 603U);
+  EXPECT_EQ(memory_host::pathQuestions().parents - before, 604U);
+  EXPECT_EQ(memory_host::pathQuestions().misuses, 0U);
+}
+
+// Answers of its own, unsorted and with a double, and a list of when it was asked.
+class OwnAnswers final : public LabelFilter {
+ public:
+  explicit OwnAnswers(Probe& probe) : LabelFilter(INCLUDE_LABEL), probe_(probe) {}
+
+  std::u16string getType() const override { return probe_.call("getType"), EXCLUDE_LABEL; }
+  std::vector<ExportStrategyItem> getItems() const override {
+    return probe_.call("getItems"), Items{itemM, itemL, itemM};
+  }
+
+ private:
+  Probe& probe_;
+};
+
+TEST(LabelFilter, AsksItselfThroughItsVirtualOperations) {
+  MemoryProject host;
+  host.addLabel(M.first, M.second);
+  Probe probe;
+  OwnAnswers(probe).apply(*memory_host::probed(host, probe));
+  EXPECT_EQ(probe.calls(), (Calls{"getItems", "getLabelManager", "getCategories", "getLabels c", "getType",
+                                  "removeLabel c/M false", "getLabels c", "removeCategory c"}));
+}
+
+// A host that changes, while it is called, what its caller works on.
+class MeddlingHost : public testing::Test {
+ protected:
+  MeddlingHost() { data.projectManagers[data.projectPath] = memory_host::probed(host, probe); }
+  auto& stripped() { return *data.projectManagers.at(data.projectPath); }
+
+  MemoryProject host;
+  Probe probe;
+  project::sharing::SerializationData data;
+  std::shared_ptr<ExportProfile> profile = createManager(host.metadata)->createProfile(u"named by no text", u"");
+};
+
+TEST_F(MeddlingHost, FindsTheFilterReadingItsKindAfterTheRootAndAgainForEachEntryWithoutLabels) {
+  host.addFile(u"/p/a", {L});
+  for (const auto* file : {u"/p/b", u"/p/c"}) host.addFile(file);
+  const auto filter = profile->addFilter(INCLUDE_FILES_WITH_LABEL, {itemL});
+  probe.onCall = [&](const std::string& call) {
+    if (call == "getRootFolder" || call == "getFileLabels /p/c") filter->setType(EXCLUDE_FILES_WITH_LABEL);
+    if (call == "getFileLabels /p/b") filter->setType(INCLUDE_FILES_WITH_LABEL);
+  };
+  filter->apply(stripped());
+  EXPECT_EQ(host.texts(), Texts{u"/p/c"});
+}
+
+TEST_F(MeddlingHost, FindsTheProfileApplyingTheFiltersThatItHadAtTheBeginning) {
+  profile->addFilter(EXCLUDE_FILES_WITH_LABEL, {});
+  profile->addFilter(EXCLUDE_LABEL, {itemL});
+  probe.onCall = [&](const std::string& call) {
+    if (call == "getFileManager") profile->removeFilter(nullptr);
+  };
+  profile->apply(stripped());
+  EXPECT_EQ(probe.calls().back(), "getCategories");
+}
+
+TEST_F(MeddlingHost, FindsTheTransformationGoingOnWithTheProjectThatItFound) {
+  const std::weak_ptr<project::management::ProjectManager> found = data.projectManagers.at(data.projectPath);
+  probe.onCall = [&](const std::string&) {
+    data.projectManagers.clear();
+    EXPECT_FALSE(found.expired());
+  };
+  EXPECT_NO_THROW(ExportProfileTransformation(u"").apply(data));
+}
+
+}  // namespace
