@@ -83,38 +83,52 @@ void removeUnfinished(const Descriptor& folder) {
   }
 }
 
-// The store gets its name when it is whole: a folder is a project or it is none.
-void publishStore(const Descriptor& folder, const std::string& path) {
-  const std::string name = std::string(UNFINISHED) + toBytes(project::metadata::generateUUID());
+void sync(const Descriptor& folder) {
+  if (::fsync(folder.get()) != 0) throwErrno();
+}
+
+// The store gets its name when it is whole: a folder is a project or it is none. It is opened as anyone will open it,
+// and goes again where that or making its name durable fails.
+std::shared_ptr<Store> publishStore(const Descriptor& root, const Descriptor& folder, const std::string& path) {
+  std::string name = std::string(UNFINISHED) + toBytes(project::metadata::generateUUID());
   try {
     Store::create(path + "/" + name);
     if (::renameat2(folder.get(), name.c_str(), folder.get(), "store.db", RENAME_NOREPLACE) != 0) throwErrno();
+    name = "store.db";
+    sync(folder);
+    sync(root);
+    return Store::open(path + "/" + name);
   } catch (...) {
     for (const char* end : {"", "-journal"}) ::unlinkat(folder.get(), (name + end).c_str(), 0);
     throw;
   }
-  if (::fsync(folder.get()) != 0) throwErrno();
 }
 
-// One at a time, by a lock on the folder.
-void makeStore(const Descriptor& root, const std::string& path) {
+// One at a time, by a lock on the folder: gives nothing where another process is at it.
+std::shared_ptr<Store> fillFolder(const Descriptor& root, const std::string& path) {
+  const Descriptor folder = openBeneath(root, STORE_FOLDER, O_RDONLY | O_DIRECTORY);
+  if (::flock(folder.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return {};
+  removeUnfinished(folder);
+  return publishStore(root, folder, path + "/" + STORE_FOLDER);
+}
+
+std::shared_ptr<Store> makeStore(const Descriptor& root, const std::string& path) {
   const bool made = ::mkdirat(root.get(), STORE_FOLDER, 0700) == 0;
   if (!made && errno != EEXIST) throwErrno();
-  const Descriptor folder = openBeneath(root, STORE_FOLDER, O_RDONLY | O_DIRECTORY);
-  if (::flock(folder.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) refuseWith(EBUSY);
+  std::shared_ptr<Store> store;
   try {
-    removeUnfinished(folder);
-    publishStore(folder, path + "/" + STORE_FOLDER);
-    if (::fsync(root.get()) != 0) throwErrno();
+    store = fillFolder(root, path);
   } catch (...) {
     if (made) ::unlinkat(root.get(), STORE_FOLDER, AT_REMOVEDIR);
     throw;
   }
+  if (!store) refuseWith(EBUSY);
+  return store;
 }
 
-void makeProject(const std::string& root) {
+std::shared_ptr<Store> makeProject(const std::string& root) {
   try {
-    makeStore(openFolder(root), root);
+    return makeStore(openFolder(root), root);
   } catch (const std::system_error& error) {
     const int code = error.code().value();
     if (code == EEXIST) refuseProject(root);
@@ -161,10 +175,10 @@ bool isStore(const std::string& relative) { return relative.substr(0, relative.f
 }  // namespace
 
 FolderProject FolderProject::init(const std::string& folder) {
-  const std::string root = resolvedFolder(folder);
+  std::string root = resolvedFolder(folder);
   refuseProject(root);
-  makeProject(root);
-  return open(root);
+  auto store = makeProject(root);
+  return {std::move(root), std::move(store)};
 }
 
 FolderProject FolderProject::open(const std::string& folder) {

@@ -84,10 +84,17 @@ void Scopes::end(Scope& scope) noexcept {
 void Scopes::finish(const Scope& scope) noexcept {
   if (scope.level == Scope::Level::counted) return;
   if (scope.rolledBack) return undo(scope);
-  const int result = scope.level == Scope::Level::transaction ? database_.tryExec("COMMIT") : release();
+  const int result = scope.level == Scope::Level::transaction ? commit() : release();
   if (result == SQLITE_OK) return;
   remember(result);
   undo(scope);
+}
+
+// A lock that could not be given back, which is done last, leaves the changes as kept as they are.
+int Scopes::commit() noexcept {
+  const int result = database_.tryExec("COMMIT");
+  const int detail = result == SQLITE_OK ? SQLITE_OK : database_.getExtendedErrorCode();
+  return detail == SQLITE_IOERR_UNLOCK || detail == SQLITE_IOERR_RDLOCK ? SQLITE_OK : result;
 }
 
 int Scopes::release() noexcept {

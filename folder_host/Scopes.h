@@ -36,6 +36,7 @@ class Scopes {
   void enter(Scope& scope);
   void end(Scope& scope) noexcept;
   void finish(const Scope& scope) noexcept;
+  int commit() noexcept;
   int release() noexcept;
   void undo(const Scope& scope) noexcept;
   void remember(int result) noexcept;

@@ -83,7 +83,12 @@ StagingFolder::Lock StagingFolder::makeLock(const Descriptor& parent) {
     std::string name = std::string(PREFIX) + toBytes(project::metadata::generateUUID());
     Descriptor file = openBeneath(parent, lockNameOf(name), O_RDWR | O_CREAT | O_EXCL, 0600);
     if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) continue;
-    if (statusOf(file).st_nlink > 0) return {std::move(name), std::move(file)};
+    try {
+      if (statusOf(file).st_nlink > 0) return {std::move(name), std::move(file)};
+    } catch (const std::system_error&) {
+      ::unlinkat(parent.get(), lockNameOf(name).c_str(), 0);
+      throw;
+    }
   }
 }
 

@@ -135,6 +135,12 @@ TEST_F(StoreTest, ACommitThatFailsIsUndoneAndToldOnce) {
   EXPECT_EQ(names(*open()), "b");
 }
 
+TEST_F(StoreTest, AWriteIsAloneFromItsBeginningOn) {
+  const auto first = open();
+  const auto scope = first->beginWrite();
+  EXPECT_THROW(runSql(file_, "BEGIN IMMEDIATE"), SQLite::Exception);
+}
+
 TEST_F(StoreTest, AStoreThatIsWrittenOutHoldsNoByteOfWhatWasRemoved) {
   {
     const auto store = open();

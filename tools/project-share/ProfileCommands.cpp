@@ -98,8 +98,8 @@ Json shownAsJson(const ExportProfile& profile, const std::vector<folder_host::La
 void createProfile(const std::string& word) {
   const FolderProject project = FolderProject::open(".");
   const auto manager = profiles::createManager(project.metadata());
-  const auto profile = edit(project, [&] { return manager->createProfile(freeName(*manager, word)); });
-  done(fmt::format("Created profile {} ({}).", shown(word), shown(profile->getUUID())), jsonOf(*profile));
+  const auto uuid = edit(project, [&] { return manager->createProfile(freeName(*manager, word))->getUUID(); });
+  done(fmt::format("Created profile {} ({}).", shown(word), shown(uuid)), {{"uuid", utf8(uuid)}, {"name", utf8(word)}});
 }
 
 void listProfiles() {

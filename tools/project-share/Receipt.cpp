@@ -38,18 +38,24 @@ Refusal failed(const std::string& file, int code) {
           fmt::format("cannot write the receipt '{}': {}", shown(file), std::generic_category().message(code))};
 }
 
-// Where the file would be, without links before its name.
-fs::path placeOf(const std::string& file) {
+template <class Act>
+auto orFailed(const std::string& file, const Act& act) {
   try {
-    const fs::path path = fs::absolute(file);
-    return fs::canonical(path.parent_path()) / path.filename();
-  } catch (const fs::filesystem_error& error) {
+    return act();
+  } catch (const std::system_error& error) {
     throw failed(file, error.code().value());
   }
 }
 
-void checkPlace(const folder_host::FolderProject& project, const std::string& destination, const std::string& file) {
-  const fs::path copy = fs::weakly_canonical(fs::absolute(destination));
+// Where the file would be, without links before its name.
+fs::path placeOf(const std::string& file) {
+  return orFailed(file, [&] {
+    const fs::path path = fs::absolute(file);
+    return fs::canonical(path.parent_path()) / path.filename();
+  });
+}
+
+void checkPlace(const folder_host::FolderProject& project, const fs::path& copy, const std::string& file) {
   const fs::path place = placeOf(file);
   struct stat root {};
   const bool inProject = ::stat(project.root().c_str(), &root) == 0 &&
@@ -123,9 +129,9 @@ class Outgoing {
 
 Receipt::Receipt(const folder_host::FolderProject& project, const std::string& destination, std::string file)
     : file_(std::move(file)),
-      destination_(fs::weakly_canonical(fs::absolute(destination)).string()),
+      destination_(orFailed(file_, [&] { return fs::weakly_canonical(fs::absolute(destination)).string(); })),
       partial_(file_ + ".XXXXXX") {
-  checkPlace(project, destination, file_);
+  checkPlace(project, destination_, file_);
   descriptor_ = Descriptor(::mkostemp(partial_.data(), O_CLOEXEC));
   if (descriptor_.get() < 0) throw failed(file_, errno);
 }
@@ -167,7 +173,8 @@ void Receipt::publish() {
                               std::generic_category().message(errno)));
   }
   partial_.clear();
-  const Descriptor folder = folder_host::openFolder(placeOf(file_).parent_path().string());
+  const Descriptor folder =
+      orFailed(file_, [&] { return folder_host::openFolder(placeOf(file_).parent_path().string()); });
   if (::fsync(folder.get()) != 0) throw failed(file_, errno);
 }
 
@@ -178,11 +185,7 @@ void Receipt::put(const std::string& text) {
 }
 
 void Receipt::flush() {
-  try {
-    folder_host::writeAll(descriptor_, std::exchange(buffer_, {}));
-  } catch (const std::system_error& error) {
-    throw failed(file_, error.code().value());
-  }
+  orFailed(file_, [&] { folder_host::writeAll(descriptor_, std::exchange(buffer_, {})); });
 }
 
 }  // namespace project_share
