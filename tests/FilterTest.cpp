@@ -60,6 +60,17 @@ TEST(FileLabelFilter, AsksForTheParentOfEachFolderOnceHoweverDeepAndOfNoEmptyTex
   EXPECT_EQ(memory_host::pathQuestions().misuses, 0U);
 }
 
+TEST(Filters, TellLabelsOfOneUuidApartByTheirCategory) {
+  MemoryProject host;
+  host.addLabel(u"d", L.second);
+  host.addFile(u"/p/a", {{u"d", L.second}});
+  for (const auto& kind : {EXCLUDE_FILES_WITH_LABEL, EXCLUDE_LABEL}) {
+    samples::filterOf(kind, {itemL, {u"d", M.second}})->apply(host);
+  }
+  EXPECT_EQ(host.texts(), Texts{u"/p/a"});
+  EXPECT_EQ(host.labels.size(), 1U);
+}
+
 // Answers of its own, unsorted and with a double, and a list of when it was asked.
 class OwnAnswers final : public LabelFilter {
  public:
