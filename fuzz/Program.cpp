@@ -1,0 +1,90 @@
+#include "Program.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <vector>
+
+#include "Fuzz.h"
+#include "foundation/core/except/IMsgIDException.h"
+#include "tools/project-share/CommandLine.h"
+#include "tools/project-share/Refusal.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Scratch {
+  std::string name = fs::is_directory("/dev/shm") ? "/dev/shm/fuzz.XXXXXX" : "/tmp/fuzz.XXXXXX";
+
+  Scratch() {
+    require(::mkdtemp(name.data()) != nullptr && std::freopen("/dev/null", "r", stdin) != nullptr,
+            "there is a scratch");
+    fs::create_directories(name + "/model/drafts");
+    fs::current_path(name + "/model");
+    std::ofstream("drafts/plan") << "plan";
+    std::ofstream("open") << "open";
+    fs::create_symlink("open", "link");
+    runProgram(
+        "init\nlabel create a/in a/out\nlabel attach a/in drafts\n"
+        "profile create public\nprofile add-filter public drop-files a/in",
+        true);
+  }
+  ~Scratch() { fs::remove_all(name); }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+};
+
+const std::string& scratch() {
+  static const Scratch made;
+  return made.name;
+}
+
+std::vector<std::string> split(const std::string& text, char by) {
+  std::istringstream stream(text);
+  std::vector<std::string> parts;
+  for (std::string part; std::getline(stream, part, by);) parts.push_back(part);
+  return parts;
+}
+
+int exitCode(std::vector<std::string>& words, bool isTrusted) {
+  std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
+  for (std::string& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
+  try {
+    return project_share::runCommandLine(static_cast<int>(words.size()), arguments.data());
+  } catch (const project_share::Refusal&) {  // of the tool or the host
+    return 1;
+  } catch (const foundation::core::except::IMsgIDException&) {
+    return 1;
+  } catch (const std::out_of_range&) {
+    return isTrusted ? -1 : 1;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return -1;
+  }
+}
+
+}  // namespace
+
+void makeProject() {
+  fs::current_path(scratch());
+  for (const char* folder : {"project", "copy", "receipt"}) fs::remove_all(folder);
+  fs::copy("model", "project", fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+  fs::current_path("project");
+}
+
+void replaceStore(const std::string& bytes) { std::ofstream(".project/store.db", std::ios::binary) << bytes; }
+
+void runProgram(const std::string& lines, bool isTrusted) {
+  const fs::path folder = fs::current_path();
+  for (const std::string& line : split(lines, '\n')) {
+    auto words = split("project-share " + line, ' ');
+    const int code = exitCode(words, isTrusted);
+    require(code == 0 || code == 1 || code == 2, "a command is done, refused, or no command");
+    fs::current_path(folder);
+  }
+}
