@@ -1,10 +1,5 @@
 #include "project/sharing/profiles/ExportProfileErrors.h"
 
-#include <exception>
-#include <memory>
-#include <stdexcept>
-#include <typeinfo>
-
 #include "Samples.h"
 
 namespace {
@@ -21,8 +16,6 @@ struct Row {
   void (*raise)(ExportProfileManager& ofTwins);
   const std::type_info *type, *nestedType;
 };
-
-std::ostream& operator<<(std::ostream& out, const Row& row) { return out << row.key; }
 
 template <class X>
 Row row(const char* key, std::vector<std::u16string> arguments, void (*raise)(ExportProfileManager&)) {

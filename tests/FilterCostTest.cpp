@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "AllocationFault.h"
 #include "Floor.h"
 #include "Samples.h"

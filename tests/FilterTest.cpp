@@ -16,19 +16,6 @@ using Texts = std::vector<std::u16string>;
 const LabelKey L{u"c", u"L"}, M{u"c", u"M"};
 const ExportStrategyItem itemL{u"c", u"L"}, itemM{u"c", u"M"};
 
-TEST(StrategyItem, OrderIsByCategoryThenUuidInCodeUnits) {
-  const Items ascending{{},           {u"", u"z"},   {u"A", u"a"},         {u"B", u"x"},    {u"a", u""},
-                        {u"a", u"x"}, {u"a", u"y"},  {u"a", u"z"},         {u"b", u"a"},    {u"c", u"x"},
-                        {u"c2", u""}, {u"c2", u"x"}, {u"\U0001F600", u""}, {u"\uE000", u""}};
-  for (std::size_t i = 0; i < ascending.size(); ++i) {
-    for (std::size_t j = 0; j < ascending.size(); ++j) {
-      SCOPED_TRACE(testing::Message() << i << " and " << j);
-      EXPECT_EQ(ascending[i] < ascending[j], i < j);
-      EXPECT_EQ(ascending[i] == ascending[j], i == j);
-    }
-  }
-}
-
 // Lists what it has backwards.
 class BackwardMetadata final : public memory_host::MemoryMetadata {
   std::vector<project::metadata::MetadataPath> getChildPaths(const project::metadata::MetadataPath& path) override {

@@ -1,7 +1,5 @@
 #include "SampleHosts.h"
 
-#include <stdexcept>
-
 #include "folder_host/Store.h"
 #include "folder_host/Text.h"
 #include "folder_host/WorkingCopy.h"

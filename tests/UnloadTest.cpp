@@ -2,10 +2,6 @@
 // is not linked to it; used through its interfaces; unloaded; and all that again.
 
 #include <dlfcn.h>
-#include <memory>
-#include <stdexcept>
-#include <string>
-#include <utility>
 
 #include "Samples.h"
 #include "project/sharing/profiles/ExportProfileErrors.h"

@@ -1,7 +1,5 @@
 #include "folder_host/CopyQueue.h"
 
-#include <stdexcept>
-
 #include "Fixture.h"
 
 namespace folder_host {
@@ -85,17 +83,6 @@ TEST(CopyQueueTest, OfSeveralFailuresTheFirstInTheListingCountsWhateverCameFirst
     EXPECT_EQ(portionsOf(queue), row.portions) << row.title;
     EXPECT_EQ(failureOf(queue), row.counts) << row.title;
   }
-}
-
-TEST(CopyQueueTest, AStopIsNoFailureAndLeavesNothingToDo) {
-  const Files files(many("a", 3));
-  CopyQueue queue(files.pointers);
-  queue.fail(2, failure("2"));
-  queue.stop();
-  queue.fail(1, failure("1"));
-  EXPECT_EQ(portionsOf(queue), "");
-  EXPECT_FALSE(queue.isWanted(0));
-  EXPECT_EQ(failureOf(queue), "");
 }
 
 }  // namespace folder_host

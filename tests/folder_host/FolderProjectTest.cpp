@@ -2,14 +2,7 @@
 
 #include <sys/stat.h>
 
-#include <filesystem>
-#include <memory>
-#include <stdexcept>
-#include <string>
-#include <vector>
-
 #include "Fixture.h"
-#include "folder_host/Error.h"
 
 namespace folder_host {
 
@@ -83,11 +76,7 @@ TEST_F(FolderProjectTest, TheStoresPlaceMustBeFreeOrLeftByATryThatWasInterrupted
 }
 
 TEST_F(ListingTest, EntriesAreSortedByBytesLinksNotFollowedAndPipesSkipped) {
-  put("a/x");
-  put("a-b");
-  put("a.txt");
-  put("A");
-  put("\xFF\x80 not UTF-8\n");
+  for (const char* file : {"a/x", "a-b", "a.txt", "A", "\xFF\x80 not UTF-8\n"}) put(file);
   fs::create_directory(in("empty"));
   fs::create_directory_symlink("a", in("link"));
   fs::create_symlink("nowhere/\xFF", in("z"));
@@ -99,10 +88,7 @@ TEST_F(ListingTest, EntriesAreSortedByBytesLinksNotFollowedAndPipesSkipped) {
 }
 
 TEST_F(ListingTest, TheFoldersOwnStoreIsNoEntryAndOneFurtherDownIs) {
-  put(".project/store.db");
-  put("b/.project/store.db");
-  put("a/c/.project/x");
-  put("file/.project");
+  for (const char* file : {".project/store.db", "b/.project/store.db", "a/c/.project/x", "file/.project"}) put(file);
   fs::create_directory(in("link"));
   fs::create_symlink("../b/.project", in("link/.project"));
   EXPECT_EQ(names(), (Names{"a/", "a/c/", "a/c/.project/", "a/c/.project/x", "b/", "b/.project/", "b/.project/store.db",

@@ -1,14 +1,8 @@
 #include "folder_host/WorkingCopy.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "Fixture.h"
-#include "folder_host/Error.h"
 #include "folder_host/Hazards.h"
 #include "folder_host/Store.h"
 #include "folder_host/Text.h"

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <random>
-#include <set>
 
 #include "CanaryScanner.h"
 #include "folder_host/Descriptor.h"

@@ -1,7 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 #include "folder_host/Fixture.h"
 #include "folder_host/FolderProject.h"
 #include "folder_host/Text.h"
