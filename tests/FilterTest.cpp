@@ -40,10 +40,16 @@ TEST(FileLabelFilter, AsksForTheParentOfEachFolderOnceHoweverDeepAndOfNoEmptyTex
     host.addFolder(folder, {L});
     for (const auto* name : {u"/a", u"/b"}) host.addFile(folder + name);
   }
+  for (const auto* end : {u"Ab", u"A", u"\u0141", u"\u0141|"}) {  // nearly alike, the one before and the next
+    std::u16string alike = std::u16string(u"/p/") + end;
+    if (alike.back() == u'|') alike.back() = u'\0';
+    host.addFolder(alike, {L});
+    host.addFile(alike + u"/a");
+  }
   const std::size_t before = memory_host::pathQuestions().parents;
   samples::filterOf(EXCLUDE_FILES_WITH_LABEL, {itemL})->apply(host);
-  EXPECT_EQ(host.texts().size(), 603U);
-  EXPECT_EQ(memory_host::pathQuestions().parents - before, 604U);
+  EXPECT_EQ(host.texts().size(), 611U);
+  EXPECT_EQ(memory_host::pathQuestions().parents - before, 612U);
   EXPECT_EQ(memory_host::pathQuestions().misuses, 0U);
 }
 
