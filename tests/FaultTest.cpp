@@ -1,9 +1,8 @@
 #include <algorithm>
-#include <cstdlib>
-#include <fstream>
 #include <iterator>
 
 #include "AllocationFault.h"
+#include "Environment.h"
 #include "Operations.h"
 
 // Every operation, broken at every host call and at every allocation.
@@ -100,14 +99,11 @@ class Faults : public testing::TestWithParam<const samples::HostKind*> {
     }
   }
 
-  // For whoever counts what was survived.
   void report(const std::string& kind, std::size_t known) const {
     EXPECT_GE(injected_, known) << "fewer than it is known to have";
     std::cout << GetParam()->name << ": " << kind << ' ' << injected_ << '\n';
-    const char* folder = std::getenv("SURVIVED");
-    if (folder == nullptr) return;
-    std::ofstream file(std::string(folder) + "/operations_on_" + GetParam()->name + "." + kind);
-    file << injected_ - (HasFailure() ? 1 : 0) << ' ' << injected_ << '\n';
+    environment::noteSurvived(std::string("operations_on_") + GetParam()->name + "." + kind,
+                              injected_ - (HasFailure() ? 1 : 0), injected_);
   }
 
  private:

@@ -12,6 +12,7 @@ using memory_host::Probe;
 using samples::Calls;
 using samples::Items;
 using Texts = std::vector<std::u16string>;
+using namespace std::string_literals;
 
 const LabelKey L{u"c", u"L"}, M{u"c", u"M"};
 const ExportStrategyItem itemL{u"c", u"L"}, itemM{u"c", u"M"};
@@ -40,9 +41,7 @@ TEST(FileLabelFilter, AsksForTheParentOfEachFolderOnceHoweverDeepAndOfNoEmptyTex
     host.addFolder(folder, {L});
     for (const auto* name : {u"/a", u"/b"}) host.addFile(folder + name);
   }
-  for (const auto* end : {u"Ab", u"A", u"\u0141", u"\u0141|"}) {  // nearly alike, the one before and the next
-    std::u16string alike = std::u16string(u"/p/") + end;
-    if (alike.back() == u'|') alike.back() = u'\0';
+  for (const auto& alike : {u"/p/Ab"s, u"/p/A"s, u"/p/\u0141"s, u"/p/\u0141\0"s}) {  // each and the one before it
     host.addFolder(alike, {L});
     host.addFile(alike + u"/a");
   }

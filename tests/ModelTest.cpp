@@ -1,7 +1,7 @@
 #include <algorithm>
-#include <cstdlib>
 #include <random>
 
+#include "Environment.h"
 #include "PlainFilters.h"
 #include "SampleHosts.h"
 #include "project/sharing/SerializationData.h"
@@ -284,14 +284,9 @@ class Walk {
   Edited edited_[2];
 };
 
-unsigned setting(const char* variable, unsigned otherwise) {
-  const char* value = std::getenv(variable);
-  return value == nullptr ? otherwise : static_cast<unsigned>(std::stoul(value));
-}
-
 void walk(const HostKind& kind, unsigned usualSteps) {
   constexpr unsigned stepsOfAWalk = 100;
-  const unsigned first = setting("MODEL_SEED", 1), steps = setting("MODEL_STEPS", usualSteps);
+  const unsigned first = environment::number("MODEL_SEED", 1), steps = environment::number("MODEL_STEPS", usualSteps);
   for (unsigned seed = first; (seed - first) * stepsOfAWalk < steps; ++seed) {
     SCOPED_TRACE("MODEL_STEPS=100 MODEL_SEED=" + std::to_string(seed) + " runs it again");
     Walk one(seed, kind);

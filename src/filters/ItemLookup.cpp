@@ -2,10 +2,9 @@
 
 namespace project::sharing::profiles {
 
-ItemLookup::ItemLookup(const std::vector<ExportStrategyItem>& items) : isEmpty_(items.empty()), labels_(items.size()) {
+ItemLookup::ItemLookup(const std::vector<ExportStrategyItem>& items) : labels_(items.size()) {
   for (const ExportStrategyItem& item : items) {
-    categories_.insert(item.category);
-    labels_.insert(item.labelUUID, categories_.find(item.category));
+    labels_.insert(item.labelUUID, categories_.insert(item.category).number);
   }
 }
 

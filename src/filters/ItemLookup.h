@@ -15,12 +15,11 @@ class ItemLookup {
  public:
   explicit ItemLookup(const std::vector<ExportStrategyItem>& items);
 
-  bool empty() const { return isEmpty_; }
+  bool empty() const { return labels_.empty(); }
   bool contains(const project::management::Label& label) const;
   bool contains(const project::management::CategoryIdentifier& category, const std::u16string& labelUUID) const;
 
  private:
-  const bool isEmpty_;
   TextSet categories_;
   TextSet labels_;  // in groups by category
 };

@@ -21,7 +21,7 @@ void NeededFolders::needAncestorsOf(const fl::filesystem::path& entry) {
   std::u16string folder = parentOf(entry.text());
   if (isLatest(folder)) return;
   latest_ = folder;
-  while (!folder.empty() && folder != root_ && folders_.insert(folder)) folder = parentOf(folder);
+  while (!folder.empty() && folder != root_ && folders_.insert(folder).isNew) folder = parentOf(folder);
 }
 
 bool NeededFolders::isLatest(TextSet::Text folder) const {

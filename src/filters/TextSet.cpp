@@ -22,24 +22,24 @@ std::size_t TextSet::hashOf(Text text, std::size_t group) {
   return std::hash<Text>()(text) + group * SPREAD;
 }
 
-bool TextSet::insert(Text text, std::size_t group) {
+TextSet::Inserted TextSet::insert(Text text, std::size_t group) {
   const std::size_t hash = hashOf(text, group);
   Slot& slot = slots_[search(text, hash, group)];
-  if (slot.begin != NONE) return false;
+  if (slot.begin != NONE) return {slot.begin, false};
   const std::size_t begin = texts_.size();
   texts_ += text;
   texts_ += u'\0';  // so that an empty one has a place of its own
   slot = {hash, begin, text.size(), group};
   if (2 * ++used_ >= slots_.size()) grow();
-  return true;
+  return {begin, true};
 }
 
 std::size_t TextSet::find(Text text, std::size_t group) const {
   return slots_[search(text, hashOf(text, group), group)].begin;
 }
 
-bool TextSet::erase(Text text, std::size_t hash, std::size_t group) {
-  Slot& slot = slots_[search(text, hash, group)];
+bool TextSet::erase(Text text, std::size_t hash) {
+  Slot& slot = slots_[search(text, hash, 0)];
   if (slot.begin == NONE) return false;
   slot.size = NONE;
   return true;

@@ -21,12 +21,18 @@ class TextSet {
 
   static std::size_t hashOf(Text text, std::size_t group = 0);
 
-  // Whether it was not there.
-  bool insert(Text text, std::size_t group = 0);
-  // A number that no other text of the set has, however the set grows; NONE if the text is not there.
+  bool empty() const { return used_ == 0; }
+
+  // No other text of the set has this number, however the set grows.
+  struct Inserted {
+    std::size_t number;
+    bool isNew;
+  };
+  Inserted insert(Text text, std::size_t group = 0);
+  // Its number; NONE if it is not there.
   std::size_t find(Text text, std::size_t group = 0) const;
-  // Given its hash. Whether it was there.
-  bool erase(Text text, std::size_t hash, std::size_t group = 0);
+  // From the group 0, given its hash. Whether it was there.
+  bool erase(Text text, std::size_t hash);
 
  private:
   // A text that is not in the slot that its hash says is in the next one, or the next..., before the first free one.

@@ -1,7 +1,7 @@
 #include <algorithm>
-#include <cstdlib>
 
 #include "CanaryScanner.h"
+#include "Environment.h"
 #include "PlainFilters.h"
 #include "RandomProject.h"
 #include "folder_host/Fixture.h"
@@ -21,18 +21,6 @@ using namespace folder_host;
 using namespace project::sharing::profiles;
 
 namespace {
-
-unsigned setting(const char* variable, unsigned otherwise) {
-  const char* value = std::getenv(variable);
-  return value == nullptr ? otherwise : static_cast<unsigned>(std::stoul(value));
-}
-
-// For the line that sums up what the checks have survived.
-void note(unsigned clean, unsigned shares) {
-  const char* folder = std::getenv("SURVIVED");
-  if (folder == nullptr) return;
-  write(fs::path(folder) / "hand_out.shares", std::to_string(clean) + " " + std::to_string(shares) + "\n");
-}
 
 class HandOutTest : public FolderTest {
  protected:
@@ -112,14 +100,14 @@ class HandOutTest : public FolderTest {
 
 TEST_F(HandOutTest, ACopyHoldsWhatMayLeaveAndNothingElse) {
   constexpr unsigned enough = 60;  // for everything to occur
-  const unsigned first = setting("CANARY_SEED", 1);
-  const unsigned projects = setting("CANARY_PROJECTS", enough);
+  const unsigned first = environment::number("CANARY_SEED", 1);
+  const unsigned projects = environment::number("CANARY_PROJECTS", enough);
   unsigned shared = 0;
   for (unsigned seed = first; shared < projects && !HasFailure(); ++seed, ++shared) {
     SCOPED_TRACE("CANARY_PROJECTS=1 CANARY_SEED=" + std::to_string(seed));
     EXPECT_NO_THROW(handOut(seed));
   }
-  note(HasFailure() ? shared - 1 : shared, shared);
+  environment::noteSurvived("hand_out.shares", HasFailure() ? shared - 1 : shared, shared);
   if (HasFailure() || projects < enough) return;
   for (const char* what : {"others that stay", "others that go", "links that stay", "links that go", "labels that go",
                            "categories that go", "kept labels that a filter drops", "deleted names in the store"}) {

@@ -11,7 +11,7 @@
 
 namespace memory_host {
 
-// UTF-8 for messages and call lists; of no use for texts with unpaired surrogates.
+// For messages and call lists: what is not ASCII is "?".
 std::string narrow(const std::u16string& text);
 
 // Writes down the calls that reach a host, and makes one of them throw.
