@@ -18,16 +18,16 @@ namespace {
 
 using namespace project::sharing::profiles;
 
-struct Kind {
+struct FilterKind {
   const char* name;
   const std::u16string& text;
   bool ofFiles;
 };
 
-const Kind kinds[] = {{"keep-files", INCLUDE_FILES_WITH_LABEL, true},
-                      {"drop-files", EXCLUDE_FILES_WITH_LABEL, true},
-                      {"keep-labels", INCLUDE_LABEL, false},
-                      {"drop-labels", EXCLUDE_LABEL, false}};
+const FilterKind filterKinds[] = {{"keep-files", INCLUDE_FILES_WITH_LABEL, true},
+                                  {"drop-files", EXCLUDE_FILES_WITH_LABEL, true},
+                                  {"keep-labels", INCLUDE_LABEL, false},
+                                  {"drop-labels", EXCLUDE_LABEL, false}};
 
 std::shared_ptr<ExportFilter> filterOf(const std::u16string& kind, const plain::Items& items) {
   const auto manager = createManager(std::make_shared<memory_host::MemoryMetadata>());
@@ -55,7 +55,7 @@ Case& caseOf(const std::string& name, const Shape& shape) {
   return cases.try_emplace(name, shape).first->second;
 }
 
-std::string nameOf(const char* what, const Kind& kind, const Shape& shape) {
+std::string nameOf(const char* what, const FilterKind& kind, const Shape& shape) {
   return std::string(what) + "/" + kind.name + "/" +
          (!kind.ofFiles ? "-"
           : shape.deep  ? "deep"
@@ -65,7 +65,7 @@ std::string nameOf(const char* what, const Kind& kind, const Shape& shape) {
 
 std::size_t runsOf(const Shape& shape) { return 100000 / shape.entries; }
 
-void addBesideFloor(const Suite& suite, const Kind& kind, const Shape& shape) {
+void addBesideFloor(const Suite& suite, const FilterKind& kind, const Shape& shape) {
   const std::string name = nameOf("floor", kind, shape);
   suite.add(name, runsOf(shape), [=](benchmark::State& state) {
     Case& one = caseOf(name, shape);
@@ -75,7 +75,7 @@ void addBesideFloor(const Suite& suite, const Kind& kind, const Shape& shape) {
 }
 
 // The project is that of the short list; what the long one names besides hangs on nothing.
-void addBesideFewerItems(const Suite& suite, const Kind& kind, const Shape& shape) {
+void addBesideFewerItems(const Suite& suite, const FilterKind& kind, const Shape& shape) {
   const std::string name = nameOf("items", kind, shape);
   suite.add(name, runsOf(shape), [=](benchmark::State& state) {
     Case& one = caseOf(name, shape);
@@ -88,7 +88,7 @@ void addBesideFewerItems(const Suite& suite, const Kind& kind, const Shape& shap
   });
 }
 
-void addPlainBeside(const Suite& suite, const Kind& kind, const Shape& shape) {
+void addPlainBeside(const Suite& suite, const FilterKind& kind, const Shape& shape) {
   const std::string name = nameOf("plain", kind, shape);
   suite.add(name, runsOf(shape) / 100, [=](benchmark::State& state) {
     Case& one = caseOf(name, shape);
@@ -100,7 +100,7 @@ void addPlainBeside(const Suite& suite, const Kind& kind, const Shape& shape) {
   });
 }
 
-void addFileShapes(const Suite& suite, const Kind& kind, bool deep) {
+void addFileShapes(const Suite& suite, const FilterKind& kind, bool deep) {
   const std::size_t usual = suite.isShort() ? 1000 : 100000;
   for (const std::size_t labels : {0U, 1U, 2U, 5U}) {
     for (const std::size_t items : {10U, 1000U, 10000U}) {
@@ -113,7 +113,7 @@ void addFileShapes(const Suite& suite, const Kind& kind, bool deep) {
   }
 }
 
-void addLabelShapes(const Suite& suite, const Kind& kind) {
+void addLabelShapes(const Suite& suite, const FilterKind& kind) {
   for (const std::size_t labels : {1000U, 10000U, 100000U, 1000000U}) {
     for (const std::size_t items : {10U, 1000U, 10000U})
       addBesideFloor(suite, kind, {kind.text, labels, items, 0U, false});
@@ -124,7 +124,7 @@ void addLabelShapes(const Suite& suite, const Kind& kind) {
 }  // namespace
 
 void addFilters(const Suite& suite) {
-  for (const Kind& kind : kinds) {
+  for (const FilterKind& kind : filterKinds) {
     for (const bool deep : {false, true}) {
       if (kind.ofFiles) addFileShapes(suite, kind, deep);
     }

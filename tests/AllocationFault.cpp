@@ -9,10 +9,10 @@ namespace {
 constexpr std::size_t never = static_cast<std::size_t>(-1);
 thread_local std::size_t countdown = never;
 thread_local bool fired = false;
-thread_local std::size_t made = 0;
+thread_local std::size_t allocations = 0;
 
 void* allocate(std::size_t size) {
-  ++made;
+  ++allocations;
   if (countdown != never && countdown-- == 0) {
     countdown = never;
     fired = true;
@@ -42,9 +42,9 @@ bool runsOutOfMemory(std::size_t index, const std::function<void()>& action) {
 }
 
 std::size_t allocationsOf(const std::function<void()>& action) {
-  const std::size_t before = made;
+  const std::size_t before = allocations;
   action();
-  return made - before;
+  return allocations - before;
 }
 
 void* operator new(std::size_t size) { return allocate(size); }

@@ -58,7 +58,7 @@ const struct {
   const char* name;
   void (*act)(Sample&);
   std::string calls;
-} rows[] = {
+} operations[] = {
     {"listing", [](Sample& s) { s.manager->getProfiles(); }, listing},
     {"finding by UUID", [](Sample& s) { s.manager->getProfileByUUID(u"1"); }, listing},
     {"finding by name", [](Sample& s) { s.manager->getProfileByName(u"a"); }, listing + readName(P2) + readName(P1)},
@@ -95,7 +95,7 @@ const struct {
 };
 
 TEST(CallSequence, OfEachOperationIsThis) {
-  for (const auto& row : rows) {
+  for (const auto& row : operations) {
     SCOPED_TRACE(row.name);
     Sample sample;
     row.act(sample);

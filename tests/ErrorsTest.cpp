@@ -23,7 +23,7 @@ Row row(const char* key, std::vector<std::u16string> arguments, void (*raise)(Ex
   return {key, std::move(arguments), raise, &typeid(Error), &typeid(std::_Nested_exception<Error>)};
 }
 
-const Row rows[] = {
+const Row errors[] = {
     row<ExportProfileUuidNotFound>("ExportProfileUuidNotFound", {u""}, [](auto& m) { m.getProfileByUUID(u""); }),
     row<ExportProfileNameNotFound>("ExportProfileNameNotFound", {u"Twin"},
                                    [](auto& m) { m.getProfileByName(u"Twin"); }),
@@ -96,7 +96,7 @@ TEST_P(Errors, NestTheErrorBeingHandledAndAreThrownAgainWithoutTheirTypeBeingKno
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Errors, testing::ValuesIn(rows),
+INSTANTIATE_TEST_SUITE_P(All, Errors, testing::ValuesIn(errors),
                          [](const testing::TestParamInfo<Row>& one) { return std::string(one.param.key); });
 
 }  // namespace
