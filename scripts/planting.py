@@ -93,8 +93,8 @@ class Place:
     def compile(self, made):
         instead = self.within("made", "objects", made)
         os.makedirs(os.path.dirname(instead), exist_ok=True)
-        command = re.sub(re.escape(ROOT) + "/(?!build/)", self.within("tree") + "/", self.build.compiling[made])
-        command = re.sub(r" -MD -MT \S+ -MF \S+ -o \S+ ", f" -w -O0 -o {instead} ", command)
+        command = re.sub(re.escape(ROOT) + r"(?=[/ ])(?!/build/)", self.within("tree"), self.build.compiling[made])
+        command = re.sub(r" -MD -MT \S+ -MF \S+ -o \S+ ", f" -w -O0 -D_GLIBCXX_ASSERTIONS -o {instead} ", command)
         self.swapped[made] = instead
         return self.shell(command)
 

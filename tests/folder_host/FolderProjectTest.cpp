@@ -45,6 +45,8 @@ class ListingTest : public FolderTest {
 TEST_F(FolderProjectTest, TheNearestProjectIsOpened) {
   ASSERT_EQ(init("p/a"), "");
   ASSERT_EQ(init("p"), "");
+  EXPECT_EQ(fs::status(in("p/.project")).permissions(), fs::perms::owner_all);
+  EXPECT_EQ(fs::status(in("p/.project/store.db")).permissions(), fs::perms::owner_read | fs::perms::owner_write);
   fs::create_directories(in("p/a/b/c"));
   fs::create_directory_symlink("../p/a/b", in("q/link"));
   EXPECT_EQ(FolderProject::open(in("p/a/b/c")).root(), in("p/a"));

@@ -165,6 +165,7 @@ TEST(Hazards, AreToldOfWhatIsLeft) {
       {{"a", "b=a", "c"}, {"a"}, {"content-under-two-names a"}},
       {{"a", "b=a", "c=a"}, {"a", "b"}, {"content-under-two-names a", "content-under-two-names b"}},
       {{"a", "b=a", "c"}, {"a", "b"}, {}},
+      {{"a", "b", "c", "z=b"}, {"b"}, {"content-under-two-names b"}},
       {{"Readme", "README", "readme.txt"}, {}, {"names-collide README"}},
       {{"Readme", "README"}, {"README"}, {}},
       {{"A/", "A/x", "a/", "a/x", "a/X"}, {}, {"names-collide A", "names-collide a/X"}},
