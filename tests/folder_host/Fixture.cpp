@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <system_error>
 
@@ -14,6 +15,15 @@
 namespace folder_host {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+std::size_t openDescriptors() {
+  const fs::directory_iterator all("/proc/self/fd");
+  return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
+}  // namespace
 
 std::string refusalOf(const std::function<void()>& act) {
   try {
@@ -106,7 +116,8 @@ TemporaryFolder::~TemporaryFolder() {
   fs::remove_all(path, ignored);
 }
 
-FolderTest::~FolderTest() = default;
+FolderTest::FolderTest() : descriptors_(openDescriptors()) {}
+FolderTest::~FolderTest() { EXPECT_EQ(openDescriptors(), descriptors_); }
 
 void FolderTest::put(const std::string& file, const std::string& content) const {
   fs::create_directories((folder_ / file).parent_path());

@@ -57,8 +57,10 @@ struct TemporaryFolder {
   std::filesystem::path path;
 };
 
+// Fails where a descriptor is left open.
 class FolderTest : public ::testing::Test {
  public:
+  FolderTest();
   ~FolderTest() override;
 
  protected:
@@ -70,6 +72,9 @@ class FolderTest : public ::testing::Test {
 
   const TemporaryFolder temporary_;
   const std::filesystem::path& folder_ = temporary_.path;
+
+ private:
+  const std::size_t descriptors_;
 };
 
 }  // namespace folder_host

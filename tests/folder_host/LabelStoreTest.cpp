@@ -58,6 +58,7 @@ TEST_F(LabelStoreTest, ALabelIsRenamedKeptAndErasedByItsIdentity) {
   EXPECT_EQ(labels_.getLabels(CategoryIdentifier(secret_.categoryUUID))[0].isRemovable(), 1);
   EXPECT_EQ(refusalOf([&] { labels_.rename(secret_.uuid, u"Open"); }), errors::LABEL_NAME_TAKEN);
   EXPECT_EQ(refusalOf([&] { labels_.rename(u"absent", u"x"); }), errors::LABEL_NOT_FOUND);
+  EXPECT_EQ(refusalOf([&] { labels_.attach(u"absent", {}); }), errors::LABEL_NOT_FOUND);
   EXPECT_EQ(labels_.list().back().name + (labels_.list().back().kept ? u", kept" : u""), u"Final, kept");
   for (const auto& label : {draft_, open_}) labels_.erase(label.uuid);
   EXPECT_EQ(labels_.list().size(), 1U);

@@ -161,6 +161,8 @@ TEST_F(ShareTest, AFailureOnTheWayLeavesNothing) {
 TEST_F(ShareTest, AFileThatChangesWhileItIsCopiedStopsTheShareUnlessAllowed) {
   ShareOptions options;
   options.onProgress = [&](const Progress& progress) {
+    EXPECT_EQ(progress.allEntries, 4U);
+    EXPECT_EQ(progress.allBytes, 6U);
     if (progress.bytes == 1 && progress.entries == 1) put("p/a/x", "xyz");
   };
   EXPECT_EQ(refusal(nullptr, options), errors::ENTRY_CHANGED);

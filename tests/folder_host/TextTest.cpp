@@ -75,8 +75,8 @@ TEST(Text, BlobsKeepEveryUnitAndItsOrder) {
 }
 
 TEST(Text, IsShownOnOneLineThatSteersNothing) {
-  EXPECT_EQ(shown(std::string_view("a\n\t\x1b\\\x7f \xC2\x9b\xE2\x80\xAE\xFF")),
-            "a\\n\\t\\x1b\\\\\\x7f \\u009b\\u202e\\xff");
+  EXPECT_EQ(shown(std::string_view("a\n\t\x1b\\\x7f \xC2\x80\xC2\x9b\xE2\x80\xAE\xFF")),
+            "a\\n\\t\\x1b\\\\\\x7f \\u0080\\u009b\\u202e\\xff");
   EXPECT_EQ(shown(std::u16string_view(u"\u00E9\U0001F600\xD800\n")), "\u00E9\U0001F600\xEF\xBF\xBD\\n");
 }
 
@@ -89,6 +89,8 @@ TEST(HostFunctions, EveryKnownMessageHasTextsOfItsOwnWithItsArgument) {
     const bool showsIt = errorOf(key).GetUnicodeMessageTxt().find(u"\u00E9t\u00E9") != std::u16string::npos;
     EXPECT_EQ(showsIt, key.find("Not") != std::string::npos) << key;
   }
+  const ProjectError another{{}, {{u"a", 7L, "text"}, "somebody:else", "ExportProfileNameNotFound"}};
+  EXPECT_EQ(another.GetUnicodeMessageTxt(), u"somebody:else:ExportProfileNameNotFound (a, 7, text)");
 }
 
 }  // namespace folder_host

@@ -1,5 +1,6 @@
 #include "folder_host/TreeCopy.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -71,6 +72,16 @@ TEST_F(TreeCopyTest, EverythingArrivesWithItsContent) {
     if (fs::is_directory(from)) continue;
     EXPECT_EQ(read(from), read(to)) << path;
   }
+}
+
+TEST_F(TreeCopyTest, ContentWithoutASizeArrives) {
+  struct stat status {};
+  ASSERT_EQ(::stat("/proc/sys/kernel/ostype", &status), 0);
+  ASSERT_EQ(status.st_size, 0);
+  const Entry entry{"ostype", EntryKind::file, {}, {status.st_dev, status.st_ino}};
+  fs::create_directory(in("copy"));
+  TreeCopy("/proc/sys/kernel", openFolder(in("copy")), {}).copy({&entry});
+  EXPECT_EQ(read(in("copy/ostype")), "Linux\n");
 }
 
 TEST_F(TreeCopyTest, ProgressIsToldInTheCallersThreadAndEndsWithAllOfIt) {

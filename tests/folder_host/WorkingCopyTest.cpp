@@ -147,6 +147,13 @@ TEST(WorkingCopy, LinksAndEmptiedFoldersGoByTheHostsRules) {
   }
 }
 
+TEST(Hazards, OfGonePathsAreToldOfTheTopmostInTheOrderOfATree) {
+  const auto copy = copyOf({"b"});
+  LabelStore& labels = copy->getLabelManager();
+  labels.attach(labels.create(u"Access", u"Secret").uuid, {"a/x", "a-b", "a", "b"});
+  EXPECT_EQ(told(danglingLabels(*copy)), (Names{"label-on-gone-path a", "label-on-gone-path a-b"}));
+}
+
 TEST(Hazards, AreToldOfWhatIsLeft) {
   const std::string accented = "\xC3\xA9";     // one character
   const std::string decomposed = "E\xCC\x81";  // the letter and its accent, in upper case
