@@ -74,6 +74,10 @@ TEST(Text, BlobsKeepEveryUnitAndItsOrder) {
   EXPECT_THROW(fromBlob("abc"), Error);
 }
 
+TEST(Text, ASurrogateThatStandsForNothingIsReplaced) {
+  EXPECT_EQ(toBytes(u"\xD800z\xDC00\xD800"), "\uFFFDz\uFFFD\uFFFD");
+}
+
 TEST(Text, IsShownOnOneLineThatSteersNothing) {
   EXPECT_EQ(shown(std::string_view("a\n\t\x1b\\\x7f \xC2\x80\xC2\x9b\xE2\x80\xAE\xFF")),
             "a\\n\\t\\x1b\\\\\\x7f \\u0080\\u009b\\u202e\\xff");

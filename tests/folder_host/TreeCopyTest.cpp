@@ -125,10 +125,11 @@ TEST_F(TreeCopyTest, ASecondThreadHelpsAndTakesNoSignal) {
   std::size_t most = 0;
   TreeCopy::Options options;
   options.onProgress = [&](std::size_t entries, std::uint64_t) {
-    if (entries % 50 == 0) most = std::max(most, threads());
+    if (entries % 50 == 0 || most <= alone_) most = std::max(most, threads());
     ::kill(::getpid(), SIGUSR1);
   };
-  copy(options);
+  // On a busy machine it may be done before this one looks.
+  for (int i = 0; i < 20 && most <= alone_; ++i) copy(options);
   std::signal(SIGUSR1, before);
   EXPECT_EQ(most, alone_ + 1);
   EXPECT_EQ(elsewhere, 0);
