@@ -24,6 +24,7 @@ class Build:
 
     def __init__(self, tests):
         self.tests = tests
+        self.limits = collections.defaultdict(lambda: 300)  # seconds that a test may take
         targets = sorted({PROGRAM if self.is_check(test) else test for test in tests})
         subprocess.run(["cmake", "--preset", "release"], cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
         ninja = lambda *words: subprocess.run(["ninja", "-C", BUILD, *words], check=True, stdout=subprocess.PIPE, text=True)
@@ -54,7 +55,6 @@ class Place:
 
     def __init__(self, name, build):
         self.path, self.build = os.path.join(ROOT, "build", "planted", str(name)), build
-        self.limits = collections.defaultdict(lambda: 300)
         shutil.rmtree(self.path, ignore_errors=True)
         self.alone = alone_in(self.path)
         listed = subprocess.run(["git", "ls-files", "-cozd", "--exclude-standard", "*.h", "*.cpp"], cwd=ROOT, check=True,
@@ -75,7 +75,7 @@ class Place:
             started = time.time()
             if self.failure(test):
                 sys.exit(f"{os.path.basename(sys.argv[0])}: {test} fails without a fault")
-            self.limits[test] = max(10, 4 * (time.time() - started))
+            self.build.limits[test] = max(10, 4 * (time.time() - started))
 
     def plant(self, changes):
         """Builds with these texts in place of the files' own; whether that compiles."""
@@ -84,8 +84,8 @@ class Place:
         for file, text in changes.items():
             self.write(file, text)
         try:
-            return all(self.compile(made) for made in sorted(set().union(*map(self.build.needing.get, changes)))) and \
-                self.link_library()
+            objects = set().union(*(self.build.needing[file] for file in changes))
+            return all(map(self.compile, sorted(objects))) and self.link_library()
         finally:
             for file in changes:
                 self.write(file, open(os.path.join(ROOT, file)).read())
@@ -140,7 +140,7 @@ class Place:
                 stderr=subprocess.STDOUT, start_new_session=True, env=environment,
                 preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY)))
             try:
-                if process.wait(self.limits[test]) == 0:
+                if process.wait(self.build.limits[test]) == 0:
                     return None
             except subprocess.TimeoutExpired:
                 os.killpg(process.pid, signal.SIGKILL)
