@@ -5,6 +5,7 @@
 
 #include "Commands.h"
 #include "Lookup.h"
+#include "OpenProject.h"
 #include "Output.h"
 #include "SelectionProbe.h"
 
@@ -84,7 +85,7 @@ void printFilter(ExportFilter& filter, std::size_t position, const std::vector<f
 }  // namespace
 
 void explainProfile(const std::string& word) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const auto scope = project.metadata()->beginReadScope();
   const auto profile = findProfile(*profiles::createManager(project.metadata()), word);
   const auto labels = project.labels().list();

@@ -8,6 +8,7 @@
 #include "Commands.h"
 #include "Edit.h"
 #include "Lookup.h"
+#include "OpenProject.h"
 #include "Output.h"
 #include "PreviewReport.h"
 #include "Refusal.h"
@@ -84,7 +85,7 @@ void initProject(const std::string& folder) {
 }
 
 void createLabels(const std::vector<std::string>& labels) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const std::vector<LabelRecord> made = edit(project, [&] {
     std::vector<LabelRecord> records;
     for (const std::string& label : labels) {
@@ -99,7 +100,7 @@ void createLabels(const std::vector<std::string>& labels) {
 }
 
 void listLabels() {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const auto scope = project.metadata()->beginReadScope();
   for (const LabelRecord& label : project.labels().list()) {
     printLabel(label, project.labels().pathsOf(label.uuid).size());
@@ -107,7 +108,7 @@ void listLabels() {
 }
 
 void renameLabel(const std::string& word, const std::string& name) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const LabelRecord label = edit(project, [&] {
     LabelRecord found = findLabel(project.labels().list(), word);
     project.labels().rename(found.uuid, folder_host::fromBytes(name));
@@ -118,7 +119,7 @@ void renameLabel(const std::string& word, const std::string& name) {
 }
 
 void deleteLabel(const std::string& word) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const auto [label, count] = edit(project, [&] {
     LabelRecord found = findLabel(project.labels().list(), word);
     refuseInUse(*profiles::createManager(project.metadata()), found);
@@ -134,7 +135,7 @@ void deleteLabel(const std::string& word) {
 }
 
 void keepLabel(const std::string& word, bool kept) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const LabelRecord label = edit(project, [&] {
     LabelRecord found = findLabel(project.labels().list(), word);
     project.labels().setKept(found.uuid, kept);
@@ -162,7 +163,7 @@ std::vector<std::string> readPaths(char end) {
 }
 
 void attachLabel(const std::string& word, const std::vector<std::string>& named, bool folderOnly) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const auto [label, entries, added] = edit(project, [&] {
     LabelRecord found = findLabel(project.labels().list(), word);
     std::vector<std::string> paths = pathsAt(entryPaths(project), project, named, folderOnly, noEntry);
@@ -175,7 +176,7 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
 }
 
 void detachLabel(const std::string& word, const std::vector<std::string>& named, bool folderOnly) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const auto [label, removed] = edit(project, [&] {
     LabelRecord found = findLabel(project.labels().list(), word);
     // By what carries the label, entry or not: so it comes off a file that is gone, too.

@@ -7,6 +7,7 @@
 #include "Assessment.h"
 #include "Commands.h"
 #include "Lookup.h"
+#include "OpenProject.h"
 #include "Output.h"
 #include "PreviewReport.h"
 #include "Refusal.h"
@@ -124,7 +125,7 @@ std::vector<folder_host::LabelRecord> labelsOf(const folder_host::LabelStore& st
 }  // namespace
 
 void previewProfile(const std::string& word) {
-  const auto copy = FolderProject::open(".").workingCopy();
+  const auto copy = openProject().workingCopy();
   const Assessment assessment = assess(*copy, *findProfile(*managerOf(*copy), word));
   printTree(*copy, assessment.preview);
   for (std::size_t i = 1; i <= assessment.preview.filters.size(); ++i) printFilter(assessment.preview, i);
@@ -135,7 +136,7 @@ void previewProfile(const std::string& word) {
 }
 
 void explainPath(const std::string& named, const std::string& word) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const std::string path = project.locate(named);
   const auto copy = project.workingCopy();
   const Assessment assessment = assess(*copy, *findProfile(*managerOf(*copy), word));

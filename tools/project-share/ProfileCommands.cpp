@@ -3,6 +3,7 @@
 #include "Commands.h"
 #include "Edit.h"
 #include "Lookup.h"
+#include "OpenProject.h"
 #include "Output.h"
 #include "Refusal.h"
 #include "folder_host/Text.h"
@@ -96,14 +97,14 @@ Json shownAsJson(const ExportProfile& profile, const std::vector<folder_host::La
 }  // namespace
 
 void createProfile(const std::string& word) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
   const auto uuid = edit(project, [&] { return manager->createProfile(freeName(*manager, word))->getUUID(); });
   done(fmt::format("Created profile {} ({}).", shown(word), shown(uuid)), {{"uuid", utf8(uuid)}, {"name", utf8(word)}});
 }
 
 void listProfiles() {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const auto scope = project.metadata()->beginReadScope();
   for (const auto& profile : profilesByName(*profiles::createManager(project.metadata()))) {
     const std::size_t filters = profile->getFilters().size();
@@ -117,7 +118,7 @@ void listProfiles() {
 }
 
 void showProfile(const std::string& word) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const auto scope = project.metadata()->beginReadScope();
   const auto profile = findProfile(*profiles::createManager(project.metadata()), word);
   const auto labels = project.labels().list();
@@ -131,7 +132,7 @@ void showProfile(const std::string& word) {
 }
 
 void renameProfile(const std::string& word, const std::string& name) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
   const auto uuid = edit(project, [&] {
     const auto profile = findProfile(*manager, word);
@@ -143,7 +144,7 @@ void renameProfile(const std::string& word, const std::string& name) {
 }
 
 void duplicateProfile(const std::string& word, const std::string& name) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
   const auto uuid = edit(project, [&] {
     const auto original = findProfile(*manager, word);
@@ -157,7 +158,7 @@ void duplicateProfile(const std::string& word, const std::string& name) {
 }
 
 void deleteProfile(const std::string& word) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
   const auto uuid = edit(project, [&] {
     const auto profile = findProfile(*manager, word);
@@ -168,7 +169,7 @@ void deleteProfile(const std::string& word) {
 }
 
 void addFilter(const std::string& word, const std::string& kindWord, const std::vector<std::string>& labels) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
   const bool wasThere = edit(project, [&] {
     const auto profile = findProfile(*manager, word);
@@ -183,7 +184,7 @@ void addFilter(const std::string& word, const std::string& kindWord, const std::
 }
 
 void removeFilter(const std::string& word, const std::string& kindWord, const std::vector<std::string>& labels) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
   const bool isGone = edit(project, [&] {
     const auto profile = findProfile(*manager, word);

@@ -8,6 +8,7 @@
 #include "Commands.h"
 #include "Interruption.h"
 #include "Lookup.h"
+#include "OpenProject.h"
 #include "Output.h"
 #include "PreviewReport.h"
 #include "ProgressLine.h"
@@ -105,7 +106,7 @@ void report(const Assessment& assessment, const WorkingCopy& copy, const ShareRe
 }  // namespace
 
 void share(const ShareWords& words) {
-  const FolderProject project = FolderProject::open(".");
+  const FolderProject project = openProject();
   const auto copy = project.workingCopy();
   folder_host::checkDestination(*copy, words.destination);
   const Assessment assessment =

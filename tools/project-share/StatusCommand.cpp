@@ -5,6 +5,7 @@
 #include "Assessment.h"
 #include "Commands.h"
 #include "Lookup.h"
+#include "OpenProject.h"
 #include "Output.h"
 #include "PreviewReport.h"
 #include "folder_host/Error.h"
@@ -50,7 +51,7 @@ void printProfile(const WorkingCopy& copy, const profiles::ExportProfile& profil
 }  // namespace
 
 void showStatus() {
-  const auto copy = folder_host::FolderProject::open(".").workingCopy();  // store and folder at one moment
+  const auto copy = openProject().workingCopy();  // store and folder at one moment
   const folder_host::LabelStore& labels = copy->getLabelManager();
   const auto listed = profilesByName(*managerOf(*copy));
   const std::vector<LabelRecord> records = labels.list();
