@@ -4,14 +4,14 @@
 #include <memory>
 #include <optional>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "folder_host/Entry.h"
 
 namespace folder_host {
 
-// A listing with its entries found by path, and each by its folder, in expected constant time. Never changes.
+// A listing with its entries found by path, in logarithmic time whatever their names are (a hash without a key could be
+// aimed at by crafted ones), and each entry's folder in constant time. Never changes.
 class EntryTable {
  public:
   // Stands for the project's folder where an entry's index is expected.
@@ -30,7 +30,6 @@ class EntryTable {
 
  private:
   std::shared_ptr<const Listing> listing_;
-  std::unordered_map<std::string_view, std::size_t> indices_;
   std::vector<std::size_t> parents_;
 };
 
