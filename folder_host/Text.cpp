@@ -114,4 +114,13 @@ std::u16string fromBlob(std::string_view blob) {
   return text;
 }
 
+std::string hexOf(std::string_view bytes) {
+  std::string hex;
+  hex.reserve(2 * bytes.size());
+  for (const char byte : bytes) {
+    for (const unsigned shift : {4U, 0U}) hex += "0123456789abcdef"[(static_cast<unsigned char>(byte) >> shift) & 0xFU];
+  }
+  return hex;
+}
+
 }  // namespace folder_host

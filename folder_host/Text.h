@@ -19,4 +19,7 @@ std::string toBlob(std::u16string_view text);
 void appendBlob(std::string& blob, std::u16string_view text);
 std::u16string fromBlob(std::string_view blob);
 
+// Two lower-case digits a byte.
+std::string hexOf(std::string_view bytes);
+
 }  // namespace folder_host

@@ -15,14 +15,6 @@ bool isLone(std::u16string_view text, std::size_t at) {
   return isSurrogate(text[at], 0xdc00) && (at == 0 || !isSurrogate(text[at - 1], 0xd800));
 }
 
-std::string hexOf(std::string_view bytes) {
-  std::string hex;
-  for (const char byte : bytes) {
-    for (const unsigned shift : {4U, 0U}) hex += "0123456789abcdef"[(static_cast<unsigned char>(byte) >> shift) & 0xFU];
-  }
-  return hex;
-}
-
 std::string bytesOf(const std::string& hex) {
   std::string bytes;
   for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
@@ -45,7 +37,7 @@ std::string utf8(std::string_view bytes) { return utf8(std::u16string_view(folde
 
 void putPath(Json& object, const std::string& key, const std::string& bytes) {
   object[key] = utf8(bytes);
-  if (object[key].get_ref<const std::string&>() != bytes) object[key + "Hex"] = hexOf(bytes);
+  if (object[key].get_ref<const std::string&>() != bytes) object[key + "Hex"] = folder_host::hexOf(bytes);
 }
 
 std::string pathIn(const Json& object, const std::string& key) {

@@ -14,7 +14,7 @@
 #include <system_error>
 #include <utility>
 
-#include "Digest.h"
+#include "folder_host/Digest.h"
 #include "Json.h"
 #include "Lookup.h"
 #include "Output.h"
@@ -114,7 +114,7 @@ class Outgoing {
   void addContent(const std::string& path, Json& object) {
     const Descriptor file = openBeneath(copy_, path, O_RDONLY);
     object["size"] = statusOf(file).st_size;
-    object["sha256"] = sha256Of(file, [&](std::uint64_t bytes) {
+    object["sha256"] = folder_host::sha256Of(file, [&](std::uint64_t bytes) {
       progress_.bytes += bytes;
       onProgress_(progress_);
     });

@@ -7,7 +7,7 @@
 #include <system_error>
 
 #include "Commands.h"
-#include "Digest.h"
+#include "folder_host/Digest.h"
 #include "Json.h"
 #include "Output.h"
 #include "ProgressLine.h"
@@ -84,7 +84,7 @@ class Copy {
 
   std::string digestOf(const Descriptor& file, const std::string& path) {
     try {
-      return sha256Of(file, [&](std::uint64_t bytes) {
+      return folder_host::sha256Of(file, [&](std::uint64_t bytes) {
         progress_.bytes += bytes;
         line_.show(progress_);
       });

@@ -6,10 +6,10 @@
 
 #include "folder_host/Descriptor.h"
 
-namespace project_share {
+namespace folder_host {
 
 // The SHA-256 of a file that is open for reading and stands at its beginning, as hexadecimal digits. `onBytes` is told
 // of what was read; what it throws passes. Fails with std::system_error.
-std::string sha256Of(const folder_host::Descriptor& file, const std::function<void(std::uint64_t)>& onBytes);
+std::string sha256Of(const Descriptor& file, const std::function<void(std::uint64_t)>& onBytes);
 
-}  // namespace project_share
+}  // namespace folder_host

@@ -1,6 +1,5 @@
-#include "Digest.h"
+#include "folder_host/Digest.h"
 
-#include <fmt/format.h>
 #include <openssl/evp.h>
 #include <unistd.h>
 
@@ -10,7 +9,9 @@
 #include <new>
 #include <vector>
 
-namespace project_share {
+#include "folder_host/Text.h"
+
+namespace folder_host {
 
 namespace {
 
@@ -24,21 +25,21 @@ void check(int succeeded) {
 
 }  // namespace
 
-std::string sha256Of(const folder_host::Descriptor& file, const std::function<void(std::uint64_t)>& onBytes) {
+std::string sha256Of(const Descriptor& file, const std::function<void(std::uint64_t)>& onBytes) {
   const std::unique_ptr<EVP_MD_CTX, FreeContext> context(EVP_MD_CTX_new());
   check(context ? EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) : 0);
   std::vector<char> buffer(std::size_t{1} << 17U);
   ssize_t length = 0;
   while ((length = ::read(file.get(), buffer.data(), buffer.size())) != 0) {
     if (length < 0 && errno == EINTR) continue;
-    if (length < 0) folder_host::throwErrno();
+    if (length < 0) throwErrno();
     check(EVP_DigestUpdate(context.get(), buffer.data(), static_cast<std::size_t>(length)));
     onBytes(static_cast<std::uint64_t>(length));
   }
   std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
   unsigned size = 0;
   check(EVP_DigestFinal_ex(context.get(), digest.data(), &size));
-  return fmt::format("{:02x}", fmt::join(digest.begin(), digest.begin() + size, ""));
+  return hexOf({reinterpret_cast<const char*>(digest.data()), size});
 }
 
-}  // namespace project_share
+}  // namespace folder_host
