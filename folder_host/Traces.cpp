@@ -1,0 +1,172 @@
+#include "folder_host/Traces.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "folder_host/Descriptor.h"
+#include "folder_host/FoldedName.h"
+#include "folder_host/SideNames.h"
+
+namespace folder_host {
+
+namespace {
+
+std::string_view nameOf(const Entry& entry) {
+  return std::string_view(entry.path).substr(entry.path.rfind('/') + 1);  // npos + 1 is 0
+}
+
+// A bare repository, whatever its name.
+bool holdsRepository(const EntryTable& entries, const Selection& shared, const std::string& folder) {
+  const auto holds = [&](const char* name) {
+    const auto found = entries.find(joined(folder, name));
+    return found && shared[*found];
+  };
+  return holds("HEAD") && holds("objects") && holds("refs");
+}
+
+// Names in their folders, to be looked up: each with the entry that has it.
+class NamesInFolders {
+ public:
+  void add(std::size_t folder, std::string name, std::size_t entry) {
+    names_.push_back({{folder, std::move(name)}, entry});
+  }
+  void sort() { std::sort(names_.begin(), names_.end()); }
+
+  std::optional<std::size_t> find(std::size_t folder, const std::string& name) const {
+    const std::pair<Place, std::size_t> least{{folder, name}, 0};
+    const auto found = std::lower_bound(names_.begin(), names_.end(), least);
+    return found != names_.end() && found->first == least.first ? std::optional(found->second) : std::nullopt;
+  }
+
+ private:
+  using Place = std::pair<std::size_t, std::string>;
+  std::vector<std::pair<Place, std::size_t>> names_;
+};
+
+// What is held back, as its leftovers could name it.
+class HeldBack {
+ public:
+  HeldBack(const EntryTable& entries, const Selection& heldBack) : holders_(entries.size()) {
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      if (!heldBack[i]) continue;
+      const std::size_t folder = entries.parentOf(i);
+      std::string name = foldedName(nameOf(entries[i]));
+      const std::size_t dot = name.rfind('.');
+      if (dot != std::string::npos && dot > 0) stems_.add(folder, name.substr(0, dot), i);
+      names_.add(folder, std::move(name), i);
+      if (entries[i].kind == EntryKind::folder) continue;
+      if (folder == EntryTable::ROOT) rootHolds_ = true;
+      if (folder != EntryTable::ROOT) holders_[folder] = true;
+    }
+    names_.sort();
+    stems_.sort();
+  }
+
+  std::optional<std::size_t> originalOf(const EntryTable& entries, std::size_t leftover) const {
+    const std::size_t folder = entries.parentOf(leftover);
+    const std::string_view name = nameOf(entries[leftover]);
+    for (const Original& original : originalsOf(name)) {
+      const auto found = (original.isStem ? stems_ : names_).find(folder, original.name);
+      if (found) return found;
+    }
+    const bool holds = folder == EntryTable::ROOT ? rootHolds_ : holders_[folder];
+    return holds && isUnnamedLeftover(name) ? std::optional(folder) : std::nullopt;
+  }
+
+ private:
+  NamesInFolders names_;
+  NamesInFolders stems_;  // names without their endings
+  Selection holders_;     // folders in which a file is held back
+  bool rootHolds_ = false;
+};
+
+bool endsWith(std::string_view text, std::string_view end) {
+  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
+// A store is made of pages. A receipt has any size: it is looked for by its name, and once more by whoever reads the
+// file anyway.
+bool canBeStore(const Entry& file) {
+  constexpr std::uint64_t LEAST_PAGE = 512;
+  const std::string name = foldedName(nameOf(file));
+  return (file.size > 0 && file.size % LEAST_PAGE == 0) || name.find("receipt") != std::string::npos ||
+         endsWith(name, ".json") || endsWith(name, ".sql") || endsWith(name, ".dump");
+}
+
+std::string firstBytesOf(const Descriptor& root, const Entry& file) {
+  try {
+    const Descriptor opened = openBeneath(root, file.path, O_RDONLY | O_NONBLOCK);
+    if (!(idOf(statusOf(opened)) == file.id)) return {};
+    std::array<char, FIRST_BYTES> bytes{};
+    const ssize_t length = ::pread(opened.get(), bytes.data(), bytes.size(), 0);
+    return {bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
+  } catch (const std::system_error&) {
+    return {};
+  }
+}
+
+}  // namespace
+
+std::vector<std::size_t> historiesAmong(const EntryTable& entries, const Selection& shared) {
+  std::vector<std::size_t> found;
+  Selection within(entries.size());
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    const std::size_t parent = entries.parentOf(i);
+    within[i] = parent != EntryTable::ROOT && within[parent];
+    if (within[i] || !shared[i]) continue;
+    within[i] = isHistory(nameOf(entries[i])) ||
+                (entries[i].kind == EntryKind::folder && holdsRepository(entries, shared, entries[i].path));
+    if (within[i]) found.push_back(i);
+  }
+  const auto objects = entries.find("objects");
+  if (objects && holdsRepository(entries, shared, {})) found.push_back(*objects);
+  return found;
+}
+
+std::vector<Leftover> leftoversAmong(const EntryTable& entries, const Selection& shared, const Selection& heldBack) {
+  const HeldBack originals(entries, heldBack);
+  std::vector<Leftover> found;
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    if (!shared[i]) continue;
+    if (const auto original = originals.originalOf(entries, i)) found.push_back({i, *original});
+  }
+  return found;
+}
+
+bool firstBytesTell(std::string_view first) {
+  constexpr std::string_view DATABASE("SQLite format 3\0", 16);
+  constexpr std::string_view STORE("Pshr");  // the application's id, at its place in the header
+  constexpr std::size_t STORE_AT = 68;
+  if (first.substr(0, DATABASE.size()) == DATABASE) return first.substr(STORE_AT, STORE.size()) == STORE;
+  if (first.find("CREATE TABLE node(parent BLOB") != std::string_view::npos) return true;
+  const auto take = [&first](std::string_view word) {
+    first.remove_prefix(std::min(first.find_first_not_of(" \t\r\n"), first.size()));
+    const bool there = first.substr(0, word.size()) == word;
+    first.remove_prefix(there ? word.size() : 0);
+    return there;
+  };
+  take("\xef\xbb\xbf");
+  return take("{") && take("\"receipt\"") && take(":");
+}
+
+std::vector<std::size_t> storesAmong(const std::string& root, const EntryTable& entries, const Selection& shared) {
+  std::vector<std::size_t> found;
+  const Descriptor folder = openFolder(root);
+  struct stat store {};
+  const bool hasStore = ::fstatat(folder.get(), STORE_FILE, &store, AT_SYMLINK_NOFOLLOW) == 0;
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    const Entry& entry = entries[i];
+    if (!shared[i] || entry.kind != EntryKind::file || !canBeStore(entry)) continue;
+    if (hasStore && entry.id == idOf(store)) continue;
+    if (firstBytesTell(firstBytesOf(folder, entry))) found.push_back(i);
+  }
+  return found;
+}
+
+}  // namespace folder_host
