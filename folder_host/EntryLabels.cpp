@@ -12,13 +12,15 @@ EntryLabels::EntryLabels(const EntryTable& entries, const LabelStore& labels) {
   std::vector<LabelRecord> records = labels.list();
   std::sort(records.begin(), records.end(), [](const auto& a, const auto& b) { return a.uuid < b.uuid; });
   for (const LabelRecord& label : records) {
-    const std::size_t index = labels_.size();
     labels_.emplace_back(CategoryIdentifier(label.categoryUUID), LabelIdentifier(label.uuid, label.kept ? 0 : 1));
-    for (const std::string& path : labels.pathsOf(label.uuid)) {
-      if (const auto entry = entries.find(path)) attachments_.emplace_back(*entry, index);
-    }
   }
-  std::sort(attachments_.begin(), attachments_.end());
+  for (const auto& [path, uuid] : labels.attachments()) {
+    const auto entry = entries.find(path);
+    if (!entry) continue;
+    const auto label = std::lower_bound(records.begin(), records.end(), uuid,
+                                        [](const LabelRecord& record, const auto& text) { return record.uuid < text; });
+    attachments_.emplace_back(*entry, static_cast<std::size_t>(label - records.begin()));
+  }
 }
 
 std::vector<FileLabel> EntryLabels::of(std::size_t entry) const {

@@ -140,8 +140,10 @@ std::shared_ptr<Store> makeProject(const std::string& root) {
   }
 }
 
-// Where the named thing is, without links before its last name; what is not there is taken by its name.
+// Where the named thing is, without links before its last name, and with a slash behind that, as for the system,
+// without one there either; what is not there is taken by its name.
 std::string resolvedLocation(std::string named) {
+  const bool followsLink = named.size() > 1 && named.back() == '/';
   while (named.size() > 1 && named.back() == '/') named.pop_back();
   const fs::path path = fs::absolute(named);
   const fs::path name = path.filename();
@@ -149,7 +151,8 @@ std::string resolvedLocation(std::string named) {
   std::string location =
       (nameless ? fs::weakly_canonical(path) : fs::weakly_canonical(path.parent_path()) / name).string();
   while (location.size() > 1 && location.back() == '/') location.pop_back();
-  return location;
+  std::error_code error;
+  return followsLink && fs::is_symlink(location, error) ? fs::canonical(location).string() : location;
 }
 
 std::string resolvedOrRefused(const std::string& named) {

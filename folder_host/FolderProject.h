@@ -44,7 +44,8 @@ class FolderProject {
   void confirm() const;
 
   // The path relative to root() of what a person named, relative to the working directory or absolute: links in the
-  // folders on the way are followed, a link at the end is not. Empty for root() itself. It need not exist.
+  // folders on the way are followed, a link at the end only where a slash stands behind it. Empty for root() itself. It
+  // need not exist.
   // Errors: PATH_OUTSIDE_PROJECT (also for the store), PATH_TOO_LONG.
   std::string locate(const std::string& named) const;
 

@@ -183,4 +183,11 @@ std::vector<std::string> LabelStore::pathsOf(const std::u16string& labelUUID) co
   return paths;
 }
 
+std::vector<std::pair<std::string, std::u16string>> LabelStore::attachments() const {
+  std::vector<std::pair<std::string, std::u16string>> all;
+  const char* sql = "SELECT path, label FROM attachment WHERE label IN (SELECT uuid FROM label) ORDER BY path, label";
+  for (Store::Row& row : store_->query(sql)) all.emplace_back(std::move(row[0]), fromBlob(row[1]));
+  return all;
+}
+
 }  // namespace folder_host

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "project/management/LabelManager.h"
@@ -65,6 +66,8 @@ class LabelStore : public project::management::LabelManager {
   std::vector<project::management::FileLabel> labelsOf(const std::string& path) const;
   // Every path that the label is attached to, entry or not, sorted by bytes.
   std::vector<std::string> pathsOf(const std::u16string& labelUUID) const;
+  // Of all labels: each path with the UUID of a label, sorted by both.
+  std::vector<std::pair<std::string, std::u16string>> attachments() const;
 
  private:
   std::shared_ptr<Store> store_;

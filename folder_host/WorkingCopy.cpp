@@ -1,5 +1,7 @@
 #include "folder_host/WorkingCopy.h"
 
+#include <algorithm>
+#include <set>
 #include <utility>
 
 #include "folder_host/EntryLabels.h"
@@ -12,19 +14,6 @@
 namespace folder_host {
 
 using fl::filesystem::path;
-
-namespace {
-
-void copyLabels(Store& from, Store& to) {
-  for (const Store::Row& row : from.query("SELECT uuid, name FROM category")) {
-    to.run("INSERT INTO category VALUES(?, ?)", {row[0], row[1]});
-  }
-  for (const Store::Row& row : from.query("SELECT uuid, category, name, kept FROM label")) {
-    to.run("INSERT INTO label VALUES(?, ?, ?, CAST(? AS INTEGER))", {row[0], row[1], row[2], row[3]});
-  }
-}
-
-}  // namespace
 
 WorkingCopy::WorkingCopy(std::string root, std::shared_ptr<Store> store, std::shared_ptr<const Listing> listing)
     : WorkingCopy(std::move(root), std::move(store), std::make_shared<const EntryTable>(std::move(listing)), {}) {}
@@ -88,15 +77,38 @@ std::string WorkingCopy::relative(const path& entry) const {
 
 HostRemovals WorkingCopy::applyHostRules() { return removeByHostRules(*table_, gone_); }
 
+std::vector<std::pair<std::string, std::u16string>> WorkingCopy::attachmentsThatLeave() const {
+  auto attachments = labels_.attachments();
+  const auto stays = [&](const auto& attachment) {
+    const auto entry = table_->find(attachment.first);
+    return !entry || gone_[*entry];
+  };
+  attachments.erase(std::remove_if(attachments.begin(), attachments.end(), stays), attachments.end());
+  return attachments;
+}
+
+std::map<std::u16string, std::size_t> WorkingCopy::labelsThatLeave() const {
+  std::map<std::u16string, std::size_t> leaving;
+  for (const auto& attachment : attachmentsThatLeave()) ++leaving[attachment.second];
+  return leaving;
+}
+
 // What is handed out is put together from what may leave: whatever else a store holds, now or later, stays behind.
 std::string WorkingCopy::storeOfWhatIsLeft() {
+  const auto leaving = labelsThatLeave();
+  std::set<std::u16string> categories;
   const auto copy = Store::inMemory();
   copy->atomically([&] {
-    copyLabels(*store_, *copy);
-    const char* sql = "SELECT a.path, a.label FROM attachment a JOIN label ON label.uuid = a.label";
-    for (const Store::Row& row : store_->query(sql)) {
-      const auto entry = table_->find(row[0]);
-      if (entry && !gone_[*entry]) copy->run("INSERT INTO attachment VALUES(?, ?)", {row[0], row[1]});
+    for (const LabelRecord& label : labels_.list()) {
+      if (leaving.count(label.uuid) == 0) continue;
+      if (categories.insert(label.categoryUUID).second) {
+        copy->run("INSERT INTO category VALUES(?, ?)", {toBlob(label.categoryUUID), toBlob(label.categoryName)});
+      }
+      copy->run("INSERT INTO label VALUES(?, ?, ?, CAST(? AS INTEGER))",
+                {toBlob(label.uuid), toBlob(label.categoryUUID), toBlob(label.name), label.kept ? "1" : "0"});
+    }
+    for (const auto& [entry, label] : attachmentsThatLeave()) {
+      copy->run("INSERT INTO attachment VALUES(?, ?)", {entry, toBlob(label)});
     }
   });
   return copy->image();

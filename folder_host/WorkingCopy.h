@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "folder_host/Entry.h"
@@ -62,8 +64,12 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   // empty before stays. Gives each in the order of the listing.
   HostRemovals applyHostRules();
 
-  // The bytes of a handed-out copy's store: the labels that are left, with their attachments to the entries that are
-  // left; no metadata. No byte of anything else is in them. Errors: STORE_FAILED.
+  // The labels that leave with the entries that are left, by UUID, each with the number of those that carry it. One
+  // that is attached to nothing that is left does not leave.
+  std::map<std::u16string, std::size_t> labelsThatLeave() const;
+
+  // The bytes of a handed-out copy's store: the labels that leave, with their categories and their attachments to the
+  // entries that are left; no metadata. No byte of anything else is in them. Errors: STORE_FAILED.
   std::string storeOfWhatIsLeft();
 
  private:
@@ -80,6 +86,7 @@ class WorkingCopy : public project::management::ProjectManager, private project:
 
   std::optional<std::size_t> find(const fl::filesystem::path& entry) const;
   std::vector<const Entry*> entriesThatAre(bool gone) const;
+  std::vector<std::pair<std::string, std::u16string>> attachmentsThatLeave() const;
   fl::filesystem::path pathOf(std::size_t entry) const;
   std::vector<bool> withAllBelow(const std::vector<fl::filesystem::path>& entries) const;
 
