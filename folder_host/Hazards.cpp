@@ -10,7 +10,6 @@
 #include "folder_host/EntryTable.h"
 #include "folder_host/Failure.h"
 #include "folder_host/FoldedName.h"
-#include "folder_host/Shown.h"
 
 namespace folder_host {
 
@@ -96,7 +95,7 @@ std::map<std::string, std::string, TreeOrder> labelsOnGonePaths(WorkingCopy& cop
     for (const std::string& path : labels.pathsOf(label.uuid)) {
       if (copy.table().find(path)) continue;
       std::string& names = gone[path];
-      names += (names.empty() ? "" : ", ") + shown(label.categoryName + u"/" + label.name);
+      names += (names.empty() ? "" : ", ") + inQuotes(label.categoryName + u"/" + label.name);
     }
   }
   return gone;

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "folder_host/Error.h"
-#include "folder_host/Shown.h"
+#include "folder_host/Quoted.h"
 #include "folder_host/Store.h"
 #include "folder_host/Text.h"
 #include "project/metadata/MetadataManager.h"
@@ -40,7 +40,7 @@ void checkNames(Store& store, const std::u16string& categoryName, const std::u16
       "?";
   if (!store.query(sql, {toBlob(categoryName), toBlob(name), toBlob(itself)}).empty()) {
     throw Error(errors::LABEL_NAME_TAKEN,
-                "there is already a label '" + shown(categoryName + u"/" + name) + "'; choose another name");
+                "there is already a label " + inQuotes(categoryName + u"/" + name) + "; choose another name");
   }
 }
 

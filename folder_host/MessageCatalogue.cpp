@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 
+#include "folder_host/Quoted.h"
 #include "folder_host/Text.h"
 
 namespace folder_host {
@@ -15,8 +16,8 @@ constexpr const char* COMPONENT = "ORCHID:project:sharing";
 constexpr std::array<Message, 5> MESSAGES = {{
     {"ExportProfileUuidNotFound", "no export profile has the given UUID", u"No export profile has the UUID %1."},
     {"ExportProfileNameNotUnique", "several export profiles have the given name",
-     u"Several export profiles have the name \"%1\"; name the one you mean by its UUID."},
-    {"ExportProfileNameNotFound", "no export profile has the given name", u"No export profile has the name \"%1\"."},
+     u"Several export profiles have the name %1; name the one you mean by its UUID."},
+    {"ExportProfileNameNotFound", "no export profile has the given name", u"No export profile has the name %1."},
     {"ExportProfilesStartupFailure", "the export profiles could not be started",
      u"The export profiles of the project could not be started."},
     {"ExportProfileAlreadyExists", "there is already such an export profile",
@@ -56,7 +57,8 @@ std::u16string messageText(const resource_core::BaseMsgID& record) {
   std::u16string text = message->sentence;
   const std::size_t placeholder = text.find(u"%1");
   if (placeholder == std::u16string::npos) return text;
-  return record.arguments.empty() ? listed(record) : text.replace(placeholder, 2, textOf(record.arguments.front()));
+  return record.arguments.empty() ? listed(record)
+                                  : text.replace(placeholder, 2, fromBytes(inQuotes(textOf(record.arguments.front()))));
 }
 
 std::string messageIdentifier(const resource_core::BaseMsgID& record) { return record.component + ":" + record.key; }

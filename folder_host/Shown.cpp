@@ -1,55 +1,67 @@
 #include "folder_host/Shown.h"
 
+#include <utf8proc.h>
+
+#include <algorithm>
+
 #include "folder_host/Text.h"
 
 namespace folder_host {
 
 namespace {
 
-bool isBetween(char16_t unit, char16_t first, char16_t last) { return unit >= first && unit <= last; }
+constexpr char32_t EMPTY_BRAILLE = 0x2800;
 
-bool turnsDirection(char16_t unit) {
-  return isBetween(unit, 0x200e, 0x200f) || isBetween(unit, 0x202a, 0x202e) || isBetween(unit, 0x2066, 0x2069);
+const utf8proc_property_t& propertyOf(char32_t point) {
+  return *utf8proc_get_property(static_cast<utf8proc_int32_t>(point));
 }
 
-bool isByte(char16_t unit) { return isBetween(unit, 0xdc80, 0xdcff); }
-
-bool isEscaped(char16_t unit) {
-  return unit < 0x20 || isBetween(unit, 0x7f, 0x9f) || unit == u'\\' || turnsDirection(unit) || isByte(unit);
+bool isEmojiStyle(char32_t point, char32_t before) {
+  return (point == 0xFE0E || point == 0xFE0F) &&
+         propertyOf(before).boundclass == UTF8PROC_BOUNDCLASS_EXTENDED_PICTOGRAPHIC;
 }
 
-std::string hex(unsigned value, int digits) {
-  std::string text;
-  for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4) text += "0123456789abcdef"[(value >> shift) & 0xfU];
+std::string numbered(const char* begin, char32_t value, unsigned digits) {
+  std::string text = begin;
+  while (digits-- > 0) text += "0123456789abcdef"[(value >> (4 * digits)) & 0xFU];
   return text;
 }
 
-std::string escaped(char16_t unit) {
-  if (unit == u'\n') return "\\n";
-  if (unit == u'\t') return "\\t";
-  if (unit == u'\\') return "\\\\";
-  return unit < 0x80 || isByte(unit) ? "\\x" + hex(unit & 0xffU, 2) : "\\u" + hex(unit, 4);
-}
-
-bool isPair(std::u16string_view text) {
-  return text.size() == 2 && (text[0] & 0xfc00) == 0xd800 && (text[1] & 0xfc00) == 0xdc00;
+std::string escaped(char32_t point) {
+  if (point == '\n') return "\\n";
+  if (point == '\t') return "\\t";
+  if (point == '\\') return "\\\\";
+  if (point < 0x80) return numbered("\\x", point, 2);
+  return point < 0x10000 ? numbered("\\u", point, 4) : numbered("\\U", point, 8);
 }
 
 }  // namespace
 
-std::string shown(std::u16string_view text) {
+bool isUnseen(char32_t point) {
+  if (point < 0x7F) return point < 0x20;
+  const utf8proc_property_t& property = propertyOf(point);
+  return property.ignorable || point == EMPTY_BRAILLE || property.category == UTF8PROC_CATEGORY_CC ||
+         property.category == UTF8PROC_CATEGORY_CF || property.category == UTF8PROC_CATEGORY_ZL ||
+         property.category == UTF8PROC_CATEGORY_ZP;
+}
+
+std::string shown(std::string_view bytes) {
   std::string result;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (isPair(text.substr(i, 2))) {
-      result += toBytes(text.substr(i, 2));
-      ++i;
+  result.reserve(bytes.size());
+  char32_t before = 0;
+  while (!bytes.empty()) {
+    const Character first = firstCharacter(bytes);
+    if (!first.isValid) {
+      result += numbered("\\x", first.point, 2);
+    } else if (first.point == '\\' || (isUnseen(first.point) && !isEmojiStyle(first.point, before))) {
+      result += escaped(first.point);
     } else {
-      result += isEscaped(text[i]) ? escaped(text[i]) : toBytes(text.substr(i, 1));
+      result += bytes.substr(0, first.length);
     }
+    before = first.point;
+    bytes.remove_prefix(first.length);
   }
   return result;
 }
-
-std::string shown(std::string_view bytes) { return shown(std::u16string_view(fromBytes(bytes))); }
 
 }  // namespace folder_host

@@ -18,29 +18,10 @@ bool isLow(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
 unsigned byteAt(std::string_view bytes, std::size_t index) { return static_cast<unsigned char>(bytes[index]); }
 
-struct Decoded {
-  char32_t point = 0;
-  std::size_t length = 0;  // 0: the bytes do not begin with valid UTF-8
-};
-
 std::size_t sequenceLength(unsigned lead) {
   if (lead < 0x80) return 1;
   if (lead < 0xC2 || lead > 0xF4) return 0;
   return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-}
-
-Decoded decode(std::string_view bytes) {
-  static constexpr std::array<char32_t, 5> LEAST = {0, 0, 0x80, 0x800, 0x10000};
-  const std::size_t length = sequenceLength(byteAt(bytes, 0));
-  if (length == 0 || bytes.size() < length) return {};
-  if (length == 1) return {byteAt(bytes, 0), 1};
-  char32_t point = byteAt(bytes, 0) & (0x7FU >> length);
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byteAt(bytes, i) & 0xC0U) != 0x80) return {};
-    point = (point << 6U) | (byteAt(bytes, i) & 0x3FU);
-  }
-  if (point < LEAST[length] || isSurrogate(point) || point > 0x10FFFF) return {};
-  return {point, length};
 }
 
 void appendUnits(std::u16string& text, char32_t point) {
@@ -63,13 +44,28 @@ void appendBytes(std::string& bytes, char32_t point) {
 
 }  // namespace
 
+Character firstCharacter(std::string_view bytes) {
+  static constexpr std::array<char32_t, 5> LEAST = {0, 0, 0x80, 0x800, 0x10000};
+  const std::size_t length = sequenceLength(byteAt(bytes, 0));
+  const Character invalid{byteAt(bytes, 0), 1, false};
+  if (length == 0 || bytes.size() < length) return invalid;
+  if (length == 1) return {byteAt(bytes, 0), 1, true};
+  char32_t point = byteAt(bytes, 0) & (0x7FU >> length);
+  for (std::size_t i = 1; i < length; ++i) {
+    if ((byteAt(bytes, i) & 0xC0U) != 0x80) return invalid;
+    point = (point << 6U) | (byteAt(bytes, i) & 0x3FU);
+  }
+  if (point < LEAST[length] || isSurrogate(point) || point > 0x10FFFF) return invalid;
+  return {point, length, true};
+}
+
 std::u16string fromBytes(std::string_view bytes) {
   std::u16string text;
   text.reserve(bytes.size());
   while (!bytes.empty()) {
-    const Decoded decoded = decode(bytes);
-    appendUnits(text, decoded.length != 0 ? decoded.point : BYTE_BASE + byteAt(bytes, 0));
-    bytes.remove_prefix(decoded.length != 0 ? decoded.length : 1);
+    const Character first = firstCharacter(bytes);
+    appendUnits(text, first.isValid ? first.point : BYTE_BASE + first.point);
+    bytes.remove_prefix(first.length);
   }
   return text;
 }

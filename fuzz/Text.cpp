@@ -2,18 +2,31 @@
 
 #include "folder_host/Text.h"
 
-#include <algorithm>
-
 #include "Fuzz.h"
 #include "folder_host/FoldedName.h"
+#include "folder_host/Quoted.h"
 #include "folder_host/Shown.h"
 
 using namespace folder_host;
 
 namespace {
 
-bool steersNothing(const std::string& text) {
-  return std::none_of(text.begin(), text.end(), [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; });
+// An emoji's style apart.
+bool isSeen(std::string_view text) {
+  while (!text.empty()) {
+    const Character first = firstCharacter(text);
+    const bool isStyle = first.point == 0xFE0E || first.point == 0xFE0F;
+    if (!first.isValid || (isUnseen(first.point) && !isStyle)) return false;
+    text.remove_prefix(first.length);
+  }
+  return true;
+}
+
+// Quotes within it come in pairs.
+bool endsWithItsQuotes(const std::string& quoted) {
+  std::size_t at = 1;
+  while (quoted.at(at) != '\'' || quoted.compare(at, 2, "''") == 0) at += quoted[at] == '\'' ? 2U : 1U;
+  return quoted.front() == '\'' && at + 1 == quoted.size();
 }
 
 }  // namespace
@@ -23,7 +36,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::u16string text = fromBytes(bytes);
   require(toBytes(text) == bytes, "a file name comes back byte by byte");
   require(fromBlob(toBlob(text)) == text, "a stored text comes back unit by unit");
-  require(steersNothing(shown(bytes)) && steersNothing(shown(text)), "a name that is shown steers no terminal");
+  require(isSeen(shown(bytes)), "what is shown is seen");
+  require(endsWithItsQuotes(inQuotes(bytes)), "a name ends where its quotes end");
   require(foldedName(foldedName(bytes)) == foldedName(bytes), "a folded name stays as it is");
   if (size % 2 == 0) require(toBlob(fromBlob(bytes)) == bytes, "any units come back");
   return 0;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "folder_host/Error.h"
+#include "folder_host/Quoted.h"
 #include "folder_host/Shown.h"
 #include "folder_host/Text.h"
 #include "foundation/core/except/Exception.h"
@@ -78,10 +79,31 @@ TEST(Text, ASurrogateThatStandsForNothingIsReplaced) {
   EXPECT_EQ(toBytes(u"\xD800z\xDC00\xD800"), "\uFFFDz\uFFFD\uFFFD");
 }
 
-TEST(Text, IsShownOnOneLineThatSteersNothing) {
-  EXPECT_EQ(shown(std::string_view("a\n\t\x1b\\\x7f \xC2\x80\xC2\x9b\xE2\x80\xAE\xFF")),
-            "a\\n\\t\\x1b\\\\\\x7f \\u0080\\u009b\\u202e\\xff");
-  EXPECT_EQ(shown(std::u16string_view(u"\u00E9\U0001F600\xD800\n")), "\u00E9\U0001F600\xEF\xBF\xBD\\n");
+TEST(Text, IsShownOnOneLineByWhatIsSeen) {
+  const struct {
+    std::string bytes;
+    std::string shown;
+  } rows[] = {
+      {"a\n\t\x1b\\\x7f \xFF\xE2\x80", R"(a\n\t\x1b\\\x7f \xff\xe2\x80)"},
+      {"\xC2\x80\xC2\x9b\u00AD\u034f\u061c\u115f\u1160", R"(\u0080\u009b\u00ad\u034f\u061c\u115f\u1160)"},
+      {"\u17b4\u17b5\u180b\u180e\u180f\u200b\u200d", R"(\u17b4\u17b5\u180b\u180e\u180f\u200b\u200d)"},
+      {"\u2028\u2029\u202e\u2066\u2800\u3164\ufeff", R"(\u2028\u2029\u202e\u2066\u2800\u3164\ufeff)"},
+      {"\uffa0\U0001d173\U000e0001\U000e007f", R"(\uffa0\U0001d173\U000e0001\U000e007f)"},
+      {"\u00E9e\u0301\U0001F600\u3000\U0010FFFF", "\u00E9e\u0301\U0001F600\u3000\U0010FFFF"},
+      {"\u2764\uFE0Fx\uFE0F\uFE0E", "\u2764\uFE0Fx\\ufe0f\\ufe0e"},
+      {"", ""},
+  };
+  for (const auto& row : rows) EXPECT_EQ(shown(row.bytes), row.shown);
+}
+
+TEST(Text, ANameStandsFreeOrInQuotesThatItCannotEnd) {
+  for (const char* name : {"a", "a b", "a/", "a:b", "a,b", "-a", "~", "[x]", "\u00E9\xFF"})
+    EXPECT_EQ(freeName(name), name);
+  for (const std::string name : {"", " ", " a", "a ", "a  b", "a, b", "a: b", "- a", "~ a", "a\u00A0b", "\u3000"}) {
+    EXPECT_EQ(freeName(name), "'" + name + "'");
+  }
+  EXPECT_EQ(freeName(u"it's"), "'it''s'");
+  EXPECT_EQ(inQuotes("'"), "''''");
 }
 
 TEST(HostFunctions, EveryKnownMessageHasTextsOfItsOwnWithItsArgument) {

@@ -6,11 +6,9 @@
 #include <iterator>
 
 #include "Lookup.h"
-#include "Output.h"
 #include "PreviewReport.h"
 #include "Refusal.h"
 #include "StoredFilters.h"
-#include "folder_host/Failure.h"
 #include "project/sharing/profiles/ExportProfileTransformation.h"
 
 namespace project_share {
@@ -36,7 +34,7 @@ std::vector<Hazard> goneLabels(const ExportProfile& profile, const std::vector<L
       hazards.push_back({refusals::LABEL_GONE,
                          {},
                          fmt::format("the {} filter names the label {}, which is gone; take it out of the filter",
-                                     wordOf(filter->getType()), shown(item.labelUUID))});
+                                     wordOf(filter->getType()), inQuotes(item.labelUUID))});
     }
   }
   return hazards;
@@ -59,10 +57,10 @@ std::vector<Hazard> sparedFolders(const Preview& preview) {
   for (const Spared& spared : preview.spared) {
     if (spared.unlabelled == nullptr || !told.insert(spared.unlabelled).second) continue;
     hazards.push_back({refusals::FOLDER_SPARED, spared.folder->path,
-                       fmt::format("{} carries {} and stays all the same, because {} in it has no label; label that "
+                       fmt::format("{} carries {}, and stays all the same, because {} in it has no label; label that "
                                    "too, or take the label off the folder",
-                                   folder_host::inQuotes(spared.folder->path), namesOf(preview, spared.labels),
-                                   folder_host::inQuotes(spared.unlabelled->path))});
+                                   inQuotes(spared.folder->path), namesOf(preview, spared.labels),
+                                   inQuotes(spared.unlabelled->path))});
   }
   return hazards;
 }
@@ -85,10 +83,10 @@ std::vector<Hazard> idleLabels(const profiles::ExportFilter& filter, const folde
   std::vector<Hazard> idle;
   for (const LabelRecord& label : store.list()) {
     if (named.count({label.categoryUUID, label.uuid}) == 0 || !store.pathsOf(label.uuid).empty()) continue;
-    idle.push_back(
-        {refusals::LABEL_IDLE,
-         {},
-         fmt::format("the {} filter names {}, which hangs on nothing", wordOf(filter.getType()), nameOf(label))});
+    idle.push_back({refusals::LABEL_IDLE,
+                    {},
+                    fmt::format("the {} filter names {}, which hangs on nothing", wordOf(filter.getType()),
+                                inQuotes(nameOf(label)))});
   }
   return idle.size() < named.size() ? idle : std::vector<Hazard>();
 }

@@ -1,7 +1,6 @@
 #include "CommandLine.h"
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -125,7 +124,7 @@ void addLabelCommands(CLI::App& app, Words& words) {
 
 void addFilterCommands(CLI::App* add, CLI::App* remove, Words& words) {
   for (CLI::App* command : {add, remove}) {
-    command->add_option("KIND", words.kind)->required()->check(CLI::IsMember(kindWords()));
+    addWord(command, "KIND", words.kind)->check(CLI::IsMember(kindWords()));
     addWord(command, "LABEL", words.labels, "CATEGORY/NAME or UUID")->required(command == add);
   }
   add->callback([&] { addFilter(words.profile, words.kind, words.labels); });
@@ -192,6 +191,7 @@ void addShareCommands(CLI::App& app, Words& words) {
   share->add_flag("--whole", words.whole, "Everything, without a profile");
   share->add_option("--allow", words.allowed, "Share in spite of this reason against it; can be repeated")
       ->allow_extra_args(false)
+      ->transform(unmarked)
       ->check(CLI::IsMember(allowableHazards()));
   share->add_flag("--strict", words.strict, "Refuse where a filter takes nothing out");
   CLI::Option* receipt =
@@ -213,7 +213,7 @@ void goTo(const std::string& folder) {
   std::error_code error;
   std::filesystem::current_path(folder, error);
   if (!error) return;
-  throw Refusal(folder_host::errors::NOT_A_PROJECT, "cannot work in \"" + shown(folder) + "\": " + error.message());
+  throw Refusal(folder_host::errors::NOT_A_PROJECT, "cannot work in " + inQuotes(folder) + ": " + error.message());
 }
 
 void addOptions(CLI::App& app) {
@@ -238,8 +238,9 @@ int parse(CLI::App& app, std::vector<std::string> words) {
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() != 0) {
       const std::vector<std::string> unknown = app.remaining(true);
-      const std::string problem = unknown.empty() ? error.what() : "what is \"" + unmarked(unknown.front()) + "\"?";
-      return complain(WRONG_USAGE, "usage", (shown(problem) + "; see '" + namedCommand(app) + " --help'").c_str());
+      const std::string problem =
+          unknown.empty() ? error.what() : "what is " + inQuotes(unmarked(unknown.front())) + "?";
+      return complain(WRONG_USAGE, "usage", problem + "; see '" + namedCommand(app) + " --help'");
     }
     app.exit(error);  // help was asked for
   }
@@ -248,12 +249,6 @@ int parse(CLI::App& app, std::vector<std::string> words) {
 }
 
 }  // namespace
-
-int complain(int code, const char* identifier, const char* message) {
-  std::fflush(stdout);  // what was found comes before what is made of it
-  std::fprintf(stderr, "project-share: %s: %s\n", identifier, message);
-  return code;
-}
 
 int runCommandLine(int argc, char** argv) {
   manner() = usualManner();

@@ -6,7 +6,4 @@ namespace project_share {
 
 int runCommandLine(int argc, char** argv);
 
-// Prints the one line for a failure, and gives the code back.
-int complain(int code, const char* identifier, const char* message);
-
 }  // namespace project_share

@@ -68,18 +68,19 @@ void printFilter(ExportFilter& filter, std::size_t position, const std::vector<f
   const auto items = filter.getItems();
   const auto cases = isFileKind(kind) ? fileCases(filter, items) : labelCases(filter, items);
   Json object{{"filter", position}, {"kind", wordOf(kind)}, {"meaning", meaningOf(kind)}, {"labels", Json::array()}};
-  std::string text = fmt::format("  {}. {}: {}", position, wordOf(kind), meaningOf(kind));
-  for (const std::string& name : labelNames(filter, labels)) {
-    object["labels"].push_back(name);
-    text += "\n       " + name;
+  std::vector<std::string> lines{fmt::format("  {}. {}: {}", position, wordOf(kind), meaningOf(kind))};
+  for (const NamedLabel& label : namedBy(filter, labels)) {
+    object["labels"].push_back(utf8(label.name) + (label.isGone ? " (gone)" : ""));
+    lines.push_back("       " + textOf(label));
   }
-  if (items.empty()) text += "\n       (none)";
-  text += isFileKind(kind) ? "\n     an entry with" : "\n     of the project's labels,";
+  if (items.empty()) lines.emplace_back("       (none)");
+  lines.emplace_back(isFileKind(kind) ? "     an entry with" : "     of the project's labels,");
   for (const Case& one : cases) {
     object["cases"][one.title] = one.answer;
-    text += fmt::format("\n       {:32} {}", one.title, one.answer);
+    lines.push_back(fmt::format("       {:32} {}", one.title, one.answer));
   }
-  item(text, object);
+  if (manner().json) return item({}, object);
+  for (const std::string& text : lines) line(text);
 }
 
 }  // namespace
@@ -92,7 +93,7 @@ void explainProfile(const std::string& word) {
   const auto filters = profile->getFilters();
   const char* begin = filters.empty() ? "has no filter: everything leaves."
                                       : "hands out everything but what its filters take out, one after the other:";
-  if (!manner().json) line(fmt::format("Profile {} {}", shown(nameOf(*profile)), begin));
+  if (!manner().json) line(fmt::format("Profile {} {}", inQuotes(nameOf(*profile)), begin));
   std::size_t position = 0;
   for (const auto& filter : filters) printFilter(*filter, ++position, labels);
   if (manner().json || filters.empty()) return;

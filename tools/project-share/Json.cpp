@@ -1,6 +1,9 @@
 #include "Json.h"
 
+#include <fmt/format.h>
+
 #include "Lookup.h"
+#include "folder_host/Shown.h"
 #include "folder_host/Text.h"
 
 namespace project_share {
@@ -35,6 +38,24 @@ std::string utf8(std::u16string_view text) {
 
 std::string utf8(std::string_view bytes) { return utf8(std::u16string_view(folder_host::fromBytes(bytes))); }
 
+// Beyond ASCII, texts alone have anything.
+std::string written(const Json& object, int indent) {
+  const std::string plain = object.dump(indent, ' ', false, Json::error_handler_t::replace);
+  std::string result;
+  result.reserve(plain.size());
+  for (std::string_view rest = plain; !rest.empty();) {
+    const folder_host::Character first = folder_host::firstCharacter(rest);
+    const std::string_view bytes = rest.substr(0, first.length);
+    if (first.point >= 0x7f && folder_host::isUnseen(first.point)) {
+      for (const char16_t unit : folder_host::fromBytes(bytes)) result += fmt::format("\\u{:04x}", unsigned{unit});
+    } else {
+      result += bytes;
+    }
+    rest.remove_prefix(first.length);
+  }
+  return result;
+}
+
 void putPath(Json& object, const std::string& key, const std::string& bytes) {
   object[key] = utf8(bytes);
   if (object[key].get_ref<const std::string&>() != bytes) object[key + "Hex"] = folder_host::hexOf(bytes);
@@ -60,7 +81,7 @@ Json jsonOf(const folder_host::LabelRecord& label) {
 Json jsonOf(const folder_host::Hazard& hazard) {
   Json object{{"type", "hazard"}, {"identifier", hazard.identifier}};
   if (!hazard.path.empty()) putPath(object, "path", hazard.path);
-  object["message"] = hazard.message;
+  object["message"] = utf8(hazard.message);
   return object;
 }
 

@@ -18,6 +18,10 @@ using Json = nlohmann::ordered_json;
 std::string utf8(std::string_view bytes);
 std::string utf8(std::u16string_view text);
 
+// The object as it is written: valid UTF-8, characters that are not seen (folder_host::isUnseen) as escapes. Without an
+// indent it is one line.
+std::string written(const Json& object, int indent = -1);
+
 // Sets `key` to the path and, where that is no UTF-8, `key` and "Hex" to its bytes.
 void putPath(Json& object, const std::string& key, const std::string& bytes);
 // The bytes that putPath was given. Throws nlohmann::json::exception where there is no path.

@@ -40,7 +40,7 @@ std::vector<std::string> pathsAt(const std::vector<std::string>& sorted, const F
   std::vector<std::string> all;
   for (const std::string& one : named) {
     const std::vector<std::string> found = pathsAt(sorted, project.locate(one), only);
-    if (found.empty()) throw refusalOf(shown(one));
+    if (found.empty()) throw refusalOf(inQuotes(one));
     all.insert(all.end(), found.begin(), found.end());
   }
   return all;
@@ -48,11 +48,11 @@ std::vector<std::string> pathsAt(const std::vector<std::string>& sorted, const F
 
 Refusal noEntry(const std::string& named) {
   return {folder_host::errors::PATH_NOT_AN_ENTRY,
-          fmt::format("'{}' is no file, folder or link of the project that a label can hang on", named)};
+          fmt::format("{} is no file, folder or link of the project that a label can hang on", named)};
 }
 
 Refusal notAttached(const std::string& named) {
-  return {refusals::LABEL_NOT_ATTACHED, fmt::format("nothing at '{}' carries that label", named)};
+  return {refusals::LABEL_NOT_ATTACHED, fmt::format("nothing at {} carries that label", named)};
 }
 
 std::vector<std::string> entryPaths(const FolderProject& project) {
@@ -65,8 +65,9 @@ std::vector<std::string> entryPaths(const FolderProject& project) {
 void refuseInUse(profiles::ExportProfileManager& manager, const LabelRecord& label) {
   forEachItem(manager, [&](const auto& profile, const auto& filter, const auto& item) {
     if (item.labelUUID != label.uuid) return;
-    throw Refusal(refusals::LABEL_IN_USE, fmt::format("profile '{}' names {} in its {} filter; take it out there first",
-                                                      shown(nameOf(profile)), nameOf(label), wordOf(filter.getType())));
+    throw Refusal(refusals::LABEL_IN_USE,
+                  fmt::format("profile {} names {} in its {} filter; take it out there first",
+                              inQuotes(nameOf(profile)), inQuotes(nameOf(label)), wordOf(filter.getType())));
   });
 }
 
@@ -81,7 +82,7 @@ void initProject(const std::string& folder) {
   const FolderProject project = FolderProject::init(folder);
   Json object;
   putPath(object, "project", project.root());
-  done(fmt::format("Made {} a project.", shown(project.root())), object);
+  done(fmt::format("Made {} a project.", inQuotes(project.root())), object);
 }
 
 void createLabels(const std::vector<std::string>& labels) {
@@ -95,7 +96,7 @@ void createLabels(const std::vector<std::string>& labels) {
     return records;
   });
   for (const LabelRecord& label : made) {
-    done(fmt::format("Created label {} ({}).", nameOf(label), shown(label.uuid)), jsonOf(label));
+    done(fmt::format("Created label {} ({}).", inQuotes(nameOf(label)), freeName(label.uuid)), jsonOf(label));
   }
 }
 
@@ -114,7 +115,7 @@ void renameLabel(const std::string& word, const std::string& name) {
     project.labels().rename(found.uuid, folder_host::fromBytes(name));
     return found;
   });
-  done(fmt::format("Renamed label {} to {} ({}).", nameOf(label), shown(name), shown(label.uuid)),
+  done(fmt::format("Renamed label {} to {} ({}).", inQuotes(nameOf(label)), inQuotes(name), freeName(label.uuid)),
        {{"uuid", utf8(label.uuid)}, {"category", utf8(label.categoryName)}, {"name", utf8(name)}});
 }
 
@@ -129,7 +130,7 @@ void deleteLabel(const std::string& word) {
   });
   Json object = jsonOf(label);
   object["paths"] = count;
-  done(fmt::format("Deleted label {} ({}), which was attached to {}.", nameOf(label), shown(label.uuid),
+  done(fmt::format("Deleted label {} ({}), which was attached to {}.", inQuotes(nameOf(label)), freeName(label.uuid),
                    counted(count, "path", "paths")),
        object);
 }
@@ -142,7 +143,7 @@ void keepLabel(const std::string& word, bool kept) {
     found.kept = kept;
     return found;
   });
-  done(fmt::format("Filters may {} remove label {}.", kept ? "not" : "now", nameOf(label)), jsonOf(label));
+  done(fmt::format("Filters may {} remove label {}.", kept ? "not" : "now", inQuotes(nameOf(label))), jsonOf(label));
 }
 
 std::vector<std::string> readPaths(char end) {
@@ -171,7 +172,7 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
     return std::tuple(std::move(found), distinct(std::move(paths)), count);
   });
   const std::string had = entries == added ? "" : fmt::format(" ({} had it already)", entries - added);
-  done(fmt::format("Attached {} to {}{}.", nameOf(label), counted(added, "entry", "entries"), had),
+  done(fmt::format("Attached {} to {}{}.", inQuotes(nameOf(label)), counted(added, "entry", "entries"), had),
        {{"label", jsonOf(label)}, {"entries", entries}, {"added", added}});
 }
 
@@ -185,7 +186,7 @@ void detachLabel(const std::string& word, const std::vector<std::string>& named,
         project.labels().detach(found.uuid, pathsAt(labelled, project, named, folderOnly, notAttached));
     return std::pair(std::move(found), count);
   });
-  done(fmt::format("Detached {} from {}.", nameOf(label), counted(removed, "path", "paths")),
+  done(fmt::format("Detached {} from {}.", inQuotes(nameOf(label)), counted(removed, "path", "paths")),
        {{"label", jsonOf(label)}, {"removed", removed}});
 }
 

@@ -7,7 +7,6 @@
 #include <stdexcept>
 #include <utility>
 
-#include "Output.h"
 #include "Refusal.h"
 #include "folder_host/Text.h"
 
@@ -30,19 +29,17 @@ const std::vector<std::pair<std::string, std::u16string>>& kinds() {
 template <class Found>
 auto theOnly(const Found& found, const char* ambiguous, const char* absent, const std::string& word, const char* what) {
   if (found.empty()) {
-    throw Refusal(absent, fmt::format("there is no {0} '{1}'; 'project-share {0} list' shows them", what, shown(word)));
+    throw Refusal(absent,
+                  fmt::format("there is no {0} {1}; 'project-share {0} list' shows them", what, inQuotes(word)));
   }
   if (found.size() > 1) {
-    throw Refusal(ambiguous,
-                  fmt::format("{2} {0}s are named '{1}'; give the UUID, which 'project-share {0} list' shows", what,
-                              shown(word), found.size()));
+    throw Refusal(ambiguous, fmt::format("{2} {0}s are named {1}; give the UUID, which 'project-share {0} list' shows",
+                                         what, inQuotes(word), found.size()));
   }
   return found.front();
 }
 
 profiles::ExportStrategyItem itemOf(const LabelRecord& label) { return {label.categoryUUID, label.uuid}; }
-
-std::string nameOfGone(const profiles::ExportStrategyItem& item) { return shown(item.labelUUID) + " (gone)"; }
 
 }  // namespace
 
@@ -63,7 +60,7 @@ std::u16string kindOf(const std::string& word) {
 std::string wordOf(const std::u16string& kind) {
   const auto is = [&](const auto& known) { return known.second == kind; };
   const auto found = std::find_if(kinds().begin(), kinds().end(), is);
-  return found != kinds().end() ? found->first : shown(kind);
+  return found != kinds().end() ? found->first : inQuotes(kind);
 }
 
 bool isFileKind(const std::u16string& kind) {
@@ -83,7 +80,7 @@ LabelRecord findLabel(const std::vector<LabelRecord>& labels, const std::string&
 std::pair<std::u16string, std::u16string> splitLabel(const std::string& word) {
   const std::size_t slash = word.find('/');
   if (slash == std::string::npos) {
-    throw Refusal(refusals::LABEL_MALFORMED, fmt::format("'{}' is no label; write CATEGORY/NAME", shown(word)));
+    throw Refusal(refusals::LABEL_MALFORMED, fmt::format("{} is no label; write CATEGORY/NAME", inQuotes(word)));
   }
   return {folder_host::fromBytes(word.substr(0, slash)), folder_host::fromBytes(word.substr(slash + 1))};
 }
@@ -96,16 +93,16 @@ std::u16string nameOf(const profiles::ExportProfile& profile) {
   }
 }
 
-std::string nameOf(const LabelRecord& label) { return shown(label.categoryName + u"/" + label.name); }
+std::string nameOf(const LabelRecord& label) { return folder_host::toBytes(label.categoryName + u"/" + label.name); }
 
 std::string nameOf(const folder_host::Entry& entry) {
-  return shown(entry.path) + (entry.kind == folder_host::EntryKind::folder ? "/" : "");
+  return entry.path + (entry.kind == folder_host::EntryKind::folder ? "/" : "");
 }
 
 std::string nameOf(const profiles::ExportStrategyItem& item, const std::vector<LabelRecord>& labels) {
   const auto is = [&](const LabelRecord& label) { return itemOf(label) == item; };
   const auto found = std::find_if(labels.begin(), labels.end(), is);
-  return found != labels.end() ? nameOf(*found) : nameOfGone(item);
+  return found != labels.end() ? nameOf(*found) : folder_host::toBytes(item.labelUUID);
 }
 
 std::unique_ptr<profiles::ExportProfileManager> managerOf(folder_host::WorkingCopy& copy) {
@@ -120,16 +117,19 @@ std::vector<std::shared_ptr<profiles::ExportProfile>> profilesByName(profiles::E
   return sorted;
 }
 
-std::vector<std::string> labelNames(const profiles::ExportFilter& filter, const std::vector<LabelRecord>& labels) {
+std::string textOf(const NamedLabel& label) { return freeName(label.name) + (label.isGone ? "  (gone)" : ""); }
+
+std::vector<NamedLabel> namedBy(const profiles::ExportFilter& filter, const std::vector<LabelRecord>& labels) {
   std::map<profiles::ExportStrategyItem, std::string> known;
   for (const LabelRecord& label : labels) known.emplace(itemOf(label), nameOf(label));
-  std::vector<std::string> names;
+  std::vector<NamedLabel> named;
   for (const auto& item : filter.getItems()) {
     const auto found = known.find(item);
-    names.push_back(found != known.end() ? found->second : nameOfGone(item));
+    const bool isGone = found == known.end();
+    named.push_back({isGone ? folder_host::toBytes(item.labelUUID) : found->second, isGone});
   }
-  std::sort(names.begin(), names.end());
-  return names;
+  std::sort(named.begin(), named.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
+  return named;
 }
 
 std::shared_ptr<profiles::ExportProfile> findProfile(profiles::ExportProfileManager& manager, const std::string& word) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "folder_host/FolderProject.h"
+#include "folder_host/Quoted.h"
 #include "project/sharing/profiles/ExportFilter.h"
 #include "project/sharing/profiles/ExportProfile.h"
 #include "project/sharing/profiles/ExportProfileManager.h"
@@ -14,10 +15,14 @@ namespace project_share {
 
 namespace profiles = project::sharing::profiles;
 
+// Names are given as they are; in a sentence they are quoted, in lists they stand free where they can.
+using folder_host::freeName;
+using folder_host::inQuotes;
+
 // The words for the kinds of filter, in the order in which help lists them.
 const std::vector<std::string>& kindWords();
 std::u16string kindOf(const std::string& word);  // one of kindWords()
-std::string wordOf(const std::u16string& kind);  // an unknown kind: its own text
+std::string wordOf(const std::u16string& kind);  // an unknown kind: its own text, in quotes
 bool isFileKind(const std::u16string& kind);
 
 // The label that CATEGORY/NAME or a UUID names. Errors: LABEL_NOT_FOUND; LABEL_AMBIGUOUS where only a UUID will do.
@@ -29,7 +34,7 @@ std::pair<std::u16string, std::u16string> splitLabel(const std::string& word);
 std::string nameOf(const folder_host::LabelRecord& label);
 std::string nameOf(const folder_host::Entry& entry);  // a folder's ends with a slash
 
-// The label that an item names, as nameOf gives it; of a label that is gone its UUID, and that it is gone.
+// The label that an item names; of one that is gone its UUID.
 std::string nameOf(const profiles::ExportStrategyItem& item, const std::vector<folder_host::LabelRecord>& labels);
 
 // Empty where it is lost, which leaves the profile to be found by its UUID, and deleted.
@@ -45,9 +50,18 @@ std::unique_ptr<profiles::ExportProfileManager> managerOf(folder_host::WorkingCo
 // Sorted by name.
 std::vector<std::shared_ptr<profiles::ExportProfile>> profilesByName(profiles::ExportProfileManager& manager);
 
-// The names of the filter's labels, as nameOf gives them, sorted.
-std::vector<std::string> labelNames(const profiles::ExportFilter& filter,
-                                    const std::vector<folder_host::LabelRecord>& labels);
+// A label that a filter names; of one that is gone the name is its UUID.
+struct NamedLabel {
+  std::string name;
+  bool isGone;
+};
+
+// As it stands in a list: "audience/internal", "UUID  (gone)".
+std::string textOf(const NamedLabel& label);
+
+// Of all that the filter names, sorted by name.
+std::vector<NamedLabel> namedBy(const profiles::ExportFilter& filter,
+                                const std::vector<folder_host::LabelRecord>& labels);
 
 // Every item of every stored profile: visit(profile, filter, item).
 template <class Visit>

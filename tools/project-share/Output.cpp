@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "Refusal.h"
+#include "folder_host/Shown.h"
 
 namespace project_share {
 
@@ -23,8 +24,14 @@ bool isDumb() {
   return terminal == nullptr || std::string_view(terminal) == "dumb";
 }
 
-std::string coloured(const std::string& text, const char* colour) {
-  return manner().colour ? fmt::format("\x1b[{}m{}\x1b[0m", colour, text) : text;
+std::string coloured(const std::string& text, Tone tone) {
+  if (!manner().colour || tone == Tone::plain) return text;
+  return fmt::format("\x1b[{}m{}\x1b[0m", tone == Tone::going ? 31 : 33, text);
+}
+
+void put(const std::string& text) {
+  std::fwrite(text.data(), 1, text.size(), stdout);
+  std::fputc('\n', stdout);
 }
 
 }  // namespace
@@ -45,19 +52,21 @@ std::string counted(std::size_t count, const char* one, const char* many) {
   return fmt::format("{} {}", count, count == 1 ? one : many);
 }
 
-std::string asGoing(const std::string& text) { return coloured(text, "31"); }
+void line(const std::string& text, Tone tone) { put(coloured(folder_host::shown(text), tone)); }
 
-std::string asWarning(const std::string& text) { return coloured(text, "33"); }
-
-void line(const std::string& text) {
-  std::fwrite(text.data(), 1, text.size(), stdout);
-  std::fputc('\n', stdout);
+void item(const std::string& text, const Json& object, Tone tone) {
+  if (manner().json) return put(written(object));
+  line(text, tone);
 }
-
-void item(const std::string& text, const Json& object) { line(manner().json ? object.dump() : text); }
 
 void done(const std::string& text, const Json& object) {
   if (!manner().quiet) item(text, object);
+}
+
+int complain(int code, const std::string& identifier, const std::string& message) {
+  std::fflush(stdout);  // what was found comes before what is made of it
+  std::fprintf(stderr, "%s\n", folder_host::shown("project-share: " + identifier + ": " + message).c_str());
+  return code;
 }
 
 void finishOutput() {

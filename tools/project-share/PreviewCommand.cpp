@@ -32,16 +32,18 @@ std::vector<std::size_t> treeOrder(const std::vector<Entry>& entries) {
 std::string indented(const Entry& entry) {
   const auto depth = static_cast<std::size_t>(std::count(entry.path.begin(), entry.path.end(), '/'));
   const std::string name = entry.path.substr(entry.path.rfind('/') + 1);
-  return std::string(2 * depth, ' ') + shown(name) + (entry.kind == EntryKind::folder ? "/" : "");
+  return std::string(2 * depth, ' ') + freeName(name + (entry.kind == EntryKind::folder ? "/" : ""));
 }
 
 // One line an entry of the tree: '-' goes, '~' stays only for the sake of what is below it.
-std::string treeLine(const Preview& preview, const Entry& entry, const Reason& reason, const Spared* spared) {
+void printTreeLine(const Preview& preview, const Entry& entry, const Reason& reason, const Spared* spared) {
   if (reason.rule != Reason::Rule::none) {
-    return asGoing(fmt::format("- {}  {}", indented(entry), textOf(preview, reason)));
+    line(fmt::format("- {}  {}", indented(entry), textOf(preview, reason)), Tone::going);
+  } else if (spared != nullptr) {
+    line(fmt::format("~ {}  {}", indented(entry), textOf(preview, *spared)), Tone::warning);
+  } else {
+    line("  " + indented(entry));
   }
-  if (spared == nullptr) return "  " + indented(entry);
-  return asWarning(fmt::format("~ {}  {}", indented(entry), textOf(preview, *spared)));
 }
 
 Json jsonLine(const Preview& preview, const Entry& entry, const Reason& reason, const Spared* spared) {
@@ -59,9 +61,9 @@ void printTree(const folder_host::WorkingCopy& copy, const Preview& preview) {
     const Spared* spared = sparedOf(preview, entries[i]);
     const Reason& reason = preview.reasons[i];
     if (manner().json) {
-      line(jsonLine(preview, entries[i], reason, spared).dump());
+      item({}, jsonLine(preview, entries[i], reason, spared));
     } else {
-      line(treeLine(preview, entries[i], reason, spared));
+      printTreeLine(preview, entries[i], reason, spared);
     }
   }
 }
@@ -100,10 +102,10 @@ void printSummary(const folder_host::WorkingCopy& copy, const Assessment& assess
        {{"type", "summary"}, {"entries", all}, {"stay", stays}, {"refused", !assessment.hazards.empty()}});
 }
 
-// "drafts/ stays: no filter of profile public selects it"
+// "'drafts/' stays: no filter of profile 'public' selects it"
 std::string answer(const Assessment& assessment, const Entry& entry, const Reason& reason, const Spared* spared) {
-  const std::string profile = "profile " + shown(assessment.name);
-  const std::string name = nameOf(entry);
+  const std::string profile = "profile " + inQuotes(assessment.name);
+  const std::string name = inQuotes(nameOf(entry));
   if (reason.rule != Reason::Rule::none) {
     return fmt::format("{} goes: {}, {}", name, profile, textOf(assessment.preview, reason));
   }
@@ -143,7 +145,7 @@ void explainPath(const std::string& named, const std::string& word) {
   const auto index = copy->table().find(path);
   if (!index) {
     throw Refusal(folder_host::errors::PATH_NOT_AN_ENTRY,
-                  fmt::format("'{}' is no file, folder or link of the project", shown(named)));
+                  fmt::format("{} is no file, folder or link of the project", inQuotes(named)));
   }
   const Entry& entry = copy->listing().entries[*index];
   const Reason& reason = assessment.preview.reasons[*index];
@@ -154,7 +156,8 @@ void explainPath(const std::string& named, const std::string& word) {
   for (const auto& label : labelsOf(copy->getLabelManager(), path)) object["labels"].push_back(jsonOf(label));
   item(answer(assessment, entry, reason, spared), object);
   if (manner().json) return;
-  for (const folder_host::LabelRecord& label : labelsOf(copy->getLabelManager(), path)) line("label  " + nameOf(label));
+  for (const folder_host::LabelRecord& label : labelsOf(copy->getLabelManager(), path))
+    line("label  " + freeName(nameOf(label)));
 }
 
 }  // namespace project_share

@@ -16,7 +16,7 @@ std::string nameOfFilter(const Preview& preview, std::size_t position) {
 std::string namesOf(const Preview& preview, std::vector<std::size_t> labels) {
   std::sort(labels.begin(), labels.end());  // as they are listed, by name
   std::string names;
-  for (const std::size_t label : labels) names += (names.empty() ? "" : ", ") + nameOf(preview.labels[label]);
+  for (const std::size_t label : labels) names += (names.empty() ? "" : ", ") + freeName(nameOf(preview.labels[label]));
   return names;
 }
 
@@ -27,7 +27,7 @@ std::string selection(const Preview& preview, std::size_t filter, const std::vec
   const std::string begin = nameOfFilter(preview, filter) + ": ";
   if (labels.empty()) return begin + "without a label";
   const bool keeps = preview.filters[filter - 1].kind == profiles::INCLUDE_FILES_WITH_LABEL;
-  return begin + namesOf(preview, labels) + (keeps ? " is not listed" : "");
+  return begin + (keeps ? "not listed: " : "") + namesOf(preview, labels);
 }
 
 }  // namespace
@@ -50,7 +50,7 @@ std::string textOf(const Preview& preview, const Reason& reason) {
 
 std::string textOf(const Preview& preview, const Spared& spared) {
   return fmt::format("{}, but {} below it stays", selection(preview, spared.filter, spared.labels),
-                     shown(spared.because->path));
+                     inQuotes(spared.because->path));
 }
 
 Json jsonOf(const Preview& preview, const Reason& reason) {
@@ -81,7 +81,7 @@ void printHazards(const std::vector<folder_host::Hazard>& hazards, const std::st
   for (const auto& hazard : hazards) {
     Json object = jsonOf(hazard);
     object.update(more);
-    item(asWarning(fmt::format("{}{}: {}", prefix, hazard.identifier, hazard.message)), object);
+    item(fmt::format("{}{}: {}", prefix, hazard.identifier, hazard.message), object, Tone::warning);
   }
 }
 
@@ -95,7 +95,7 @@ void printLabel(const folder_host::LabelRecord& label, std::size_t paths) {
   Json object{{"type", "label"}};
   object.update(jsonOf(label));
   object["paths"] = paths;
-  item(fmt::format("{}  {}  {}{}", shown(label.uuid), nameOf(label), counted(paths, "path", "paths"),
+  item(fmt::format("{}  {}  {}{}", freeName(label.uuid), freeName(nameOf(label)), counted(paths, "path", "paths"),
                    label.kept ? ", kept" : ""),
        object);
 }
@@ -104,7 +104,7 @@ void printSkipped(const folder_host::Listing& listing) {
   for (const std::string& path : listing.skipped) {
     Json object{{"type", "skipped"}};
     putPath(object, "path", path);
-    item(fmt::format("skipped {}: no file, folder or link", shown(path)), object);
+    item(fmt::format("skipped {}: no file, folder or link", inQuotes(path)), object);
   }
 }
 

@@ -13,12 +13,12 @@ namespace project_share {
 // "filter 1, drop-files"
 std::string nameOfFilter(const Preview& preview, std::size_t position);
 
-// The names of labels, given by index, sorted, with commas between.
+// The names of labels, given by index, sorted, each free, with commas between.
 std::string namesOf(const Preview& preview, std::vector<std::size_t> labels);
 
 // "filter 1, drop-files: audience/internal", "nothing left in it"; of an entry that stays empty.
 std::string textOf(const Preview& preview, const Reason& reason);
-// "filter 1, drop-files: audience/internal, but drafts/new below it stays"
+// "filter 1, drop-files: audience/internal, but 'drafts/new' below it stays"
 std::string textOf(const Preview& preview, const Spared& spared);
 
 Json jsonOf(const Preview& preview, const Reason& reason);

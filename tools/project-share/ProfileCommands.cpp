@@ -25,7 +25,7 @@ std::u16string freeName(ExportProfileManager& manager, const std::string& word, 
   for (const auto& profile : manager.getProfiles()) {
     if (nameOf(*profile) == name && profile->getUUID() != uuid) {
       throw Refusal(refusals::PROFILE_NAME_TAKEN,
-                    fmt::format("a profile '{}' is there already; choose another name", shown(name)));
+                    fmt::format("a profile {} is there already; choose another name", inQuotes(name)));
     }
   }
   return name;
@@ -65,9 +65,9 @@ ExportStrategyItem itemIn(const ExportFilter& filter, const std::vector<folder_h
                           const std::string& word) {
   const std::u16string text = folder_host::fromBytes(word);
   for (const ExportStrategyItem& item : filter.getItems()) {
-    if (item.labelUUID == text || nameOf(item, labels) == shown(word)) return item;
+    if (item.labelUUID == text || nameOf(item, labels) == word) return item;
   }
-  throw Refusal(refusals::LABEL_NOT_IN_FILTER, fmt::format("the filter does not name '{}'", shown(word)));
+  throw Refusal(refusals::LABEL_NOT_IN_FILTER, fmt::format("the filter does not name {}", inQuotes(word)));
 }
 
 void removeItems(ExportFilter& filter, const std::vector<folder_host::LabelRecord>& labels,
@@ -100,7 +100,8 @@ void createProfile(const std::string& word) {
   const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
   const auto uuid = edit(project, [&] { return manager->createProfile(freeName(*manager, word))->getUUID(); });
-  done(fmt::format("Created profile {} ({}).", shown(word), shown(uuid)), {{"uuid", utf8(uuid)}, {"name", utf8(word)}});
+  done(fmt::format("Created profile {} ({}).", inQuotes(word), freeName(uuid)),
+       {{"uuid", utf8(uuid)}, {"name", utf8(word)}});
 }
 
 void listProfiles() {
@@ -111,7 +112,7 @@ void listProfiles() {
     Json object{{"type", "profile"}};
     object.update(jsonOf(*profile));
     object["filters"] = filters;
-    item(fmt::format("{}  {}  {}", shown(profile->getUUID()), shown(nameOf(*profile)),
+    item(fmt::format("{}  {}  {}", freeName(profile->getUUID()), freeName(nameOf(*profile)),
                      counted(filters, "filter", "filters")),
          object);
   }
@@ -122,12 +123,12 @@ void showProfile(const std::string& word) {
   const auto scope = project.metadata()->beginReadScope();
   const auto profile = findProfile(*profiles::createManager(project.metadata()), word);
   const auto labels = project.labels().list();
-  if (manner().json) return line(shownAsJson(*profile, labels).dump());
-  line(fmt::format("{} ({})", shown(nameOf(*profile)), shown(profile->getUUID())));
+  if (manner().json) return item({}, shownAsJson(*profile, labels));
+  line(fmt::format("{} ({})", freeName(nameOf(*profile)), freeName(profile->getUUID())));
   std::size_t position = 0;
   for (const auto& filter : profile->getFilters()) {
     line(fmt::format("  {}. {}", ++position, wordOf(filter->getType())));
-    for (const std::string& name : labelNames(*filter, labels)) line("     " + name);
+    for (const NamedLabel& label : namedBy(*filter, labels)) line("     " + textOf(label));
   }
 }
 
@@ -139,7 +140,7 @@ void renameProfile(const std::string& word, const std::string& name) {
     profile->setName(freeName(*manager, name, profile->getUUID()));
     return profile->getUUID();
   });
-  done(fmt::format("Renamed profile {} to {} ({}).", shown(word), shown(name), shown(uuid)),
+  done(fmt::format("Renamed profile {} to {} ({}).", inQuotes(word), inQuotes(name), freeName(uuid)),
        {{"uuid", utf8(uuid)}, {"name", utf8(name)}});
 }
 
@@ -153,7 +154,7 @@ void duplicateProfile(const std::string& word, const std::string& name) {
     copy->save();
     return copy->getUUID();
   });
-  done(fmt::format("Duplicated profile {} as {} ({}).", shown(word), shown(name), shown(uuid)),
+  done(fmt::format("Duplicated profile {} as {} ({}).", inQuotes(word), inQuotes(name), freeName(uuid)),
        {{"uuid", utf8(uuid)}, {"name", utf8(name)}});
 }
 
@@ -165,7 +166,7 @@ void deleteProfile(const std::string& word) {
     manager->deleteProfile(profile);
     return profile->getUUID();
   });
-  done(fmt::format("Deleted profile {} ({}).", shown(word), shown(uuid)), {{"uuid", utf8(uuid)}});
+  done(fmt::format("Deleted profile {} ({}).", inQuotes(word), freeName(uuid)), {{"uuid", utf8(uuid)}});
 }
 
 void addFilter(const std::string& word, const std::string& kindWord, const std::vector<std::string>& labels) {
@@ -178,8 +179,8 @@ void addFilter(const std::string& word, const std::string& kindWord, const std::
     return there;
   });
   const std::string what = counted(labels.size(), "label", "labels");
-  done(wasThere ? fmt::format("Added {} to the {} filter that profile {} has already.", what, kindWord, shown(word))
-                : fmt::format("Added a {} filter with {} to profile {}.", kindWord, what, shown(word)),
+  done(wasThere ? fmt::format("Added {} to the {} filter that profile {} has already.", what, kindWord, inQuotes(word))
+                : fmt::format("Added a {} filter with {} to profile {}.", kindWord, what, inQuotes(word)),
        {{"kind", kindWord}, {"labels", labels.size()}, {"wasThere", wasThere}});
 }
 
@@ -191,8 +192,8 @@ void removeFilter(const std::string& word, const std::string& kindWord, const st
     const auto filter = filterOf(*profile, kindOf(kindWord));
     if (!filter) {
       throw Refusal(refusals::FILTER_NOT_FOUND,
-                    fmt::format("profile '{}' has no {} filter; 'project-share profile show' shows what it has",
-                                shown(word), kindWord));
+                    fmt::format("profile {} has no {} filter; 'project-share profile show' shows what it has",
+                                inQuotes(word), kindWord));
     }
     removeItems(*filter, project.labels().list(), labels);
     const bool whole = labels.empty();
@@ -200,9 +201,9 @@ void removeFilter(const std::string& word, const std::string& kindWord, const st
     profile->save();
     return whole;
   });
-  done(isGone ? fmt::format("Removed the {} filter from profile {}.", kindWord, shown(word))
+  done(isGone ? fmt::format("Removed the {} filter from profile {}.", kindWord, inQuotes(word))
               : fmt::format("Removed {} from the {} filter of profile {}.", counted(labels.size(), "label", "labels"),
-                            kindWord, shown(word)),
+                            kindWord, inQuotes(word)),
        {{"kind", kindWord}, {"labels", labels.size()}, {"wholeFilter", isGone}});
 }
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "Output.h"
+#include "folder_host/Shown.h"
 
 namespace project_share {
 
@@ -48,10 +49,10 @@ void ProgressLine::show(const folder_host::Progress& progress) {
   shown_ = now;
   const double seconds = std::chrono::duration<double>(now - begin_).count();
   const auto text =
-      fmt::format("{}{} {} of {} entries, {} of {}, {}/s, {}", CLEAR, what_, progress.entries, progress.allEntries,
+      fmt::format("{} {} of {} entries, {} of {}, {}/s, {}", what_, progress.entries, progress.allEntries,
                   sized(static_cast<double>(progress.bytes)), sized(static_cast<double>(progress.allBytes)),
                   sized(static_cast<double>(progress.bytes) / seconds), remaining(progress, seconds));
-  std::fputs(text.c_str(), stderr);
+  std::fputs((CLEAR + folder_host::shown(text)).c_str(), stderr);
   written_ = true;
 }
 

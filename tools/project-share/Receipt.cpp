@@ -17,7 +17,6 @@
 #include "folder_host/Digest.h"
 #include "Json.h"
 #include "Lookup.h"
-#include "Output.h"
 #include "PreviewReport.h"
 #include "Refusal.h"
 #include "project/sharing/profiles/ExportProfileTransformation.h"
@@ -35,7 +34,7 @@ namespace {
 
 Refusal failed(const std::string& file, int code) {
   return {refusals::RECEIPT_FAILED,
-          fmt::format("cannot write the receipt '{}': {}", shown(file), std::generic_category().message(code))};
+          fmt::format("cannot write the receipt {}: {}", inQuotes(file), std::generic_category().message(code))};
 }
 
 template <class Act>
@@ -61,18 +60,17 @@ void checkPlace(const folder_host::FolderProject& project, const fs::path& copy,
   const bool inProject = ::stat(project.root().c_str(), &root) == 0 &&
                          folder_host::liesIn(place.parent_path().string(), folder_host::idOf(root));
   if (inProject || place == copy) {
-    throw Refusal(
-        refusals::RECEIPT_MISPLACED,
-        fmt::format("a receipt tells what was held back: put '{}' neither into the project nor in the place of "
-                    "the copy",
-                    shown(file)));
+    throw Refusal(refusals::RECEIPT_MISPLACED,
+                  fmt::format("a receipt tells what was held back: put {} neither into the project nor in the place of "
+                              "the copy",
+                              inQuotes(file)));
   }
   struct stat status {};
   if (::lstat(file.c_str(), &status) != 0) {
     if (errno == ENOENT) return;
     throw failed(file, errno);
   }
-  throw Refusal(refusals::RECEIPT_EXISTS, fmt::format("'{}' is already there; choose another name", shown(file)));
+  throw Refusal(refusals::RECEIPT_EXISTS, fmt::format("{} is already there; choose another name", inQuotes(file)));
 }
 
 std::string now() { return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(std::time(nullptr))); }
@@ -145,12 +143,12 @@ void Receipt::write(const Assessment& assessment, const std::set<std::string>& a
                     const std::function<void(const Progress&)>& onProgress) {
   const Entries entries = left.entries();
   Outgoing outgoing(entries, copy, onProgress);
-  std::string head = headOf(assessment, allowed, destination_).dump(1);
+  std::string head = written(headOf(assessment, allowed, destination_), 1);
   head.resize(head.rfind('\n'));  // it goes on
   put(head + ",\n \"handedOut\": [");
-  put("\n  " + outgoing.describe({folder_host::STORE_FOLDER, EntryKind::folder, {}}).dump());
-  put(",\n  " + outgoing.describe({folder_host::STORE_FILE, EntryKind::file, {}}).dump());
-  for (const Entry* entry : entries) put(",\n  " + outgoing.describe(*entry).dump());
+  put("\n  " + written(outgoing.describe({folder_host::STORE_FOLDER, EntryKind::folder, {}})));
+  put(",\n  " + written(outgoing.describe({folder_host::STORE_FILE, EntryKind::file, {}})));
+  for (const Entry* entry : entries) put(",\n  " + written(outgoing.describe(*entry)));
   put("\n ],\n \"heldBack\": [");
   const auto& all = left.listing().entries;
   const char* separator = "\n  ";
@@ -159,7 +157,7 @@ void Receipt::write(const Assessment& assessment, const std::set<std::string>& a
     if (reason.rule == Reason::Rule::none) continue;
     Json object = jsonOf(all[i]);
     object["why"] = jsonOf(assessment.preview, reason);
-    put(std::exchange(separator, ",\n  ") + object.dump());
+    put(std::exchange(separator, ",\n  ") + written(object));
   }
   put("\n ]\n}\n");
   flush();
@@ -168,9 +166,8 @@ void Receipt::write(const Assessment& assessment, const std::set<std::string>& a
 
 void Receipt::publish() {
   if (::renameat2(AT_FDCWD, partial_.c_str(), AT_FDCWD, file_.c_str(), RENAME_NOREPLACE) != 0) {
-    throw Refusal(refusals::RECEIPT_FAILED,
-                  fmt::format("the copy is complete, but its receipt cannot be named '{}': {}", shown(file_),
-                              std::generic_category().message(errno)));
+    throw Refusal(refusals::RECEIPT_FAILED, fmt::format("the copy is complete, but its receipt cannot be named {}: {}",
+                                                        inQuotes(file_), std::generic_category().message(errno)));
   }
   partial_.clear();
   const Descriptor folder =

@@ -82,7 +82,7 @@ void printSpared(const Preview& preview, const Spared& spared) {
   Json object{{"type", "spared"}};
   object.update(jsonOf(*spared.folder));
   object["spared"] = jsonOf(preview, spared);
-  item(fmt::format("spared: {}  {}", nameOf(*spared.folder), textOf(preview, spared)), object);
+  item(fmt::format("spared: {}  {}", freeName(nameOf(*spared.folder)), textOf(preview, spared)), object);
 }
 
 void report(const Assessment& assessment, const WorkingCopy& copy, const ShareResult& result, const ShareWords& words) {
@@ -98,8 +98,8 @@ void report(const Assessment& assessment, const WorkingCopy& copy, const ShareRe
               {"links", result.links}, {"bytes", result.bytes}, {"heldBack", out}};
   putPath(object, "destination", words.destination);
   item(fmt::format("Shared {} ({}) to {}; {} held back.{}", textOf(result), counted(result.bytes, "byte", "bytes"),
-                   shown(words.destination), counted(out, "entry", "entries"),
-                   words.receipt.empty() ? "" : fmt::format(" The receipt is {}.", shown(words.receipt))),
+                   inQuotes(words.destination), counted(out, "entry", "entries"),
+                   words.receipt.empty() ? "" : fmt::format(" The receipt is {}.", inQuotes(words.receipt))),
        object);
 }
 

@@ -32,17 +32,17 @@ void printUnlabelled(const Entries& unlabelled) {
   for (std::size_t i = 0; i < shownOnes; ++i) {
     Json object{{"type", "unlabelled"}};
     object.update(jsonOf(*unlabelled[i]));
-    item("unlabelled  " + nameOf(*unlabelled[i]), object);
+    item("unlabelled  " + freeName(nameOf(*unlabelled[i])), object);
   }
   if (shownOnes < unlabelled.size()) {
-    line(fmt::format("unlabelled  and {} more; --json lists all", unlabelled.size() - shownOnes));
+    line(fmt::format("unlabelled: {} more; --json lists all", unlabelled.size() - shownOnes));
   }
 }
 
 // What concerns this profile, apart from what concerns the whole project.
 void printProfile(const WorkingCopy& copy, const profiles::ExportProfile& profile) {
   const Assessment assessment = assess(copy, profile);
-  const std::string prefix = fmt::format("profile {}: ", shown(assessment.name));
+  const std::string prefix = fmt::format("profile {}: ", freeName(assessment.name));
   const Json more{{"profile", jsonOf(profile)}};
   printNotes(assessment.idle, prefix, more);
   printHazards(refusedAmong(assessment.hazards, {folder_host::errors::LABEL_ON_GONE_PATH}), prefix, more);
@@ -63,7 +63,7 @@ void showStatus() {
   printHazards(danglingLabels(*copy));
   for (const auto& profile : listed) printProfile(*copy, *profile);
   const std::size_t entries = copy->listing().entries.size();
-  item(fmt::format("{}: {}, {} without a label; {}; {}.", shown(copy->root()), counted(entries, "entry", "entries"),
+  item(fmt::format("{}: {}, {} without a label; {}; {}.", freeName(copy->root()), counted(entries, "entry", "entries"),
                    unlabelled.size(), counted(records.size(), "label", "labels"),
                    counted(listed.size(), "profile", "profiles")),
        {{"type", "summary"},

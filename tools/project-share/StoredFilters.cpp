@@ -5,7 +5,6 @@
 #include <set>
 
 #include "Lookup.h"
-#include "Output.h"
 #include "project/metadata/MetadataPath.h"
 
 namespace project_share {
@@ -22,11 +21,11 @@ std::vector<std::string> skippedIn(const profiles::ExportProfile& profile,
       MetadataPathBuilder().add(u"Export", u"Root").add(u"ExportProfile", profile.getUUID()).build();
   for (const MetadataPath& filter : metadata.getChildPaths(node)) {
     const std::u16string kind = filter.getLeaf().getLocation();
-    if (known.count(kind) == 0) skipped.push_back(fmt::format("a filter of the unknown kind '{}'", shown(kind)));
+    if (known.count(kind) == 0) skipped.push_back(fmt::format("a filter of the unknown kind {}", inQuotes(kind)));
     for (const MetadataPath& item : metadata.getChildPaths(filter)) {
       if (item.getLeaf().getType() == u"Filter") continue;
-      skipped.push_back(fmt::format("an item of its {} filter, of the unknown type '{}'", wordOf(kind),
-                                    shown(item.getLeaf().getType())));
+      skipped.push_back(fmt::format("an item of its {} filter, of the unknown type {}", wordOf(kind),
+                                    inQuotes(item.getLeaf().getType())));
     }
   }
   return skipped;

@@ -13,6 +13,7 @@
 #include "ProgressLine.h"
 #include "Refusal.h"
 #include "folder_host/Entry.h"
+#include "folder_host/Quoted.h"
 
 namespace project_share {
 
@@ -95,14 +96,14 @@ class Copy {
 
   static Refusal unreadable(const std::string& path, const std::system_error& error) {
     return {folder_host::errors::ENTRY_UNREADABLE,
-            fmt::format("cannot read '{}': {}", shown(path), error.code().message())};
+            fmt::format("cannot read {}: {}", folder_host::inQuotes(path), error.code().message())};
   }
 
   void differ(const char* how, const std::string& path) {
     ++differences_;
     Json object{{"type", how}};
     putPath(object, "path", path);
-    item(fmt::format("{:7}  {}", how, shown(path)), object);
+    item(fmt::format("{:7}  {}", how, folder_host::freeName(path)), object);
   }
 
   Descriptor folder_;
@@ -113,7 +114,8 @@ class Copy {
 };
 
 Refusal unreadable(const std::string& file, const std::string& why) {
-  return {refusals::RECEIPT_UNREADABLE, fmt::format("'{}' cannot be read as a receipt: {}", shown(file), why)};
+  return {refusals::RECEIPT_UNREADABLE,
+          fmt::format("{} cannot be read as a receipt: {}", folder_host::inQuotes(file), why)};
 }
 
 // Each entry is checked as it is read and forgotten, so that a long receipt takes no room. Gives the rest.
@@ -149,7 +151,8 @@ void verifyCopy(const std::string& folder, const std::string& file) {
     throw Refusal(refusals::COPY_DIFFERS, fmt::format("{} from what was handed out, listed on standard output",
                                                       counted(differences, "difference", "differences")));
   }
-  done(fmt::format("{} is what was handed out at {}.", shown(folder), shown(receipt.at("time").get<std::string>())),
+  done(fmt::format("{} is what was handed out at {}.", folder_host::inQuotes(folder),
+                   receipt.at("time").get<std::string>()),
        {{"type", "verified"}, {"time", receipt.at("time")}});
 }
 

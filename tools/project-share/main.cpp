@@ -5,6 +5,7 @@
 #include "CommandLine.h"
 #include "Output.h"
 #include "Refusal.h"
+#include "folder_host/Text.h"
 #include "foundation/core/except/IMsgIDException.h"
 
 namespace {
@@ -15,7 +16,6 @@ constexpr int refused = 1;
 
 int main(int argc, char** argv) {
   using project_share::complain;
-  using project_share::shown;
   // A pipe that nobody reads and a file that may not grow are errors like any other.
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
@@ -24,11 +24,11 @@ int main(int argc, char** argv) {
   } catch (const project_share::Refusal& error) {
     return complain(refused, error.identifier(), error.what());
   } catch (const foundation::core::except::IMsgIDException& error) {
-    return complain(refused, error.GetID().c_str(), shown(error.GetUnicodeMessageTxt()).c_str());
+    return complain(refused, error.GetID(), folder_host::toBytes(error.GetUnicodeMessageTxt()));
   } catch (const std::out_of_range&) {
     return complain(refused, project_share::refusals::PROFILE_DAMAGED,
                     "the store has lost a value of a profile; take it from a backup");
   } catch (const std::exception& error) {
-    return complain(refused, "internal-error", shown(error.what()).c_str());
+    return complain(refused, "internal-error", error.what());
   }
 }
