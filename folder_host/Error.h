@@ -39,9 +39,7 @@ inline constexpr const char* DESTINATION_UNUSABLE = "destination-unusable";
 inline constexpr const char* ENTRY_CHANGED = "entry-changed";
 inline constexpr const char* ENTRY_UNREADABLE = "entry-unreadable";
 inline constexpr const char* KEPT_BELOW_REMOVED = "kept-below-removed";
-inline constexpr const char* LABEL_ON_GONE_PATH = "label-on-gone-path";
 inline constexpr const char* NAMES_COLLIDE = "names-collide";
-inline constexpr const char* CONTENT_UNDER_TWO_NAMES = "content-under-two-names";
 inline constexpr const char* COPY_FAILED = "copy-failed";
 }  // namespace errors
 

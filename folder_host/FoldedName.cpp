@@ -6,6 +6,9 @@
 #include <cstdlib>
 #include <memory>
 
+#include "folder_host/Shown.h"
+#include "folder_host/Text.h"
+
 namespace folder_host {
 
 namespace {
@@ -36,6 +39,24 @@ std::string foldedName(std::string_view bytes) {
   const std::unique_ptr<utf8proc_uint8_t, Free> owned(result);
   if (length < 0) return std::string(bytes);
   return {reinterpret_cast<const char*>(result), static_cast<std::size_t>(length)};
+}
+
+std::string lookOf(std::string_view name) {
+  std::string seen;
+  for (std::string_view rest = name; !rest.empty();) {
+    const Character first = firstCharacter(rest);
+    const bool isBlank =
+        first.isValid && utf8proc_category(static_cast<utf8proc_int32_t>(first.point)) == UTF8PROC_CATEGORY_ZS;
+    if (isBlank) {
+      seen += ' ';
+    } else if (!first.isValid || !isUnseen(first.point)) {
+      seen += rest.substr(0, first.length);
+    }
+    rest.remove_prefix(first.length);
+  }
+  const std::size_t begin = seen.find_first_not_of(' ');
+  if (begin == std::string::npos) return {};
+  return foldedName(std::string_view(seen).substr(begin, seen.find_last_not_of(' ') - begin + 1));
 }
 
 }  // namespace folder_host

@@ -1,8 +1,6 @@
 #include "folder_host/Hazards.h"
 
 #include <algorithm>
-#include <iterator>
-#include <map>
 #include <string_view>
 #include <tuple>
 #include <utility>
@@ -10,6 +8,7 @@
 #include "folder_host/EntryTable.h"
 #include "folder_host/Failure.h"
 #include "folder_host/FoldedName.h"
+#include "folder_host/Shown.h"
 
 namespace folder_host {
 
@@ -29,25 +28,12 @@ std::string_view nameOf(const std::string& path) {
 // A link may lead to a project as well as a folder may be one; a plain file of that name is a file.
 void addNestedProjects(const Entries& left, std::vector<Hazard>& hazards) {
   for (const Entry* entry : left) {
-    if (entry->kind == EntryKind::file || nameOf(entry->path) != STORE_FOLDER) continue;
+    if (entry->kind == EntryKind::file || foldedName(nameOf(entry->path)) != STORE_FOLDER) continue;
+    if (folderOf(entry->path).empty()) continue;  // would collide with the copy's own
     hazards.push_back({errors::NESTED_PROJECT, entry->path,
-                       inQuotes(folderOf(entry->path)) + " is a project of its own, with rules and names that would "
-                                                         "leave; move it, or drop it by a label"});
-  }
-}
-
-void addTwins(const Entries& left, const Entries& gone, std::vector<Hazard>& hazards) {
-  Entries files;
-  const auto isFile = [](const Entry* entry) { return entry->kind == EntryKind::file; };
-  std::copy_if(left.begin(), left.end(), std::back_inserter(files), isFile);
-  const auto before = [](const Entry* a, const Entry* b) { return a->id < b->id; };
-  std::sort(files.begin(), files.end(), before);
-  for (const Entry* entry : gone) {
-    const auto twin = std::lower_bound(files.begin(), files.end(), entry, before);
-    if (!isFile(entry) || twin == files.end() || !((*twin)->id == entry->id)) continue;
-    hazards.push_back({errors::CONTENT_UNDER_TWO_NAMES, entry->path,
-                       inQuotes(entry->path) + " goes and is the same file as " + inQuotes((*twin)->path) +
-                           ", which stays; label both, or make one a copy"});
+                       inQuotes(entry->path) +
+                           " makes its folder a project of its own, with rules and names that would "
+                           "leave"});
   }
 }
 
@@ -82,47 +68,28 @@ void addCollisions(const Entries& left, std::vector<Hazard>& hazards) {
   }
 }
 
-// What the folders of a tree come before.
-struct TreeOrder {
-  bool operator()(const std::string& a, const std::string& b) const { return beforeInTree(a, b); }
-};
-
-// The names of the labels, with commas between, by path.
-std::map<std::string, std::string, TreeOrder> labelsOnGonePaths(WorkingCopy& copy) {
-  std::map<std::string, std::string, TreeOrder> gone;
-  const LabelStore& labels = copy.getLabelManager();
-  for (const LabelRecord& label : labels.list()) {
-    for (const std::string& path : labels.pathsOf(label.uuid)) {
-      if (copy.table().find(path)) continue;
-      std::string& names = gone[path];
-      names += (names.empty() ? "" : ", ") + inQuotes(label.categoryName + u"/" + label.name);
-    }
-  }
-  return gone;
-}
-
 }  // namespace
 
-// A folder that is gone stands for what was below it.
-std::vector<Hazard> danglingLabels(WorkingCopy& copy) {
-  std::vector<Hazard> hazards;
-  std::string folder;
-  for (const auto& [path, labels] : labelsOnGonePaths(copy)) {
-    if (!folder.empty() && path.compare(0, folder.size(), folder) == 0) continue;
-    folder = path + "/";
-    hazards.push_back({errors::LABEL_ON_GONE_PATH, path,
-                       inQuotes(path) + " is gone but labelled " + labels +
-                           "; where it was renamed or moved, label what it is now, and detach the label from " +
-                           inQuotes(path)});
+bool Allowances::allows(const std::string& identifier, const std::string& path) const {
+  return kinds_.count(identifier) != 0 || cases_.count({identifier, path}) != 0 ||
+         cases_.count({identifier, shown(path)}) != 0;
+}
+
+std::vector<GonePath> labelledGonePaths(const WorkingCopy& copy) {
+  std::vector<GonePath> gone;
+  for (auto& [path, label] : copy.labels().attachments()) {
+    if (copy.table().find(path)) continue;
+    if (gone.empty() || gone.back().path != path) gone.push_back({path, {}});
+    gone.back().labels.push_back(label);
   }
-  return hazards;
+  std::sort(gone.begin(), gone.end(), [](const auto& a, const auto& b) { return beforeInTree(a.path, b.path); });
+  return gone;
 }
 
 std::vector<Hazard> hazardsAmongLeft(const WorkingCopy& copy) {
   std::vector<Hazard> hazards;
   const Entries left = copy.entries();
   addNestedProjects(left, hazards);
-  addTwins(left, copy.gone(), hazards);
   addCollisions(left, hazards);
   return hazards;
 }

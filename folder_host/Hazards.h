@@ -1,6 +1,8 @@
 #pragma once
 
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "folder_host/WorkingCopy.h"
@@ -15,14 +17,36 @@ struct Hazard {
   std::string message;     // one line for people
 };
 
-// LABEL_ON_GONE_PATH: labels on paths at which there is no entry; what was renamed or moved has lost its labels.
-// Of a folder that is gone, with what was below it, the folder alone. To be
-// asked before a transformation takes labels away.
-std::vector<Hazard> danglingLabels(WorkingCopy& copy);
+// The hazards in spite of which to share.
+class Allowances {
+ public:
+  Allowances() = default;
+  // Each of these kinds, whatever it is about.
+  Allowances(std::initializer_list<std::string> identifiers) : kinds_(identifiers) {}
 
-// What is amiss with the entries that are left, given those that are gone. NESTED_PROJECT: another project's store
-// would leave. CONTENT_UNDER_TWO_NAMES: a file that goes is one with a file that stays. NAMES_COLLIDE: two names in a
-// folder become one where case, or the way in which accents are written, makes no difference.
+  void allow(const std::string& identifier) { kinds_.insert(identifier); }
+  // The one that is about this path, given by its bytes or as people are shown it.
+  void allow(const std::string& identifier, const std::string& path) { cases_.emplace(identifier, path); }
+
+  bool allows(const std::string& identifier, const std::string& path) const;
+
+ private:
+  std::set<std::string> kinds_;
+  std::set<std::pair<std::string, std::string>> cases_;
+};
+
+// A path at which there is no entry, and labels that it carries all the same.
+struct GonePath {
+  std::string path;
+  std::vector<std::u16string> labels;  // UUIDs, sorted
+};
+
+// What was renamed or moved has lost its labels: they stand at paths at which nothing is. In the order of a tree. To be
+// asked before a transformation takes labels away.
+std::vector<GonePath> labelledGonePaths(const WorkingCopy& copy);
+
+// What is amiss with the entries that are left. NESTED_PROJECT: another project's store would leave. NAMES_COLLIDE: two
+// names in a folder become one where case, or the way in which accents are written, makes no difference.
 std::vector<Hazard> hazardsAmongLeft(const WorkingCopy& copy);
 
 }  // namespace folder_host

@@ -60,7 +60,7 @@ Destination checked(const std::string& root, const std::string& named) {
 
 void refuse(const std::vector<Hazard>& hazards, const ShareOptions& options) {
   for (const Hazard& hazard : hazards) {
-    if (options.allowed.count(hazard.identifier) == 0) throw Error(hazard.identifier, hazard.message);
+    if (!options.allowed.allows(hazard.identifier, hazard.path)) throw Error(hazard.identifier, hazard.message);
   }
 }
 
@@ -109,7 +109,7 @@ std::uint64_t assemble(WorkingCopy& copy, const StagingFolder& staging, const Sh
     progress.bytes = bytes;
     if (options.onProgress) options.onProgress(progress);
   };
-  TreeCopy tree(copy.root(), staging.content(), {options.allowed.count(errors::ENTRY_CHANGED) != 0, tell});
+  TreeCopy tree(copy.root(), staging.content(), {options.allowed.allows(errors::ENTRY_CHANGED, {}), tell});
   tree.copy(entries);
   writeStore(copy, staging.content(), tree.rootStatus());
   tree.finishFolders();
@@ -134,7 +134,6 @@ ShareResult share(const std::shared_ptr<WorkingCopy>& copy,
                   const project::sharing::TransformationHierarchy& transformation, const std::string& destination,
                   const ShareOptions& options) {
   const Destination place = checked(copy->root(), destination);
-  refuse(danglingLabels(*copy), options);
   const HostRemovals removals = transform(copy, transformation);
   refuse(hazardsAmongLeft(*copy), options);
   ShareResult result = countOf(copy->entries());

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <set>
 #include <string>
 
+#include "folder_host/Hazards.h"
 #include "folder_host/WorkingCopy.h"
 #include "project/sharing/TransformationHierarchy.h"
 
@@ -23,9 +23,8 @@ struct Progress {
 };
 
 struct ShareOptions {
-  // Identifiers of the hazards in spite of which to share (see Hazards.h). ENTRY_CHANGED: a file that changes while it
-  // is copied goes as it was read.
-  std::set<std::string> allowed;
+  // ENTRY_CHANGED: a file that changes while it is copied goes as it was read.
+  Allowances allowed;
   // Called often. What it throws stops the share.
   std::function<void(const Progress&)> onProgress;
   // Called with what is left of the project and the folder that holds its copy, whole and durable, before that gets its
@@ -47,9 +46,11 @@ void checkDestination(const WorkingCopy& copy, const std::string& destination);
 
 // Runs the transformation over the working copy, applies the host's rules, and writes what is left to `destination`,
 // which is absent or complete afterwards, whatever interrupts it; what killed processes left beside it is cleaned up.
-// Only what is left is read from the project's folder. The destination opens as a project of its own. Errors: those of
-// checkDestination, the hazards that are not allowed, ENTRY_CHANGED (an entry is not what it was when it was listed),
-// ENTRY_UNREADABLE, COPY_FAILED, and what the transformation and the functions of the options throw.
+// Only what is left is read from the project's folder. The destination opens as a project of its own. Whether labels
+// on gone paths, or what lies beside what is held back (Traces, Twins), speak against it is for the caller to judge.
+// Errors: those of checkDestination, the hazards of hazardsAmongLeft that are not allowed, NESTED_PROJECT (by its first
+// bytes a file is a store or a receipt, whatever its name), ENTRY_CHANGED (an entry is not what it was when it was
+// listed), ENTRY_UNREADABLE, COPY_FAILED, and what the transformation and the functions of the options throw.
 ShareResult share(const std::shared_ptr<WorkingCopy>& copy,
                   const project::sharing::TransformationHierarchy& transformation, const std::string& destination,
                   const ShareOptions& options = {});

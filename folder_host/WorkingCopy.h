@@ -38,6 +38,7 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   std::shared_ptr<WorkingCopy> clone() const;
 
   LabelStore& getLabelManager() override;
+  const LabelStore& labels() const { return labels_; }
   project::management::FileManager& getFileManager() override;
   std::shared_ptr<project::metadata::MetadataManager> getMetadataManager() override;
 

@@ -3,121 +3,256 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
+#include <map>
+#include <set>
 
 #include "Lookup.h"
+#include "Mending.h"
 #include "PreviewReport.h"
 #include "Refusal.h"
 #include "StoredFilters.h"
+#include "TraceHazards.h"
+#include "folder_host/Failure.h"
+#include "folder_host/Text.h"
 #include "project/sharing/profiles/ExportProfileTransformation.h"
 
 namespace project_share {
 
+using folder_host::inQuotes;
 using folder_host::LabelRecord;
 using folder_host::WorkingCopy;
 using profiles::ExportProfile;
 
 namespace {
 
-void append(std::vector<Hazard>& hazards, std::vector<Hazard> more) {
-  std::move(more.begin(), more.end(), std::back_inserter(hazards));
+using Items = std::set<std::pair<std::u16string, std::u16string>>;  // category and UUID
+
+Items itemsOf(const profiles::ExportFilter& filter) {
+  Items items;
+  for (const auto& item : filter.getItems()) items.emplace(item.category, item.labelUUID);
+  return items;
 }
 
-// A filter selects nothing by a label that is gone.
-std::vector<Hazard> goneLabels(const ExportProfile& profile, const std::vector<LabelRecord>& labels) {
-  std::set<std::pair<std::u16string, std::u16string>> known;
-  for (const LabelRecord& label : labels) known.emplace(label.categoryUUID, label.uuid);
-  std::vector<Hazard> hazards;
+// Of all filters of one kind.
+Items itemsOf(const ExportProfile& profile, const std::u16string& kind) {
+  Items items;
   for (const auto& filter : profile.getFilters()) {
-    for (const auto& item : filter->getItems()) {
-      if (known.count({item.category, item.labelUUID}) != 0) continue;
-      hazards.push_back({refusals::LABEL_GONE,
-                         {},
-                         fmt::format("the {} filter names the label {}, which is gone; take it out of the filter",
-                                     wordOf(filter->getType()), inQuotes(item.labelUUID))});
+    if (filter->getType() == kind) items.merge(itemsOf(*filter));
+  }
+  return items;
+}
+
+bool names(const Items& items, const LabelRecord& label) { return items.count({label.categoryUUID, label.uuid}) != 0; }
+
+std::string nameInQuotes(const LabelRecord& label) { return inQuotes(nameOf(label)); }
+
+std::vector<LeavingLabel> leavingLabels(const WorkingCopy& left) {
+  const auto leaving = left.labelsThatLeave();
+  std::vector<LeavingLabel> labels;
+  for (LabelRecord& label : left.labels().list()) {
+    const auto found = leaving.find(label.uuid);
+    if (found != leaving.end()) labels.push_back({std::move(label), found->second});
+  }
+  return labels;
+}
+
+// Labels, of those that concern, on paths at which nothing is: what was renamed or moved has lost them. Of a folder
+// that is gone, with what was below it, the folder alone.
+std::vector<Hazard> gonePathHazards(const WorkingCopy& copy, const Mending& mending,
+                                    const std::function<bool(const LabelRecord&)>& concerns) {
+  std::map<std::u16string, LabelRecord> concerned;
+  for (LabelRecord& label : copy.labels().list()) {
+    if (concerns(label)) concerned.emplace(label.uuid, std::move(label));
+  }
+  std::vector<Hazard> hazards;
+  std::string folder;
+  for (const auto& [path, labels] : labelledGonePaths(copy)) {
+    if (!folder.empty() && path.compare(0, folder.size(), folder) == 0) continue;
+    std::string told;
+    const LabelRecord* first = nullptr;
+    for (const std::u16string& uuid : labels) {
+      const auto label = concerned.find(uuid);
+      if (label == concerned.end()) continue;
+      told += (told.empty() ? "" : ", ") + nameInQuotes(label->second);
+      if (first == nullptr) first = &label->second;
+    }
+    if (first == nullptr) continue;
+    folder = path + "/";
+    hazards.push_back({refusals::LABEL_ON_GONE_PATH, path,
+                       fmt::format("{} is gone but labelled {}; where it was renamed or moved, label what it is now; "
+                                   "then: {}",
+                                   inQuotes(path), told, mending.detach(*first, {path}))});
+  }
+  return hazards;
+}
+
+// The hazards and notes of one share, from the filters themselves to what they leave.
+class Assessing {
+ public:
+  Assessing(const WorkingCopy& copy, const ExportProfile& profile)
+      : copy_(copy),
+        profile_(profile),
+        mending_(profile.getFilters(), copy),
+        labels_(copy.labels().list()),
+        dropped_(itemsOf(profile, profiles::EXCLUDE_FILES_WITH_LABEL)) {
+    assessment_.name = nameOf(profile);
+    assessment_.uuid = profile.getUUID();
+  }
+
+  Assessment run() {
+    const auto clone = copy_.clone();
+    weighFilters(*clone->getMetadataManager());
+    weighGonePaths();
+    noteIdleLabels();
+    assessment_.preview = previewOf(profile_.getFilters(), *clone);
+    assessment_.leaving = leavingLabels(*clone);
+    noteIdleFilters();
+    weighSparedFolders();
+    weighWhatIsLeft(*clone);
+    weighLeavingLabels();
+    return std::move(assessment_);
+  }
+
+ private:
+  void add(const char* identifier, const std::string& path, const std::string& message) {
+    assessment_.hazards.push_back({identifier, path, message});
+  }
+
+  void note(const char* identifier, const std::string& path, const std::string& message) {
+    assessment_.notes.push_back({identifier, path, message});
+  }
+
+  void append(std::vector<Hazard> hazards) {
+    std::move(hazards.begin(), hazards.end(), std::back_inserter(assessment_.hazards));
+  }
+
+  // A filter selects nothing by a label that is gone, and one of an unknown kind does nothing.
+  void weighFilters(project::metadata::MetadataManager& metadata) {
+    Items known;
+    for (const LabelRecord& label : labels_) known.emplace(label.categoryUUID, label.uuid);
+    const std::string profile = folder_host::toBytes(assessment_.name);
+    for (const auto& filter : profile_.getFilters()) {
+      for (const auto& [category, uuid] : itemsOf(*filter)) {
+        if (known.count({category, uuid}) != 0) continue;
+        const std::string kind = wordOf(filter->getType());
+        const std::string label = folder_host::toBytes(uuid);
+        add(refusals::LABEL_GONE, {},
+            fmt::format("the {} filter names the label {}, which is gone; take it out: {}", kind, inQuotes(label),
+                        commandOf({"profile", "remove-filter", profile, kind, label})));
+      }
+    }
+    for (const std::string& what : skippedIn(profile_, metadata)) {
+      add(refusals::FILTER_SKIPPED, {}, fmt::format("the profile holds {}, which does nothing here", what));
     }
   }
-  return hazards;
-}
 
-std::vector<Hazard> skippedFilters(const ExportProfile& profile, project::metadata::MetadataManager& metadata) {
-  std::vector<Hazard> hazards;
-  for (const std::string& what : skippedIn(profile, metadata)) {
-    hazards.push_back(
-        {refusals::FILTER_SKIPPED, {}, fmt::format("the profile holds {}, which does nothing here", what)});
+  // Losing a label lets something out only where a drop-files filter names it.
+  void weighGonePaths() {
+    append(gonePathHazards(copy_, mending_, [&](const LabelRecord& label) { return names(dropped_, label); }));
+    assessment_.notes =
+        gonePathHazards(copy_, mending_, [&](const LabelRecord& label) { return !names(dropped_, label); });
   }
-  return hazards;
-}
 
-// What was added to a labelled folder later has no label, and would leave with the folder's name. Told of the topmost
-// folder for each such file.
-std::vector<Hazard> sparedFolders(const Preview& preview) {
-  std::vector<Hazard> hazards;
-  std::set<const folder_host::Entry*> told;
-  for (const Spared& spared : preview.spared) {
-    if (spared.unlabelled == nullptr || !told.insert(spared.unlabelled).second) continue;
-    hazards.push_back({refusals::FOLDER_SPARED, spared.folder->path,
-                       fmt::format("{} carries {}, and stays all the same, because {} in it has no label; label that "
-                                   "too, or take the label off the folder",
-                                   inQuotes(spared.folder->path), namesOf(preview, spared.labels),
-                                   inQuotes(spared.unlabelled->path))});
+  // A file that lies in a folder that is to go takes the folder with it, whatever its own labels are. Told of the
+  // topmost folder for each such file.
+  void weighSparedFolders() {
+    std::set<const folder_host::Entry*> told;
+    for (const Spared& spared : assessment_.preview.spared) {
+      if (!spared.isDropped || !told.insert(spared.because).second) continue;
+      const LabelRecord& label = assessment_.preview.labels[spared.labels.front()];
+      add(refusals::FOLDER_SPARED, spared.folder->path,
+          fmt::format(
+              "{} carries {} and stays all the same, because {} in it does not carry it; take the label off the "
+              "folder, or label all of it: {}",
+              inQuotes(spared.folder->path), nameInQuotes(label), inQuotes(spared.because->path),
+              mending_.attach(label, {spared.folder->path})));
+    }
   }
-  return hazards;
-}
 
-std::vector<Hazard> idleFilters(const Preview& preview) {
-  std::vector<Hazard> idle;
-  for (std::size_t i = 0; i < preview.filters.size(); ++i) {
-    if (preview.filters[i].matches) continue;
-    idle.push_back({refusals::FILTER_IDLE, {}, nameOfFilter(preview, i + 1) + ", takes nothing out"});
+  void weighWhatIsLeft(WorkingCopy& left) {
+    const Preview& preview = assessment_.preview;
+    for (Hazard& hazard : hazardsAmongLeft(left)) {
+      if (hazard.identifier == folder_host::errors::NESTED_PROJECT) {
+        hazard.message += "; " + mending_.holdBack({hazard.path});
+      }
+      assessment_.hazards.push_back(std::move(hazard));
+    }
+    append(storeHazards(preview, left, mending_));
+    const bool holdsBack = std::any_of(preview.filters.begin(), preview.filters.end(),
+                                       [](const FilterEffect& filter) { return !filter.gone.empty(); });
+    if (holdsBack) append(traceHazards(preview, left, mending_));
+    if (preview.stays.empty())
+      add(refusals::NOTHING_SHARED, {}, "nothing would be shared; look at the profile's filters");
   }
-  if (preview.filters.empty())
-    idle.push_back({refusals::FILTER_IDLE, {}, "the profile has no filter: everything leaves"});
-  return idle;
-}
 
-// Labels of the filter that hold nothing back, beside others that do.
-std::vector<Hazard> idleLabels(const profiles::ExportFilter& filter, const folder_host::LabelStore& store) {
-  std::set<std::pair<std::u16string, std::u16string>> named;
-  for (const auto& item : filter.getItems()) named.emplace(item.category, item.labelUUID);
-  std::vector<Hazard> idle;
-  for (const LabelRecord& label : store.list()) {
-    if (named.count({label.categoryUUID, label.uuid}) == 0 || !store.pathsOf(label.uuid).empty()) continue;
-    idle.push_back({refusals::LABEL_IDLE,
-                    {},
-                    fmt::format("the {} filter names {}, which hangs on nothing", wordOf(filter.getType()),
-                                inQuotes(nameOf(label)))});
+  // The name of what was to be held back is in the copy then.
+  void weighLeavingLabels() {
+    const Items removed = itemsOf(profile_, profiles::EXCLUDE_LABEL);
+    const std::string profile = folder_host::toBytes(assessment_.name);
+    for (const auto& [label, entries] : assessment_.leaving) {
+      if (names(removed, label)) {
+        add(refusals::LABEL_PROTECTED, {},
+            fmt::format("{} leaves, though a drop-labels filter names it, because no filter may remove it; let it: {}",
+                        nameInQuotes(label), commandOf({"label", "release", nameOf(label)})));
+      } else if (names(dropped_, label)) {
+        add(refusals::LABEL_LEAVES, {},
+            fmt::format("{}, by which files are held back, leaves with what stays; remove it from the copy: {}",
+                        nameInQuotes(label),
+                        commandOf({"profile", "add-filter", profile, "drop-labels", nameOf(label)})));
+      }
+    }
   }
-  return idle.size() < named.size() ? idle : std::vector<Hazard>();
-}
 
-std::vector<Hazard> idleLabels(const ExportProfile& profile, const folder_host::LabelStore& store) {
-  std::vector<Hazard> idle;
-  for (const auto& filter : profile.getFilters()) {
-    if (filter->getType() == profiles::EXCLUDE_FILES_WITH_LABEL) append(idle, idleLabels(*filter, store));
+  // Labels of a drop-files filter that hold nothing back, beside others that do.
+  void noteIdleLabels() {
+    std::set<std::u16string> attached;
+    for (const auto& attachment : copy_.labels().attachments()) attached.insert(attachment.second);
+    for (const auto& filter : profile_.getFilters()) {
+      if (filter->getType() != profiles::EXCLUDE_FILES_WITH_LABEL) continue;
+      const Items items = itemsOf(*filter);
+      const auto isIdle = [&](const LabelRecord& label) {
+        return names(items, label) && attached.count(label.uuid) == 0;
+      };
+      const auto idle = std::count_if(labels_.begin(), labels_.end(), isIdle);
+      if (static_cast<std::size_t>(idle) >= items.size()) continue;  // the filter is told of
+      for (const LabelRecord& label : labels_) {
+        if (!isIdle(label)) continue;
+        note(refusals::LABEL_IDLE, {},
+             fmt::format("the drop-files filter names {}, which hangs on nothing", nameInQuotes(label)));
+      }
+    }
   }
-  return idle;
-}
+
+  void noteIdleFilters() {
+    const Preview& preview = assessment_.preview;
+    for (std::size_t i = 0; i < preview.filters.size(); ++i) {
+      if (!preview.filters[i].matches)
+        note(refusals::FILTER_IDLE, {}, nameOfFilter(preview, i + 1) + ", takes nothing out");
+    }
+    if (preview.filters.empty()) note(refusals::FILTER_IDLE, {}, "the profile has no filter: everything leaves");
+  }
+
+  const WorkingCopy& copy_;
+  const ExportProfile& profile_;
+  const Mending mending_;
+  const std::vector<LabelRecord> labels_;
+  const Items dropped_;  // named by drop-files filters
+  Assessment assessment_;
+};
 
 }  // namespace
 
-Assessment assess(const WorkingCopy& copy, const ExportProfile& profile) {
-  const auto clone = copy.clone();
-  Assessment assessment{nameOf(profile), profile.getUUID(), {}, {}, {}};
-  append(assessment.hazards, goneLabels(profile, clone->getLabelManager().list()));
-  append(assessment.hazards, skippedFilters(profile, *clone->getMetadataManager()));
-  append(assessment.hazards, danglingLabels(*clone));
-  assessment.idle = idleLabels(profile, clone->getLabelManager());
-  assessment.preview = previewOf(profile.getFilters(), *clone);
-  append(assessment.hazards, sparedFolders(assessment.preview));
-  append(assessment.hazards, hazardsAmongLeft(*clone));
-  append(assessment.idle, idleFilters(assessment.preview));
-  return assessment;
+Assessment assess(const WorkingCopy& copy, const ExportProfile& profile) { return Assessing(copy, profile).run(); }
+
+std::vector<Hazard> gonePaths(const WorkingCopy& copy) {
+  return gonePathHazards(copy, Mending({}, copy), [](const LabelRecord&) { return true; });
 }
 
 Assessment assessWhole(const WorkingCopy& copy) {
   const auto clone = copy.clone();
-  Assessment assessment{{}, profiles::getWholeProjectUUID(), previewOf({}, *clone), {}, {}};
+  Assessment assessment{{}, profiles::getWholeProjectUUID(), previewOf({}, *clone), leavingLabels(*clone), {}, {}};
   assessment.hazards = hazardsAmongLeft(*clone);
   return assessment;
 }
@@ -127,25 +262,33 @@ const std::vector<std::string>& allowableHazards() {
       refusals::LABEL_GONE,
       refusals::FILTER_SKIPPED,
       refusals::FOLDER_SPARED,
-      folder_host::errors::LABEL_ON_GONE_PATH,
-      folder_host::errors::CONTENT_UNDER_TWO_NAMES,
-      folder_host::errors::NAMES_COLLIDE,
+      refusals::LABEL_ON_GONE_PATH,
+      refusals::HISTORY_INSIDE,
+      refusals::LEFTOVER,
+      refusals::SAME_CONTENT,
       folder_host::errors::NESTED_PROJECT,
+      refusals::LABEL_LEAVES,
+      refusals::LABEL_PROTECTED,
+      folder_host::errors::NAMES_COLLIDE,
+      refusals::NOTHING_SHARED,
       folder_host::errors::ENTRY_CHANGED,
   };
   return all;
 }
 
-std::vector<Hazard> refusedAmong(const std::vector<Hazard>& hazards, const std::set<std::string>& allowed) {
+std::vector<Hazard> refusedAmong(const std::vector<Hazard>& hazards, const Allowances& allowed) {
   std::vector<Hazard> refused;
   std::copy_if(hazards.begin(), hazards.end(), std::back_inserter(refused),
-               [&](const Hazard& hazard) { return allowed.count(hazard.identifier) == 0; });
+               [&](const Hazard& hazard) { return !allowed.allows(hazard.identifier, hazard.path); });
   return refused;
 }
 
 std::string allowingFlags(const std::vector<Hazard>& hazards) {
   std::set<std::string> identifiers;
-  for (const Hazard& hazard : hazards) identifiers.insert(hazard.identifier);
+  for (const Hazard& hazard : hazards) {
+    const auto& all = allowableHazards();
+    if (std::find(all.begin(), all.end(), hazard.identifier) != all.end()) identifiers.insert(hazard.identifier);
+  }
   std::string flags;
   for (const std::string& identifier : identifiers) flags += (flags.empty() ? "" : " ") + ("--allow " + identifier);
   return flags;

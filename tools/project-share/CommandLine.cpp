@@ -1,6 +1,9 @@
 #include "CommandLine.h"
 
+#include <fmt/format.h>
 #include <CLI/CLI.hpp>
+
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -161,6 +164,27 @@ void addProfileCommands(CLI::App& app, Words& words) {
                     words);
 }
 
+void requireAllowable(const std::string& identifier) {
+  const auto& all = allowableHazards();
+  if (std::find(all.begin(), all.end(), identifier) != all.end()) return;
+  throw CLI::ParseError(fmt::format("--allow takes {}", fmt::join(all, ", ")), WRONG_USAGE);
+}
+
+// REASON[,REASON...], or REASON=PATH with a path that may hold anything.
+std::vector<Allowed> allowedBy(const std::vector<std::string>& words) {
+  std::vector<Allowed> allowed;
+  for (const std::string& word : words) {
+    const std::size_t path = word.find('=');
+    if (path != std::string::npos) {
+      allowed.push_back({word.substr(0, path), word.substr(path + 1)});
+    } else {
+      for (const std::string& identifier : CLI::detail::split(word, ',')) allowed.push_back({identifier, {}});
+    }
+  }
+  for (const Allowed& one : allowed) requireAllowable(one.identifier);
+  return allowed;
+}
+
 ShareWords shareWordsOf(const Words& words) {
   if (words.shared.size() != (words.whole ? 1 : 2)) {
     throw CLI::ParseError("share takes PROFILE and DEST, or --whole and DEST", WRONG_USAGE);
@@ -168,7 +192,7 @@ ShareWords shareWordsOf(const Words& words) {
   ShareWords share;
   if (!words.whole) share.profile = words.shared.front();
   share.destination = words.shared.back();
-  share.allowed = {words.allowed.begin(), words.allowed.end()};
+  share.allowed = allowedBy(words.allowed);
   share.strict = words.strict;
   share.receipt = words.receipt;
   return share;
@@ -189,11 +213,13 @@ void addShareCommands(CLI::App& app, Words& words) {
                                "share public ../for-the-customer --receipt ../for-the-customer.json");
   addWord(share, "PROFILE DEST", words.shared, "The profile (not with --whole), and a folder to be made");
   share->add_flag("--whole", words.whole, "Everything, without a profile");
-  share->add_option("--allow", words.allowed, "Share in spite of this reason against it; can be repeated")
+  share
+      ->add_option("--allow", words.allowed, "Share in spite of such reasons, or of the one at a path; can be repeated")
       ->allow_extra_args(false)
       ->transform(unmarked)
-      ->check(CLI::IsMember(allowableHazards()));
-  share->add_flag("--strict", words.strict, "Refuse where a filter takes nothing out");
+      ->type_name("REASON[,REASON...]|REASON=PATH");
+  share->add_flag("--strict", words.strict,
+                  "Refuse for what is else only noted, such as a filter that takes nothing out");
   CLI::Option* receipt =
       addWord(share, "--receipt", words.receipt, "A JSON file to be made, for you: what went out, what not, and why")
           ->required(false);

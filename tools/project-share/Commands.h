@@ -1,7 +1,6 @@
 #pragma once
 
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -42,12 +41,18 @@ void previewProfile(const std::string& profile);
 // Why one path stays or goes.
 void explainPath(const std::string& path, const std::string& profile);
 
+// What one --allow names: all hazards of a kind, or the one at a path.
+struct Allowed {
+  std::string identifier;
+  std::optional<std::string> path;
+};
+
 struct ShareWords {
   std::optional<std::string> profile;  // none: the whole project
   std::string destination;
-  std::set<std::string> allowed;  // identifiers of hazards
-  bool strict = false;            // a filter that takes nothing out is one, too
-  std::string receipt;            // a file to be made; empty: none
+  std::vector<Allowed> allowed;
+  bool strict = false;  // notes are hazards, too
+  std::string receipt;  // a file to be made; empty: none
 };
 void share(const ShareWords& words);
 // Whether a copy is what went out by the receipt.

@@ -3,22 +3,34 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <iterator>
+#include <map>
+#include <memory>
 #include <string_view>
 
 #include "Commands.h"
 #include "Edit.h"
+#include "Looks.h"
 #include "Lookup.h"
+#include "Mending.h"
 #include "OpenProject.h"
 #include "Output.h"
 #include "PreviewReport.h"
 #include "Refusal.h"
+#include "folder_host/EntryTable.h"
+#include "folder_host/Settlements.h"
 #include "folder_host/Text.h"
+#include "folder_host/Twins.h"
 
 namespace project_share {
 
 using folder_host::Entry;
+using folder_host::EntryKind;
+using folder_host::EntryTable;
 using folder_host::FolderProject;
 using folder_host::LabelRecord;
+using folder_host::Listing;
+using folder_host::Selection;
 
 namespace {
 
@@ -55,10 +67,61 @@ Refusal notAttached(const std::string& named) {
   return {refusals::LABEL_NOT_ATTACHED, fmt::format("nothing at {} carries that label", named)};
 }
 
-std::vector<std::string> entryPaths(const FolderProject& project) {
-  std::vector<std::string> paths;
-  for (Entry& entry : project.list().entries) paths.push_back(std::move(entry.path));
+Paths pathsOf(const Listing& listing) {
+  Paths paths;
+  paths.reserve(listing.entries.size());
+  for (const Entry& entry : listing.entries) paths.push_back(entry.path);
   return paths;
+}
+
+// Tells of words in the wrong order, where that is why there is no such label.
+LabelRecord namedLabel(const std::vector<LabelRecord>& labels, const std::string& word, const Paths& named) {
+  try {
+    return findLabel(labels, word);
+  } catch (const Refusal& error) {
+    const auto isLabel = [&](const std::string& path) {
+      return std::any_of(labels.begin(), labels.end(), [&](const LabelRecord& label) { return nameOf(label) == path; });
+    };
+    if (!std::any_of(named.begin(), named.end(), isLabel)) throw;
+    throw Refusal(error.identifier(), fmt::format("{} is no label; LABEL comes before PATH", inQuotes(word)));
+  }
+}
+
+Hazard linkNote(const LabelRecord& label, const Paths& links) {
+  const std::string more = links.size() == 1 ? "" : fmt::format(" (and {} more)", links.size() - 1);
+  return {
+      refusals::LABEL_ON_LINK, links.front(),
+      fmt::format("{}{} is a link, and the label is about the link alone; for what it leads to: {}",
+                  inQuotes(links.front()), more, commandOf({"label", "attach", nameOf(label), links.front() + "/"}))};
+}
+
+// Whoever takes the label off a file says that it may be shared, with what it holds, even where that, or its name, is
+// what the label holds back elsewhere. Gives the paths for which there is such a place.
+Paths settle(const FolderProject& project, const LabelRecord& label, const Paths& paths) {
+  const EntryTable table(std::make_shared<const Listing>(project.list()));
+  Selection named(table.size()), carrying(table.size());
+  for (const std::string& path : project.labels().pathsOf(label.uuid)) {
+    if (const auto entry = table.find(path)) carrying[*entry] = true;
+  }
+  for (const std::string& path : paths) {
+    const auto entry = table.find(path);
+    if (entry && table[*entry].kind == EntryKind::file) named[*entry] = !carrying[*entry];
+  }
+  std::map<std::size_t, std::string> digests;
+  for (const auto& twins : twinsAmong(project.root(), table, named, carrying)) {
+    for (const std::size_t entry : twins.shared) digests[entry] = twins.digest;
+  }
+  for (const auto& leftover : leftoversAmong(table, named, carrying)) {
+    digests.emplace(leftover.entry, digestOf(project.root(), table[leftover.entry]));
+  }
+  Paths settled;
+  folder_host::Settlements settlements(*project.metadata());
+  for (const auto& [entry, digest] : digests) {
+    if (digest.empty()) continue;
+    settlements.settle(table[entry].path, label.uuid, digest);
+    settled.push_back(table[entry].path);
+  }
+  return settled;
 }
 
 // A filter that names a label that is gone selects nothing any more: what it was to hold back would leave.
@@ -69,11 +132,6 @@ void refuseInUse(profiles::ExportProfileManager& manager, const LabelRecord& lab
                   fmt::format("profile {} names {} in its {} filter; take it out there first",
                               inQuotes(nameOf(profile)), inQuotes(nameOf(label)), wordOf(filter.getType())));
   });
-}
-
-std::size_t distinct(std::vector<std::string> paths) {
-  std::sort(paths.begin(), paths.end());
-  return static_cast<std::size_t>(std::unique(paths.begin(), paths.end()) - paths.begin());
 }
 
 }  // namespace
@@ -89,8 +147,10 @@ void createLabels(const std::vector<std::string>& labels) {
   const FolderProject project = openProject();
   const std::vector<LabelRecord> made = edit(project, [&] {
     std::vector<LabelRecord> records;
+    LabelLooks looks(project.labels().list());
     for (const std::string& label : labels) {
       const auto [category, name] = splitLabel(label);
+      looks.add(category, name);
       records.push_back(project.labels().create(category, name));
     }
     return records;
@@ -111,7 +171,9 @@ void listLabels() {
 void renameLabel(const std::string& word, const std::string& name) {
   const FolderProject project = openProject();
   const LabelRecord label = edit(project, [&] {
-    LabelRecord found = findLabel(project.labels().list(), word);
+    const std::vector<LabelRecord> labels = project.labels().list();
+    LabelRecord found = findLabel(labels, word);
+    LabelLooks(labels, found.uuid).add(found.categoryName, folder_host::fromBytes(name));
     project.labels().rename(found.uuid, folder_host::fromBytes(name));
     return found;
   });
@@ -165,29 +227,52 @@ std::vector<std::string> readPaths(char end) {
 
 void attachLabel(const std::string& word, const std::vector<std::string>& named, bool folderOnly) {
   const FolderProject project = openProject();
-  const auto [label, entries, added] = edit(project, [&] {
-    LabelRecord found = findLabel(project.labels().list(), word);
-    std::vector<std::string> paths = pathsAt(entryPaths(project), project, named, folderOnly, noEntry);
-    const std::size_t count = project.labels().attach(found.uuid, paths);
-    return std::tuple(std::move(found), distinct(std::move(paths)), count);
+  const auto [label, paths, added, links] = edit(project, [&] {
+    LabelRecord found = namedLabel(project.labels().list(), word, named);
+    const EntryTable table(std::make_shared<const Listing>(project.list()));
+    std::vector<std::string> all = pathsAt(pathsOf(table.listing()), project, named, folderOnly, noEntry);
+    std::sort(all.begin(), all.end());
+    all.erase(std::unique(all.begin(), all.end()), all.end());
+    const std::size_t count = project.labels().attach(found.uuid, all);
+    Paths onLinks;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(onLinks),
+                 [&](const std::string& path) { return table[table.find(path).value()].kind == EntryKind::link; });
+    return std::tuple(std::move(found), std::move(all), count, std::move(onLinks));
   });
-  const std::string had = entries == added ? "" : fmt::format(" ({} had it already)", entries - added);
+  const std::string had = paths.size() == added ? "" : fmt::format(" ({} had it already)", paths.size() - added);
   done(fmt::format("Attached {} to {}{}.", inQuotes(nameOf(label)), counted(added, "entry", "entries"), had),
-       {{"label", jsonOf(label)}, {"entries", entries}, {"added", added}});
+       {{"label", jsonOf(label)}, {"entries", paths.size()}, {"added", added}});
+  if (!links.empty() && !manner().quiet) printNotes({linkNote(label, links)});
 }
 
 void detachLabel(const std::string& word, const std::vector<std::string>& named, bool folderOnly) {
   const FolderProject project = openProject();
-  const auto [label, removed] = edit(project, [&] {
-    LabelRecord found = findLabel(project.labels().list(), word);
+  const auto [label, removed, settled] = edit(project, [&] {
+    LabelRecord found = namedLabel(project.labels().list(), word, named);
     // By what carries the label, entry or not: so it comes off a file that is gone, too.
     const std::vector<std::string> labelled = project.labels().pathsOf(found.uuid);
-    const std::size_t count =
-        project.labels().detach(found.uuid, pathsAt(labelled, project, named, folderOnly, notAttached));
-    return std::pair(std::move(found), count);
+    Paths locations, carrying;
+    for (const std::string& one : named) {
+      locations.push_back(project.locate(one));
+      const Paths at = pathsAt(labelled, locations.back(), folderOnly);
+      carrying.insert(carrying.end(), at.begin(), at.end());
+    }
+    const std::size_t count = project.labels().detach(found.uuid, carrying);
+    Paths said = settle(project, found, locations);
+    for (std::size_t i = 0; i < named.size(); ++i) {
+      const bool isSettled = std::find(said.begin(), said.end(), locations[i]) != said.end();
+      if (!isSettled && pathsAt(labelled, locations[i], folderOnly).empty()) throw notAttached(inQuotes(named[i]));
+    }
+    return std::tuple(std::move(found), count, std::move(said));
   });
-  done(fmt::format("Detached {} from {}.", inQuotes(nameOf(label)), counted(removed, "path", "paths")),
-       {{"label", jsonOf(label)}, {"removed", removed}});
+  Json object{{"label", jsonOf(label)}, {"removed", removed}, {"settled", Json::array()}};
+  std::string text = fmt::format("Detached {} from {}.", inQuotes(nameOf(label)), counted(removed, "path", "paths"));
+  for (const std::string& path : settled) {
+    object["settled"].push_back(Json::object());
+    putPath(object["settled"].back(), "path", path);
+    text += fmt::format(" {} may be shared with the content that it has now.", inQuotes(path));
+  }
+  done(text, object);
 }
 
 }  // namespace project_share

@@ -144,4 +144,11 @@ std::shared_ptr<profiles::ExportProfile> findProfile(profiles::ExportProfileMana
                  "profile");
 }
 
+bool isProfile(profiles::ExportProfileManager& manager, const std::string& word) {
+  const std::u16string text = folder_host::fromBytes(word);
+  const auto all = manager.getProfiles();
+  return std::any_of(all.begin(), all.end(),
+                     [&](const auto& profile) { return nameOf(*profile) == text || profile->getUUID() == text; });
+}
+
 }  // namespace project_share

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <unordered_map>
 #include <utility>
 
@@ -34,7 +35,7 @@ project::management::FileLabel fileLabel(const LabelRecord& label) {
 
 class Previewing {
  public:
-  explicit Previewing(WorkingCopy& copy) : copy_(copy), labels_(copy.getLabelManager()), labelled_(copy.labelled()) {
+  explicit Previewing(WorkingCopy& copy) : copy_(copy), labels_(copy.getLabelManager()) {
     preview_.labels = labels_.list();
     preview_.reasons.resize(copy.table().size());
     for (std::size_t i = 0; i < preview_.labels.size(); ++i) labelIndices_[preview_.labels[i].uuid] = i;
@@ -70,7 +71,7 @@ class Previewing {
   // By a label: a folder that was to go for the want of one is on the way to what stays.
   bool isSpared(const Entry* entry) const {
     const auto noted = spared_.find(indexOf(entry));
-    return noted != spared_.end() && !noted->second.labels.empty();
+    return dropped_.count(indexOf(entry)) != 0 || (noted != spared_.end() && !noted->second.labels.empty());
   }
 
   // Asked before anything is taken out.
@@ -97,6 +98,10 @@ class Previewing {
       spared_[indexOf(entry)] = {Reason::Rule::filter, position_, {}};
     }
     if (!selected.empty()) noteSufficientLabels(filter, selected);
+    const bool drops = filter.getType() == profiles::EXCLUDE_FILES_WITH_LABEL;
+    for (const Entry* entry : drops ? selected : Entries()) {
+      if (entry->kind == EntryKind::folder) dropped_[indexOf(entry)] = spared_[indexOf(entry)];
+    }
     for (const Entry* entry : gone) {
       const auto noted = spared_.find(indexOf(entry));
       Reason& reason = preview_.reasons[indexOf(entry)];
@@ -141,17 +146,16 @@ class Previewing {
   // Each file tells the folders above it, up to the first that has been told.
   void noteSpared() {
     std::vector<const Entry*> because(preview_.reasons.size());
-    std::vector<const Entry*> unlabelled(preview_.reasons.size());
     for (const Entry* entry : preview_.stays) {
       if (entry->kind == EntryKind::folder) continue;
       tellFolders(entry, because);
-      if (!labelled_[indexOf(entry)]) tellFolders(entry, unlabelled);
     }
     for (const Entry* entry : preview_.stays) {
       const std::size_t index = indexOf(entry);
-      const auto noted = spared_.find(index);
-      if (!isSpared(entry) || because[index] == nullptr) continue;
-      preview_.spared.push_back({entry, noted->second.filter, because[index], unlabelled[index], noted->second.labels});
+      if (because[index] == nullptr || !isSpared(entry)) continue;
+      const auto dropped = dropped_.find(index);
+      const Reason& reason = dropped != dropped_.end() ? dropped->second : spared_.at(index);
+      preview_.spared.push_back({entry, dropped != dropped_.end(), reason.filter, because[index], reason.labels});
     }
   }
 
@@ -166,10 +170,10 @@ class Previewing {
   WorkingCopy& copy_;
   folder_host::LabelStore& labels_;
   Preview preview_;
-  std::unordered_map<std::u16string, std::size_t> labelIndices_;
-  std::vector<bool> labelled_;                      // as the project stands, whatever labels filters take away
-  std::unordered_map<std::size_t, Reason> spared_;  // what was selected and is still there
-  std::size_t position_ = 0;                        // of the filter that is being applied, from 1
+  std::map<std::u16string, std::size_t> labelIndices_;
+  std::unordered_map<std::size_t, Reason> spared_;   // what was selected and is still there
+  std::unordered_map<std::size_t, Reason> dropped_;  // what a drop-files filter selected
+  std::size_t position_ = 0;                         // of the filter that is being applied, from 1
 };
 
 }  // namespace

@@ -14,10 +14,10 @@ using Entries = std::vector<const folder_host::Entry*>;
 // A folder that a filter selects by its labels and that stays for the sake of what stays below it.
 struct Spared {
   const folder_host::Entry* folder;
-  std::size_t filter;                    // the last that selects it, from 1
-  const folder_host::Entry* because;     // the first file or link below it that stays
-  const folder_host::Entry* unlabelled;  // the first of those without any label, or none
-  std::vector<std::size_t> labels;       // those by which the filter selects it: indices into Preview::labels
+  bool isDropped;                     // a drop-files filter selects it
+  std::size_t filter;                 // the last that selects it, from 1; of drop-files filters, where one does
+  const folder_host::Entry* because;  // the first file or link below it that stays
+  std::vector<std::size_t> labels;    // those by which the filter selects it: indices into Preview::labels
 };
 
 // Why an entry goes.

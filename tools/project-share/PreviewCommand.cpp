@@ -98,8 +98,13 @@ void printSummary(const folder_host::WorkingCopy& copy, const Assessment& assess
       assessment.hazards.empty() ? ""
                                  : fmt::format(" A share is refused for the reasons above, or as far as allowed by {}.",
                                                allowingFlags(assessment.hazards));
-  item(fmt::format("{} of {} stay.{}", stays, counted(all, "entry", "entries"), refusal),
-       {{"type", "summary"}, {"entries", all}, {"stay", stays}, {"refused", !assessment.hazards.empty()}});
+  Json object{{"type", "summary"}, {"entries", all}, {"stay", stays}, {"refused", !assessment.hazards.empty()}};
+  putPath(object, "project", copy.root());
+  object["labels"] = jsonOf(assessment.leaving);
+  item(fmt::format("Of the project {}, {} of {} stay.{}", inQuotes(copy.root()), stays,
+                   counted(all, "entry", "entries"), refusal),
+       object);
+  if (!manner().json) line(textOf(assessment.leaving));
 }
 
 // "'drafts/' stays: no filter of profile 'public' selects it"
@@ -132,7 +137,7 @@ void previewProfile(const std::string& word) {
   printTree(*copy, assessment.preview);
   for (std::size_t i = 1; i <= assessment.preview.filters.size(); ++i) printFilter(assessment.preview, i);
   printSkipped(copy->listing());
-  printNotes(assessment.idle);
+  printNotes(assessment.notes);
   printHazards(assessment.hazards);
   printSummary(*copy, assessment);
 }

@@ -91,6 +91,25 @@ void printNotes(const std::vector<folder_host::Hazard>& notes, const std::string
   printHazards(notes, prefix, note);
 }
 
+std::string textOf(const std::vector<LeavingLabel>& leaving) {
+  if (leaving.empty()) return "No label leaves with the copy.";
+  std::string names;
+  for (const auto& [label, entries] : leaving) {
+    names += fmt::format("{} {} on {}", names.empty() ? "" : ",", freeName(nameOf(label)),
+                         counted(entries, "entry", "entries"));
+  }
+  return fmt::format("Labels that leave with the copy:{}.", names);
+}
+
+Json jsonOf(const std::vector<LeavingLabel>& leaving) {
+  Json labels = Json::array();
+  for (const auto& [label, entries] : leaving) {
+    labels.push_back(jsonOf(label));
+    labels.back()["entries"] = entries;
+  }
+  return labels;
+}
+
 void printLabel(const folder_host::LabelRecord& label, std::size_t paths) {
   Json object{{"type", "label"}};
   object.update(jsonOf(label));

@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
+#include "Assessment.h"
 #include "Json.h"
 #include "Preview.h"
-#include "folder_host/Hazards.h"
 
 // How a preview, and what is amiss, is told.
 namespace project_share {
@@ -33,6 +33,9 @@ void printHazards(const std::vector<folder_host::Hazard>& hazards, const std::st
 // What is no reason to refuse by itself.
 void printNotes(const std::vector<folder_host::Hazard>& notes, const std::string& prefix = {},
                 const Json& more = Json::object());
+// "Labels that leave with the copy: audience/everyone on 2 entries."
+std::string textOf(const std::vector<LeavingLabel>& leaving);
+Json jsonOf(const std::vector<LeavingLabel>& leaving);
 // As `label list` gives it: attached to so many paths.
 void printLabel(const folder_host::LabelRecord& label, std::size_t paths);
 void printSkipped(const folder_host::Listing& listing);

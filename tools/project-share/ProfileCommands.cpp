@@ -2,6 +2,7 @@
 
 #include "Commands.h"
 #include "Edit.h"
+#include "Looks.h"
 #include "Lookup.h"
 #include "OpenProject.h"
 #include "Output.h"
@@ -22,11 +23,14 @@ namespace {
 std::u16string freeName(ExportProfileManager& manager, const std::string& word, const std::u16string& uuid = {}) {
   std::u16string name = folder_host::fromBytes(word);
   if (name.empty()) throw Refusal(folder_host::errors::NAME_EMPTY, "a profile needs a name");
+  Looks looks;
   for (const auto& profile : manager.getProfiles()) {
-    if (nameOf(*profile) == name && profile->getUUID() != uuid) {
-      throw Refusal(refusals::PROFILE_NAME_TAKEN,
-                    fmt::format("a profile {} is there already; choose another name", inQuotes(name)));
-    }
+    if (profile->getUUID() != uuid) looks.add(nameOf(*profile));
+  }
+  if (const auto other = looks.add(name)) {
+    throw Refusal(refusals::PROFILE_NAME_TAKEN,
+                  fmt::format("there is already a profile {}{}; choose another name", inQuotes(*other),
+                              *other == word ? "" : ", which looks the same"));
   }
   return name;
 }

@@ -14,11 +14,11 @@
 #include <system_error>
 #include <utility>
 
-#include "folder_host/Digest.h"
 #include "Json.h"
 #include "Lookup.h"
 #include "PreviewReport.h"
 #include "Refusal.h"
+#include "folder_host/Digest.h"
 #include "project/sharing/profiles/ExportProfileTransformation.h"
 
 namespace project_share {
@@ -159,7 +159,7 @@ void Receipt::write(const Assessment& assessment, const std::set<std::string>& a
     object["why"] = jsonOf(assessment.preview, reason);
     put(std::exchange(separator, ",\n  ") + written(object));
   }
-  put("\n ]\n}\n");
+  put("\n ],\n \"labels\": " + written(jsonOf(assessment.leaving)) + "\n}\n");
   flush();
   if (::fsync(descriptor_.get()) != 0) throw failed(file_, errno);
 }

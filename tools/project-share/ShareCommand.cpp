@@ -8,6 +8,7 @@
 #include "Commands.h"
 #include "Interruption.h"
 #include "Lookup.h"
+#include "Mending.h"
 #include "OpenProject.h"
 #include "Output.h"
 #include "PreviewReport.h"
@@ -27,12 +28,38 @@ using folder_host::WorkingCopy;
 
 namespace {
 
+// As it was written.
+std::string wordOf(const Allowed& allowed) { return allowed.identifier + (allowed.path ? "=" + *allowed.path : ""); }
+
+Allowances allowancesOf(const std::vector<Allowed>& all) {
+  Allowances allowances;
+  for (const Allowed& allowed : all) {
+    allowed.path ? allowances.allow(allowed.identifier, *allowed.path) : allowances.allow(allowed.identifier);
+  }
+  return allowances;
+}
+
+// What was allowed and is not there. Whether a file changes while it is copied is not known before.
+std::vector<Hazard> idleAllowances(const ShareWords& words, const Assessment& assessment) {
+  std::vector<Hazard> idle;
+  for (const Allowed& allowed : words.allowed) {
+    if (allowed.identifier == folder_host::errors::ENTRY_CHANGED) continue;
+    if (refusedAmong(assessment.hazards, allowancesOf({allowed})).size() < assessment.hazards.size()) continue;
+    idle.push_back(
+        {refusals::ALLOW_IDLE, {}, fmt::format("--allow {} allows nothing here; leave it out", wordOf(allowed))});
+  }
+  return idle;
+}
+
 void refuseHazards(const Assessment& assessment, const ShareWords& words) {
-  std::vector<Hazard> refused = refusedAmong(assessment.hazards, words.allowed);
-  if (words.strict) refused.insert(refused.end(), assessment.idle.begin(), assessment.idle.end());
+  const Allowances allowances = allowancesOf(words.allowed);
+  std::vector<Hazard> refused = refusedAmong(assessment.hazards, allowances);
+  for (Hazard& note : refusedAmong(words.strict ? assessment.notes : std::vector<Hazard>(), allowances)) {
+    refused.push_back(std::move(note));
+  }
   if (refused.empty()) return;
   printHazards(refused);
-  const std::string flags = allowingFlags(refusedAmong(refused, {refusals::FILTER_IDLE, refusals::LABEL_IDLE}));
+  const std::string flags = allowingFlags(refused);
   throw Refusal(refusals::SHARE_REFUSED, fmt::format("{} not to share; put right what standard output lists{}",
                                                      counted(refused.size(), "reason", "reasons"),
                                                      flags.empty() ? "" : ", or allow it with " + flags));
@@ -47,9 +74,7 @@ ShareResult run(const Assessment& assessment, const std::shared_ptr<WorkingCopy>
                 std::optional<Receipt>& receipt, const Interruption& interruption) {
   ProgressLine copied("copied");
   folder_host::ShareOptions options;
-  options.allowed = words.allowed;
-  // Without a profile nothing is held back, and no label can fail to do so.
-  if (!words.profile) options.allowed.insert(folder_host::errors::LABEL_ON_GONE_PATH);
+  options.allowed = allowancesOf(words.allowed);
   options.onProgress = [&](const Progress& progress) {
     interruption.check();
     copied.show(progress);
@@ -59,7 +84,9 @@ ShareResult run(const Assessment& assessment, const std::shared_ptr<WorkingCopy>
     requireAsAssessed(assessment, left);
     if (!receipt) return;
     ProgressLine checked("noted");
-    receipt->write(assessment, words.allowed, left, folder, [&](const Progress& progress) {
+    std::set<std::string> allowed;
+    for (const Allowed& one : words.allowed) allowed.insert(utf8(wordOf(one)));
+    receipt->write(assessment, allowed, left, folder, [&](const Progress& progress) {
       interruption.check();
       checked.show(progress);
     });
@@ -89,18 +116,35 @@ void report(const Assessment& assessment, const WorkingCopy& copy, const ShareRe
   if (manner().quiet) return;
   printSkipped(copy.listing());
   for (const Spared& spared : assessment.preview.spared) {
-    if (spared.unlabelled == nullptr) printSpared(assessment.preview, spared);
+    if (!spared.isDropped) printSpared(assessment.preview, spared);
   }
-  printNotes(assessment.idle);
+  printNotes(assessment.notes);
   printHazards(assessment.hazards, "allowed: ", {{"allowed", true}});
   const std::size_t out = copy.listing().entries.size() - assessment.preview.stays.size();
   Json object{{"type", "shared"},      {"files", result.files}, {"folders", result.folders},
               {"links", result.links}, {"bytes", result.bytes}, {"heldBack", out}};
   putPath(object, "destination", words.destination);
-  item(fmt::format("Shared {} ({}) to {}; {} held back.{}", textOf(result), counted(result.bytes, "byte", "bytes"),
-                   inQuotes(words.destination), counted(out, "entry", "entries"),
+  putPath(object, "project", copy.root());
+  object["labels"] = jsonOf(assessment.leaving);
+  item(fmt::format("Shared {} ({}) of the project {} to {}; {} held back.{}", textOf(result),
+                   counted(result.bytes, "byte", "bytes"), inQuotes(copy.root()), inQuotes(words.destination),
+                   counted(out, "entry", "entries"),
                    words.receipt.empty() ? "" : fmt::format(" The receipt is {}.", inQuotes(words.receipt))),
        object);
+  if (!manner().json) line(textOf(assessment.leaving));
+}
+
+std::shared_ptr<profiles::ExportProfile> profileOf(WorkingCopy& copy, const ShareWords& words) {
+  const auto manager = managerOf(copy);
+  try {
+    return findProfile(*manager, *words.profile);
+  } catch (const Refusal&) {
+    if (!isProfile(*manager, words.destination)) throw;
+  }
+  throw Refusal(
+      refusals::PROFILE_NOT_FOUND,
+      fmt::format("there is no profile {}, but {} is one: PROFILE comes before DEST: {}", inQuotes(*words.profile),
+                  inQuotes(words.destination), commandOf({"share", words.destination, *words.profile})));
 }
 
 }  // namespace
@@ -108,9 +152,10 @@ void report(const Assessment& assessment, const WorkingCopy& copy, const ShareRe
 void share(const ShareWords& words) {
   const FolderProject project = openProject();
   const auto copy = project.workingCopy();
+  const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
   folder_host::checkDestination(*copy, words.destination);
-  const Assessment assessment =
-      words.profile ? assess(*copy, *findProfile(*managerOf(*copy), *words.profile)) : assessWhole(*copy);
+  Assessment assessment = profile ? assess(*copy, *profile) : assessWhole(*copy);
+  for (Hazard& idle : idleAllowances(words, assessment)) assessment.notes.push_back(std::move(idle));
   refuseHazards(assessment, words);
   const Interruption interruption;  // goes last: what was begun is cleaned up before
   std::optional<Receipt> receipt;

@@ -1,14 +1,20 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <map>
+#include <optional>
+#include <set>
 
 #include "Assessment.h"
 #include "Commands.h"
+#include "Looks.h"
 #include "Lookup.h"
+#include "Mending.h"
 #include "OpenProject.h"
 #include "Output.h"
 #include "PreviewReport.h"
-#include "folder_host/Error.h"
+#include "Refusal.h"
+#include "folder_host/Text.h"
 
 namespace project_share {
 
@@ -39,13 +45,45 @@ void printUnlabelled(const Entries& unlabelled) {
   }
 }
 
-// What concerns this profile, apart from what concerns the whole project.
 void printProfile(const WorkingCopy& copy, const profiles::ExportProfile& profile) {
   const Assessment assessment = assess(copy, profile);
   const std::string prefix = fmt::format("profile {}: ", freeName(assessment.name));
   const Json more{{"profile", jsonOf(profile)}};
-  printNotes(assessment.idle, prefix, more);
-  printHazards(refusedAmong(assessment.hazards, {folder_host::errors::LABEL_ON_GONE_PATH}), prefix, more);
+  printNotes(refusedAmong(assessment.notes, {refusals::LABEL_ON_GONE_PATH}), prefix, more);  // told of already
+  printHazards(assessment.hazards, prefix, more);
+}
+
+// A name that can be taken for another, and a label that no filter goes by.
+std::vector<Hazard> doubtfulNames(const std::vector<LabelRecord>& labels, profiles::ExportProfileManager& manager) {
+  std::vector<Hazard> notes;
+  const auto add = [&](const char* what, const std::optional<std::string>& one, const std::string& other,
+                       const std::string& command) {
+    if (!one) return;
+    notes.push_back({refusals::LOOKS_ALIKE,
+                     {},
+                     fmt::format("the {} {} and {} look alike; give one another name: {}", what, inQuotes(*one),
+                                 inQuotes(other), command)});
+  };
+  Looks labelLooks, categoryLooks, profileLooks;
+  std::set<std::u16string> categories;
+  for (const LabelRecord& label : labels) {
+    const std::string rename = commandOf({"label", "rename", folder_host::toBytes(label.uuid), "NAME"});
+    add("labels", labelLooks.add(label.categoryName, label.name), nameOf(label), rename);
+    if (!categories.insert(label.categoryUUID).second) continue;
+    add("categories", categoryLooks.add(label.categoryName), folder_host::toBytes(label.categoryName),
+        commandOf({"label", "create", "CATEGORY/NAME"}));
+  }
+  for (const auto& profile : profilesByName(manager)) {
+    add("profiles", profileLooks.add(nameOf(*profile)), folder_host::toBytes(nameOf(*profile)),
+        commandOf({"profile", "rename", folder_host::toBytes(profile->getUUID()), "NAME"}));
+  }
+  std::set<std::u16string> named;
+  forEachItem(manager, [&](const auto&, const auto&, const auto& item) { named.insert(item.labelUUID); });
+  for (const LabelRecord& label : labels) {
+    if (named.count(label.uuid) != 0) continue;
+    notes.push_back({refusals::LABEL_UNNAMED, {}, fmt::format("no profile names {}", inQuotes(nameOf(label)))});
+  }
+  return notes;
 }
 
 }  // namespace
@@ -57,10 +95,13 @@ void showStatus() {
   const std::vector<LabelRecord> records = labels.list();
   const auto unlabelled = unlabelledIn(*copy);
 
-  for (const LabelRecord& label : records) printLabel(label, labels.pathsOf(label.uuid).size());
+  std::map<std::u16string, std::size_t> paths;
+  for (const auto& attachment : labels.attachments()) ++paths[attachment.second];
+  for (const LabelRecord& label : records) printLabel(label, paths[label.uuid]);
   printUnlabelled(unlabelled);
   printSkipped(copy->listing());
-  printHazards(danglingLabels(*copy));
+  printNotes(gonePaths(*copy));
+  printNotes(doubtfulNames(records, *managerOf(*copy)));
   for (const auto& profile : listed) printProfile(*copy, *profile);
   const std::size_t entries = copy->listing().entries.size();
   item(fmt::format("{}: {}, {} without a label; {}; {}.", freeName(copy->root()), counted(entries, "entry", "entries"),

@@ -7,11 +7,11 @@
 #include <system_error>
 
 #include "Commands.h"
-#include "folder_host/Digest.h"
 #include "Json.h"
 #include "Output.h"
 #include "ProgressLine.h"
 #include "Refusal.h"
+#include "folder_host/Digest.h"
 #include "folder_host/Entry.h"
 #include "folder_host/Quoted.h"
 

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "folder_host/WorkingCopy.h"
+#include "project/sharing/profiles/ExportFilter.h"
+
+// Commands that put right what speaks against a share, as they are typed into a shell.
+namespace project_share {
+
+using Paths = std::vector<std::string>;
+using Filters = std::vector<std::shared_ptr<project::sharing::profiles::ExportFilter>>;
+
+// "project-share label attach audience/internal 'a b'"
+std::string commandOf(const std::vector<std::string>& words);
+
+// How to hold back, or let go, what filters judge.
+class Mending {
+ public:
+  // The copy, as it is before any filter, outlives this object.
+  Mending(const Filters& filters, const folder_host::WorkingCopy& copy);
+
+  std::string attach(const folder_host::LabelRecord& label, const Paths& paths) const;
+  std::string detach(const folder_host::LabelRecord& label, const Paths& paths) const;
+
+  // Attaches a label of a drop-files filter or, where there is none, takes off the one by which a keep-files filter
+  // shares the entries. Without either, what else can be done. There is a path at least.
+  std::string holdBack(const Paths& paths) const;
+
+ private:
+  std::string commandFor(const char* action, const folder_host::LabelRecord& label, const Paths& paths) const;
+
+  const folder_host::WorkingCopy& copy_;
+  bool atRoot_;  // the working directory is the project's folder
+  std::optional<folder_host::LabelRecord> dropped_;
+  bool keeps_ = false;
+};
+
+}  // namespace project_share

@@ -1,0 +1,164 @@
+#include "TraceHazards.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+#include <string>
+
+#include "Lookup.h"
+#include "Refusal.h"
+#include "folder_host/Failure.h"
+#include "folder_host/Settlements.h"
+#include "folder_host/Twins.h"
+
+namespace project_share {
+
+using folder_host::EntryTable;
+using folder_host::Hazard;
+using folder_host::inQuotes;
+using folder_host::LabelRecord;
+using folder_host::Selection;
+
+namespace {
+
+using Labels = std::set<std::size_t>;  // indices into Preview::labels
+
+Selection sharedIn(const Preview& preview) {
+  Selection shared(preview.reasons.size());
+  for (std::size_t i = 0; i < shared.size(); ++i) shared[i] = preview.reasons[i].rule == Reason::Rule::none;
+  return shared;
+}
+
+class Traces {
+ public:
+  Traces(const Preview& preview, folder_host::WorkingCopy& copy, const Mending& mending)
+      : preview_(preview),
+        copy_(copy),
+        mending_(mending),
+        settlements_(*copy.getMetadataManager()),
+        shared_(sharedIn(preview)),
+        heldBack_(shared_.size()),
+        dropped_(shared_.size()) {
+    for (std::size_t i = 0; i < shared_.size(); ++i) {
+      const Reason& reason = preview.reasons[i];
+      heldBack_[i] = reason.rule == Reason::Rule::filter || reason.rule == Reason::Rule::folder;
+      dropped_[i] = heldBack_[i] && preview.filters[reason.filter - 1].kind == profiles::EXCLUDE_FILES_WITH_LABEL;
+    }
+  }
+
+  std::vector<Hazard> find() {
+    addHistories();
+    addLeftovers();
+    addTwins();
+    return std::move(hazards_);
+  }
+
+ private:
+  const std::string& pathOf(std::size_t entry) const { return copy_.table()[entry].path; }
+
+  void add(const char* identifier, const std::vector<std::size_t>& entries, const std::string& message) {
+    hazards_.push_back({identifier, pathOf(entries.front()), namesOf(entries) + message});
+  }
+
+  void addHistories() {
+    for (const std::size_t entry : historiesAmong(copy_.table(), shared_)) {
+      add(refusals::HISTORY_INSIDE, {entry},
+          " keeps earlier states of files, of those that are held back too; " + mending_.holdBack({pathOf(entry)}));
+    }
+  }
+
+  void addLeftovers() {
+    for (const auto& [entry, of] : leftoversAmong(copy_.table(), shared_, heldBack_)) {
+      if (of == EntryTable::ROOT || shared_[of]) {
+        add(refusals::LEFTOVER, {entry},
+            " is what programs leave where files are, of which some are held back; " +
+                mending_.holdBack({pathOf(entry)}));
+        continue;
+      }
+      const Labels labels = labelsOf({of});
+      const std::string digest = digestOf(copy_.root(), copy_.table()[entry]);
+      if (isSettled(entry, labels, digest)) continue;
+      add(refusals::LEFTOVER, {entry},
+          fmt::format(" looks like a leftover or a copy of {}, which is held back; {}", inQuotes(pathOf(of)),
+                      mend({entry}, labels, digest)));
+    }
+  }
+
+  // Under a keep-files filter both were judged by their labels.
+  void addTwins() {
+    for (const auto& twins : twinsAmong(copy_.root(), copy_.table(), shared_, dropped_)) {
+      const Labels labels = labelsOf(twins.heldBack);
+      std::vector<std::size_t> unsettled;
+      for (const std::size_t entry : twins.shared) {
+        if (!isSettled(entry, labels, twins.digest)) unsettled.push_back(entry);
+      }
+      if (unsettled.empty()) continue;
+      const char* what = twins.digest.empty() ? "may hold what {} holds, which is held back and cannot be read"
+                                              : "has the content of {}, which is held back";
+      add(refusals::SAME_CONTENT, unsettled,
+          fmt::format(" {}; {}", fmt::format(fmt::runtime(what), namesOf(twins.heldBack)),
+                      mend(unsettled, labels, twins.digest)));
+    }
+  }
+
+  std::string namesOf(const std::vector<std::size_t>& entries) const {
+    std::string names;
+    for (const std::size_t entry : entries) names += (names.empty() ? "" : ", ") + inQuotes(pathOf(entry));
+    return names;
+  }
+
+  // Those by which a filter holds the entries back.
+  Labels labelsOf(const std::vector<std::size_t>& entries) const {
+    Labels labels;
+    for (const std::size_t entry : entries) {
+      const auto& sufficient = preview_.reasons[entry].labels;
+      labels.insert(sufficient.begin(), sufficient.end());
+    }
+    return labels;
+  }
+
+  // Whether a person has said of the file that it may be shared for all that these labels say.
+  bool isSettled(std::size_t file, const Labels& labels, const std::string& digest) const {
+    return !labels.empty() && std::all_of(labels.begin(), labels.end(), [&](std::size_t label) {
+      return settlements_.isSettled(pathOf(file), preview_.labels[label].uuid, digest);
+    });
+  }
+
+  std::string mend(const std::vector<std::size_t>& entries, const Labels& labels, const std::string& digest) const {
+    Paths paths;
+    for (const std::size_t entry : entries) paths.push_back(pathOf(entry));
+    const std::string holdBack = mending_.holdBack(paths);
+    if (labels.empty() || digest.empty()) return holdBack;
+    return fmt::format("{}; if it may be shared: {}", holdBack,
+                       mending_.detach(preview_.labels[*labels.begin()], paths));
+  }
+
+  const Preview& preview_;
+  folder_host::WorkingCopy& copy_;
+  const Mending& mending_;
+  folder_host::Settlements settlements_;
+  Selection shared_;
+  Selection heldBack_;  // by a filter
+  Selection dropped_;   // by a drop-files filter
+  std::vector<Hazard> hazards_;
+};
+
+}  // namespace
+
+std::vector<Hazard> traceHazards(const Preview& preview, folder_host::WorkingCopy& copy, const Mending& mending) {
+  return Traces(preview, copy, mending).find();
+}
+
+std::vector<Hazard> storeHazards(const Preview& preview, const folder_host::WorkingCopy& copy, const Mending& mending) {
+  std::vector<Hazard> hazards;
+  for (const std::size_t entry : storesAmong(copy.root(), copy.table(), sharedIn(preview))) {
+    const std::string& path = copy.table()[entry].path;
+    hazards.push_back({folder_host::errors::NESTED_PROJECT, path,
+                       inQuotes(path) + " is a project's store or a receipt, with rules and names that would leave; " +
+                           mending.holdBack({path})});
+  }
+  return hazards;
+}
+
+}  // namespace project_share
