@@ -18,14 +18,6 @@ bool isLone(std::u16string_view text, std::size_t at) {
   return isSurrogate(text[at], 0xdc00) && (at == 0 || !isSurrogate(text[at - 1], 0xd800));
 }
 
-std::string bytesOf(const std::string& hex) {
-  std::string bytes;
-  for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
-    bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
-  }
-  return bytes;
-}
-
 }  // namespace
 
 std::string utf8(std::u16string_view text) {
@@ -59,11 +51,6 @@ std::string written(const Json& object, int indent) {
 void putPath(Json& object, const std::string& key, const std::string& bytes) {
   object[key] = utf8(bytes);
   if (object[key].get_ref<const std::string&>() != bytes) object[key + "Hex"] = folder_host::hexOf(bytes);
-}
-
-std::string pathIn(const Json& object, const std::string& key) {
-  const auto hex = object.find(key + "Hex");
-  return hex != object.end() ? bytesOf(hex->get<std::string>()) : object.at(key).get<std::string>();
 }
 
 const char* wordOf(folder_host::EntryKind kind) {

@@ -24,8 +24,6 @@ std::string written(const Json& object, int indent = -1);
 
 // Sets `key` to the path and, where that is no UTF-8, `key` and "Hex" to its bytes.
 void putPath(Json& object, const std::string& key, const std::string& bytes);
-// The bytes that putPath was given. Throws nlohmann::json::exception where there is no path.
-std::string pathIn(const Json& object, const std::string& key);
 
 const char* wordOf(folder_host::EntryKind kind);  // "file", "folder", "link"
 

@@ -1,15 +1,14 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 
-#include <fstream>
 #include <map>
-#include <stdexcept>
 #include <system_error>
 
 #include "Commands.h"
 #include "Json.h"
 #include "Output.h"
 #include "ProgressLine.h"
+#include "ReceiptReader.h"
 #include "Refusal.h"
 #include "folder_host/Digest.h"
 #include "folder_host/Entry.h"
@@ -40,12 +39,11 @@ class Copy {
     progress_.allEntries = entries_.size();
   }
 
-  void check(const Json& noted) {
-    const std::string path = pathIn(noted, "path");
-    const auto found = entries_.find(path);
-    if (found == entries_.end()) return differ("missing", path);
+  void check(const HandedOut& noted) {
+    const auto found = entries_.find(noted.path);
+    if (found == entries_.end()) return differ("missing", noted.path);
     ++progress_.entries;
-    if (!isAsNoted(found->second, noted)) differ("changed", path);
+    if (!isAsNoted(found->second, noted)) differ("changed", noted.path);
     entries_.erase(found);
   }
 
@@ -66,13 +64,12 @@ class Copy {
     }
   }
 
-  bool isAsNoted(const Entry& entry, const Json& noted) {
-    if (noted.at("kind").get<std::string>() != wordOf(entry.kind)) return false;
-    if (entry.kind == EntryKind::link) return pathIn(noted, "target") == entry.target;
-    if (entry.kind == EntryKind::folder) return true;
+  bool isAsNoted(const Entry& entry, const HandedOut& noted) {
+    if (entry.kind != noted.kind || entry.target != noted.target) return false;
+    if (entry.kind != EntryKind::file) return true;
     const Descriptor file = openFile(entry.path);
-    return noted.at("size").get<std::uint64_t>() == static_cast<std::uint64_t>(statusOf(file).st_size) &&
-           noted.at("sha256").get<std::string>() == digestOf(file, entry.path);
+    return noted.size == static_cast<std::uint64_t>(statusOf(file).st_size) &&
+           noted.sha256 == digestOf(file, entry.path);
   }
 
   Descriptor openFile(const std::string& path) const {
@@ -113,47 +110,20 @@ class Copy {
   std::size_t differences_ = 0;
 };
 
-Refusal unreadable(const std::string& file, const std::string& why) {
-  return {refusals::RECEIPT_UNREADABLE,
-          fmt::format("{} cannot be read as a receipt: {}", folder_host::inQuotes(file), why)};
-}
-
-// Each entry is checked as it is read and forgotten, so that a long receipt takes no room. Gives the rest.
-Json readReceipt(std::istream& stream, Copy& copy) {
-  std::string section;
-  return Json::parse(stream, [&](int depth, Json::parse_event_t event, Json& parsed) {
-    if (depth == 1 && event == Json::parse_event_t::key) section = parsed.get<std::string>();
-    if (depth != 2 || event != Json::parse_event_t::object_end) return true;
-    if (section == "handedOut") copy.check(parsed);
-    return section != "handedOut" && section != "heldBack";
-  });
-}
-
 }  // namespace
 
 void verifyCopy(const std::string& folder, const std::string& file) {
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) throw unreadable(file, "it cannot be opened");
+  ReceiptReader receipt(file);
+  const std::string time = receipt.judge();
   Copy copy(folder);
-  Json receipt;
-  try {
-    receipt = readReceipt(stream, copy);
-    if (receipt.at("receipt") != 1 || !receipt.at("handedOut").is_array()) throw unreadable(file, "it is none");
-  } catch (const Json::exception& error) {
-    throw unreadable(file, error.what());
-  } catch (const std::logic_error&) {  // of what is no number
-    throw unreadable(file, "it is none");
-  } catch (const std::ios_base::failure&) {  // of a folder
-    throw unreadable(file, "it is no file");
-  }
+  receipt.forEach([&](const HandedOut& noted) { copy.check(noted); });
   const std::size_t differences = copy.finish();
   if (differences > 0) {
     throw Refusal(refusals::COPY_DIFFERS, fmt::format("{} from what was handed out, listed on standard output",
                                                       counted(differences, "difference", "differences")));
   }
-  done(fmt::format("{} is what was handed out at {}.", folder_host::inQuotes(folder),
-                   receipt.at("time").get<std::string>()),
-       {{"type", "verified"}, {"time", receipt.at("time")}});
+  done(fmt::format("{} is what was handed out at {}.", folder_host::inQuotes(folder), folder_host::freeName(time)),
+       {{"type", "verified"}, {"time", time}});
 }
 
 }  // namespace project_share
