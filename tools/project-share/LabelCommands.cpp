@@ -79,7 +79,7 @@ std::size_t distinct(std::vector<std::string> paths) {
 }  // namespace
 
 void initProject(const std::string& folder) {
-  const FolderProject project = FolderProject::init(folder);
+  const FolderProject project = makeProject(folder);
   Json object;
   putPath(object, "project", project.root());
   done(fmt::format("Made {} a project.", inQuotes(project.root())), object);
