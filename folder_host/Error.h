@@ -24,6 +24,7 @@ inline constexpr const char* ALREADY_A_PROJECT = "already-a-project";
 inline constexpr const char* NOT_A_PROJECT = "not-a-project";
 inline constexpr const char* STORE_UNREADABLE = "store-unreadable";
 inline constexpr const char* STORE_TOO_NEW = "store-too-new";
+inline constexpr const char* STORE_UNTRUSTED = "store-untrusted";
 inline constexpr const char* STORE_FAILED = "store-failed";
 inline constexpr const char* WRITE_IN_READ_SCOPE = "write-in-read-scope";
 inline constexpr const char* NAME_EMPTY = "name-empty";

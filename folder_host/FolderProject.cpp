@@ -33,9 +33,10 @@ bool holdsStore(const fs::path& folder) {
   return ::lstat((folder / STORE_FILE).c_str(), &status) == 0 || (errno != ENOENT && errno != ENOTDIR);
 }
 
-// Empty where neither the folder nor one above it is a project.
-std::string nearestProject(fs::path folder) {
-  while (!holdsStore(folder)) {
+// Empty where neither the folder nor one above it is a project that counts.
+template <class Counts>
+std::string nearestProject(fs::path folder, const Counts& counts) {
+  while (!holdsStore(folder) || !counts(folder)) {
     if (!folder.has_relative_path()) return {};
     folder = folder.parent_path();
   }
@@ -50,8 +51,10 @@ std::string resolvedFolder(const std::string& folder) {
   return resolved.string();
 }
 
-void refuseProject(const std::string& root) {
-  const std::string project = nearestProject(root);
+// A stranger's project further up would else keep everybody below it from having one.
+void refuseProject(const std::string& root, const Trust& trust) {
+  const auto counts = [&](const fs::path& folder) { return folder == root || isTrusted(folder.string(), trust); };
+  const std::string project = nearestProject(root, counts);
   if (project.empty()) return;
   throw Error(errors::ALREADY_A_PROJECT, inQuotes(project) + " is a project already");
 }
@@ -131,7 +134,7 @@ std::shared_ptr<Store> makeProject(const std::string& root) {
     return makeStore(openFolder(root), root);
   } catch (const std::system_error& error) {
     const int code = error.code().value();
-    if (code == EEXIST) refuseProject(root);
+    if (code == EEXIST) refuseProject(root, nullptr);
     if (code == EBUSY) throw Error(errors::STORE_FAILED, "another process is making " + inQuotes(root) + " a project");
     if (code == EEXIST || code == ENOTDIR || code == ELOOP) {
       throw Error(errors::STORE_FAILED, inQuotes(root + "/" + STORE_FOLDER) + " is something else's; move it away");
@@ -177,18 +180,25 @@ bool isStore(const std::string& relative) { return relative.substr(0, relative.f
 
 }  // namespace
 
-FolderProject FolderProject::init(const std::string& folder) {
+FolderProject FolderProject::init(const std::string& folder, const Trust& trust) {
   std::string root = resolvedFolder(folder);
-  refuseProject(root);
+  refuseProject(root, trust);
+  requireTrusted(root, trust);
   auto store = makeProject(root);
   return {std::move(root), std::move(store)};
 }
 
-FolderProject FolderProject::open(const std::string& folder) {
-  std::string root = nearestProject(resolvedFolder(folder));
+std::string FolderProject::rootOf(const std::string& folder) {
+  std::string root = nearestProject(resolvedFolder(folder), [](const fs::path&) { return true; });
   if (root.empty()) {
     throw Error(errors::NOT_A_PROJECT, "neither " + inQuotes(folder) + " nor a folder above it is a project");
   }
+  return root;
+}
+
+FolderProject FolderProject::open(const std::string& folder, const Trust& trust) {
+  std::string root = rootOf(folder);
+  requireTrusted(root, trust);
   auto store = Store::open(root + "/" + STORE_FILE);
   return {std::move(root), std::move(store)};
 }

@@ -7,6 +7,7 @@
 #include "folder_host/Entry.h"
 #include "folder_host/LabelStore.h"
 #include "folder_host/MetadataStore.h"
+#include "folder_host/Ownership.h"
 #include "folder_host/WorkingCopy.h"
 #include "project/metadata/MetadataScopeGuard.h"
 
@@ -19,12 +20,16 @@ class Store;
 class FolderProject {
  public:
   // Makes the folder, which has to exist, a project. Errors: NOT_A_PROJECT (no such folder), ALREADY_A_PROJECT (it, or
-  // a folder above it, is one), STORE_FAILED. Nothing is left behind where it fails.
-  static FolderProject init(const std::string& folder);
+  // a folder above it, is one; one above that is not trusted does not count), STORE_UNTRUSTED (it has a stranger's
+  // `.project`), STORE_FAILED. Nothing is left behind where it fails.
+  static FolderProject init(const std::string& folder, const Trust& trust = nullptr);
 
   // Opens the project that holds `folder`: the folder itself or the nearest one above. Errors: NOT_A_PROJECT,
-  // STORE_UNREADABLE, STORE_TOO_NEW; the store is then as it was.
-  static FolderProject open(const std::string& folder);
+  // STORE_UNTRUSTED, STORE_UNREADABLE, STORE_TOO_NEW; the store is then as it was.
+  static FolderProject open(const std::string& folder, const Trust& trust = nullptr);
+
+  // The root of the project that `open` would open, whosever it is. Errors: NOT_A_PROJECT.
+  static std::string rootOf(const std::string& folder);
 
   FolderProject(FolderProject&&) noexcept;
   FolderProject& operator=(FolderProject&&) noexcept;

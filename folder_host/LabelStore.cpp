@@ -148,7 +148,7 @@ std::size_t LabelStore::attach(const std::u16string& labelUUID, const std::vecto
       throw Error(errors::LABEL_NOT_FOUND, "there is no such label");
     }
     for (const std::string& path : paths) {
-      attached += store_->run("INSERT INTO attachment VALUES(?, ?) ON CONFLICT DO NOTHING", {path, label});
+      attached += store_->run("INSERT INTO attachment VALUES(?, ?) ON CONFLICT(path, label) DO NOTHING", {path, label});
     }
   });
   return attached;

@@ -73,7 +73,7 @@ NodeValues valuesGivenBy(MetadataNode& node, Store& store, const MetadataPath& p
 std::string makeNodes(Store& store, const MetadataPath& path) {
   std::string parent;
   for (const PathElement& element : path.getElements()) {
-    store.run("INSERT INTO node VALUES(?, ?, ?) ON CONFLICT DO NOTHING",
+    store.run("INSERT INTO node VALUES(?, ?, ?) ON CONFLICT(parent, type, location) DO NOTHING",
               {parent, toBlob(element.getType()), toBlob(element.getLocation())});
     appendToNodeKey(parent, element);
   }
@@ -84,7 +84,8 @@ void setNode(Store& store, const MetadataPath& path, MetadataNode& node) {
   const NodeValues values = valuesGivenBy(node, store, path);
   const std::string key = makeNodes(store, path);
   for (const auto& [name, value] : values) {
-    store.run("INSERT OR REPLACE INTO node_value VALUES(?, ?, ?)", {key, toBlob(name), toBlob(value)});
+    store.run("INSERT INTO node_value VALUES(?, ?, ?) ON CONFLICT(node, key) DO UPDATE SET value = excluded.value",
+              {key, toBlob(name), toBlob(value)});
   }
 }
 

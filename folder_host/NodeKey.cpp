@@ -57,11 +57,11 @@ std::string endOfKeys(std::string key) {
 std::optional<std::array<std::string, 3>> splitNodeKey(std::string_view key) {
   std::string_view rest = key;
   while (true) {
-    const std::string parent(key.substr(0, key.size() - rest.size()));
+    const std::size_t parent = key.size() - rest.size();
     const auto type = takePart(rest);
     const auto location = type ? takePart(rest) : std::nullopt;
     if (!location) return std::nullopt;
-    if (rest.empty()) return std::array<std::string, 3>{parent, *type, *location};
+    if (rest.empty()) return std::array<std::string, 3>{std::string(key.substr(0, parent)), *type, *location};
   }
 }
 

@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "folder_host/Error.h"
-#include "folder_host/StoreFile.h"
 
 namespace folder_host {
 
@@ -56,10 +55,8 @@ class Use {
 }  // namespace
 
 void Store::create(const std::string& file) {
-  createStoreFile(file);
   try {
-    SQLite::Database database(file.c_str(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW);
-    createTables(database);
+    createStoreFile(file);
   } catch (const SQLite::Exception& error) {
     throw storeFailure(error);
   }
@@ -69,23 +66,24 @@ std::shared_ptr<Store> Store::open(const std::string& file) { return std::make_s
 
 std::shared_ptr<Store> Store::inMemory() {
   try {
-    SQLite::Database database(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-    createTables(database);
-    return std::make_shared<Store>(std::move(database));
+    StoreDatabase memory = openInMemory();
+    createTables(memory.database);
+    return std::make_shared<Store>(std::move(memory));
   } catch (const SQLite::Exception& error) {
     throw storeFailure(error);
   }
 }
 
-Store::Store(SQLite::Database database) : database_(std::move(database)), scopes_(database_) {}
+Store::Store(StoreDatabase store)
+    : vfs_(std::move(store.vfs)), database_(std::move(store.database)), scopes_(database_) {}
 
 Store::~Store() = default;
 
 std::shared_ptr<Store> Store::memoryCopy() {
   const MetadataScopeGuard scope = beginRead();
   try {
-    SQLite::Database memory(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-    const int result = SQLite::Backup(memory, database_).executeStep();
+    StoreDatabase memory = openInMemory();
+    const int result = SQLite::Backup(memory.database, database_).executeStep();
     if (result != SQLITE_DONE) throw storeFailure(result);
     return std::make_shared<Store>(std::move(memory));
   } catch (const SQLite::Exception& error) {

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "folder_host/Scopes.h"
+#include "folder_host/StoreFile.h"
 #include "project/metadata/MetadataScopeGuard.h"
 
 namespace folder_host {
@@ -39,7 +40,7 @@ class Store : public std::enable_shared_from_this<Store> {
   // An empty one that has no file.
   static std::shared_ptr<Store> inMemory();
 
-  explicit Store(SQLite::Database database);
+  explicit Store(StoreDatabase store);
   ~Store();
   Store(const Store&) = delete;
   Store& operator=(const Store&) = delete;
@@ -78,6 +79,7 @@ class Store : public std::enable_shared_from_this<Store> {
  private:
   SQLite::Statement& prepared(const char* sql);
 
+  std::unique_ptr<StoreVfs> vfs_;  // null in memory
   SQLite::Database database_;
   std::map<std::string, SQLite::Statement, std::less<>> statements_;
   Scopes scopes_;

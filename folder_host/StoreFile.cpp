@@ -1,12 +1,19 @@
 #include "folder_host/StoreFile.h"
 
 #include <SQLiteCpp/Column.h>
+#include <SQLiteCpp/Statement.h>
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstddef>
+#include <optional>
+#include <utility>
+#include <vector>
 
 #include "folder_host/Failure.h"
 #include "folder_host/Soundness.h"
@@ -33,11 +40,6 @@ CREATE TABLE attachment(path BLOB NOT NULL, label BLOB NOT NULL, PRIMARY KEY(pat
 CREATE INDEX attachment_by_label ON attachment(label);
 )";
 
-// The store's tables, what hangs on them, and what runs by itself.
-constexpr const char* SCHEMA = R"(
-SELECT group_concat(sql) FROM (SELECT sql FROM sqlite_schema WHERE type NOT IN ('table', 'index')
-  OR tbl_name IN ('node', 'node_value', 'category', 'label', 'attachment') ORDER BY name))";
-
 // SQLite takes no longer paths, the journal's beside the store included.
 void checkLength(const std::string& file) {
   constexpr std::size_t LONGEST = 500;
@@ -53,14 +55,65 @@ void checkRegularFile(const std::string& file) {
   if (!S_ISREG(status.st_mode)) throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is not a file");
 }
 
-// A view may have no end, a trigger or an index of a stranger undo in silence what is written.
+// Makes the connection do nothing that a file asks for by itself, and keep in memory what it needs for a while.
+void guard(SQLite::Database& database) {
+  constexpr std::array<std::pair<int, int>, 4> SETTINGS = {{{SQLITE_DBCONFIG_DEFENSIVE, 1},
+                                                            {SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0},
+                                                            {SQLITE_DBCONFIG_ENABLE_TRIGGER, 0},
+                                                            {SQLITE_DBCONFIG_ENABLE_VIEW, 0}}};
+  for (const auto& [setting, value] : SETTINGS) {
+    sqlite3_db_config(database.getHandle(), setting, value, nullptr);
+  }
+  database.exec("PRAGMA temp_store = MEMORY");
+  database.exec("PRAGMA cell_size_check = ON");
+}
+
+SQLite::Database connect(const std::string& file, const StoreVfs& vfs) {
+  SQLite::Database database(file.c_str(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, BUSY_TIMEOUT_MS, vfs.name());
+  guard(database);
+  return database;
+}
+
+using SchemaRow = std::array<std::string, 4>;
+
+// Sorted; nothing where a value is no text.
+std::optional<std::vector<SchemaRow>> schemaOf(SQLite::Database& database) {
+  std::vector<SchemaRow> rows;
+  SQLite::Statement statement(database, "SELECT type, name, tbl_name, sql FROM sqlite_schema");
+  while (statement.executeStep()) {
+    SchemaRow& row = rows.emplace_back();
+    for (int column = 0; column < statement.getColumnCount(); ++column) {
+      if (!statement.getColumn(column).isText()) return std::nullopt;
+      row[static_cast<std::size_t>(column)] = statement.getColumn(column).getString();
+    }
+  }
+  std::sort(rows.begin(), rows.end());
+  return rows;
+}
+
+// A view may have no end, a trigger or an index of a stranger undo in silence what is written, a constraint never come
+// to an end. Ours are few and short: what is not ends the reading, for a page of them can be there any number of times.
 bool isSchemaOurs(SQLite::Database& database) {
-  SQLite::Database ours(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-  createTables(ours);
-  return database.execAndGet(SCHEMA).getString() == ours.execAndGet(SCHEMA).getString();
+  constexpr int MOST_STEPS = 1000;
+  constexpr int LONGEST = 1000;
+  StoreDatabase ours = openInMemory();
+  createTables(ours.database);
+  sqlite3* const handle = database.getHandle();
+  const int usual = sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, LONGEST);
+  sqlite3_progress_handler(
+      handle, MOST_STEPS, [](void*) { return 1; }, nullptr);
+  const bool same = schemaOf(database) == schemaOf(ours.database);
+  sqlite3_progress_handler(handle, 0, nullptr, nullptr);
+  sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, usual);
+  return same;
+}
+
+Error damaged(const std::string& file) {
+  return {errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is damaged, or of another make"};
 }
 
 void checkContent(SQLite::Database& database, const std::string& file) {
+  database.exec("BEGIN");  // what is looked at is one state
   if (database.execAndGet("PRAGMA application_id").getInt() != APPLICATION_ID) {
     throw Error(errors::STORE_UNREADABLE, inQuotes(file) + " is not the store of a project");
   }
@@ -71,8 +124,19 @@ void checkContent(SQLite::Database& database, const std::string& file) {
   }
   if (version < VERSION) throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is incomplete");
   if (!isSchemaOurs(database) || !isSound(database)) {
-    throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is damaged");
+    throw damaged(file);
   }
+  database.exec("COMMIT");
+}
+
+// In words that no file has chosen.
+Error openingFailure(const std::string& file, const StoreVfs& vfs, const SQLite::Exception& error) {
+  const std::string store = "the store " + inQuotes(file);
+  const int code = error.getErrorCode() & 0xFF;
+  if (vfs.refusal() != nullptr) return {errors::STORE_UNREADABLE, store + " " + vfs.refusal()};
+  if (code == SQLITE_BUSY) return storeFailure(code);
+  if (code == SQLITE_INTERRUPT || code == SQLITE_TOOBIG) return damaged(file);
+  return {errors::STORE_UNREADABLE, "cannot open " + store + ": " + sqlite3_errstr(error.getExtendedErrorCode())};
 }
 
 }  // namespace
@@ -92,6 +156,28 @@ void createStoreFile(const std::string& file) {
   const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
   if (descriptor < 0) throw systemFailure(errors::STORE_FAILED, "cannot make the store", file, errno);
   ::close(descriptor);
+  const StoreVfs vfs(file);
+  SQLite::Database database = connect(file, vfs);
+  createTables(database);
+}
+
+StoreDatabase openStoreFile(const std::string& file) {
+  checkLength(file);
+  checkRegularFile(file);
+  auto vfs = std::make_unique<StoreVfs>(file);
+  try {
+    SQLite::Database database = connect(file, *vfs);
+    checkContent(database, file);
+    return {std::move(vfs), std::move(database)};
+  } catch (const SQLite::Exception& error) {
+    throw openingFailure(file, *vfs, error);
+  }
+}
+
+StoreDatabase openInMemory() {
+  SQLite::Database database(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+  guard(database);
+  return {nullptr, std::move(database)};
 }
 
 void createTables(SQLite::Database& database) {
@@ -100,19 +186,6 @@ void createTables(SQLite::Database& database) {
   database.exec("PRAGMA user_version = " + std::to_string(VERSION));
   database.exec(TABLES);
   database.exec("COMMIT");
-}
-
-SQLite::Database openStoreFile(const std::string& file) {
-  checkLength(file);
-  checkRegularFile(file);
-  try {
-    SQLite::Database database(file.c_str(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, BUSY_TIMEOUT_MS);
-    checkContent(database, file);
-    return database;
-  } catch (const SQLite::Exception& error) {
-    if ((error.getErrorCode() & 0xFF) == SQLITE_BUSY) throw storeFailure(error);
-    throw Error(errors::STORE_UNREADABLE, "cannot open the store " + inQuotes(file) + ": " + error.what());
-  }
 }
 
 }  // namespace folder_host

@@ -2,9 +2,11 @@
 
 #include <SQLiteCpp/Database.h>
 
+#include <memory>
 #include <string>
 
 #include "folder_host/Error.h"
+#include "folder_host/StoreVfs.h"
 
 // Store files: how they are made, told from others and opened. What a Store does once it has its database is not here.
 namespace folder_host {
@@ -14,14 +16,24 @@ Error storeFailure(int result, const std::string& message);
 Error storeFailure(int result);
 Error storeFailure(const SQLite::Exception& error);
 
-// Makes an empty file for its owner only, which becomes a store when it is written. Errors: STORE_FAILED,
-// PATH_TOO_LONG.
+// A connection, and what it sees of the disk; in memory, nothing.
+struct StoreDatabase {
+  std::unique_ptr<StoreVfs> vfs;
+  SQLite::Database database;
+};
+
+// Makes a store file, for its owner only. Errors: STORE_FAILED, PATH_TOO_LONG, SQLite::Exception; a file that was begun
+// stays.
 void createStoreFile(const std::string& file);
+
+// Errors: STORE_UNREADABLE, STORE_TOO_NEW, STORE_FAILED (locked for too long), PATH_TOO_LONG; nothing is written but
+// what a journal of the store's own restores.
+StoreDatabase openStoreFile(const std::string& file);
+
+// An empty database in memory. Errors: SQLite::Exception.
+StoreDatabase openInMemory();
 
 // Gives an empty database the tables of a store. Errors: SQLite::Exception.
 void createTables(SQLite::Database& database);
-
-// Errors: STORE_UNREADABLE, STORE_TOO_NEW, PATH_TOO_LONG; nothing is written.
-SQLite::Database openStoreFile(const std::string& file);
 
 }  // namespace folder_host

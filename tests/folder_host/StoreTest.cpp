@@ -3,6 +3,7 @@
 #include <SQLiteCpp/Exception.h>
 
 #include "Fixture.h"
+#include "folder_host/Text.h"
 
 namespace folder_host {
 
@@ -16,12 +17,13 @@ class StoreTest : public FolderTest {
 
   std::shared_ptr<Store> open() const { return Store::open(file_); }
   static void add(Store& store, const std::string& name) {
-    store.run("INSERT INTO category VALUES(?, ?)", {name, std::string_view()});
+    store.run("INSERT INTO category VALUES(?, ?)", {toBlob(fromBytes(name)), std::string_view()});
   }
 
   static std::string names(Store& store) {
     std::string names;
-    for (const Store::Row& row : store.query("SELECT uuid FROM category ORDER BY uuid")) names += row[0];
+    for (const Store::Row& row : store.query("SELECT uuid FROM category ORDER BY uuid"))
+      names += toBytes(fromBlob(row[0]));
     return names;
   }
 
@@ -53,18 +55,16 @@ TEST_F(StoreTest, AnInnerScopeThatFailsUndoesOnlyItsOwnChanges) {
 
 TEST_F(StoreTest, AFailureThatUndoesTheWholeTransactionLetsNothingOfItsScopeBeKept) {
   const auto store = open();
-  runSql(file_,
-         "CREATE TRIGGER t BEFORE INSERT ON category WHEN NEW.uuid = 'x' BEGIN SELECT RAISE(ROLLBACK, 'x'); END");
   {
     const auto outer = store->beginWrite();
     const auto inner = store->beginWrite();
     add(*store, "a");
-    EXPECT_EQ(refusalOf([&] { store->run("INSERT INTO category VALUES('x', x'')"); }), errors::STORE_FAILED);
+    EXPECT_EQ(refusalOf([&] { store->run("INSERT OR ROLLBACK INTO category SELECT * FROM category"); }),
+              errors::STORE_FAILED);
     EXPECT_EQ(refusalOf([&] { add(*store, "b"); }), errors::STORE_FAILED) << "it would be kept at once";
   }
   EXPECT_EQ(refusalOf([&] { store->confirm(); }), errors::STORE_FAILED);
   store->atomically([&] { add(*store, "c"); });
-  runSql(file_, "DROP TRIGGER t");  // with which it is no store to open
   EXPECT_EQ(names(*open()), "c");
 }
 
@@ -82,8 +82,8 @@ TEST_F(StoreTest, WritingInAReadScopeIsRefusedAndChangesNothing) {
 }
 
 TEST_F(StoreTest, ACommitThatFailsIsUndoneAndToldOnce) {
-  runSql(file_, "CREATE TABLE child(of REFERENCES category DEFERRABLE INITIALLY DEFERRED)");
   const auto store = open();
+  runSql(file_, "CREATE TABLE child(of REFERENCES category DEFERRABLE INITIALLY DEFERRED)");
   store->query("PRAGMA foreign_keys = ON");
   const auto failToCommit = [&] {
     const auto scope = store->beginWrite();
@@ -97,6 +97,7 @@ TEST_F(StoreTest, ACommitThatFailsIsUndoneAndToldOnce) {
   failToCommit();
   EXPECT_EQ(refusalOf([&] { names(*store); }), errors::STORE_FAILED) << "the next call tells it";
   store->atomically([&] { add(*store, "b"); });
+  runSql(file_, "DROP TABLE child");  // with which it is no store to open
   EXPECT_EQ(names(*open()), "b");
 }
 
@@ -112,26 +113,61 @@ TEST_F(StoreTest, AStoreThatIsWrittenOutHoldsNoByteOfWhatWasRemoved) {
     add(*store, "kept-name");
     add(*store, "gone-name");
   }
-  runSql(file_, "DELETE FROM category WHERE uuid = CAST('gone-name' AS BLOB)");
-  ASSERT_NE(read(file_).find("gone-name"), std::string::npos) << "else this test could not fail";
+  runSql(file_, "DELETE FROM category WHERE uuid = (SELECT min(uuid) FROM category)");
+  const std::string gone = toBlob(u"gone-name");
+  ASSERT_NE(read(file_).find(gone), std::string::npos) << "else this test could not fail";
   write(in("out.db"), open()->memoryCopy()->image());
-  EXPECT_EQ(read(in("out.db")).find("gone-name"), std::string::npos);
+  EXPECT_EQ(read(in("out.db")).find(gone), std::string::npos);
   EXPECT_EQ(names(*Store::open(in("out.db"))), "kept-name");
 }
 
-TEST_F(StoreTest, AStoreWhoseRowsDoNotFitTogetherIsRefused) {
-  for (const char* stray :
-       {"INSERT INTO label VALUES('l', 'none', 'n', 0)", "INSERT INTO attachment VALUES('p', 'none')",
-        "INSERT INTO node VALUES(x'000000020061000000020062', x'0061', x'0062')",
-        "INSERT INTO node VALUES(x'00000002', x'0061', x'0062')",
-        "INSERT INTO node_value VALUES(x'000000020061000000020062', x'0061', x'0062')",
-        "INSERT INTO category VALUES('c', ''); INSERT INTO label VALUES('l', 'c', 'n', 2)"}) {
+TEST_F(StoreTest, AStoreWhoseRowsAreNotAsTheyAreWrittenIsRefused) {
+  const std::string sound =
+      "DELETE FROM category; DELETE FROM label; DELETE FROM attachment; DELETE FROM node; DELETE FROM node_value;"
+      "INSERT INTO category VALUES(x'0063', x'0043'); INSERT INTO label VALUES(x'006c', x'0063', x'', 1);"
+      "INSERT INTO attachment VALUES(CAST('.a/..b/ ' AS BLOB), x'006c'); INSERT INTO node VALUES(x'', x'0061', "
+      "x'0062');"
+      "INSERT INTO node_value VALUES(x'000000020061000000020062', x'0061', x'');";
+  for (const char* stray : {
+           // What it belongs to is not there.
+           "UPDATE label SET category = x'0000'",
+           "UPDATE attachment SET label = x'0000'",
+           "UPDATE node SET parent = x'000000020061000000020062'",
+           "UPDATE node SET parent = x'00000002'",
+           "UPDATE node_value SET node = x'000000020061000000020063'",
+           // Another type, or half a character.
+           "UPDATE category SET uuid = 'cc'; UPDATE label SET category = 'cc'",
+           "UPDATE category SET name = 'CC'",
+           "UPDATE category SET name = 17",
+           "UPDATE category SET name = x'43'",
+           "UPDATE label SET name = 'LL'",
+           "UPDATE label SET uuid = 'll'; UPDATE attachment SET label = 'll'",
+           "UPDATE label SET name = x'004c00'",
+           "UPDATE label SET kept = 2",
+           "UPDATE label SET kept = -1",
+           "UPDATE label SET kept = 0.5",
+           "UPDATE label SET kept = 'yes'",
+           "UPDATE label SET kept = x'30'",
+           "UPDATE attachment SET path = 'p'",
+           "UPDATE node SET type = 'aa'; DELETE FROM node_value",
+           "UPDATE node SET location = x'62'; DELETE FROM node_value",
+           "UPDATE node_value SET key = 'aa'",
+           "UPDATE node_value SET value = 'aa'",
+           "UPDATE node_value SET value = x'00'",
+           "DELETE FROM node_value; UPDATE node SET parent = ''",
+       }) {
+    runSql(file_, sound);
+    ASSERT_EQ(refusalOf([&] { open(); }), "");
     runSql(file_, stray);
     EXPECT_EQ(refusalOf([&] { open(); }), errors::STORE_UNREADABLE) << stray;
-    runSql(file_, "DELETE FROM label; DELETE FROM attachment; DELETE FROM node; DELETE FROM node_value");
   }
-  runSql(file_, "CREATE TABLE unknown(x)");
-  EXPECT_EQ(refusalOf([&] { open(); }), "");
+  for (const std::string path :
+       {"", "/", "/p", "p/", "p//q", ".", "..", "../p", "p/..", "p/./q", ".project", ".project/p"}) {
+    runSql(file_, sound + "UPDATE attachment SET path = CAST('" + path + "' AS BLOB)");
+    EXPECT_EQ(refusalOf([&] { open(); }), errors::STORE_UNREADABLE) << path;
+  }
+  runSql(file_, sound + "UPDATE attachment SET path = x'610062'");
+  EXPECT_EQ(refusalOf([&] { open(); }), errors::STORE_UNREADABLE);
 }
 
 }  // namespace folder_host

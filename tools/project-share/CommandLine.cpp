@@ -12,6 +12,7 @@
 #include "Assessment.h"
 #include "Commands.h"
 #include "Lookup.h"
+#include "OpenProject.h"
 #include "Output.h"
 #include "Refusal.h"
 
@@ -38,6 +39,7 @@ struct Words {
   bool zeroEnded = false;
   bool whole = false;
   bool strict = false;
+  bool forget = false;
 };
 
 // CLI11 takes a word in brackets apart and passes over a "++", and would so label other files than the ones named. A
@@ -248,6 +250,7 @@ void addOptions(CLI::App& app) {
       ->type_name("DIR");
   app.add_flag("--json", manner().json, "Write one JSON object a line");
   app.add_flag("--quiet", manner().quiet, "Write nothing but what was asked for");
+  app.add_flag("--trust", trustsEverybody(), "Open the project although it belongs to another user");
   app.set_version_flag("--version", "project-share " PROJECT_SHARE_VERSION, "Print the version and exit");
 }
 
@@ -278,6 +281,7 @@ int parse(CLI::App& app, std::vector<std::string> words) {
 
 int runCommandLine(int argc, char** argv) {
   manner() = usualManner();
+  trustsEverybody() = false;
   Words words;
   CLI::App app("Hands out copies of a folder without what is labelled to stay", "project-share");
   app.require_subcommand(1);
@@ -286,6 +290,11 @@ int runCommandLine(int argc, char** argv) {
   CLI::App* init = addCommand(&app, "init", "Make a folder a project", "init my-folder");
   addWord(init, "FOLDER", words.folder, "The folder (the working directory)")->required(false);
   init->callback([&] { initProject(words.folder); });
+  CLI::App* trust =
+      addCommand(&app, "trust", "Open a project from now on although it belongs to another user", "trust /srv/team");
+  addWord(trust, "FOLDER", words.folder, "In the project (the working directory)")->required(false);
+  trust->add_flag("--forget", words.forget, "Trust the project no more");
+  trust->callback([&] { words.forget ? forgetProject(words.folder) : trustProject(words.folder); });
   addCommand(&app, "status", "Show what is labelled, what is not, and what a share would be refused for", "status")
       ->callback([] { showStatus(); });
   addLabelCommands(app, words);

@@ -9,6 +9,9 @@
 namespace project_share {
 
 void initProject(const std::string& folder);
+// That the project of another user that holds the folder is opened from now on, or no more.
+void trustProject(const std::string& folder);
+void forgetProject(const std::string& folder);
 // What is labelled, what is not, and what a share by each profile would be refused for.
 void showStatus();
 

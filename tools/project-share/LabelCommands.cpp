@@ -137,7 +137,7 @@ void refuseInUse(profiles::ExportProfileManager& manager, const LabelRecord& lab
 }  // namespace
 
 void initProject(const std::string& folder) {
-  const FolderProject project = FolderProject::init(folder);
+  const FolderProject project = makeProject(folder);
   Json object;
   putPath(object, "project", project.root());
   done(fmt::format("Made {} a project.", inQuotes(project.root())), object);

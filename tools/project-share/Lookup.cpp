@@ -69,12 +69,14 @@ bool isFileKind(const std::u16string& kind) {
 
 LabelRecord findLabel(const std::vector<LabelRecord>& labels, const std::string& word) {
   const std::u16string text = folder_host::fromBytes(word);
-  std::vector<LabelRecord> found;
+  std::vector<LabelRecord> named;
+  std::vector<LabelRecord> identified;
   for (const LabelRecord& label : labels) {
-    if (label.uuid == text) return label;
-    if (label.categoryName + u"/" + label.name == text) found.push_back(label);
+    if (label.categoryName + u"/" + label.name == text) named.push_back(label);
+    if (label.uuid == text) identified.push_back(label);
   }
-  return theOnly(found, refusals::LABEL_AMBIGUOUS, folder_host::errors::LABEL_NOT_FOUND, word, "label");
+  return theOnly(named.empty() ? identified : named, refusals::LABEL_AMBIGUOUS, folder_host::errors::LABEL_NOT_FOUND,
+                 word, "label");
 }
 
 std::pair<std::u16string, std::u16string> splitLabel(const std::string& word) {

@@ -25,7 +25,8 @@ std::u16string kindOf(const std::string& word);  // one of kindWords()
 std::string wordOf(const std::u16string& kind);  // an unknown kind: its own text, in quotes
 bool isFileKind(const std::u16string& kind);
 
-// The label that CATEGORY/NAME or a UUID names. Errors: LABEL_NOT_FOUND; LABEL_AMBIGUOUS where only a UUID will do.
+// The label of that CATEGORY/NAME or, where there is none, of that UUID. Errors: LABEL_NOT_FOUND; LABEL_AMBIGUOUS where
+// only a UUID will do.
 folder_host::LabelRecord findLabel(const std::vector<folder_host::LabelRecord>& labels, const std::string& word);
 
 // CATEGORY and NAME, split at the first '/'. Error: LABEL_MALFORMED.

@@ -1,7 +1,47 @@
 #include "OpenProject.h"
 
+#include <algorithm>
+#include <cstring>
+
+#include "Refusal.h"
+#include "TrustedProjects.h"
+
 namespace project_share {
 
-folder_host::FolderProject openProject() { return folder_host::FolderProject::open("."); }
+using folder_host::FolderProject;
+
+namespace {
+
+bool isTrusted(const std::string& root, uid_t owner) {
+  if (trustsEverybody()) return true;
+  const TrustedProjects trusted = trustedProjects();
+  return std::find(trusted.begin(), trusted.end(), TrustedProject{root, owner}) != trusted.end();
+}
+
+template <class Open>
+FolderProject orHowTo(const Open& open) {
+  try {
+    return open();
+  } catch (const Refusal& error) {
+    if (std::strcmp(error.identifier(), folder_host::errors::STORE_UNTRUSTED) != 0) throw;
+    throw Refusal(error.identifier(),
+                  std::string(error.what()) + ", by --trust this once, by 'project-share trust' from now on");
+  }
+}
+
+}  // namespace
+
+bool& trustsEverybody() {
+  static bool trusts = false;
+  return trusts;
+}
+
+FolderProject openProject() {
+  return orHowTo([] { return FolderProject::open(".", isTrusted); });
+}
+
+FolderProject makeProject(const std::string& folder) {
+  return orHowTo([&] { return FolderProject::init(folder, isTrusted); });
+}
 
 }  // namespace project_share

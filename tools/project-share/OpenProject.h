@@ -4,7 +4,14 @@
 
 namespace project_share {
 
-// The project that holds the working directory. Errors: those of FolderProject::open.
+// Whether this run opens a project whosever it is.
+bool& trustsEverybody();
+
+// The project that holds the working directory. Errors: those of FolderProject::open; SETTINGS_FAILED where it is
+// another user's and the settings cannot tell whether it is trusted.
 folder_host::FolderProject openProject();
+
+// Errors: those of FolderProject::init; SETTINGS_FAILED.
+folder_host::FolderProject makeProject(const std::string& folder);
 
 }  // namespace project_share

@@ -23,7 +23,7 @@ _project_share() {
   done
 
   case "${given[0]-} ${given[1]-}" in
-    " ") words="init status label profile preview why share verify" ;;
+    " ") words="init trust status label profile preview why share verify" ;;
     "label ") words="create list rename delete keep release attach detach" ;;
     "profile ") words="create list show explain rename duplicate delete add-filter remove-filter" ;;
     "label list" | "profile list" | "profile create") ;;
@@ -40,10 +40,11 @@ _project_share() {
     "profile "*) [ ${#given[@]} -gt 2 ] || names=profile ;;
     "why "*) options="--profile" ;;
     "verify "*) options="--receipt" ;;
+    "trust "*) options="--forget" ;;
     "share "*) options="--allow --receipt --strict --whole" ;;&
     "share "* | "preview "*) [[ ${#given[@]} -gt 1 || " ${COMP_WORDS[*]} " == *" --whole "* ]] || names=profile ;;
   esac
-  options+=" -C --json --quiet --version -h --help"
+  options+=" -C --json --quiet --trust --version -h --help"
 
   COMPREPLY=()
   case ${COMP_WORDS[COMP_CWORD - 1]} in

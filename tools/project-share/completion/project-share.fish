@@ -36,11 +36,13 @@ complete -c project-share -f
 complete -c project-share -o C -xa '(__fish_complete_directories)' -d 'Work in this folder'
 complete -c project-share -l json -d 'Write one JSON object a line'
 complete -c project-share -l quiet -d 'Write nothing but what was asked for'
+complete -c project-share -l trust -d 'Open the project although it belongs to another user'
 complete -c project-share -l version -d 'Print the version'
 complete -c project-share -s h -l help -d 'Print help'
 
 set -l offer __project_share_offer
 $offer 0 '' -a init -d 'Make a folder a project'
+$offer 0 '' -a trust -d 'Open a project although it belongs to another user'
 $offer 0 '' -a status -d 'Show what is labelled, and what a share would be refused for'
 $offer 0 '' -a label -d 'Labels'
 $offer 0 '' -a profile -d 'Profiles: stored rules of what is held back'
@@ -78,11 +80,12 @@ $offer 3 '^profile [a-z]*-filter' -a 'drop-files keep-files drop-labels keep-lab
 $offer '*' '^profile [a-z]*-filter .* (drop|keep)-' -a '(__project_share_names label)'
 
 $offer 1 '^(preview|share)' -a '(__project_share_names profile)'
-$offer '*' '^(init|why|share|verify)' -F
+$offer '*' '^(init|trust|why|share|verify)' -F
 $offer '*' '^why' -l profile -xa '(__project_share_names profile)' -d 'Name or UUID'
 $offer '*' '^share' -l whole -d 'Everything, without a profile'
 $offer '*' '^share' -l strict -d 'Refuse where a filter takes nothing out'
 $offer '*' '^share' -l receipt -rF -d 'A JSON file to be made, for you'
 $offer '*' '^share' -l allow -x -d 'Share in spite of this reason' -a 'folder-spared label-on-gone-path label-gone
     filter-skipped content-under-two-names nested-project names-collide entry-changed'
+$offer '*' '^trust' -l forget -d 'Trust the project no more'
 $offer '*' '^verify' -l receipt -rF -d 'The file that share made'

@@ -1,0 +1,124 @@
+#include "folder_host/StoreVfs.h"
+
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+
+namespace folder_host {
+
+namespace {
+
+constexpr const char* NO_FILE = "is not a file";
+constexpr const char* STRANGE_JOURNAL =
+    "has a journal beside it that is not a file of its own; move the journal away, and ask who made it";
+constexpr const char* SHARED_JOURNAL =
+    "has a journal beside it that would have other files changed; do not use it, and ask who made it";
+constexpr const char* LOGGED =
+    "was put into WAL mode by another program; if you trust its maker, have sqlite3 run 'PRAGMA journal_mode = DELETE' "
+    "on it";
+
+bool isPlain(const struct stat& status) { return S_ISREG(status.st_mode) && status.st_nlink == 1; }
+
+// Nothing closes it then.
+int unopened(sqlite3_file* file, int code) {
+  file->pMethods = nullptr;
+  return code;
+}
+
+// By the open file: another descriptor of it, when closed, would give up the locks that this process holds.
+bool isLogged(sqlite3_file* file) {
+  constexpr unsigned char WAL = 2;
+  std::array<unsigned char, 20> header{};
+  file->pMethods->xRead(file, header.data(), static_cast<int>(header.size()), 0);  // less is filled up with zeros
+  return header[18] == WAL || header[19] == WAL;
+}
+
+// As SQLite will ask for it.
+std::string fullName(sqlite3_vfs* disk, const std::string& file) {
+  std::string full(static_cast<std::size_t>(disk->mxPathname) + 1, '\0');
+  const int code = disk->xFullPathname(disk, file.c_str(), static_cast<int>(full.size()), full.data());
+  return (code & 0xFF) == SQLITE_OK ? full.c_str() : file;
+}
+
+StoreVfs& storeOf(sqlite3_vfs* vfs) { return *static_cast<StoreVfs*>(vfs->pAppData); }
+
+}  // namespace
+
+StoreVfs::StoreVfs(const std::string& file)
+    : disk_(sqlite3_vfs_find(nullptr)),
+      file_(fullName(disk_, file)),
+      name_("store-" + std::to_string(reinterpret_cast<std::uintptr_t>(this))) {
+  vfs_ = *disk_;
+  vfs_.iVersion = 1;
+  vfs_.zName = name_.c_str();
+  vfs_.pAppData = this;
+  vfs_.xOpen = [](sqlite3_vfs* vfs, const char* path, sqlite3_file* opened, int flags, int* given) {
+    const int code = storeOf(vfs).open(path, opened, flags, given);
+    return code == SQLITE_OK ? code : unopened(opened, code);
+  };
+  vfs_.xDelete = [](sqlite3_vfs* vfs, const char* path, int durably) { return storeOf(vfs).remove(path, durably); };
+  vfs_.xAccess = [](sqlite3_vfs* vfs, const char* path, int /*flags*/, int* answer) {
+    bool found = false;
+    const int code = storeOf(vfs).find(path, found);
+    *answer = found ? 1 : 0;
+    return code;
+  };
+  vfs_.xFullPathname = [](sqlite3_vfs* vfs, const char* path, int size, char* full) {
+    sqlite3_vfs* const disk = storeOf(vfs).disk_;
+    return disk->xFullPathname(disk, path, size, full);
+  };
+  sqlite3_vfs_register(&vfs_, 0);
+}
+
+StoreVfs::~StoreVfs() { sqlite3_vfs_unregister(&vfs_); }
+
+int StoreVfs::refuse(const char* refusal, int code) noexcept {
+  refusal_ = refusal;
+  return code;
+}
+
+int StoreVfs::open(const char* path, sqlite3_file* file, int flags, int* given) noexcept {
+  if (path == nullptr) return SQLITE_CANTOPEN;  // a temporary file
+  if ((flags & SQLITE_OPEN_MAIN_DB) != 0 && path == file_) return openStore(file, flags, given);
+  if ((flags & SQLITE_OPEN_WAL) != 0) return refuse(LOGGED, SQLITE_CANTOPEN);
+  if ((flags & SQLITE_OPEN_MAIN_JOURNAL) == 0 || path != journal_) return refuse(SHARED_JOURNAL, SQLITE_CANTOPEN);
+  bool found = false;
+  const int code = findJournal(found);
+  return code == SQLITE_OK ? disk_->xOpen(disk_, path, file, flags, given) : code;
+}
+
+int StoreVfs::openStore(sqlite3_file* file, int flags, int* given) noexcept {
+  struct stat status {};
+  if (::lstat(file_.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return refuse(NO_FILE, SQLITE_CANTOPEN);
+  const int code = disk_->xOpen(disk_, file_.c_str(), file, flags, given);
+  if (code != SQLITE_OK || !isLogged(file)) return code;
+  file->pMethods->xClose(file);
+  return refuse(LOGGED, SQLITE_CANTOPEN);
+}
+
+int StoreVfs::findJournal(bool& found) noexcept {
+  struct stat status {};
+  if (::lstat(journal_.c_str(), &status) != 0) return errno == ENOENT ? SQLITE_OK : SQLITE_IOERR_ACCESS;
+  if (!isPlain(status)) return refuse(STRANGE_JOURNAL, SQLITE_IOERR_ACCESS);
+  found = status.st_size > 0;
+  return SQLITE_OK;
+}
+
+// An error, where something else is asked for, ends the roll-back of a journal that names it before it begins.
+int StoreVfs::find(const char* path, bool& found) noexcept {
+  if (path == journal_) return findJournal(found);
+  if (path != log_) return refuse(SHARED_JOURNAL, SQLITE_IOERR_ACCESS);
+  struct stat status {};
+  if (::lstat(path, &status) != 0 && errno == ENOENT) return SQLITE_OK;
+  return refuse(LOGGED, SQLITE_IOERR_ACCESS);
+}
+
+int StoreVfs::remove(const char* path, int durably) noexcept {
+  if (path != journal_) return refuse(SHARED_JOURNAL, SQLITE_IOERR_DELETE);
+  return disk_->xDelete(disk_, path, durably);
+}
+
+}  // namespace folder_host
