@@ -36,7 +36,7 @@ void remove(ProjectManager& manager, const Names& names) {
   manager.getFileManager().removeFiles(entries);
 }
 
-ShareOptions allowing(std::set<std::string> hazards) {
+ShareOptions allowing(Allowances hazards) {
   ShareOptions options;
   options.allowed = std::move(hazards);
   return options;

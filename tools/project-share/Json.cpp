@@ -53,6 +53,24 @@ void putPath(Json& object, const std::string& key, const std::string& bytes) {
   if (object[key].get_ref<const std::string&>() != bytes) object[key + "Hex"] = folder_host::hexOf(bytes);
 }
 
+std::optional<std::string> bytesOf(const std::string& hex) {
+  if (hex.size() % 2 != 0 || hex.find_first_not_of("0123456789abcdef") != std::string::npos) return {};
+  std::string bytes;
+  for (std::size_t i = 0; i < hex.size(); i += 2) {
+    bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+  }
+  return bytes;
+}
+
+std::optional<std::string> pathIn(const nlohmann::json& object, const std::string& key) {
+  const auto text = object.find(key);
+  if (text == object.end() || !text->is_string()) return {};
+  const auto hex = object.find(key + "Hex");
+  if (hex == object.end()) return text->get<std::string>();
+  auto bytes = hex->is_string() ? bytesOf(hex->get<std::string>()) : std::nullopt;
+  return bytes && utf8(*bytes) == text->get<std::string>() ? std::move(bytes) : std::nullopt;
+}
+
 const char* wordOf(folder_host::EntryKind kind) {
   if (kind == folder_host::EntryKind::folder) return "folder";
   return kind == folder_host::EntryKind::link ? "link" : "file";

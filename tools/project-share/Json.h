@@ -1,6 +1,7 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,11 @@ std::string written(const Json& object, int indent = -1);
 
 // Sets `key` to the path and, where that is no UTF-8, `key` and "Hex" to its bytes.
 void putPath(Json& object, const std::string& key, const std::string& bytes);
+
+// The bytes that putPath was given; none where that was not so, or `object` is none.
+std::optional<std::string> pathIn(const nlohmann::json& object, const std::string& key);
+// Of lower-case digits, two a byte; none of anything else.
+std::optional<std::string> bytesOf(const std::string& hex);
 
 const char* wordOf(folder_host::EntryKind kind);  // "file", "folder", "link"
 

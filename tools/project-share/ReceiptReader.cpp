@@ -31,10 +31,7 @@ bool isList(const Part& value) { return value.is_array(); }
 bool isVersion(const Part& value) { return value.is_number_unsigned() && value == 1U; }
 bool isAnything(const Part& /*value*/) { return true; }
 
-bool isHex(const Part& value) {
-  const auto* hex = value.get_ptr<const std::string*>();
-  return hex != nullptr && hex->size() % 2 == 0 && hex->find_first_not_of("0123456789abcdef") == std::string::npos;
-}
+bool isHex(const Part& value) { return value.is_string() && bytesOf(value.get_ref<const std::string&>()).has_value(); }
 
 bool isSha256(const Part& value) { return isHex(value) && value.get_ref<const std::string&>().size() == 64; }
 
@@ -42,24 +39,6 @@ bool isSha256(const Part& value) { return isHex(value) && value.get_ref<const st
 bool has(const Part& object, const std::string& key, Check check) {
   const auto found = object.find(key);
   return found != object.end() && check(*found);
-}
-
-std::string bytesOf(const std::string& hex) {
-  std::string bytes;
-  for (std::size_t i = 0; i < hex.size(); i += 2) {
-    bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
-  }
-  return bytes;
-}
-
-// The bytes that putPath was given, or none.
-std::optional<std::string> pathIn(const Part& object, const std::string& key) {
-  if (!has(object, key, isText)) return {};
-  const auto& text = object.at(key).get_ref<const std::string&>();
-  if (!object.contains(key + "Hex")) return text;
-  if (!has(object, key + "Hex", isHex)) return {};
-  std::string bytes = bytesOf(object.at(key + "Hex").get<std::string>());
-  return utf8(bytes) == text ? std::optional(std::move(bytes)) : std::nullopt;
 }
 
 std::optional<EntryKind> kindIn(const Part& object) {
