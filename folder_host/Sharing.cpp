@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "folder_host/CopySteps.h"
 #include "folder_host/Descriptor.h"
 #include "folder_host/Failure.h"
 #include "folder_host/Hazards.h"
@@ -91,17 +92,16 @@ Progress allOf(const std::vector<const Entry*>& entries) {
 }
 
 // Whoever can read the copy's top folder can open it as a project.
-void writeStore(WorkingCopy& copy, const Descriptor& target, const struct stat& root) {
-  const mode_t mode = root.st_mode & 0777U;
+void writeStore(WorkingCopy& copy, const Descriptor& target, mode_t mode) {
   if (::mkdirat(target.get(), STORE_FOLDER, 0700) != 0) throwErrno();
+  const Descriptor folder = openBeneath(target, STORE_FOLDER, O_RDONLY | O_DIRECTORY);
   const Descriptor file = openBeneath(target, STORE_FILE, O_WRONLY | O_CREAT | O_EXCL, 0600);
   writeAll(file, copy.storeOfWhatIsLeft());
   if (::fchmod(file.get(), (mode & 0666U) | 0600U) != 0) throwErrno();
-  if (::fchmodat(target.get(), STORE_FOLDER, mode | 0700U, 0) != 0) throwErrno();
+  if (::fchmod(folder.get(), mode | 0700U) != 0) throwErrno();
 }
 
-// Gives the number of bytes copied.
-std::uint64_t assemble(WorkingCopy& copy, const StagingFolder& staging, const ShareOptions& options) {
+void assemble(WorkingCopy& copy, const StagingFolder& staging, const ShareOptions& options, ShareResult& result) {
   const std::vector<const Entry*> entries = copy.entries();
   Progress progress = allOf(entries);
   const auto tell = [&](std::size_t copied, std::uint64_t bytes) {
@@ -110,20 +110,21 @@ std::uint64_t assemble(WorkingCopy& copy, const StagingFolder& staging, const Sh
     if (options.onProgress) options.onProgress(progress);
   };
   TreeCopy tree(copy.root(), staging.content(), {options.allowed.count(errors::ENTRY_CHANGED) != 0, tell});
+  if (!(tree.rootId() == copy.listing().root)) throw changed(copy.root());
   tree.copy(entries);
-  writeStore(copy, staging.content(), tree.rootStatus());
+  writeStore(copy, staging.content(), tree.rootMode());
   tree.finishFolders();
   staging.syncContent();
-  return progress.bytes;
+  result.bytes = progress.bytes;
+  result.changed = tree.changedPaths();
 }
 
-std::uint64_t publish(WorkingCopy& copy, const Destination& place, const ShareOptions& options) {
+void publish(WorkingCopy& copy, const Destination& place, const ShareOptions& options, ShareResult& result) {
   StagingFolder::removeAbandoned(place.parent);
   StagingFolder staging(place.parent);
-  const std::uint64_t bytes = assemble(copy, staging, options);
+  assemble(copy, staging, options, result);
   if (options.beforePublication) options.beforePublication(copy, staging.content());
   staging.publish(place.name);
-  return bytes;
 }
 
 }  // namespace
@@ -140,7 +141,7 @@ ShareResult share(const std::shared_ptr<WorkingCopy>& copy,
   ShareResult result = countOf(copy->entries());
   result.removals = removals;
   try {
-    result.bytes = publish(*copy, place, options);
+    publish(*copy, place, options, result);
   } catch (const std::system_error& error) {
     const int code = error.code().value();
     throw systemFailure(code == EEXIST ? errors::DESTINATION_EXISTS : errors::COPY_FAILED, "cannot make", destination,

@@ -6,6 +6,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "folder_host/WorkingCopy.h"
 #include "project/sharing/TransformationHierarchy.h"
@@ -23,8 +24,8 @@ struct Progress {
 };
 
 struct ShareOptions {
-  // Identifiers of the hazards in spite of which to share (see Hazards.h). ENTRY_CHANGED: a file that changes while it
-  // is copied goes as it was read.
+  // Identifiers of the hazards in spite of which to share (see Hazards.h). ENTRY_CHANGED: a file that changes after
+  // it was listed goes as it is read.
   std::set<std::string> allowed;
   // Called often. What it throws stops the share.
   std::function<void(const Progress&)> onProgress;
@@ -38,6 +39,7 @@ struct ShareResult {
   std::size_t folders = 0;
   std::size_t links = 0;
   std::uint64_t bytes = 0;
+  std::vector<std::string> changed;  // files and links that did so after they were listed, in the order of the listing
   HostRemovals removals;
 };
 
