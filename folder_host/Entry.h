@@ -11,6 +11,7 @@ namespace folder_host {
 
 // Where a project's store lies in its folder: no entry.
 inline constexpr const char* STORE_FOLDER = ".project";
+inline constexpr const char* STORE_NAME = "store.db";
 inline constexpr const char* STORE_FILE = ".project/store.db";
 
 enum class EntryKind { file, folder, link };

@@ -19,7 +19,8 @@ class Store;
 class FolderProject {
  public:
   // Makes the folder, which has to exist, a project. Errors: NOT_A_PROJECT (no such folder), ALREADY_A_PROJECT (it, or
-  // a folder above it, is one), STORE_FAILED. Nothing is left behind where it fails.
+  // a folder above it, is one), STORE_FAILED, also where there is a `.project` that is not an empty folder. Nothing is
+  // left behind where it fails, and what one that was killed left goes.
   static FolderProject init(const std::string& folder);
 
   // Opens the project that holds `folder`: the folder itself or the nearest one above. Errors: NOT_A_PROJECT,

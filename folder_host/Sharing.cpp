@@ -4,9 +4,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <filesystem>
 #include <system_error>
-#include <utility>
 #include <vector>
 
 #include "folder_host/CopySteps.h"
@@ -19,44 +17,14 @@
 
 namespace folder_host {
 
-namespace fs = std::filesystem;
-
 namespace {
 
-struct Destination {
-  Descriptor parent;
-  std::string parentPath;  // without links in it
-  std::string name;
-};
-
-Destination resolve(std::string destination) {
-  while (destination.size() > 1 && destination.back() == '/') destination.pop_back();
-  const fs::path path = fs::path(".") / destination;
+Place resolve(const std::string& destination) {
   try {
-    const std::string name = path.filename().string();
-    const std::string parent = fs::canonical(path.parent_path()).string();
-    return {openFolder(parent), parent, name.empty() ? "." : name};
+    return placeOf(destination);
   } catch (const std::system_error& error) {
     throw systemFailure(errors::DESTINATION_UNUSABLE, "there is no folder to hold", destination, error.code().value());
   }
-}
-
-void refuseOccupied(const Destination& destination, const std::string& named) {
-  struct stat status {};
-  if (::fstatat(destination.parent.get(), destination.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
-    throw Error(errors::DESTINATION_EXISTS, inQuotes(named) + " is already there");
-  }
-  if (errno != ENOENT) throw systemFailure(errors::DESTINATION_UNUSABLE, "cannot use", named, errno);
-}
-
-Destination checked(const std::string& root, const std::string& named) {
-  Destination destination = resolve(named);
-  struct stat status {};
-  if (::stat(root.c_str(), &status) == 0 && liesIn(destination.parentPath, idOf(status))) {
-    throw Error(errors::DESTINATION_IN_PROJECT, inQuotes(named) + " lies in the project itself");
-  }
-  refuseOccupied(destination, named);
-  return destination;
 }
 
 void refuse(const std::vector<Hazard>& hazards, const ShareOptions& options) {
@@ -95,7 +63,7 @@ Progress allOf(const std::vector<const Entry*>& entries) {
 void writeStore(WorkingCopy& copy, const Descriptor& target, mode_t mode) {
   if (::mkdirat(target.get(), STORE_FOLDER, 0700) != 0) throwErrno();
   const Descriptor folder = openBeneath(target, STORE_FOLDER, O_RDONLY | O_DIRECTORY);
-  const Descriptor file = openBeneath(target, STORE_FILE, O_WRONLY | O_CREAT | O_EXCL, 0600);
+  const Descriptor file = openBeneath(folder, STORE_NAME, O_WRONLY | O_CREAT | O_EXCL, 0600);
   writeAll(file, copy.storeOfWhatIsLeft());
   if (::fchmod(file.get(), (mode & 0666U) | 0600U) != 0) throwErrno();
   if (::fchmod(folder.get(), mode | 0700U) != 0) throwErrno();
@@ -119,7 +87,7 @@ void assemble(WorkingCopy& copy, const StagingFolder& staging, const ShareOption
   result.changed = tree.changedPaths();
 }
 
-void publish(WorkingCopy& copy, const Destination& place, const ShareOptions& options, ShareResult& result) {
+void publish(WorkingCopy& copy, const Place& place, const ShareOptions& options, ShareResult& result) {
   StagingFolder::removeAbandoned(place.parent);
   StagingFolder staging(place.parent);
   assemble(copy, staging, options, result);
@@ -129,12 +97,23 @@ void publish(WorkingCopy& copy, const Destination& place, const ShareOptions& op
 
 }  // namespace
 
-void checkDestination(const WorkingCopy& copy, const std::string& destination) { checked(copy.root(), destination); }
+Place checkDestination(const WorkingCopy& copy, const std::string& destination) {
+  Place place = resolve(destination);
+  try {
+    if (liesIn(place, copy.listing().folders)) {
+      throw Error(errors::DESTINATION_IN_PROJECT, inQuotes(destination) + " lies in the project itself");
+    }
+    if (isTaken(place)) throw Error(errors::DESTINATION_EXISTS, inQuotes(destination) + " is already there");
+  } catch (const std::system_error& error) {
+    throw systemFailure(errors::DESTINATION_UNUSABLE, "cannot use", destination, error.code().value());
+  }
+  return place;
+}
 
 ShareResult share(const std::shared_ptr<WorkingCopy>& copy,
                   const project::sharing::TransformationHierarchy& transformation, const std::string& destination,
                   const ShareOptions& options) {
-  const Destination place = checked(copy->root(), destination);
+  const Place place = checkDestination(*copy, destination);
   refuse(danglingLabels(*copy), options);
   const HostRemovals removals = transform(copy, transformation);
   refuse(hazardsAmongLeft(*copy), options);

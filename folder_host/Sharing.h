@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "folder_host/Place.h"
 #include "folder_host/WorkingCopy.h"
 #include "project/sharing/TransformationHierarchy.h"
 
@@ -43,9 +44,10 @@ struct ShareResult {
   HostRemovals removals;
 };
 
-// Refuses what can be no destination of this project, before any work is done. Errors: DESTINATION_EXISTS (also as a
-// dangling link), DESTINATION_IN_PROJECT, DESTINATION_UNUSABLE (the folder that would hold it is not there).
-void checkDestination(const WorkingCopy& copy, const std::string& destination);
+// Refuses what can be no destination of this project, before any work is done, and gives its place. Errors:
+// DESTINATION_EXISTS (also as a dangling link), DESTINATION_IN_PROJECT (by any name of any folder that was listed),
+// DESTINATION_UNUSABLE (the folder that would hold it is not there).
+Place checkDestination(const WorkingCopy& copy, const std::string& destination);
 
 // Runs the transformation over the working copy, applies the host's rules, and writes what is left to `destination`,
 // which is absent or complete afterwards, whatever interrupts it; what killed processes left beside it is cleaned up.

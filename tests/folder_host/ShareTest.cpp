@@ -165,6 +165,9 @@ TEST_F(ShareTest, AFailureOnTheWayLeavesNothing) {
   EXPECT_EQ(refusal([&](ProjectManager&) { put("out/copy", "mine"); }), errors::DESTINATION_EXISTS);
   EXPECT_EQ(tree("out"), Names{"copy"});
   EXPECT_EQ(read(in("out/copy")), "mine");
+  fs::remove(in("out/copy"));
+  EXPECT_EQ(refusal([&](ProjectManager&) { fs::create_directory(in("out/copy")); }), errors::DESTINATION_EXISTS);
+  EXPECT_EQ(tree("out"), Names{"copy"});
 }
 
 TEST_F(ShareTest, AFileThatChangesWhileItIsCopiedStopsTheShareUnlessAllowed) {
@@ -216,7 +219,7 @@ TEST_F(ShareTest, WhatACallbackThrowsStopsTheShareAndLeavesNothing) {
 
 TEST_F(ShareTest, WhatAKilledShareLeftIsRemovedAndNothingElse) {
   const std::string ours = ".project-share-12345678-1234-1234-1234-123456789abc";
-  const std::string text = "A copy is being put together in " + ours + "\n";
+  const std::string text = "Something is being put together in " + ours + "\n";
   const auto plant = [&](const std::string& name, const std::string& lock) {
     put("out/" + name + "/sub/file");
     put("out/" + name + ".lock", lock);
@@ -232,7 +235,7 @@ TEST_F(ShareTest, WhatAKilledShareLeftIsRemovedAndNothingElse) {
   EXPECT_FALSE(left(plant(ours, text)));
   EXPECT_TRUE(left(plant(ours, "mine"))) << "the text tells";
   EXPECT_TRUE(left(plant(ours, ""))) << "a folder comes after the whole text";
-  EXPECT_TRUE(left(plant(".project-share-mine", "A copy is being put together in .project-share-mine\n")));
+  EXPECT_TRUE(left(plant(".project-share-mine", "Something is being put together in .project-share-mine\n")));
   EXPECT_TRUE(left((put("out/" + ours + "/sub/file"), ours))) << "without a lock";
   plant(ours, text);
   const int used = ::open((in("out/" + ours) + ".lock").c_str(), O_RDONLY | O_CLOEXEC);
@@ -244,7 +247,7 @@ TEST_F(ShareTest, WhatAKilledShareLeftIsRemovedAndNothingElse) {
   fs::permissions(in("out/" + ours), fs::perms::none);
   EXPECT_FALSE(left(ours));
   EXPECT_EQ(tree("p").size(), 6U) << "links are not followed";
-  put("out/" + ours + ".lock", "A copy");
+  put("out/" + ours + ".lock", "Something");
   EXPECT_EQ(refusal(), "");
   EXPECT_FALSE(fs::exists(in("out/" + ours + ".lock"))) << "killed as it began";
 }

@@ -108,13 +108,13 @@ void report(const Assessment& assessment, const WorkingCopy& copy, const ShareRe
 void share(const ShareWords& words) {
   const FolderProject project = openProject();
   const auto copy = project.workingCopy();
-  folder_host::checkDestination(*copy, words.destination);
+  const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
   const Assessment assessment =
       words.profile ? assess(*copy, *findProfile(*managerOf(*copy), *words.profile)) : assessWhole(*copy);
   refuseHazards(assessment, words);
   const Interruption interruption;  // goes last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
-  if (!words.receipt.empty()) receipt.emplace(project, words.destination, words.receipt);
+  if (!words.receipt.empty()) receipt.emplace(*copy, place, words.receipt);
   const ShareResult result = run(assessment, copy, words, receipt, interruption);
   project.confirm();
   report(assessment, *copy, result, words);
