@@ -18,16 +18,16 @@ namespace {
 using project::metadata::MetadataNodeSpecification;
 using Kind = StoreCall::Kind;
 
-SQLite::Database emptyDatabase() {
-  SQLite::Database database(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-  folder_host::createTables(database);
-  return database;
+folder_host::StoreDatabase emptyStore() {
+  folder_host::StoreDatabase store = folder_host::openInMemory();
+  folder_host::createTables(store.database);
+  return store;
 }
 
 // One connection with both ways to it. It only grows, as the numbers of profiles do.
 class Stored {
  public:
-  Stored() : Stored(emptyDatabase()) {}
+  Stored() : Stored(emptyStore()) {}
 
   void grow(std::size_t profiles) {
     for (; profiles_ < profiles; ++profiles_) {
@@ -45,9 +45,9 @@ class Stored {
   BareStore bare;
 
  private:
-  explicit Stored(SQLite::Database database) : Stored(database, database.getHandle()) {}
-  Stored(SQLite::Database& database, sqlite3* handle)
-      : metadata(std::make_shared<folder_host::Store>(std::move(database))), bare(handle) {}
+  explicit Stored(folder_host::StoreDatabase store) : Stored(store, store.database.getHandle()) {}
+  Stored(folder_host::StoreDatabase& store, sqlite3* handle)
+      : metadata(std::make_shared<folder_host::Store>(std::move(store))), bare(handle) {}
 
   void answer(const StoreCall& call) {
     switch (call.kind) {

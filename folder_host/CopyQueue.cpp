@@ -41,4 +41,15 @@ void CopyQueue::rethrow() const {
   if (failure_) std::rethrow_exception(failure_);
 }
 
+void CopyQueue::addChanged(std::size_t index) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  changed_.insert(index);
+}
+
+std::vector<std::string> CopyQueue::changed() const {
+  std::vector<std::string> paths;
+  for (const std::size_t index : changed_) paths.push_back(entries_[index]->path);
+  return paths;
+}
+
 }  // namespace folder_host

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <exception>
 #include <mutex>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "folder_host/Entry.h"
@@ -39,6 +41,11 @@ class CopyQueue {
   // Throws the failure that counts.
   void rethrow() const;
 
+  // Notes that the entry changed while it was copied.
+  void addChanged(std::size_t index);
+  // The paths of those, in the order of the listing. Not to be called while others are at work.
+  std::vector<std::string> changed() const;
+
   void addEntry() noexcept { ++done_; }
   void addBytes(std::uint64_t bytes) noexcept { bytes_ += bytes; }
   std::size_t entries() const noexcept { return done_; }
@@ -46,9 +53,10 @@ class CopyQueue {
 
  private:
   const std::vector<const Entry*>& entries_;
-  std::mutex mutex_;  // of next_ and failure_, and of whoever changes end_
+  std::mutex mutex_;  // of next_, failure_ and changed_, and of whoever changes end_
   std::size_t next_ = 0;
   std::exception_ptr failure_;
+  std::set<std::size_t> changed_;
   std::atomic<std::size_t> end_;
   std::atomic<std::size_t> done_ = 0;
   std::atomic<std::uint64_t> bytes_ = 0;

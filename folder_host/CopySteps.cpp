@@ -22,7 +22,10 @@ void requireListed(const Entry& entry, mode_t type, const struct stat& status) {
   if ((status.st_mode & static_cast<mode_t>(S_IFMT)) != type || !(idOf(status) == entry.id)) throw changed(entry.path);
 }
 
-mode_t permissions(const struct stat& status) { return status.st_mode & 0777U; }
+bool isAsListed(const Entry& entry, const struct stat& status) {
+  const bool sized = entry.kind != EntryKind::file || static_cast<std::uint64_t>(status.st_size) == entry.size;
+  return sized && status.st_ctim.tv_sec == entry.changed.tv_sec && status.st_ctim.tv_nsec == entry.changed.tv_nsec;
+}
 
 std::array<timespec, 2> times(const struct stat& status) { return {status.st_atim, status.st_mtim}; }
 

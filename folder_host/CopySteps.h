@@ -44,7 +44,8 @@ auto writing(const std::string& path, const Write& write) {
 // what took its place may be what another name was to hold back.
 void requireListed(const Entry& entry, mode_t type, const struct stat& status);
 
-mode_t permissions(const struct stat& status);
+// Of the very file or link that was listed: whether nothing of it has changed since.
+bool isAsListed(const Entry& entry, const struct stat& status);
 
 std::array<timespec, 2> times(const struct stat& status);
 

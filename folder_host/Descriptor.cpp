@@ -9,7 +9,6 @@
 #include <array>
 #include <cerrno>
 #include <climits>
-#include <filesystem>
 #include <memory>
 #include <system_error>
 #include <utility>
@@ -77,14 +76,6 @@ struct stat statusIn(const Descriptor& folder, const std::string& name) {
 }
 
 FileId idOf(const struct stat& status) noexcept { return {status.st_dev, status.st_ino}; }
-
-bool liesIn(const std::string& folder, const FileId& other) {
-  for (std::filesystem::path path = folder;; path = path.parent_path()) {
-    struct stat status {};
-    if (::stat(path.c_str(), &status) == 0 && idOf(status) == other) return true;
-    if (!path.has_relative_path()) return false;
-  }
-}
 
 void writeAll(const Descriptor& file, std::string_view bytes) {
   while (!bytes.empty()) {

@@ -49,10 +49,6 @@ FileId idOf(const struct stat& status) noexcept;
 // Writes all of the bytes.
 void writeAll(const Descriptor& file, std::string_view bytes);
 
-// Whether a folder, given by a path without links, is `other` or lies in it, by what they are: one can have several
-// names.
-bool liesIn(const std::string& folder, const FileId& other);
-
 struct FolderItem {
   std::string name;
   mode_t type;  // S_IFDIR, S_IFREG, S_IFLNK ...

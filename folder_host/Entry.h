@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@ namespace folder_host {
 
 // Where a project's store lies in its folder: no entry.
 inline constexpr const char* STORE_FOLDER = ".project";
+inline constexpr const char* STORE_NAME = "store.db";
 inline constexpr const char* STORE_FILE = ".project/store.db";
 
 enum class EntryKind { file, folder, link };
@@ -32,6 +34,7 @@ struct Entry {
   std::string target;      // of a link: where it points, as it stands on disk; else empty
   FileId id = {};          // of what stood there
   std::uint64_t size = 0;  // of a file, in bytes; else 0
+  timespec changed = {};   // when anything of what stood there was changed last
 };
 
 // The order of a tree: a folder before what lies in it, and that before the folder's next neighbour.
@@ -39,13 +42,15 @@ bool beforeInTree(const std::string& path, const std::string& other);
 
 // What a project's folder holds.
 struct Listing {
-  std::vector<Entry> entries;        // sorted by the bytes of their paths; the project's folder is not among them
-  std::vector<std::string> skipped;  // FIFOs, sockets, devices: no entries
+  std::vector<Entry> entries;             // sorted by the bytes of their paths; the project's folder is not among them
+  std::vector<std::string> skipped = {};  // FIFOs, sockets, devices: no entries
+  FileId root = {};                       // of the project's folder
+  std::vector<FileId> folders = {};       // of that, its store's and all that are listed, whatever their names; sorted
 };
 
 // Lists the folder without following links. The store of the folder itself (`.project`) is no entry; a `.project`
 // further down is listed like anything else.
-// Errors: ENTRY_UNREADABLE, PATH_TOO_LONG.
+// Errors: ENTRY_CHANGED (a folder was replaced meanwhile), ENTRY_UNREADABLE, PATH_TOO_LONG.
 Listing listFolder(const std::string& folder);
 
 }  // namespace folder_host

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "folder_host/Allowances.h"
 #include "folder_host/Descriptor.h"
 #include "folder_host/Entry.h"
 
@@ -21,24 +22,32 @@ class FileCopy {
   struct Trees {
     const Descriptor& source;
     const Descriptor& target;
-    FileId store;                // never opened
-    bool allowChanging = false;  // a file that changes while it is read goes as it was read
+    FileId store;               // never opened
+    const Allowances& allowed;  // see TreeCopy::Options
   };
 
   // `copied` is told of bytes as they are written, and may throw.
   FileCopy(const Trees& trees, std::function<void(std::uint64_t)> copied);
 
-  // Errors: ENTRY_CHANGED (not what was listed, or changed while it was read), ENTRY_UNREADABLE, COPY_FAILED.
-  void add(const Entry& entry);
+  // Whether what went is what was listed: else, where that is allowed, it changed since. What took its place never
+  // goes. Errors: ENTRY_CHANGED, ENTRY_UNREADABLE, COPY_FAILED.
+  bool add(const Entry& entry);
 
  private:
   void enterFolderOf(const Entry& entry);
-  void addLink(const Entry& link);
-  void addFile(const Entry& file);
+  bool addLink(const Entry& link);
+  bool addFile(const Entry& file);
+  bool isUnchanged(const Entry& entry, const struct stat& status) const;
   void copyContent(const std::string& path, const Descriptor& source, const struct stat& status);
-  void transfer(const std::string& path, const Descriptor& source, const Descriptor& copy, std::uint64_t size);
-  std::uint64_t hand(const Descriptor& source, const Descriptor& copy);
-  std::uint64_t readAndWrite(const std::string& path, const Descriptor& source, const Descriptor& copy);
+  void transfer(const std::string& path, const Descriptor& source, const Descriptor& copy, const struct stat& status);
+  std::uint64_t transferExtents(const std::string& path, const Descriptor& source, const Descriptor& copy,
+                                std::uint64_t size);
+  std::uint64_t transferBytes(const std::string& path, const Descriptor& source, const Descriptor& copy,
+                              std::uint64_t most);
+  std::uint64_t readAndWrite(const std::string& path, const Descriptor& source, const Descriptor& copy,
+                             std::uint64_t most);
+  void tell(std::uint64_t bytes) const;
+  void refuseTelling(const std::string& path, const Descriptor& source) const;
   void refuseStore(const Entry& file) const;
 
   const Trees trees_;

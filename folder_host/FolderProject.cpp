@@ -1,8 +1,6 @@
 #include "folder_host/FolderProject.h"
 
 #include <fcntl.h>
-#include <stdio.h>  // NOLINT(modernize-deprecated-headers): renameat2 is no part of <cstdio>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,16 +8,14 @@
 #include <climits>
 #include <filesystem>
 #include <optional>
-#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
 
 #include "folder_host/Descriptor.h"
 #include "folder_host/Failure.h"
+#include "folder_host/StagingFolder.h"
 #include "folder_host/Store.h"
-#include "folder_host/Text.h"
-#include "project/metadata/MetadataManager.h"
 
 namespace folder_host {
 
@@ -59,84 +55,38 @@ void refuseProject(const std::string& root, const Trust& trust) {
   throw Error(errors::ALREADY_A_PROJECT, inQuotes(project) + " is a project already");
 }
 
-// A store that has not got its name yet: this and a UUID.
-constexpr std::string_view UNFINISHED = "new-";
-constexpr std::size_t UUID_LENGTH = 36;
-
-void refuseWith(int code) { throw std::system_error(code, std::generic_category()); }
-
-// Left by a try that was interrupted: an own file of such a name, or the journal of one.
-bool isUnfinished(const Descriptor& folder, const std::string& name) {
-  const std::size_t length = UNFINISHED.size() + UUID_LENGTH;
-  const bool named = name.compare(0, UNFINISHED.size(), UNFINISHED) == 0 &&
-                     (name.size() == length || (name.size() > length && name.substr(length) == "-journal"));
-  struct stat status {};
-  return named && ::fstatat(folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode) &&
-         status.st_uid == ::geteuid();
+void fill(const StagingFolder& staging) {
+  const Descriptor file = openBeneath(staging.content(), STORE_NAME, O_WRONLY | O_CREAT | O_EXCL, 0600);
+  writeAll(file, Store::inMemory()->image());
+  if (::fsync(file.get()) != 0) throwErrno();
 }
 
-// Anything else in the folder is somebody's own: then nothing is removed.
-void removeUnfinished(const Descriptor& folder) {
-  const std::vector<FolderItem> items = readFolder(folder);
-  for (const FolderItem& item : items) {
-    if (!isUnfinished(folder, item.name)) refuseWith(EEXIST);
-  }
-  for (const FolderItem& item : items) {
-    if (::unlinkat(folder.get(), item.name.c_str(), 0) != 0) throwErrno();
-  }
-}
-
-void sync(const Descriptor& folder) {
-  if (::fsync(folder.get()) != 0) throwErrno();
-}
-
-// The store gets its name when it is whole: a folder is a project or it is none. It is opened as anyone will open it,
-// and goes again where that or making its name durable fails.
-std::shared_ptr<Store> publishStore(const Descriptor& root, const Descriptor& folder, const std::string& path) {
-  std::string name = std::string(UNFINISHED) + toBytes(project::metadata::generateUUID());
-  try {
-    Store::create(path + "/" + name);
-    if (::renameat2(folder.get(), name.c_str(), folder.get(), "store.db", RENAME_NOREPLACE) != 0) throwErrno();
-    name = "store.db";
-    sync(folder);
-    sync(root);
-    return Store::open(path + "/" + name);
-  } catch (...) {
-    for (const char* end : {"", "-journal"}) ::unlinkat(folder.get(), (name + end).c_str(), 0);
-    throw;
-  }
-}
-
-// One at a time, by a lock on the folder: gives nothing where another process is at it.
-std::shared_ptr<Store> fillFolder(const Descriptor& root, const std::string& path) {
-  const Descriptor folder = openBeneath(root, STORE_FOLDER, O_RDONLY | O_DIRECTORY);
-  if (::flock(folder.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return {};
-  removeUnfinished(folder);
-  return publishStore(root, folder, path + "/" + STORE_FOLDER);
-}
-
+// The store's folder gets its name when it is whole: a folder is a project or it is none. It is opened as anyone will
+// open it, and goes again where that fails.
 std::shared_ptr<Store> makeStore(const Descriptor& root, const std::string& path) {
-  const bool made = ::mkdirat(root.get(), STORE_FOLDER, 0700) == 0;
-  if (!made && errno != EEXIST) throwErrno();
-  std::shared_ptr<Store> store;
+  StagingFolder staging(root);
+  fill(staging);
+  staging.publishOverEmpty(STORE_FOLDER);
   try {
-    store = fillFolder(root, path);
+    return Store::open(path + "/" + STORE_FILE);
   } catch (...) {
-    if (made) ::unlinkat(root.get(), STORE_FOLDER, AT_REMOVEDIR);
+    staging.takeBack();
     throw;
   }
-  if (!store) refuseWith(EBUSY);
-  return store;
 }
 
-std::shared_ptr<Store> makeProject(const std::string& root) {
+// What was left by a process that was killed may lie in what became a project, too.
+std::shared_ptr<Store> makeProject(const std::string& root, const Trust& trust) {
   try {
-    return makeStore(openFolder(root), root);
+    const Descriptor folder = openFolder(root);
+    StagingFolder::removeAbandoned(folder);
+    refuseProject(root, trust);
+    requireTrusted(root, trust);
+    return makeStore(folder, root);
   } catch (const std::system_error& error) {
     const int code = error.code().value();
-    if (code == EEXIST) refuseProject(root, nullptr);
-    if (code == EBUSY) throw Error(errors::STORE_FAILED, "another process is making " + inQuotes(root) + " a project");
-    if (code == EEXIST || code == ENOTDIR || code == ELOOP) {
+    refuseProject(root, trust);
+    if (code == EEXIST) {
       throw Error(errors::STORE_FAILED, inQuotes(root + "/" + STORE_FOLDER) + " is something else's; move it away");
     }
     throw systemFailure(errors::STORE_FAILED, "cannot make a store in", root, code);
@@ -182,9 +132,7 @@ bool isStore(const std::string& relative) { return relative.substr(0, relative.f
 
 FolderProject FolderProject::init(const std::string& folder, const Trust& trust) {
   std::string root = resolvedFolder(folder);
-  refuseProject(root, trust);
-  requireTrusted(root, trust);
-  auto store = makeProject(root);
+  auto store = makeProject(root, trust);
   return {std::move(root), std::move(store)};
 }
 

@@ -8,7 +8,6 @@
 #include "folder_host/EntryTable.h"
 #include "folder_host/Failure.h"
 #include "folder_host/FoldedName.h"
-#include "folder_host/Shown.h"
 
 namespace folder_host {
 
@@ -69,11 +68,6 @@ void addCollisions(const Entries& left, std::vector<Hazard>& hazards) {
 }
 
 }  // namespace
-
-bool Allowances::allows(const std::string& identifier, const std::string& path) const {
-  return kinds_.count(identifier) != 0 || cases_.count({identifier, path}) != 0 ||
-         cases_.count({identifier, shown(path)}) != 0;
-}
 
 std::vector<GonePath> labelledGonePaths(const WorkingCopy& copy) {
   std::vector<GonePath> gone;

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "folder_host/Allowances.h"
 #include "folder_host/WorkingCopy.h"
 
 namespace folder_host {
@@ -15,24 +14,6 @@ struct Hazard {
   const char* identifier;  // one of the errors' constants
   std::string path;        // of the entry that it is about; empty where it is about none
   std::string message;     // one line for people
-};
-
-// The hazards in spite of which to share.
-class Allowances {
- public:
-  Allowances() = default;
-  // Each of these kinds, whatever it is about.
-  Allowances(std::initializer_list<std::string> identifiers) : kinds_(identifiers) {}
-
-  void allow(const std::string& identifier) { kinds_.insert(identifier); }
-  // The one that is about this path, given by its bytes or as people are shown it.
-  void allow(const std::string& identifier, const std::string& path) { cases_.emplace(identifier, path); }
-
-  bool allows(const std::string& identifier, const std::string& path) const;
-
- private:
-  std::set<std::string> kinds_;
-  std::set<std::pair<std::string, std::string>> cases_;
 };
 
 // A path at which there is no entry, and labels that it carries all the same.

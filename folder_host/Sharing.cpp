@@ -4,11 +4,10 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <filesystem>
 #include <system_error>
-#include <utility>
 #include <vector>
 
+#include "folder_host/CopySteps.h"
 #include "folder_host/Descriptor.h"
 #include "folder_host/Failure.h"
 #include "folder_host/Hazards.h"
@@ -18,44 +17,14 @@
 
 namespace folder_host {
 
-namespace fs = std::filesystem;
-
 namespace {
 
-struct Destination {
-  Descriptor parent;
-  std::string parentPath;  // without links in it
-  std::string name;
-};
-
-Destination resolve(std::string destination) {
-  while (destination.size() > 1 && destination.back() == '/') destination.pop_back();
-  const fs::path path = fs::path(".") / destination;
+Place resolve(const std::string& destination) {
   try {
-    const std::string name = path.filename().string();
-    const std::string parent = fs::canonical(path.parent_path()).string();
-    return {openFolder(parent), parent, name.empty() ? "." : name};
+    return placeOf(destination);
   } catch (const std::system_error& error) {
     throw systemFailure(errors::DESTINATION_UNUSABLE, "there is no folder to hold", destination, error.code().value());
   }
-}
-
-void refuseOccupied(const Destination& destination, const std::string& named) {
-  struct stat status {};
-  if (::fstatat(destination.parent.get(), destination.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
-    throw Error(errors::DESTINATION_EXISTS, inQuotes(named) + " is already there");
-  }
-  if (errno != ENOENT) throw systemFailure(errors::DESTINATION_UNUSABLE, "cannot use", named, errno);
-}
-
-Destination checked(const std::string& root, const std::string& named) {
-  Destination destination = resolve(named);
-  struct stat status {};
-  if (::stat(root.c_str(), &status) == 0 && liesIn(destination.parentPath, idOf(status))) {
-    throw Error(errors::DESTINATION_IN_PROJECT, inQuotes(named) + " lies in the project itself");
-  }
-  refuseOccupied(destination, named);
-  return destination;
 }
 
 void refuse(const std::vector<Hazard>& hazards, const ShareOptions& options) {
@@ -91,17 +60,16 @@ Progress allOf(const std::vector<const Entry*>& entries) {
 }
 
 // Whoever can read the copy's top folder can open it as a project.
-void writeStore(WorkingCopy& copy, const Descriptor& target, const struct stat& root) {
-  const mode_t mode = root.st_mode & 0777U;
+void writeStore(WorkingCopy& copy, const Descriptor& target, mode_t mode) {
   if (::mkdirat(target.get(), STORE_FOLDER, 0700) != 0) throwErrno();
-  const Descriptor file = openBeneath(target, STORE_FILE, O_WRONLY | O_CREAT | O_EXCL, 0600);
+  const Descriptor folder = openBeneath(target, STORE_FOLDER, O_RDONLY | O_DIRECTORY);
+  const Descriptor file = openBeneath(folder, STORE_NAME, O_WRONLY | O_CREAT | O_EXCL, 0600);
   writeAll(file, copy.storeOfWhatIsLeft());
   if (::fchmod(file.get(), (mode & 0666U) | 0600U) != 0) throwErrno();
-  if (::fchmodat(target.get(), STORE_FOLDER, mode | 0700U, 0) != 0) throwErrno();
+  if (::fchmod(folder.get(), mode | 0700U) != 0) throwErrno();
 }
 
-// Gives the number of bytes copied.
-std::uint64_t assemble(WorkingCopy& copy, const StagingFolder& staging, const ShareOptions& options) {
+void assemble(WorkingCopy& copy, const StagingFolder& staging, const ShareOptions& options, ShareResult& result) {
   const std::vector<const Entry*> entries = copy.entries();
   Progress progress = allOf(entries);
   const auto tell = [&](std::size_t copied, std::uint64_t bytes) {
@@ -109,37 +77,49 @@ std::uint64_t assemble(WorkingCopy& copy, const StagingFolder& staging, const Sh
     progress.bytes = bytes;
     if (options.onProgress) options.onProgress(progress);
   };
-  TreeCopy tree(copy.root(), staging.content(), {options.allowed.allows(errors::ENTRY_CHANGED, {}), tell});
+  TreeCopy tree(copy.root(), staging.content(), {options.allowed, tell});
+  if (!(tree.rootId() == copy.listing().root)) throw changed(copy.root());
   tree.copy(entries);
-  writeStore(copy, staging.content(), tree.rootStatus());
+  writeStore(copy, staging.content(), tree.rootMode());
   tree.finishFolders();
   staging.syncContent();
-  return progress.bytes;
+  result.bytes = progress.bytes;
+  result.changed = tree.changedPaths();
 }
 
-std::uint64_t publish(WorkingCopy& copy, const Destination& place, const ShareOptions& options) {
+void publish(WorkingCopy& copy, const Place& place, const ShareOptions& options, ShareResult& result) {
   StagingFolder::removeAbandoned(place.parent);
   StagingFolder staging(place.parent);
-  const std::uint64_t bytes = assemble(copy, staging, options);
+  assemble(copy, staging, options, result);
   if (options.beforePublication) options.beforePublication(copy, staging.content());
   staging.publish(place.name);
-  return bytes;
 }
 
 }  // namespace
 
-void checkDestination(const WorkingCopy& copy, const std::string& destination) { checked(copy.root(), destination); }
+Place checkDestination(const WorkingCopy& copy, const std::string& destination) {
+  Place place = resolve(destination);
+  try {
+    if (liesIn(place, copy.listing().folders)) {
+      throw Error(errors::DESTINATION_IN_PROJECT, inQuotes(destination) + " lies in the project itself");
+    }
+    if (isTaken(place)) throw Error(errors::DESTINATION_EXISTS, inQuotes(destination) + " is already there");
+  } catch (const std::system_error& error) {
+    throw systemFailure(errors::DESTINATION_UNUSABLE, "cannot use", destination, error.code().value());
+  }
+  return place;
+}
 
 ShareResult share(const std::shared_ptr<WorkingCopy>& copy,
                   const project::sharing::TransformationHierarchy& transformation, const std::string& destination,
                   const ShareOptions& options) {
-  const Destination place = checked(copy->root(), destination);
+  const Place place = checkDestination(*copy, destination);
   const HostRemovals removals = transform(copy, transformation);
   refuse(hazardsAmongLeft(*copy), options);
   ShareResult result = countOf(copy->entries());
   result.removals = removals;
   try {
-    result.bytes = publish(*copy, place, options);
+    publish(*copy, place, options, result);
   } catch (const std::system_error& error) {
     const int code = error.code().value();
     throw systemFailure(code == EEXIST ? errors::DESTINATION_EXISTS : errors::COPY_FAILED, "cannot make", destination,

@@ -5,8 +5,10 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
-#include "folder_host/Hazards.h"
+#include "folder_host/Allowances.h"
+#include "folder_host/Place.h"
 #include "folder_host/WorkingCopy.h"
 #include "project/sharing/TransformationHierarchy.h"
 
@@ -23,7 +25,7 @@ struct Progress {
 };
 
 struct ShareOptions {
-  // ENTRY_CHANGED: a file that changes while it is copied goes as it was read.
+  // ENTRY_CHANGED: a file that changes after it was listed goes as it is read.
   Allowances allowed;
   // Called often. What it throws stops the share.
   std::function<void(const Progress&)> onProgress;
@@ -37,12 +39,14 @@ struct ShareResult {
   std::size_t folders = 0;
   std::size_t links = 0;
   std::uint64_t bytes = 0;
+  std::vector<std::string> changed;  // files and links that did so after they were listed, in the order of the listing
   HostRemovals removals;
 };
 
-// Refuses what can be no destination of this project, before any work is done. Errors: DESTINATION_EXISTS (also as a
-// dangling link), DESTINATION_IN_PROJECT, DESTINATION_UNUSABLE (the folder that would hold it is not there).
-void checkDestination(const WorkingCopy& copy, const std::string& destination);
+// Refuses what can be no destination of this project, before any work is done, and gives its place. Errors:
+// DESTINATION_EXISTS (also as a dangling link), DESTINATION_IN_PROJECT (by any name of any folder that was listed),
+// DESTINATION_UNUSABLE (the folder that would hold it is not there).
+Place checkDestination(const WorkingCopy& copy, const std::string& destination);
 
 // Runs the transformation over the working copy, applies the host's rules, and writes what is left to `destination`,
 // which is absent or complete afterwards, whatever interrupts it; what killed processes left beside it is cleaned up.

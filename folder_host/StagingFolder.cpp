@@ -31,7 +31,7 @@ void check(int result) {
 
 std::string lockNameOf(const std::string& name) { return name + std::string(LOCK); }
 
-std::string lockTextOf(const std::string& name) { return "A copy is being put together in " + name + "\n"; }
+std::string lockTextOf(const std::string& name) { return "Something is being put together in " + name + "\n"; }
 
 // The name of the folder that a file of this name is the lock of; empty where it can be none.
 std::string nameBehind(const std::string& lock) {
@@ -50,26 +50,58 @@ std::string readStart(const Descriptor& file) {
   return {bytes.data(), static_cast<std::size_t>(length)};
 }
 
-// Folders are opened up on the way down, since their modes may forbid what has to be done in them.
+// Lets the owner do what has to be done in it, by what it is: its name may lead elsewhere by now.
+void openUp(const Descriptor& folder) {
+  if ((statusOf(folder).st_mode & 0700U) == 0700U) return;
+  check(::chmod(("/proc/self/fd/" + std::to_string(folder.get())).c_str(), 0700));
+}
+
+Descriptor openBelow(const Descriptor& top, const std::string& folder) {
+  return openBeneath(top, folder.empty() ? "." : folder, O_PATH | O_DIRECTORY);
+}
+
 void removeContent(const Descriptor& top) {
+  openUp(top);
   std::vector<std::string> folders = {""};
   for (std::size_t next = 0; next < folders.size(); ++next) {
-    const std::string folder = folders[next];
-    const std::string name = folder.empty() ? "." : folder;
-    check(::fchmodat(top.get(), name.c_str(), 0700, 0));
-    for (const FolderItem& item : readFolder(openBeneath(top, name, O_RDONLY | O_DIRECTORY))) {
-      const std::string path = joined(folder, item.name);
+    const Descriptor folder = openBelow(top, folders[next]);
+    openUp(folder);
+    for (const FolderItem& item : readFolder(folder)) {
       if (item.type == S_IFDIR) {
-        folders.push_back(path);
+        folders.push_back(joined(folders[next], item.name));
       } else {
-        check(::unlinkat(top.get(), path.c_str(), 0));
+        check(::unlinkat(folder.get(), item.name.c_str(), 0));
       }
     }
   }
   for (std::size_t last = folders.size() - 1; last > 0; --last) {
-    check(::unlinkat(top.get(), folders[last].c_str(), AT_REMOVEDIR));
+    const std::string& path = folders[last];
+    const std::size_t name = path.rfind('/') + 1;  // npos + 1 is 0
+    const Descriptor above = openBelow(top, path.substr(0, name));
+    check(::unlinkat(above.get(), path.c_str() + name, AT_REMOVEDIR));
   }
 }
+
+// Some file systems know no rename that refuses to replace. Better known before there is anything to be lost.
+bool canRefuseToReplace(const Descriptor& folder) {
+  openBeneath(folder, "probe", O_WRONLY | O_CREAT | O_EXCL, 0600);
+  const bool can = ::renameat2(folder.get(), "probe", folder.get(), "probed", RENAME_NOREPLACE) == 0;
+  if (!can && errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) throwErrno();
+  check(::unlinkat(folder.get(), can ? "probed" : "probe", 0));
+  return can;
+}
+
+// The system call that knows flags is the one that some file systems refuse.
+void rename(const Descriptor& from, const std::string& old, const Descriptor& to, const std::string& name,
+            bool replaces) {
+  const char* source = old.c_str();
+  check(replaces ? ::renameat(from.get(), source, to.get(), name.c_str())
+                 : ::renameat2(from.get(), source, to.get(), name.c_str(), RENAME_NOREPLACE));
+}
+
+void refuse(int code) { throw std::system_error(code, std::generic_category()); }
+
+void sync(const Descriptor& descriptor) { check(::fsync(descriptor.get())); }
 
 bool isMine(const struct stat& status, mode_t type) {
   return status.st_uid == ::geteuid() && (status.st_mode & static_cast<mode_t>(S_IFMT)) == type;
@@ -97,31 +129,78 @@ StagingFolder::StagingFolder(const Descriptor& parent) : StagingFolder(parent, m
   writeAll(lock_.file, lockTextOf(lock_.name));
   check(::mkdirat(parent_.get(), lock_.name.c_str(), 0700));
   folder_ = openBeneath(parent_, lock_.name, O_RDONLY | O_DIRECTORY);
+  refusesToReplace_ = canRefuseToReplace(folder_);
 }
 
 StagingFolder::StagingFolder(const Descriptor& parent, Lock lock) : parent_(parent), lock_(std::move(lock)) {}
 
 StagingFolder::~StagingFolder() {
+  const bool isHere = published_.empty();
   try {
-    if (!published_ && folder_.get() >= 0) removeContent(folder_);
+    if (isHere && folder_.get() >= 0) removeContent(folder_);
   } catch (const std::exception&) {  // what cannot be removed now is what the next process finds
     return;
   }
-  if (!published_ && ::unlinkat(parent_.get(), lock_.name.c_str(), AT_REMOVEDIR) != 0 && errno != ENOENT) return;
+  if (isHere && ::unlinkat(parent_.get(), lock_.name.c_str(), AT_REMOVEDIR) != 0 && errno != ENOENT) return;
   ::unlinkat(parent_.get(), lockNameOf(lock_.name).c_str(), 0);
 }
 
 void StagingFolder::syncContent() const { check(::syncfs(folder_.get())); }
 
+// Only an empty folder gives way to a folder: what was put in there since it was made is safe.
 void StagingFolder::publish(const std::string& name) {
-  const char* own = lock_.name.c_str();
-  check(::fsync(folder_.get()));
-  check(::renameat2(parent_.get(), own, parent_.get(), name.c_str(), RENAME_NOREPLACE));
-  published_ = true;
-  if (::fsync(parent_.get()) == 0) return;
-  const int failure = errno;
-  published_ = ::renameat2(parent_.get(), name.c_str(), parent_.get(), own, RENAME_NOREPLACE) != 0;
-  throw std::system_error(failure, std::generic_category());
+  if (refusesToReplace_) return nameFolder(name, false);
+  check(::mkdirat(parent_.get(), name.c_str(), 0700));
+  try {
+    nameFolder(name, true);
+  } catch (const std::system_error&) {
+    ::unlinkat(parent_.get(), name.c_str(), AT_REMOVEDIR);
+    throw;
+  }
+}
+
+void StagingFolder::publishOverEmpty(const std::string& name) { nameFolder(name, true); }
+
+void StagingFolder::nameFolder(const std::string& name, bool replaces) {
+  sync(folder_);
+  try {
+    rename(parent_, lock_.name, parent_, name, replaces);
+  } catch (const std::system_error& error) {
+    const int code = error.code().value();
+    refuse(code == ENOTEMPTY || code == ENOTDIR ? EEXIST : code);
+  }
+  published_ = name;
+  try {
+    sync(parent_);
+  } catch (const std::system_error&) {
+    takeBack();
+    throw;
+  }
+}
+
+void StagingFolder::takeBack() {
+  const bool isBack = ::renameat(parent_.get(), published_.c_str(), parent_.get(), lock_.name.c_str()) == 0;
+  if (isBack) published_.clear();
+}
+
+void StagingFolder::publishFile(const std::string& file, const std::string& name) {
+  refusesToReplace_ ? rename(folder_, file, parent_, name, false) : replaceOwn(file, name);
+  sync(parent_);
+}
+
+void StagingFolder::replaceOwn(const std::string& file, const std::string& name) {
+  const Descriptor own = openBeneath(parent_, name, O_WRONLY | O_CREAT | O_EXCL, 0600);
+  const auto isAsMade = [&] {
+    const struct stat there = statusIn(parent_, name);
+    return idOf(there) == idOf(statusOf(own)) && there.st_size == 0;
+  };
+  if (!isAsMade()) refuse(EEXIST);
+  try {
+    rename(folder_, file, parent_, name, true);
+  } catch (const std::system_error&) {
+    if (isAsMade()) ::unlinkat(parent_.get(), name.c_str(), 0);
+    throw;
+  }
 }
 
 void StagingFolder::removeAbandoned(const Descriptor& parent) {
@@ -148,9 +227,10 @@ void StagingFolder::removeBehind(const Descriptor& parent, const std::string& na
   if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return;
   struct stat status {};
   if (::fstatat(parent.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
-    if (text != whole || !isMine(status, S_IFDIR)) return;
-    check(::fchmodat(parent.get(), name.c_str(), 0700, 0));
-    removeContent(openBeneath(parent, name, O_RDONLY | O_DIRECTORY));
+    if (text != whole) return;
+    const Descriptor folder = openBeneath(parent, name, O_PATH | O_DIRECTORY);
+    if (!isMine(statusOf(folder), S_IFDIR)) return;
+    removeContent(folder);
     check(::unlinkat(parent.get(), name.c_str(), AT_REMOVEDIR));
   }
   check(::unlinkat(parent.get(), lockNameOf(name).c_str(), 0));

@@ -99,13 +99,11 @@ bool canBeStore(const Entry& file) {
          endsWith(name, ".json") || endsWith(name, ".sql") || endsWith(name, ".dump");
 }
 
+// Of what was listed and can be read; else none.
 std::string firstBytesOf(const Descriptor& root, const Entry& file) {
   try {
     const Descriptor opened = openBeneath(root, file.path, O_RDONLY | O_NONBLOCK);
-    if (!(idOf(statusOf(opened)) == file.id)) return {};
-    std::array<char, FIRST_BYTES> bytes{};
-    const ssize_t length = ::pread(opened.get(), bytes.data(), bytes.size(), 0);
-    return {bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
+    return idOf(statusOf(opened)) == file.id ? firstBytesOf(opened) : std::string();
   } catch (const std::system_error&) {
     return {};
   }
@@ -137,6 +135,13 @@ std::vector<Leftover> leftoversAmong(const EntryTable& entries, const Selection&
     if (const auto original = originals.originalOf(entries, i)) found.push_back({i, *original});
   }
   return found;
+}
+
+std::string firstBytesOf(const Descriptor& file) {
+  std::array<char, 160> bytes{};
+  const ssize_t length = ::pread(file.get(), bytes.data(), bytes.size(), 0);
+  if (length < 0) throwErrno();
+  return {bytes.data(), static_cast<std::size_t>(length)};
 }
 
 bool firstBytesTell(std::string_view first) {

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "folder_host/Descriptor.h"
 #include "folder_host/EntryTable.h"
 
 // What is held back is mostly also somewhere else: here is found what of a project that would be shared may hold it, by
@@ -26,8 +27,8 @@ struct Leftover {
 // Leftovers (see originalsOf) of files and folders that are held back and lie beside them.
 std::vector<Leftover> leftoversAmong(const EntryTable& entries, const Selection& shared, const Selection& heldBack);
 
-// As many of a file's first bytes as firstBytesTell needs.
-inline constexpr std::size_t FIRST_BYTES = 160;
+// As many as firstBytesTell needs, or all of them. Fails with std::system_error.
+std::string firstBytesOf(const Descriptor& file);
 
 // Whether a file that begins so is a project's store, a dump of one, or a receipt, whatever its name.
 bool firstBytesTell(std::string_view first);

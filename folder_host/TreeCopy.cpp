@@ -11,6 +11,7 @@
 
 #include "folder_host/CopySteps.h"
 #include "folder_host/FileCopy.h"
+#include "folder_host/Permissions.h"
 
 namespace folder_host {
 
@@ -47,7 +48,9 @@ class WithoutSignals {
 
 TreeCopy::TreeCopy(const std::string& root, const Descriptor& target, Options options)
     : source_(reading(root, [&] { return openFolder(root); })), target_(target), options_(std::move(options)) {
-  folders_.push_back({".", reading(root, [&] { return statusOf(source_); })});
+  const struct stat status = reading(root, [&] { return statusOf(source_); });
+  root_ = idOf(status);
+  addFolder(".", source_, status);
   struct stat store {};
   if (::fstatat(source_.get(), STORE_FILE, &store, AT_SYMLINK_NOFOLLOW) == 0) store_ = idOf(store);
 }
@@ -70,6 +73,7 @@ void TreeCopy::copy(const std::vector<const Entry*>& entries) {
   while (helper.valid() && helper.wait_for(PAUSE) != std::future_status::ready) tell();
   if (helper.valid()) helper.get();
   tell();
+  changed_ = queue.changed();
   if (thrown) std::rethrow_exception(thrown);
   queue.rethrow();
 }
@@ -89,16 +93,23 @@ void TreeCopy::makeFolders(const std::vector<const Entry*>& entries, CopyQueue& 
 }
 
 void TreeCopy::makeFolder(const Entry& folder) {
-  const auto status = reading(folder.path, [&] { return statusOf(openBeneath(source_, folder.path, O_PATH)); });
+  const Descriptor opened =
+      reading(folder.path, [&] { return openBeneath(source_, folder.path, O_RDONLY | O_DIRECTORY); });
+  const struct stat status = reading(folder.path, [&] { return statusOf(opened); });
   requireListed(folder, S_IFDIR, status);
-  folders_.push_back({folder.path, status});
+  addFolder(folder.path, opened, status);
   checkWritten(::mkdirat(target_.get(), folder.path.c_str(), 0700), folder.path);
+}
+
+void TreeCopy::addFolder(const std::string& path, const Descriptor& opened, const struct stat& status) {
+  const mode_t mode = reading(path, [&] { return permissionsOf(opened, status); });
+  folders_.push_back({path, mode, times(status)});
 }
 
 // May run in several threads at once. Where a file is no longer wanted, what is thrown to leave it does not count.
 void TreeCopy::copyFiles(CopyQueue& queue, const Tell& tell) const {
   std::size_t at = 0;
-  FileCopy files({source_, target_, store_, options_.allowChanging}, [&](std::uint64_t bytes) {
+  FileCopy files({source_, target_, store_, options_.allowed}, [&](std::uint64_t bytes) {
     queue.addBytes(bytes);
     tell();
     if (!queue.isWanted(at)) throw changed(queue[at].path);
@@ -107,7 +118,7 @@ void TreeCopy::copyFiles(CopyQueue& queue, const Tell& tell) const {
     for (at = portion.begin; at != portion.end && queue.isWanted(at); ++at) {
       if (queue[at].kind == EntryKind::folder) continue;
       try {
-        files.add(queue[at]);
+        if (!files.add(queue[at])) queue.addChanged(at);
         queue.addEntry();
         tell();
       } catch (...) {
@@ -129,9 +140,10 @@ std::future<void> TreeCopy::startHelper(CopyQueue& queue) const {
 // From the deepest up: a folder's mode may forbid what is still to be done below it.
 void TreeCopy::finishFolders() {
   for (auto folder = folders_.rbegin(); folder != folders_.rend(); ++folder) {
-    const char* path = folder->path.c_str();
-    checkWritten(::utimensat(target_.get(), path, times(folder->status).data(), 0), folder->path);
-    checkWritten(::fchmodat(target_.get(), path, permissions(folder->status), 0), folder->path);
+    const std::string& path = folder->path;
+    const Descriptor copy = writing(path, [&] { return openBeneath(target_, path, O_RDONLY | O_DIRECTORY); });
+    checkWritten(::futimens(copy.get(), folder->times.data()), path);
+    checkWritten(::fchmod(copy.get(), folder->mode), path);
   }
 }
 

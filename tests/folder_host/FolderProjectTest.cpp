@@ -62,19 +62,20 @@ TEST_F(FolderProjectTest, TheStoresPlaceMustBeFreeOrLeftByATryThatWasInterrupted
   fs::create_directories(in(deep));
   put("q/1/.project", "somebody's");
   put("q/2/.project/file", "somebody's");
-  put("q/5/.project/new-12345678-1234-1234-1234-123456789abc");
-  put("q/5/.project/new-ideas", "somebody's");
-  fs::create_directories(in("q/3")), fs::create_directory_symlink("../2", in("q/3/.project"));
+  fs::create_directories(in("q/3")), fs::create_directory_symlink("../4", in("q/3/.project"));
+  fs::create_directories(in("q/4/.project"));
   const Names before = tree("q");
-  for (const std::string folder : {"q/1", "q/2", "q/3", "q/5"}) EXPECT_EQ(init(folder), errors::STORE_FAILED) << folder;
+  for (const std::string folder : {"q/1", "q/2", "q/3"}) EXPECT_EQ(init(folder), errors::STORE_FAILED) << folder;
   EXPECT_EQ(init(deep), errors::PATH_TOO_LONG);
   EXPECT_EQ(tree("q"), before);
   EXPECT_EQ(read(in("q/1/.project")), "somebody's");
-  const std::string unfinished = "q/4/.project/new-12345678-1234-1234-1234-123456789abc";
-  put(unfinished, "half a store");
-  put(unfinished + "-journal");
-  EXPECT_EQ(init("q/4"), "");
-  EXPECT_EQ(tree("q/4"), (Names{".project", ".project/store.db"}));
+  for (const char* wanted : {"", errors::ALREADY_A_PROJECT}) {
+    const std::string unfinished = ".project-share-12345678-1234-1234-1234-123456789abc";
+    put("q/4/" + unfinished + "/store.db", "half a store");
+    put("q/4/" + unfinished + ".lock", "Something is being put together in " + unfinished + "\n");
+    EXPECT_EQ(init("q/4"), wanted);
+    EXPECT_EQ(tree("q/4"), (Names{".project", ".project/store.db"}));
+  }
 }
 
 TEST_F(ListingTest, EntriesAreSortedByBytesLinksNotFollowedAndPipesSkipped) {

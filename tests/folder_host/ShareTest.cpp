@@ -3,6 +3,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <thread>
+
 #include "Fixture.h"
 #include "folder_host/Descriptor.h"
 #include "folder_host/FolderProject.h"
@@ -133,6 +136,11 @@ TEST_F(ShareTest, AnEntryThatIsNotWhatItWasStopsTheShareAndLeavesNothing) {
       {"no link", replace("p/l", [](auto& path) { write(path, "file"); })},
       {"another file", replace("p/b", [&](auto& path) { fs::rename(in("p/a/y"), path); })},
       {"another's folder", replace("p/a", [&](auto& path) { fs::rename(in("secret"), path); })},
+      {"the project's folder",
+       [&](ProjectManager&) {
+         fs::rename(in("p"), in("old")), fs::create_directory(in("p"));
+         for (const char* name : {"/a", "/b", "/l"}) fs::rename(in("old") + name, in("p") + name);
+       }},
       {"the store", replace("p/b", [&](auto& path) { fs::create_hard_link(in("p/.project/store.db"), path); })},
   };
   for (const auto& row : rows) {
@@ -140,6 +148,7 @@ TEST_F(ShareTest, AnEntryThatIsNotWhatItWasStopsTheShareAndLeavesNothing) {
     put("secret/x");
     EXPECT_EQ(refusal(row.change, allowing({errors::ENTRY_CHANGED})), errors::ENTRY_CHANGED) << "nor may it be allowed";
     EXPECT_EQ(tree("out"), Names());
+    if (fs::exists(in("old"))) fs::remove_all(in("p")), fs::rename(in("old"), in("p"));
     for (const char* name : {"p/a", "p/b", "p/l"}) fs::remove_all(in(name));
     put("p/a/x"), put("p/a/y"), put("p/b"), fs::create_symlink("b", in("p/l"));
   }
@@ -156,6 +165,9 @@ TEST_F(ShareTest, AFailureOnTheWayLeavesNothing) {
   EXPECT_EQ(refusal([&](ProjectManager&) { put("out/copy", "mine"); }), errors::DESTINATION_EXISTS);
   EXPECT_EQ(tree("out"), Names{"copy"});
   EXPECT_EQ(read(in("out/copy")), "mine");
+  fs::remove(in("out/copy"));
+  EXPECT_EQ(refusal([&](ProjectManager&) { fs::create_directory(in("out/copy")); }), errors::DESTINATION_EXISTS);
+  EXPECT_EQ(tree("out"), Names{"copy"});
 }
 
 TEST_F(ShareTest, AFileThatChangesWhileItIsCopiedStopsTheShareUnlessAllowed) {
@@ -168,8 +180,18 @@ TEST_F(ShareTest, AFileThatChangesWhileItIsCopiedStopsTheShareUnlessAllowed) {
   EXPECT_EQ(refusal(nullptr, options), errors::ENTRY_CHANGED);
   EXPECT_EQ(tree("out"), Names());
   put("p/a/x", "x");
+  fs::create_symlink("a/y", in("p/l"));
+  // Of the same size and, for the link, with the same target: the time of the change tells.
+  const auto change = [&](ProjectManager&) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    put("p/a/y", "YY"), setTimes(in("p/l"), 1000000000);
+  };
+  EXPECT_EQ(refusal(change), errors::ENTRY_CHANGED);
+  options.onProgress = [&](const Progress& progress) {
+    if (progress.bytes == 1 && progress.entries == 1) put("p/a/x", "xyz");
+  };
   options.allowed = {errors::ENTRY_CHANGED};
-  EXPECT_EQ(refusal(nullptr, options), "");
+  EXPECT_EQ(shareAs(in("out/copy"), change, options).changed, (Names{"a/x", "a/y", "l"}));
   EXPECT_EQ(read(in("out/copy/a/x")), "xyz") << "read on to its new end";
 }
 
@@ -197,7 +219,7 @@ TEST_F(ShareTest, WhatACallbackThrowsStopsTheShareAndLeavesNothing) {
 
 TEST_F(ShareTest, WhatAKilledShareLeftIsRemovedAndNothingElse) {
   const std::string ours = ".project-share-12345678-1234-1234-1234-123456789abc";
-  const std::string text = "A copy is being put together in " + ours + "\n";
+  const std::string text = "Something is being put together in " + ours + "\n";
   const auto plant = [&](const std::string& name, const std::string& lock) {
     put("out/" + name + "/sub/file");
     put("out/" + name + ".lock", lock);
@@ -213,7 +235,7 @@ TEST_F(ShareTest, WhatAKilledShareLeftIsRemovedAndNothingElse) {
   EXPECT_FALSE(left(plant(ours, text)));
   EXPECT_TRUE(left(plant(ours, "mine"))) << "the text tells";
   EXPECT_TRUE(left(plant(ours, ""))) << "a folder comes after the whole text";
-  EXPECT_TRUE(left(plant(".project-share-mine", "A copy is being put together in .project-share-mine\n")));
+  EXPECT_TRUE(left(plant(".project-share-mine", "Something is being put together in .project-share-mine\n")));
   EXPECT_TRUE(left((put("out/" + ours + "/sub/file"), ours))) << "without a lock";
   plant(ours, text);
   const int used = ::open((in("out/" + ours) + ".lock").c_str(), O_RDONLY | O_CLOEXEC);
@@ -225,7 +247,7 @@ TEST_F(ShareTest, WhatAKilledShareLeftIsRemovedAndNothingElse) {
   fs::permissions(in("out/" + ours), fs::perms::none);
   EXPECT_FALSE(left(ours));
   EXPECT_EQ(tree("p").size(), 6U) << "links are not followed";
-  put("out/" + ours + ".lock", "A copy");
+  put("out/" + ours + ".lock", "Something");
   EXPECT_EQ(refusal(), "");
   EXPECT_FALSE(fs::exists(in("out/" + ours + ".lock"))) << "killed as it began";
 }

@@ -6,9 +6,12 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <fstream>
 #include <thread>
+#include <utility>
 
 #include "Fixture.h"
+#include "folder_host/Permissions.h"
 
 namespace folder_host {
 
@@ -48,6 +51,14 @@ class TreeCopyTest : public FolderTest {
     tree.finishFolders();
   }
 
+  struct Sparse {
+    const char* name;
+    std::string content;
+    std::uintmax_t size;
+  };
+  // Of holes alone, with one at its end, with one inside.
+  const std::vector<Sparse> sparse_ = {
+      {"p/holes", "", 5000000}, {"p/tail", std::string(300000, 'x'), 5000000}, {"p/inside", "", 8000001}};
   Listing listing_;
   std::size_t alone_ = threads();  // a sanitizer may have one of its own
 };
@@ -58,8 +69,8 @@ TEST_F(TreeCopyTest, EverythingArrivesWithItsContent) {
   std::string large;
   for (int i = 0; large.size() < 3000000; ++i) large += std::to_string(i) + '\0';
   put("p/large", large);
-  put("p/sparse", "");
-  fs::resize_file(in("p/sparse"), 5000000);
+  for (const auto& [name, content, size] : sparse_) put(name, content), fs::resize_file(in(name), size);
+  std::ofstream(in("p/inside"), std::ios::in).seekp(8000000) << "x";
   put("p/zeros", std::string(300000, '\0') + "end");
   list();
   copy();
@@ -72,13 +83,63 @@ TEST_F(TreeCopyTest, EverythingArrivesWithItsContent) {
     if (fs::is_directory(from)) continue;
     EXPECT_EQ(read(from), read(to)) << path;
   }
+  for (const auto& [name, content, size] : sparse_) {
+    struct stat status {};
+    ASSERT_EQ(::stat(in("copy" + std::string(name + 1)).c_str(), &status), 0);
+    EXPECT_LT(status.st_blocks * 512, 1000000) << name << ": holes stay holes";
+  }
+}
+
+TEST_F(TreeCopyTest, AFileWithHolesThatChangesIsNoticed) {
+  for (const std::uintmax_t size : {0U, 200000U, 1000000U, 9000000U}) {
+    const std::uintmax_t content = 5U << 16U;
+    const auto make = [&] { put("p/file", std::string(content, 'x')), fs::resize_file(in("p/file"), 5000000), list(); };
+    fs::remove_all(in("p")), make();
+    TreeCopy::Options options;
+    bool isLarge = true;
+    options.onProgress = [&](std::size_t, std::uint64_t bytes) {
+      if (bytes > 0 && std::exchange(isLarge, false)) fs::resize_file(in("p/file"), size);
+    };
+    EXPECT_EQ(refusalOf([&] { copy(options); }), errors::ENTRY_CHANGED) << size;
+    make();
+    isLarge = true;
+    options.allowed.allow(errors::ENTRY_CHANGED);
+    copy(options);
+    EXPECT_EQ(fs::file_size(in("copy/file")), std::max<std::uintmax_t>(size, content))
+        << "what was read, to its new end";
+  }
+}
+
+TEST(PermissionsTest, WhatAnAccessListWithholdsTheCopyAllowsNobody) {
+  const std::string version(("\2\0\0\0"), 4);
+  const auto item = [](char tag, char allowed) { return std::string({tag, 0, allowed, 0, 1, 0, 0, 0}); };
+  const auto list = [&](char group, const std::string& rest = {}) {
+    return version + item(0x01, 7) + rest + item(0x04, group) + item(0x20, 5);
+  };
+  const char user = 0x02, named = 0x08, mask = 0x10;
+  const struct {
+    const char* title;
+    std::string list;
+    mode_t mode, copy;
+  } rows[] = {
+      {"the owning group's, not the mask", list(0, item(user, 6) + item(mask, 6)), 0660, 0600},
+      {"cut by the mask", list(7, item(user, 7) + item(mask, 5)), 0755, 0755},
+      {"a named user who may less than others", list(5, item(user, 0) + item(mask, 5)), 0755, 0750},
+      {"a named group cut by the mask", list(5, item(named, 7) + item(mask, 4)), 0745, 0744},
+      {"a mask alone", list(7, item(mask, 4)), 04745, 0745},
+      {"no group", version + item(0x01, 7), 0777, 0700},
+      {"nothing", "", 0777, 0700},
+      {"another version", std::string("\3\0\0\0", 4) + item(0x04, 7), 0777, 0700},
+      {"a part of an entry", list(7) + "x", 0777, 0700},
+  };
+  for (const auto& row : rows) EXPECT_EQ(permissionsUnder(row.list, row.mode), row.copy) << row.title;
 }
 
 TEST_F(TreeCopyTest, ContentWithoutASizeArrives) {
   struct stat status {};
   ASSERT_EQ(::stat("/proc/sys/kernel/ostype", &status), 0);
   ASSERT_EQ(status.st_size, 0);
-  const Entry entry{"ostype", EntryKind::file, {}, {status.st_dev, status.st_ino}};
+  const Entry entry{"ostype", EntryKind::file, {}, {status.st_dev, status.st_ino}, 0, status.st_ctim};
   fs::create_directory(in("copy"));
   TreeCopy("/proc/sys/kernel", openFolder(in("copy")), {}).copy({&entry});
   EXPECT_EQ(read(in("copy/ostype")), "Linux\n");
@@ -90,6 +151,8 @@ TEST_F(TreeCopyTest, ProgressIsToldInTheCallersThreadAndEndsWithAllOfIt) {
   std::uint64_t bytes = 0, all = 0;
   bool grows = true;
   TreeCopy::Options options;
+  for (const auto& [name, content, size] : sparse_) put(name, content), fs::resize_file(in(name), size);
+  list();
   options.onProgress = [&](std::size_t entriesNow, std::uint64_t bytesNow) {
     EXPECT_EQ(std::this_thread::get_id(), caller);
     grows = grows && entriesNow >= entries && bytesNow >= bytes;

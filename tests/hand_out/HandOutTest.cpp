@@ -34,9 +34,7 @@ class HandOutTest : public FolderTest {
     const std::string before = everythingIn(in("p"));
     const auto left = project.workingCopy();
     strip(*left, *createManager(project.metadata())->getProfileByUUID(planted.profile));
-    ShareOptions options;
-    options.allowed = {errors::LABEL_ON_GONE_PATH};
-    share(project.workingCopy(), ExportProfileTransformation(planted.profile), in("copy"), options);
+    share(project.workingCopy(), ExportProfileTransformation(planted.profile), in("copy"));
     EXPECT_TRUE(everythingIn(in("p")) == before) << "the project was changed";
     expectCopyOf(*left, planted);
     count(project.labels(), *left);

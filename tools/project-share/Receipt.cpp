@@ -3,14 +3,9 @@
 #include <fcntl.h>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
-#include <stdio.h>   // NOLINT(modernize-deprecated-headers): renameat2 is no part of <cstdio>
-#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): mkostemp is no part of <cstdlib>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <ctime>
-#include <filesystem>
 #include <system_error>
 #include <utility>
 
@@ -23,14 +18,16 @@
 
 namespace project_share {
 
-namespace fs = std::filesystem;
-
 using folder_host::Descriptor;
 using folder_host::Entry;
 using folder_host::EntryKind;
+using folder_host::Place;
 using folder_host::Progress;
+using folder_host::StagingFolder;
 
 namespace {
+
+constexpr const char* CONTENT = "receipt";
 
 Refusal failed(const std::string& file, int code) {
   return {refusals::RECEIPT_FAILED,
@@ -46,30 +43,18 @@ auto orFailed(const std::string& file, const Act& act) {
   }
 }
 
-// Where the file would be, without links before its name.
-fs::path placeOf(const std::string& file) {
-  return orFailed(file, [&] {
-    const fs::path path = fs::absolute(file);
-    return fs::canonical(path.parent_path()) / path.filename();
-  });
-}
-
-void checkPlace(const folder_host::FolderProject& project, const fs::path& copy, const std::string& file) {
-  const fs::path place = placeOf(file);
-  struct stat root {};
-  const bool inProject = ::stat(project.root().c_str(), &root) == 0 &&
-                         folder_host::liesIn(place.parent_path().string(), folder_host::idOf(root));
-  if (inProject || place == copy) {
-    throw Refusal(refusals::RECEIPT_MISPLACED,
-                  fmt::format("a receipt tells what was held back: put {} neither into the project nor in the place of "
-                              "the copy",
-                              inQuotes(file)));
-  }
-  struct stat status {};
-  if (::lstat(file.c_str(), &status) != 0) {
-    if (errno == ENOENT) return;
-    throw failed(file, errno);
-  }
+// Nothing is there yet that could be the copy's.
+Place placeOfReceipt(const folder_host::WorkingCopy& project, const Place& copy, const std::string& file) {
+  const auto misplaced = [&] {
+    return Refusal(refusals::RECEIPT_MISPLACED,
+                   fmt::format("a receipt tells what was held back: put {} neither into the project nor in the place "
+                               "of the copy",
+                               inQuotes(file)));
+  };
+  if (isWithin(file, copy)) throw misplaced();
+  Place place = folder_host::placeOf(file);
+  if (liesIn(place, project.listing().folders)) throw misplaced();
+  if (!isTaken(place)) return place;
   throw Refusal(refusals::RECEIPT_EXISTS, fmt::format("{} is already there; choose another name", inQuotes(file)));
 }
 
@@ -125,18 +110,17 @@ class Outgoing {
 
 }  // namespace
 
-Receipt::Receipt(const folder_host::FolderProject& project, const std::string& destination, std::string file)
+Receipt::Receipt(const folder_host::WorkingCopy& project, const Place& copy, std::string file)
     : file_(std::move(file)),
-      destination_(orFailed(file_, [&] { return fs::weakly_canonical(fs::absolute(destination)).string(); })),
-      partial_(file_ + ".XXXXXX") {
-  checkPlace(project, destination_, file_);
-  descriptor_ = Descriptor(::mkostemp(partial_.data(), O_CLOEXEC));
-  if (descriptor_.get() < 0) throw failed(file_, errno);
-}
-
-Receipt::~Receipt() {
-  if (!partial_.empty()) ::unlink(partial_.c_str());
-}
+      destination_(copy.path()),
+      place_(orFailed(file_, [&] { return placeOfReceipt(project, copy, file_); })),
+      staging_(orFailed(file_,
+                        [&] {
+                          StagingFolder::removeAbandoned(place_.parent);
+                          return StagingFolder(place_.parent);
+                        })),
+      descriptor_(orFailed(
+          file_, [&] { return openBeneath(staging_.content(), CONTENT, O_WRONLY | O_CREAT | O_EXCL, 0600); })) {}
 
 void Receipt::write(const Assessment& assessment, const std::set<std::string>& allowed,
                     const folder_host::WorkingCopy& left, const Descriptor& copy,
@@ -165,14 +149,13 @@ void Receipt::write(const Assessment& assessment, const std::set<std::string>& a
 }
 
 void Receipt::publish() {
-  if (::renameat2(AT_FDCWD, partial_.c_str(), AT_FDCWD, file_.c_str(), RENAME_NOREPLACE) != 0) {
-    throw Refusal(refusals::RECEIPT_FAILED, fmt::format("the copy is complete, but its receipt cannot be named {}: {}",
-                                                        inQuotes(file_), std::generic_category().message(errno)));
+  try {
+    staging_.publishFile(CONTENT, place_.name);
+  } catch (const std::system_error& error) {
+    throw Refusal(refusals::RECEIPT_FAILED,
+                  fmt::format("the copy is complete, but its receipt cannot be named {}: {}", inQuotes(file_),
+                              std::generic_category().message(error.code().value())));
   }
-  partial_.clear();
-  const Descriptor folder =
-      orFailed(file_, [&] { return folder_host::openFolder(placeOf(file_).parent_path().string()); });
-  if (::fsync(folder.get()) != 0) throw failed(file_, errno);
 }
 
 void Receipt::put(const std::string& text) {

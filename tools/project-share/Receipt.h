@@ -6,19 +6,20 @@
 
 #include "Assessment.h"
 #include "folder_host/Descriptor.h"
-#include "folder_host/FolderProject.h"
+#include "folder_host/Place.h"
 #include "folder_host/Sharing.h"
+#include "folder_host/StagingFolder.h"
+#include "folder_host/WorkingCopy.h"
 
 namespace project_share {
 
-// What went out, what did not, and why: a JSON file for the sender, for nobody else's eyes. It is put together under
-// another name beside its own and gets that when the copy is there; until then it goes when this object goes.
+// What went out, what did not, and why: a JSON file for the sender, for nobody else's eyes. It is put together beside
+// its place and gets its name when the copy is there; until then it goes when this object goes.
 class Receipt {
  public:
-  // Errors: RECEIPT_EXISTS; RECEIPT_MISPLACED (in the project, where the next share would hand it out, or in the place
-  // of the copy); RECEIPT_FAILED.
-  Receipt(const folder_host::FolderProject& project, const std::string& destination, std::string file);
-  ~Receipt();
+  // Of a share of the project to the place `copy`. Errors: RECEIPT_EXISTS; RECEIPT_MISPLACED (in the project, where the
+  // next share would hand it out, or in the place of the copy or below it); RECEIPT_FAILED.
+  Receipt(const folder_host::WorkingCopy& project, const folder_host::Place& copy, std::string file);
   Receipt(const Receipt&) = delete;
   Receipt& operator=(const Receipt&) = delete;
 
@@ -35,7 +36,8 @@ class Receipt {
 
   std::string file_;
   std::string destination_;
-  std::string partial_;  // the name until then
+  folder_host::Place place_;
+  folder_host::StagingFolder staging_;
   folder_host::Descriptor descriptor_;
   std::string buffer_;
 };

@@ -39,12 +39,12 @@ Allowances allowancesOf(const std::vector<Allowed>& all) {
   return allowances;
 }
 
-// What was allowed and is not there. Whether a file changes while it is copied is not known before.
-std::vector<Hazard> idleAllowances(const ShareWords& words, const Assessment& assessment) {
+// What was allowed and is not among the hazards. ENTRY_CHANGED is known only when all is copied.
+std::vector<Hazard> idleAllowances(const ShareWords& words, const std::vector<Hazard>& hazards, bool afterwards) {
   std::vector<Hazard> idle;
   for (const Allowed& allowed : words.allowed) {
-    if (allowed.identifier == folder_host::errors::ENTRY_CHANGED) continue;
-    if (refusedAmong(assessment.hazards, allowancesOf({allowed})).size() < assessment.hazards.size()) continue;
+    if ((allowed.identifier == folder_host::errors::ENTRY_CHANGED) != afterwards) continue;
+    if (refusedAmong(hazards, allowancesOf({allowed})).size() < hazards.size()) continue;
     idle.push_back(
         {refusals::ALLOW_IDLE, {}, fmt::format("--allow {} allows nothing here; leave it out", wordOf(allowed))});
   }
@@ -119,7 +119,13 @@ void report(const Assessment& assessment, const WorkingCopy& copy, const ShareRe
     if (!spared.isDropped) printSpared(assessment.preview, spared);
   }
   printNotes(assessment.notes);
-  printHazards(assessment.hazards, "allowed: ", {{"allowed", true}});
+  std::vector<Hazard> allowed = assessment.hazards;
+  for (const std::string& path : result.changed) {
+    allowed.push_back(
+        {folder_host::errors::ENTRY_CHANGED, path, inQuotes(path) + " was changed and went as it was read"});
+  }
+  printNotes(idleAllowances(words, allowed, true));
+  printHazards(allowed, "allowed: ", {{"allowed", true}});
   const std::size_t out = copy.listing().entries.size() - assessment.preview.stays.size();
   Json object{{"type", "shared"},      {"files", result.files}, {"folders", result.folders},
               {"links", result.links}, {"bytes", result.bytes}, {"heldBack", out}};
@@ -153,13 +159,13 @@ void share(const ShareWords& words) {
   const FolderProject project = openProject();
   const auto copy = project.workingCopy();
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
-  folder_host::checkDestination(*copy, words.destination);
+  const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
   Assessment assessment = profile ? assess(*copy, *profile) : assessWhole(*copy);
-  for (Hazard& idle : idleAllowances(words, assessment)) assessment.notes.push_back(std::move(idle));
+  for (Hazard& idle : idleAllowances(words, assessment.hazards, false)) assessment.notes.push_back(std::move(idle));
   refuseHazards(assessment, words);
   const Interruption interruption;  // goes last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
-  if (!words.receipt.empty()) receipt.emplace(project, words.destination, words.receipt);
+  if (!words.receipt.empty()) receipt.emplace(*copy, place, words.receipt);
   const ShareResult result = run(assessment, copy, words, receipt, interruption);
   project.confirm();
   report(assessment, *copy, result, words);
