@@ -1,5 +1,5 @@
 // The filters beside the floor (the host calls that they have to make), beside themselves with a hundred times the
-// items, and beside their rules in plainest form.
+// items, beside their rules in plainest form, and over names that collide beside names that do not.
 #include <map>
 #include <memory>
 
@@ -88,6 +88,18 @@ void addBesideFewerItems(const Suite& suite, const FilterKind& kind, const Shape
   });
 }
 
+void addCollidingBesideLongNames(const Suite& suite, const FilterKind& kind, Shape shape) {
+  const std::string name = nameOf("names", kind, shape);
+  suite.add(name, 1, [=](benchmark::State& state) mutable {
+    shape.names = Shape::Names::COLLIDING;
+    Case& one = caseOf(name, shape);
+    shape.names = Shape::Names::LONG;
+    TableHost other(shape);
+    inTurns(
+        state, [&] { one.filter->apply(other); }, [&] { one.filter->apply(one.host); });
+  });
+}
+
 void addPlainBeside(const Suite& suite, const FilterKind& kind, const Shape& shape) {
   const std::string name = nameOf("plain", kind, shape);
   suite.add(name, runsOf(shape) / 100, [=](benchmark::State& state) {
@@ -129,6 +141,7 @@ void addFilters(const Suite& suite) {
       if (kind.ofFiles) addFileShapes(suite, kind, deep);
     }
     if (!kind.ofFiles) addLabelShapes(suite, kind);
+    if (kind.ofFiles) addCollidingBesideLongNames(suite, kind, {kind.text, suite.isShort() ? 1000U : 327680U, 10U, 2U});
     for (const std::size_t items : {10U, 100U}) {
       addBesideFewerItems(suite, kind, {kind.text, suite.isShort() ? 1000U : 100000U, items, kind.ofFiles ? 2U : 0U});
     }

@@ -40,7 +40,7 @@ class Build:
         for block in ninja("-t", "deps").stdout.split("\n\n"):
             made, *sources = block.strip().splitlines() or [""]
             for source in sources if made.split(":")[0] in self.compiling else ():
-                self.needing[os.path.relpath(source.strip(), ROOT)].add(made.split(":")[0])
+                self.needing[os.path.relpath(os.path.join(BUILD, source.strip()), ROOT)].add(made.split(":")[0])
         self.programs = {os.path.basename(made): made for made in self.linking}
         self.library = next(made for made in self.linking if ".so." in made)
         self.soname = re.search(r"-soname,(\S+)", self.linking[self.library])[1]

@@ -53,14 +53,18 @@ TEST(FileLabelFilter, AsksForTheParentOfEachFolderOnceHoweverDeepAndOfNoEmptyTex
 }
 
 TEST(Filters, TellLabelsOfOneUuidApartByTheirCategory) {
+  const Texts listed{u"c\0x"s, u"d", u"e"};
+  Items items;
+  for (const auto& category : listed) items.insert(items.end(), {{category, L.second}, {category, M.second}});
+  items.push_back({u"f", u"another"});
   MemoryProject host;
-  host.addLabel(u"d", L.second);
-  host.addFile(u"/p/a", {{u"d", L.second}});
-  for (const auto& kind : {EXCLUDE_FILES_WITH_LABEL, EXCLUDE_LABEL}) {
-    samples::filterOf(kind, {itemL, {u"d", M.second}})->apply(host);
+  for (const auto& category : {u""s, u"c"s, u"c\0y"s, u"f"s, listed[0], listed[1], listed[2]}) {
+    host.addLabel(category, L.second);
+    host.addFile(u"/p/" + category, {{category, L.second}});
   }
-  EXPECT_EQ(host.texts(), Texts{u"/p/a"});
-  EXPECT_EQ(host.labels.size(), 1U);
+  for (const auto& kind : {EXCLUDE_FILES_WITH_LABEL, EXCLUDE_LABEL}) samples::filterOf(kind, items)->apply(host);
+  EXPECT_EQ(host.texts(), (Texts{u"/p/", u"/p/c", u"/p/c\0y"s, u"/p/f"}));
+  EXPECT_EQ(host.labels.size(), 4U);
 }
 
 // Answers of its own, unsorted and with a double, and a list of when it was asked.

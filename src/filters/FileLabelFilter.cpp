@@ -42,17 +42,18 @@ bool FileLabelFilter::goes(const std::vector<FileLabel>& labels, const ItemLooku
 }
 
 void FileLabelFilter::apply(project::management::ProjectManager& projectManager) {
-  const ItemLookup listed(getItems());
+  const KeyedHash hash;
+  const ItemLookup listed(getItems(), hash);
   FileManager& manager = projectManager.getFileManager();
   std::vector<path> entries = manager.getFiles();
-  NeededFolders needed(manager.getRootFolder().text());
+  NeededFolders needed(manager.getRootFolder().text(), hash);
   const bool listedGo = getType() == EXCLUDE_FILES_WITH_LABEL;
 
   std::vector<Selected> selected;
   selected.reserve(entries.size());
   for (path& entry : entries) {
     if (goes(manager.getFileLabels(entry), listed, listedGo)) {
-      const NeededFolders::Mark mark = NeededFolders::markOf(entry);
+      const NeededFolders::Mark mark = needed.markOf(entry);
       selected.push_back({std::move(entry), mark});
     } else if (!manager.isFolder(entry)) {
       needed.needAncestorsOf(entry);

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "filters/TextSet.h"
@@ -9,11 +11,12 @@
 
 namespace project::sharing::profiles {
 
-// Answers whether a list of items names a label, in expected constant time and without an allocation of its own. The
-// list may hold items in any order, and twice.
+// Answers whether a list of items names a label, in expected constant time (for labels that it names in several
+// categories, in the logarithm of how many) and without an allocation of its own. The list may hold items in any order,
+// and twice.
 class ItemLookup {
  public:
-  explicit ItemLookup(const std::vector<ExportStrategyItem>& items);
+  ItemLookup(const std::vector<ExportStrategyItem>& items, const KeyedHash& hash);
 
   bool empty() const { return labels_.empty(); }
   bool contains(const project::management::Label& label) const;
@@ -21,7 +24,8 @@ class ItemLookup {
 
  private:
   TextSet categories_;
-  TextSet labels_;  // in groups by category
+  TextSet labels_;                                            // with the number of the first category of each
+  std::vector<std::pair<std::size_t, std::size_t>> further_;  // categories, by the numbers of label and category
 };
 
 }  // namespace project::sharing::profiles

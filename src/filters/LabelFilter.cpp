@@ -61,7 +61,7 @@ LabelFilter::LabelFilter(std::u16string filterType) : ExportFilterBase(std::move
 LabelFilter::~LabelFilter() = default;
 
 void LabelFilter::apply(project::management::ProjectManager& projectManager) {
-  const ItemLookup listed(getItems());
+  const ItemLookup listed(getItems(), KeyedHash());
   if (listed.empty()) return;
   LabelManager& manager = projectManager.getLabelManager();
   const std::vector<Category> categories = allLabels(manager);

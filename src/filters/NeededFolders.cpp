@@ -15,7 +15,7 @@ std::u16string parentOf(const std::u16string& text) {
 
 }  // namespace
 
-NeededFolders::NeededFolders(std::u16string root) : root_(std::move(root)) {}
+NeededFolders::NeededFolders(std::u16string root, const KeyedHash& hash) : root_(std::move(root)), folders_(hash) {}
 
 void NeededFolders::needAncestorsOf(const fl::filesystem::path& entry) {
   std::u16string folder = parentOf(entry.text());
@@ -28,8 +28,6 @@ bool NeededFolders::isLatest(TextSet::Text folder) const {
   return folder.size() == latest_.size() &&
          std::memcmp(folder.data(), latest_.data(), sizeof(char16_t) * folder.size()) == 0;
 }
-
-NeededFolders::Mark NeededFolders::markOf(const fl::filesystem::path& entry) { return TextSet::hashOf(entry.text()); }
 
 bool NeededFolders::forget(const fl::filesystem::path& folder, Mark mark) {
   return folders_.erase(folder.text(), mark);

@@ -15,13 +15,13 @@ class NeededFolders {
   // look at most paths.
   using Mark = std::size_t;
 
-  explicit NeededFolders(std::u16string root);
+  NeededFolders(std::u16string root, const KeyedHash& hash);
 
   // Walks up from the entry, to the root (which is never among the folders), to a path that has no parent, or to a
   // folder that is known already, whose own ancestors are known then.
   void needAncestorsOf(const fl::filesystem::path& entry);
 
-  static Mark markOf(const fl::filesystem::path& entry);
+  Mark markOf(const fl::filesystem::path& entry) const { return folders_.hashOf(entry.text()); }
 
   // Whether this folder is needed. It is forgotten then: it is spared once, and of an entry listed twice the second
   // goes.

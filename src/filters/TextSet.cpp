@@ -1,11 +1,12 @@
 #include "filters/TextSet.h"
 
 #include <cstring>
-#include <functional>
 
 namespace project::sharing::profiles {
 
 namespace {
+
+constexpr std::size_t OF_A_SIZE = sizeof(std::size_t) / sizeof(char16_t);
 
 std::size_t slotsFor(std::size_t texts) {
   std::size_t slots = 2;
@@ -15,46 +16,51 @@ std::size_t slotsFor(std::size_t texts) {
 
 }  // namespace
 
-TextSet::TextSet(std::size_t texts) : slots_(slotsFor(texts)) {}
+TextSet::TextSet(const KeyedHash& hash, std::size_t texts) : hash_(hash), slots_(slotsFor(texts)) {}
 
-std::size_t TextSet::hashOf(Text text, std::size_t group) {
-  constexpr std::size_t SPREAD = 0x9E3779B97F4A7C15;
-  return std::hash<Text>()(text) + group * SPREAD;
-}
-
-TextSet::Inserted TextSet::insert(Text text, std::size_t group) {
-  const std::size_t hash = hashOf(text, group);
-  Slot& slot = slots_[search(text, hash, group)];
-  if (slot.begin != NONE) return {slot.begin, false};
-  const std::size_t begin = texts_.size();
-  texts_ += text;
-  texts_ += u'\0';  // so that an empty one has a place of its own
-  slot = {hash, begin, text.size(), group};
+TextSet::Inserted TextSet::insert(Text text, std::size_t note) {
+  const std::size_t hash = hashOf(text);
+  Slot& slot = slots_[search(text, hash)];
+  if (slot.entry.number != NONE) return {slot.entry, false};
+  const Entry entry{append(text), note};
+  slot = {hash, entry};
   if (2 * ++used_ >= slots_.size()) grow();
-  return {begin, true};
+  return {entry, true};
 }
 
-std::size_t TextSet::find(Text text, std::size_t group) const {
-  return slots_[search(text, hashOf(text, group), group)].begin;
+TextSet::Entry TextSet::find(Text text) const { return slots_[search(text, hashOf(text))].entry; }
+
+bool TextSet::isAt(std::size_t number, Text text) const {
+  std::size_t size = 0;
+  std::memcpy(&size, &texts_[number], sizeof(size));
+  return size == text.size() &&
+         std::memcmp(&texts_[number + OF_A_SIZE], text.data(), text.size() * sizeof(char16_t)) == 0;
 }
 
 bool TextSet::erase(Text text, std::size_t hash) {
-  Slot& slot = slots_[search(text, hash, 0)];
-  if (slot.begin == NONE) return false;
-  slot.size = NONE;
+  const std::size_t number = slots_[search(text, hash)].entry.number;
+  if (number == NONE) return false;
+  std::memcpy(&texts_[number], &NONE, sizeof(NONE));
   return true;
 }
 
-bool TextSet::holds(const Slot& slot, Text text, std::size_t hash, std::size_t group) const {
-  return slot.hash == hash && slot.size == text.size() && slot.group == group &&
-         std::memcmp(&texts_[slot.begin], text.data(), text.size() * sizeof(char16_t)) == 0;
-}
-
-std::size_t TextSet::search(Text text, std::size_t hash, std::size_t group) const {
+std::size_t TextSet::search(Text text, std::size_t hash) const {
   const std::size_t last = slots_.size() - 1;
   std::size_t at = hash & last;
-  while (slots_[at].begin != NONE && !holds(slots_[at], text, hash, group)) at = (at + 1) & last;
+  const auto isElsewhere = [&](const Slot& slot) {
+    return slot.entry.number != NONE && (slot.hash != hash || !isAt(slot.entry.number, text));
+  };
+  while (isElsewhere(slots_[at])) at = (at + 1) & last;
   return at;
+}
+
+std::size_t TextSet::append(Text text) {
+  const std::size_t number = texts_.size();
+  const std::size_t size = text.size();
+  texts_.resize(number + OF_A_SIZE);
+  std::memcpy(&texts_[number], &size, sizeof(size));
+  texts_ += text;
+  return number;
 }
 
 void TextSet::grow() {
@@ -62,9 +68,9 @@ void TextSet::grow() {
   slots.swap(slots_);
   const std::size_t last = slots_.size() - 1;
   for (const Slot& slot : slots) {
-    if (slot.begin == NONE) continue;
+    if (slot.entry.number == NONE) continue;
     std::size_t at = slot.hash & last;
-    while (slots_[at].begin != NONE) at = (at + 1) & last;
+    while (slots_[at].entry.number != NONE) at = (at + 1) & last;
     slots_[at] = slot;
   }
 }

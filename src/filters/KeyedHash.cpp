@@ -1,0 +1,96 @@
+#include "filters/KeyedHash.h"
+
+#include <chrono>
+#include <cstring>
+#include <exception>
+#include <random>
+
+namespace project::sharing::profiles {
+
+namespace {
+
+constexpr std::size_t OF_A_WORD = sizeof(std::uint64_t) / sizeof(char16_t);
+
+// Aumasson and Bernstein, "SipHash: a fast short-input PRF": one round a word, three at the end.
+class Sip {
+ public:
+  explicit Sip(const KeyedHash::Key& key)
+      : v0_(key.first ^ 0x736F6D6570736575U),
+        v1_(key.second ^ 0x646F72616E646F6DU),
+        v2_(key.first ^ 0x6C7967656E657261U),
+        v3_(key.second ^ 0x7465646279746573U) {}
+
+  void add(std::uint64_t word) {
+    v3_ ^= word;
+    round();
+    v0_ ^= word;
+  }
+
+  std::uint64_t end() {
+    v2_ ^= 0xFFU;
+    for (int i = 0; i < 3; ++i) round();
+    return v0_ ^ v1_ ^ v2_ ^ v3_;
+  }
+
+ private:
+  static std::uint64_t turned(std::uint64_t word, unsigned bits) { return word << bits | word >> (64U - bits); }
+
+  void round() {
+    v0_ += v1_;
+    v2_ += v3_;
+    v1_ = turned(v1_, 13) ^ v0_;
+    v3_ = turned(v3_, 16) ^ v2_;
+    v0_ = turned(v0_, 32) + v3_;
+    v2_ += v1_;
+    v3_ = turned(v3_, 21) ^ v0_;
+    v1_ = turned(v1_, 17) ^ v2_;
+    v2_ = turned(v2_, 32);
+  }
+
+  std::uint64_t v0_;
+  std::uint64_t v1_;
+  std::uint64_t v2_;
+  std::uint64_t v3_;
+};
+
+// As many as the system gives.
+KeyedHash::Key randomNumbers() {
+  KeyedHash::Key numbers{0, 0};
+  try {
+    std::random_device device;
+    for (std::uint64_t* number : {&numbers.first, &numbers.second}) *number = std::uint64_t{device()} << 32U | device();
+  } catch (const std::exception&) {
+    // The key has other parts.
+  }
+  return numbers;
+}
+
+}  // namespace
+
+KeyedHash::KeyedHash() : key_{} {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+  const auto today = std::chrono::system_clock::now().time_since_epoch().count();
+  key_ = {static_cast<std::uint64_t>(now) ^ reinterpret_cast<std::uintptr_t>(&randomNumbers),
+          static_cast<std::uint64_t>(today) ^ reinterpret_cast<std::uintptr_t>(this)};
+  const Key random = randomNumbers();
+  key_ = {random.first ^ (*this)(u"first"), random.second ^ (*this)(u"second")};
+}
+
+std::size_t KeyedHash::operator()(std::u16string_view text) const {
+  Sip sip(key_);
+  std::uint64_t last = text.size() * sizeof(char16_t) << 56U;
+  for (; text.size() >= OF_A_WORD; text.remove_prefix(OF_A_WORD)) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, text.data(), sizeof(word));
+    sip.add(word);
+  }
+  unsigned bits = 0;
+  for (const char16_t unit : text) {
+    last |= std::uint64_t{unit} << bits;
+    bits += 16;
+  }
+  sip.add(last);
+  return sip.end();
+}
+
+}  // namespace project::sharing::profiles
