@@ -20,6 +20,7 @@
 
 namespace project_share {
 
+using folder_host::GonePath;
 using folder_host::inQuotes;
 using folder_host::LabelRecord;
 using folder_host::WorkingCopy;
@@ -60,23 +61,24 @@ std::vector<LeavingLabel> leavingLabels(const WorkingCopy& left) {
 
 // Labels, of those that concern, on paths at which nothing is: what was renamed or moved has lost them. Of a folder
 // that is gone, with what was below it, the folder alone.
-std::vector<Hazard> gonePathHazards(const WorkingCopy& copy, const Mending& mending,
-                                    const std::function<bool(const LabelRecord&)>& concerns) {
-  std::map<std::u16string, LabelRecord> concerned;
-  for (LabelRecord& label : copy.labels().list()) {
-    if (concerns(label)) concerned.emplace(label.uuid, std::move(label));
+std::vector<Hazard> gonePathHazards(const std::vector<GonePath>& gone, const std::vector<LabelRecord>& all,
+                                    const Mending& mending, const std::function<bool(const LabelRecord&)>& concerns) {
+  if (gone.empty()) return {};
+  std::map<std::u16string, const LabelRecord*> concerned;
+  for (const LabelRecord& label : all) {
+    if (concerns(label)) concerned.emplace(label.uuid, &label);
   }
   std::vector<Hazard> hazards;
   std::string folder;
-  for (const auto& [path, labels] : labelledGonePaths(copy)) {
+  for (const auto& [path, labels] : gone) {
     if (!folder.empty() && path.compare(0, folder.size(), folder) == 0) continue;
     std::string told;
     const LabelRecord* first = nullptr;
     for (const std::u16string& uuid : labels) {
       const auto label = concerned.find(uuid);
       if (label == concerned.end()) continue;
-      told += (told.empty() ? "" : ", ") + nameInQuotes(label->second);
-      if (first == nullptr) first = &label->second;
+      told += (told.empty() ? "" : ", ") + nameInQuotes(*label->second);
+      if (first == nullptr) first = label->second;
     }
     if (first == nullptr) continue;
     folder = path + "/";
@@ -150,9 +152,10 @@ class Assessing {
 
   // Losing a label lets something out only where a drop-files filter names it.
   void weighGonePaths() {
-    append(gonePathHazards(copy_, mending_, [&](const LabelRecord& label) { return names(dropped_, label); }));
+    const std::vector<GonePath> gone = labelledGonePaths(copy_);
+    append(gonePathHazards(gone, labels_, mending_, [&](const auto& label) { return names(dropped_, label); }));
     assessment_.notes =
-        gonePathHazards(copy_, mending_, [&](const LabelRecord& label) { return !names(dropped_, label); });
+        gonePathHazards(gone, labels_, mending_, [&](const auto& label) { return !names(dropped_, label); });
   }
 
   // A file that lies in a folder that is to go takes the folder with it, whatever its own labels are. Told of the
@@ -247,7 +250,8 @@ class Assessing {
 Assessment assess(const WorkingCopy& copy, const ExportProfile& profile) { return Assessing(copy, profile).run(); }
 
 std::vector<Hazard> gonePaths(const WorkingCopy& copy) {
-  return gonePathHazards(copy, Mending({}, copy), [](const LabelRecord&) { return true; });
+  return gonePathHazards(labelledGonePaths(copy), copy.labels().list(), Mending({}, copy),
+                         [](const LabelRecord&) { return true; });
 }
 
 Assessment assessWhole(const WorkingCopy& copy) {

@@ -58,14 +58,15 @@ class Previewing {
   void apply(ExportFilter& filter) {
     FilterEffect& effect = preview_.filters[position_ - 1];
     const Entries before = copy_.entries();
-    const std::vector<LabelRecord> labelsBefore = labels_.list();
-    const Entries selected = isFileKind(effect.kind) ? selectedAmong(filter, before) : Entries();
+    const bool isOfFiles = isFileKind(effect.kind);
+    const std::vector<LabelRecord> labelsBefore = isOfFiles ? std::vector<LabelRecord>() : labels_.list();
+    const Entries selected = isOfFiles ? selectedAmong(filter, before) : Entries();
     filter.apply(copy_);
     const Entries after = copy_.entries();
     effect.gone = missing(before, after);
     noteReasons(filter, effect.gone, selected);
     for (const Entry* entry : missing(selected, effect.gone)) effect.spared += isSpared(entry) ? 1U : 0U;
-    noteLabelsGone(labelsBefore, effect.labelsGone);
+    if (!isOfFiles) noteLabelsGone(labelsBefore, effect.labelsGone);
   }
 
   // By a label: a folder that was to go for the want of one is on the way to what stays.
