@@ -59,6 +59,10 @@ std::vector<LeavingLabel> leavingLabels(const WorkingCopy& left) {
   return labels;
 }
 
+Hazard nothingShared() {
+  return {refusals::NOTHING_SHARED, {}, "no entry would be shared; 'project-share preview PROFILE' tells why"};
+}
+
 // Labels, of those that concern, on paths at which nothing is: what was renamed or moved has lost them. Of a folder
 // that is gone, with what was below it, the folder alone.
 std::vector<Hazard> gonePathHazards(const std::vector<GonePath>& gone, const std::vector<LabelRecord>& all,
@@ -186,8 +190,7 @@ class Assessing {
     const bool holdsBack = std::any_of(preview.filters.begin(), preview.filters.end(),
                                        [](const FilterEffect& filter) { return !filter.gone.empty(); });
     if (holdsBack) append(traceHazards(preview, left, mending_));
-    if (preview.stays.empty())
-      add(refusals::NOTHING_SHARED, {}, "nothing would be shared; look at the profile's filters");
+    if (preview.stays.empty()) assessment_.hazards.push_back(nothingShared());
   }
 
   // The name of what was to be held back is in the copy then.
@@ -258,6 +261,7 @@ Assessment assessWhole(const WorkingCopy& copy) {
   const auto clone = copy.clone();
   Assessment assessment{{}, profiles::getWholeProjectUUID(), previewOf({}, *clone), leavingLabels(*clone), {}, {}};
   assessment.hazards = hazardsAmongLeft(*clone);
+  if (assessment.preview.stays.empty()) assessment.hazards.push_back(nothingShared());
   return assessment;
 }
 
