@@ -21,13 +21,10 @@ std::string_view nameOf(const Entry& entry) {
   return std::string_view(entry.path).substr(entry.path.rfind('/') + 1);  // npos + 1 is 0
 }
 
-// A bare repository, whatever its name.
+// A bare repository, whatever its name, of which the objects would leave.
 bool holdsRepository(const EntryTable& entries, const Selection& shared, const std::string& folder) {
-  const auto holds = [&](const char* name) {
-    const auto found = entries.find(joined(folder, name));
-    return found && shared[*found];
-  };
-  return holds("HEAD") && holds("objects") && holds("refs");
+  const auto objects = entries.find(joined(folder, "objects"));
+  return objects && shared[*objects] && entries.find(joined(folder, "HEAD")) && entries.find(joined(folder, "refs"));
 }
 
 // Names in their folders, to be looked up: each with the entry that has it.
@@ -148,7 +145,9 @@ bool firstBytesTell(std::string_view first) {
   constexpr std::string_view DATABASE("SQLite format 3\0", 16);
   constexpr std::string_view STORE("Pshr");  // the application's id, at its place in the header
   constexpr std::size_t STORE_AT = 68;
-  if (first.substr(0, DATABASE.size()) == DATABASE) return first.substr(STORE_AT, STORE.size()) == STORE;
+  if (first.substr(0, DATABASE.size()) == DATABASE) {
+    return first.size() > STORE_AT && first.substr(STORE_AT, STORE.size()) == STORE;
+  }
   if (first.find("CREATE TABLE node(parent BLOB") != std::string_view::npos) return true;
   const auto take = [&first](std::string_view word) {
     first.remove_prefix(std::min(first.find_first_not_of(" \t\r\n"), first.size()));
