@@ -93,8 +93,12 @@ std::string_view withoutNumberedEnding(std::string_view name) {
   if (saving != std::string_view::npos) return name.substr(0, saving);
   std::string_view unnumbered = name;
   while (!unnumbered.empty() && isDigit(unnumbered.back())) unnumbered.remove_suffix(1);
-  if (unnumbered.size() < name.size() && endsWith(unnumbered, ".blend")) return unnumbered;
-  return {};
+  if (unnumbered.size() == name.size()) return {};
+  if (endsWith(unnumbered, ".blend")) return unnumbered;
+  if (endsWith(unnumbered, ".")) unnumbered.remove_suffix(1);
+  const bool isBackup =
+      std::any_of(BACKUPS.begin(), BACKUPS.end(), [&](auto end) { return endsWith(unnumbered, end); });
+  return isBackup ? unnumbered : std::string_view();  // .bak2, .old.1
 }
 
 // Whatever the name is with one mark of a leftover less.

@@ -21,13 +21,10 @@ std::string_view nameOf(const Entry& entry) {
   return std::string_view(entry.path).substr(entry.path.rfind('/') + 1);  // npos + 1 is 0
 }
 
-// A bare repository, whatever its name.
+// A bare repository, whatever its name, of which the objects would leave.
 bool holdsRepository(const EntryTable& entries, const Selection& shared, const std::string& folder) {
-  const auto holds = [&](const char* name) {
-    const auto found = entries.find(joined(folder, name));
-    return found && shared[*found];
-  };
-  return holds("HEAD") && holds("objects") && holds("refs");
+  const auto objects = entries.find(joined(folder, "objects"));
+  return objects && shared[*objects] && entries.find(joined(folder, "HEAD")) && entries.find(joined(folder, "refs"));
 }
 
 // Names in their folders, to be looked up: each with the entry that has it.

@@ -1,0 +1,130 @@
+#include "folder_host/Traces.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "Fixture.h"
+#include "folder_host/FolderProject.h"
+#include "folder_host/SideNames.h"
+#include "folder_host/Twins.h"
+
+namespace folder_host {
+
+namespace {
+
+// Whether the leftover may be one of the original, or of the original whose ending it lacks.
+bool leadsTo(const std::string& leftover, const std::string& original, bool isStem = false) {
+  const std::vector<Original> all = originalsOf(leftover);
+  return std::any_of(all.begin(), all.end(),
+                     [&](const Original& one) { return one.name == original && one.isStem == isStem; });
+}
+
+class TwinsTest : public FolderTest {
+ protected:
+  // "shared: held back" of names, as they are listed; a "?" before them where content could not be read.
+  std::vector<std::string> twins(const std::vector<std::string>& heldBack) const {
+    const EntryTable table(std::make_shared<const Listing>(listFolder(folder_)));
+    Selection shared(table.size(), true), held(table.size());
+    for (const std::string& name : heldBack) held[table.find(name).value()] = true;
+    for (std::size_t i = 0; i < table.size(); ++i) shared[i] = !held[i];
+    if (afterListing) afterListing();
+    const auto names = [&](const std::vector<std::size_t>& entries) {
+      std::string all;
+      for (const std::size_t entry : entries) all += (all.empty() ? "" : " ") + table[entry].path;
+      return all;
+    };
+    std::vector<std::string> told;
+    for (const Twins& one : twinsAmong(folder_, table, shared, held)) {
+      told.push_back((one.digest.empty() ? "?" : "") + names(one.shared) + ": " + names(one.heldBack));
+    }
+    return told;
+  }
+
+  std::function<void()> afterListing;
+};
+
+}  // namespace
+
+TEST(SideNames, LeadToWhatTheyMayBeLeftOf) {
+  const struct {
+    const char* leftover;
+    const char* original;
+  } rows[] = {
+      {".x.txt.swp", "x.txt"},        {"X.TXT~", "x.txt"},          {"~$x.doc", "x.doc"},
+      {".~x.txt", "x.txt"},           {"%home%x%", "home%x"},       {"x.txt.un~", "x.txt"},
+      {"x.blend1", "x.blend"},        {"x.txt.sb-1f-Ab", "x.txt"},  {"x - copy (2).txt", "x.txt"},
+      {"x copy 2.txt", "x.txt"},      {"x-autosave.kra", "x.kra"},  {"x.sync-conflict-1-A.txt", "x.txt"},
+      {"x.txt (copy)", "x.txt"},      {"x.txt.dpkg-old", "x.txt"},  {"x.txt___jb_tmp___", "x.txt"},
+      {".x.txt.bak~", "x.txt"},       {"backup of x.wbk", "x.wbk"}, {"x (a's conflicted copy 1).txt", "x.txt"},
+      {"x\xCC\x81.bak", "x\xCC\x81"},
+  };
+  for (const auto& row : rows) EXPECT_TRUE(leadsTo(row.leftover, row.original)) << row.leftover;
+  for (const char* other : {"x.bak", "x.zip", ".x.old", "x.BAK~"}) EXPECT_TRUE(leadsTo(other, "x", true)) << other;
+  for (const char* none : {"", "x", "x.txt", "~", "#", "##", ".#", ".bak", "x.sw", "x (y).txt", "(1)", "x.1", "x2.txt",
+                           "copy", "swp", "x.swift", "x~y", "-old", "\xFF"}) {
+    for (const Original& one : originalsOf(none)) EXPECT_EQ(one.name, "") << none;
+  }
+}
+
+TEST(SideNames, AreLookedThroughToABound) {
+  for (const std::string mark : {"~", ".bak", "_old", " copy"}) {
+    std::string name = "x";
+    while (name.size() + mark.size() <= 255) name += mark;
+    EXPECT_LE(originalsOf(name).size(), 100U) << mark;
+    EXPECT_FALSE(isHistory(name)) << mark;
+  }
+}
+
+TEST(SideNames, OfHistoriesAndOfNobody) {
+  for (const char* name : {".GIT", "cvs", "X,V", ".git.old~", ".hg.tar.gz", "$RECYCLE.BIN", ".trash-1000"})
+    EXPECT_TRUE(isHistory(name)) << name;
+  for (const char* name : {"git", ".gitignore", ".github", "history", "cvs.txt", "v", ",", ".svnx", "trash", ""})
+    EXPECT_FALSE(isHistory(name)) << name;
+  for (const char* name : {"~$n.doc", "~WRL0001.tmp", "lu12.tmp", ".nfs00a", ".goutputstream-X", "4913", "Thumbs.db"})
+    EXPECT_TRUE(isUnnamedLeftover(name)) << name;
+  for (const char* name : {"x.tmp", "nfs", "lu", "4914", "~", ".ds_store2", ""})
+    EXPECT_FALSE(isUnnamedLeftover(name)) << name;
+}
+
+TEST(Traces, FirstBytesTellStoresAndReceiptsAlone) {
+  const std::string database("SQLite format 3\0", 16);
+  for (const char* other :
+       {"", "{}", "{\"receipts\": 1}", "{\"a\": 1, \"receipt\": 1}", "\"receipt\":", "{\"receipt\""})
+    EXPECT_FALSE(firstBytesTell(other)) << other;
+  EXPECT_FALSE(firstBytesTell(database));
+  EXPECT_FALSE(firstBytesTell(database + std::string(144, '\0')));
+  for (const char* receipt : {"{\"receipt\":1", "\xEF\xBB\xBF\r\n {\n\t\"receipt\" : 1"})
+    EXPECT_TRUE(firstBytesTell(receipt)) << receipt;
+}
+
+TEST(Traces, ARepositoryIsKnownByWhatItsObjectsLieBeside) {
+  const EntryTable table(
+      listingOf({"b/", "b/HEAD", "b/objects/", "b/objects/x", "b/refs/", "c/", "c/HEAD", "c/refs/"}));
+  Selection shared(table.size(), true);
+  shared[table.find("b/HEAD").value()] = false;
+  EXPECT_EQ(historiesAmong(table, shared), std::vector{table.find("b").value()});
+  shared[table.find("b/objects").value()] = false;
+  EXPECT_EQ(historiesAmong(table, shared), std::vector<std::size_t>());
+}
+
+TEST_F(TwinsTest, AreEqualToTheirLastByte) {
+  const std::string block(4096, 'b');
+  for (const char* name : {"held", "same"}) put(name, block + "end");
+  put("other", block + "eNd");
+  put("block", block), put("blocks", block);
+  put("empty", ""), put("void", "");
+  std::filesystem::create_hard_link(in("held"), in("z"));
+  EXPECT_EQ(twins({"held", "block", "empty"}), (std::vector<std::string>{"blocks: block", "same z: held"}));
+  EXPECT_EQ(twins({"held", "same", "z", "block", "blocks"}), std::vector<std::string>());
+}
+
+TEST_F(TwinsTest, AreTakenForSuchWhereWhatIsHeldBackCannotBeRead) {
+  put("held", "secret"), put("size", "foobar"), put("longer", "foobars");
+  afterListing = [this] {
+    std::filesystem::remove(in("held"));
+    put("new", "secret");
+  };
+  EXPECT_EQ(twins({"held"}), std::vector<std::string>{"?size: held"});
+}
+
+}  // namespace folder_host
