@@ -84,8 +84,10 @@ const std::vector<std::string>& pathsOf(Words& words) {
 void addAttachCommands(CLI::App* group, Words& words) {
   CLI::App* attach = addCommand(group, "attach", "Attach a label to files, links, and folders with all below them",
                                 "label attach audience/internal drafts budget.ods");
-  CLI::App* detach = addCommand(group, "detach", "Take a label off files, links, and folders with all below them",
-                                "label detach audience/internal drafts/final.txt");
+  CLI::App* detach =
+      addCommand(group, "detach",
+                 "Take a label off files, links, and folders with all below them; let a twin or a leftover be shared",
+                 "label detach audience/internal drafts/final.txt");
   for (CLI::App* command : {attach, detach}) {
     addWord(command, "LABEL", words.label, "CATEGORY/NAME or UUID");
     addWord(command, "PATH", words.paths, "Files, folders or links of the project")->required(false);
@@ -216,7 +218,8 @@ void addShareCommands(CLI::App& app, Words& words) {
   addWord(share, "PROFILE DEST", words.shared, "The profile (not with --whole), and a folder to be made");
   share->add_flag("--whole", words.whole, "Everything, without a profile");
   share
-      ->add_option("--allow", words.allowed, "Share in spite of such reasons, or of the one at a path; can be repeated")
+      ->add_option("--allow", words.allowed,
+                   "Share in spite of all such reasons, or of the one that is about PATH; can be repeated")
       ->allow_extra_args(false)
       ->transform(unmarked)
       ->type_name("REASON[,REASON...]|REASON=PATH");
@@ -225,6 +228,8 @@ void addShareCommands(CLI::App& app, Words& words) {
   CLI::Option* receipt =
       addWord(share, "--receipt", words.receipt, "A JSON file to be made, for you: what went out, what not, and why")
           ->required(false);
+  share->footer(share->get_footer() +
+                fmt::format("\n\nReasons that --allow takes:\n  {{{}}}", fmt::join(allowableHazards(), ",")));
   share->callback([&words, receipt] {
     if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
     project_share::share(shareWordsOf(words));
