@@ -7,6 +7,7 @@
 #include <iterator>
 #include <map>
 #include <set>
+#include <string_view>
 
 #include "Lookup.h"
 #include "Mending.h"
@@ -181,7 +182,7 @@ class Assessing {
   void weighWhatIsLeft(WorkingCopy& left) {
     const Preview& preview = assessment_.preview;
     for (Hazard& hazard : hazardsAmongLeft(left)) {
-      if (hazard.identifier == folder_host::errors::NESTED_PROJECT) {
+      if (std::string_view(hazard.identifier) == folder_host::errors::NESTED_PROJECT) {
         hazard.message += "; " + mending_.holdBack({hazard.path});
       }
       assessment_.hazards.push_back(std::move(hazard));

@@ -118,11 +118,14 @@ class Traces {
     return labels;
   }
 
+  bool isSettled(std::size_t file, std::size_t label, const std::string& digest) const {
+    return settlements_.isSettled(pathOf(file), preview_.labels[label].uuid, digest);
+  }
+
   // Whether a person has said of the file that it may be shared for all that these labels say.
   bool isSettled(std::size_t file, const Labels& labels, const std::string& digest) const {
-    return !labels.empty() && std::all_of(labels.begin(), labels.end(), [&](std::size_t label) {
-      return settlements_.isSettled(pathOf(file), preview_.labels[label].uuid, digest);
-    });
+    return !labels.empty() &&
+           std::all_of(labels.begin(), labels.end(), [&](std::size_t label) { return isSettled(file, label, digest); });
   }
 
   std::string mend(const std::vector<std::size_t>& entries, const Labels& labels, const std::string& digest) const {
@@ -130,8 +133,11 @@ class Traces {
     for (const std::size_t entry : entries) paths.push_back(pathOf(entry));
     const std::string holdBack = mending_.holdBack(paths);
     if (labels.empty() || digest.empty()) return holdBack;
-    return fmt::format("{}; if it may be shared: {}", holdBack,
-                       mending_.detach(preview_.labels[*labels.begin()], paths));
+    const std::size_t open = *std::find_if(labels.begin(), labels.end(), [&](std::size_t label) {
+      return std::any_of(entries.begin(), entries.end(),
+                         [&](std::size_t entry) { return !isSettled(entry, label, digest); });
+    });
+    return fmt::format("{}; if it may be shared: {}", holdBack, mending_.detach(preview_.labels[open], paths));
   }
 
   const Preview& preview_;
