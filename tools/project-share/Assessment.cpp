@@ -74,19 +74,21 @@ std::vector<Hazard> gonePathHazards(const std::vector<GonePath>& gone, const std
     if (concerns(label)) concerned.emplace(label.uuid, &label);
   }
   std::vector<Hazard> hazards;
-  std::string folder;
-  for (const auto& [path, labels] : gone) {
-    if (!folder.empty() && path.compare(0, folder.size(), folder) == 0) continue;
+  const GonePath* folder = nullptr;  // that was told of last
+  for (const GonePath& one : gone) {
+    const auto& [path, labels] = one;
+    const bool isBelow = folder != nullptr && path.compare(0, folder->path.size() + 1, folder->path + "/") == 0;
     std::string told;
     const LabelRecord* first = nullptr;
     for (const std::u16string& uuid : labels) {
       const auto label = concerned.find(uuid);
       if (label == concerned.end()) continue;
+      if (isBelow && std::binary_search(folder->labels.begin(), folder->labels.end(), uuid)) continue;
       told += (told.empty() ? "" : ", ") + nameInQuotes(*label->second);
       if (first == nullptr) first = label->second;
     }
     if (first == nullptr) continue;
-    folder = path + "/";
+    if (!isBelow) folder = &one;
     hazards.push_back({refusals::LABEL_ON_GONE_PATH, path,
                        fmt::format("{} is gone but labelled {}; where it was renamed or moved, label what it is now; "
                                    "then: {}",
@@ -287,8 +289,11 @@ const std::vector<std::string>& allowableHazards() {
 
 std::vector<Hazard> refusedAmong(const std::vector<Hazard>& hazards, const Allowances& allowed) {
   std::vector<Hazard> refused;
-  std::copy_if(hazards.begin(), hazards.end(), std::back_inserter(refused),
-               [&](const Hazard& hazard) { return !allowed.allows(hazard.identifier, hazard.path); });
+  for (const Hazard& hazard : hazards) {
+    const auto isAllowed = [&](const std::string& path) { return allowed.allows(hazard.identifier, path); };
+    const auto& others = hazard.otherPaths;
+    if (!isAllowed(hazard.path) || !std::all_of(others.begin(), others.end(), isAllowed)) refused.push_back(hazard);
+  }
   return refused;
 }
 

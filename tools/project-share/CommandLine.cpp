@@ -245,6 +245,7 @@ void addShareCommands(CLI::App& app, Words& words) {
 void goTo(const std::string& folder) {
   std::error_code error;
   std::filesystem::current_path(folder, error);
+  if (!error) manner().folder = std::filesystem::current_path(error).string();
   if (!error) return;
   throw Refusal(folder_host::errors::NOT_A_PROJECT, "cannot work in " + inQuotes(folder) + ": " + error.message());
 }
@@ -255,7 +256,7 @@ void addOptions(CLI::App& app) {
       ->type_name("DIR");
   app.add_flag("--json", manner().json, "Write one JSON object a line");
   app.add_flag("--quiet", manner().quiet, "Write nothing but what was asked for");
-  app.add_flag("--trust", trustsEverybody(), "Open the project although it belongs to another user");
+  app.add_flag("--trust", manner().trusting, "Open the project although it belongs to another user");
   app.set_version_flag("--version", "project-share " PROJECT_SHARE_VERSION, "Print the version and exit");
 }
 
@@ -286,7 +287,6 @@ int parse(CLI::App& app, std::vector<std::string> words) {
 
 int runCommandLine(int argc, char** argv) {
   manner() = usualManner();
-  trustsEverybody() = false;
   Words words;
   CLI::App app("Hands out copies of a folder without what is labelled to stay", "project-share");
   app.require_subcommand(1);

@@ -38,6 +38,7 @@ class Previewing {
   explicit Previewing(WorkingCopy& copy) : copy_(copy), labels_(copy.getLabelManager()) {
     preview_.labels = labels_.list();
     preview_.reasons.resize(copy.table().size());
+    preview_.dropped.resize(copy.table().size());
     for (std::size_t i = 0; i < preview_.labels.size(); ++i) labelIndices_[preview_.labels[i].uuid] = i;
   }
 
@@ -77,7 +78,13 @@ class Previewing {
 
   // Asked before anything is taken out.
   bool matches(ExportFilter& filter) {
-    if (isFileKind(filter.getType())) return !selectedAmong(filter, copy_.entries()).empty();
+    if (isFileKind(filter.getType())) {
+      const Entries selected = selectedAmong(filter, copy_.entries());
+      if (filter.getType() == profiles::EXCLUDE_FILES_WITH_LABEL) {
+        for (const Entry* entry : selected) preview_.dropped[indexOf(entry)] = true;
+      }
+      return !selected.empty();
+    }
     Labels all;
     for (const LabelRecord& label : preview_.labels) all.push_back(fileLabel(label));
     return takesAwayAny(filter, all);
