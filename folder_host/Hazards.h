@@ -11,9 +11,9 @@ namespace folder_host {
 // A reason not to hand out a project as it stands: nothing failed, but something may leave that was not meant to, or
 // may be lost on the way.
 struct Hazard {
-  const char* identifier;  // one of the errors' constants
-  std::string path;        // of the entry that it is about; empty where it is about none
-  std::string message;     // one line for people
+  const char* identifier;                    // one of the errors' constants
+  std::string path;                          // of the entry that it is about; empty where it is about none
+  std::string message;                       // one line for people
   std::vector<std::string> otherPaths = {};  // of entries that it is about as well
 };
 

@@ -11,6 +11,7 @@ namespace folder_host {
 namespace {
 
 constexpr char32_t EMPTY_BRAILLE = 0x2800;
+constexpr char32_t EMPTY_NOTE = 0x1D159;
 
 const utf8proc_property_t& propertyOf(char32_t point) {
   return *utf8proc_get_property(static_cast<utf8proc_int32_t>(point));
@@ -40,9 +41,9 @@ std::string escaped(char32_t point) {
 bool isUnseen(char32_t point) {
   if (point < 0x7F) return point < 0x20;
   const utf8proc_property_t& property = propertyOf(point);
-  return property.ignorable || point == EMPTY_BRAILLE || property.category == UTF8PROC_CATEGORY_CC ||
-         property.category == UTF8PROC_CATEGORY_CF || property.category == UTF8PROC_CATEGORY_ZL ||
-         property.category == UTF8PROC_CATEGORY_ZP;
+  return property.ignorable || point == EMPTY_BRAILLE || point == EMPTY_NOTE ||
+         property.category == UTF8PROC_CATEGORY_CC || property.category == UTF8PROC_CATEGORY_CF ||
+         property.category == UTF8PROC_CATEGORY_ZL || property.category == UTF8PROC_CATEGORY_ZP;
 }
 
 std::string shown(std::string_view bytes) {

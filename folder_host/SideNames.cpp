@@ -35,7 +35,7 @@ struct Around {
   std::string_view after;
 };
 
-constexpr std::array<Around, 10> AROUND = {{{"#", "#"},
+constexpr std::array<Around, 13> AROUND = {{{"#", "#"},
                                             {".#", ""},
                                             {"._", ""},
                                             {".~lock.", "#"},
@@ -44,20 +44,31 @@ constexpr std::array<Around, 10> AROUND = {{{"#", "#"},
                                             {".~", ""},
                                             {"%", "%"},
                                             {"copy of ", ""},
+                                            {"kopie von ", ""},
+                                            {"copie de ", ""},
+                                            {"copia de ", ""},
                                             {"backup of ", ""}}};
 
 // These may also stand in the place of the original's ending.
-constexpr std::array<std::string_view, 28> BACKUPS = {
-    ".bak", ".back", ".backup", ".bkp", ".bck",  ".bk",  ".old",  ".orig",     ".original", ".save",
-    ".sav", ".tmp",  ".temp",   ".wbk", ".asd",  ".sv$", ".prev", ".autosave", ".copy",     ".zip",
-    ".tar", ".tgz",  ".tbz2",   ".txz", ".tzst", ".gz",  ".7z",   ".rar"};
+constexpr std::array<std::string_view, 18> BACKUPS = {".bak",  ".back", ".backup",   ".bkp",  ".bck",  ".bk",
+                                                      ".old",  ".orig", ".original", ".save", ".sav",  ".tmp",
+                                                      ".temp", ".wbk",  ".asd",      ".sv$",  ".prev", ".autosave"};
+constexpr std::array<std::string_view, 16> ARCHIVES = {".zip", ".tar",  ".tgz", ".tbz2", ".txz", ".tzst",
+                                                       ".gz",  ".bz2",  ".xz",  ".zst",  ".7z",  ".rar",
+                                                       ".lz4", ".lzma", ".jar", ".copy"};
 
 constexpr std::array<std::string_view, 35> ENDINGS = {
-    "~",         ".rej",       ".un~",      ".kate-swp", ".part",        ".crdownload",  ".mine",
-    ".dpkg-old", ".dpkg-dist", ".dpkg-bak", ".dpkg-new", ".rpmsave",     ".rpmorig",     ".rpmnew",
-    ".pacsave",  ".pacnew",    ".ucf-old",  ".ucf-dist", "___jb_tmp___", "___jb_old___", "___jb_bak___",
-    "-bak",      "_bak",       "-backup",   "_backup",   "-old",         "_old",         "-orig",
-    "_orig",     "-autosave",  ".bz2",      ".xz",       ".zst",         ".lz4",         ".lzma"};
+    "~",         ".rej",       ".un~",      ".kate-swp",    ".part",        ".crdownload",  ".mine",     ".working",
+    ".dpkg-old", ".dpkg-dist", ".dpkg-bak", ".dpkg-new",    ".rpmsave",     ".rpmorig",     ".rpmnew",   ".pacsave",
+    ".pacnew",   ".ucf-old",   ".ucf-dist", "___jb_tmp___", "___jb_old___", "___jb_bak___", "-bak",      "_bak",
+    "-backup",   "_backup",    "-old",      "_old",         "-orig",        "_orig",        "-autosave", "~head",
+    "~ours",     "~theirs",    "~merged"};
+
+constexpr std::array<std::string_view, 2> PATCHES = {".patch", ".diff"};
+
+// What a merge leaves, before the ending or behind it, is followed by numbers.
+constexpr std::array<std::string_view, 7> MERGES = {"_local_",       "_remote_",       "_base_", "_backup_",
+                                                    ".merge-left.r", ".merge-right.r", ".r"};
 
 // Stands between the name and its ending: "plan (copy).txt", "plan - Copy.txt", "plan (1).txt", "plan-autosave.kra".
 std::string_view withoutCopyMark(std::string_view stem) {
@@ -65,15 +76,16 @@ std::string_view withoutCopyMark(std::string_view stem) {
   if (bracket != std::string_view::npos && endsWith(stem, ")")) {
     const std::string_view inside = stem.substr(bracket + 2, stem.size() - bracket - 3);
     const auto tells = [&](std::string_view word) { return inside.find(word) != std::string_view::npos; };
-    if (areDigits(inside) || tells("copy") || tells("conflict")) return stem.substr(0, bracket);
+    if (areDigits(inside) || tells("cop") || tells("kopie") || tells("conflict")) return stem.substr(0, bracket);
   }
   const std::size_t conflict = stem.find(".sync-conflict-");
   if (conflict != std::string_view::npos) return stem.substr(0, conflict);
   std::string_view unnumbered = stem;
   while (!unnumbered.empty() && isDigit(unnumbered.back())) unnumbered.remove_suffix(1);
   if (endsWith(unnumbered, "copy ")) stem = unnumbered.substr(0, unnumbered.size() - 1);
-  for (const std::string_view mark : {" - copy", " copy", "-copy", "_copy", "-autosave", "-backup", "_backup",
-                                      " backup", "-bak", "_bak", "-old", "_old", "-orig", "_orig"}) {
+  for (const std::string_view mark :
+       {" - copy", " - kopie", " - copie", " - copia", " copy", "-copy", "_copy", "-autosave", "-backup", "_backup",
+        " backup", "-bak", "_bak", "-old", "_old", "-orig", "_orig"}) {
     if (endsWith(stem, mark)) return stem.substr(0, stem.size() - mark.size());
   }
   return {};
@@ -101,38 +113,54 @@ std::string_view withoutNumberedEnding(std::string_view name) {
   return isBackup ? unnumbered : std::string_view();  // .bak2, .old.1
 }
 
+// Before numbers at the end.
+std::string_view withoutMerge(std::string_view name) {
+  std::string_view unnumbered = name;
+  while (!unnumbered.empty() && isDigit(unnumbered.back())) unnumbered.remove_suffix(1);
+  if (unnumbered.size() == name.size()) return {};
+  for (const std::string_view mark : MERGES) {
+    if (endsWith(unnumbered, mark)) return unnumbered.substr(0, unnumbered.size() - mark.size());
+  }
+  return {};
+}
+
 // Whatever the name is with one mark of a leftover less.
-void peel(const std::string& name, std::vector<Original>& found) {
-  const auto add = [&](std::string_view original, bool isStem = false) {
-    if (!original.empty()) found.push_back({std::string(original), isStem});
+void peel(const Original& whole, std::vector<Original>& found) {
+  const std::string_view text = whole.name;
+  const auto add = [&](std::string_view original, bool isCopy, bool isStem = false) {
+    if (!original.empty()) found.push_back({std::string(original), isStem, isCopy || whole.isCopy});
   };
-  const std::string_view text = name;
+  // With or without the dot that hides it.
+  const auto addEnded = [&](std::string_view original, bool isCopy, bool isStem = false) {
+    add(original, isCopy, isStem);
+    if (startsWith(original, ".")) add(original.substr(1), isCopy, isStem);
+  };
+  const auto addWithout = [&](const auto& endings, bool isCopy, bool andStem) {
+    for (const std::string_view ending : endings) {
+      if (!endsWith(text, ending)) continue;
+      addEnded(text.substr(0, text.size() - ending.size()), isCopy);
+      if (andStem) addEnded(text.substr(0, text.size() - ending.size()), isCopy, true);
+    }
+  };
   for (const Around& around : AROUND) {
     if (!startsWith(text, around.before) || !endsWith(text, around.after)) continue;
     if (text.size() <= around.before.size() + around.after.size()) continue;
-    add(text.substr(around.before.size(), text.size() - around.before.size() - around.after.size()));
+    add(text.substr(around.before.size(), text.size() - around.before.size() - around.after.size()),
+        endsWith(around.before, " "));
   }
-  // With or without the dot that hides it.
-  const auto addEnded = [&](std::string_view original, bool isStem = false) {
-    add(original, isStem);
-    if (startsWith(original, ".")) add(original.substr(1), isStem);
-  };
-  for (const std::string_view ending : BACKUPS) {
-    if (!endsWith(text, ending)) continue;
-    addEnded(text.substr(0, text.size() - ending.size()));
-    addEnded(text.substr(0, text.size() - ending.size()), true);
-  }
-  for (const std::string_view ending : ENDINGS) {
-    if (endsWith(text, ending)) addEnded(text.substr(0, text.size() - ending.size()));
-  }
-  addEnded(withoutNumberedEnding(text));
+  addWithout(BACKUPS, false, true);
+  addWithout(ARCHIVES, true, true);
+  addWithout(ENDINGS, false, false);
+  addWithout(PATCHES, true, false);
+  addEnded(withoutNumberedEnding(text), false);
+  addEnded(withoutMerge(text), false);
   const std::size_t dot = text.rfind('.');
   const std::string_view stem = text.substr(0, dot);
   const std::string_view ending = dot == std::string_view::npos ? std::string_view() : text.substr(dot);
-  const std::string_view whole = withoutCopyMark(stem);
-  if (!whole.empty()) addEnded(std::string(whole) + std::string(ending));
-  const std::string_view wholeName = ending.empty() ? std::string_view() : withoutCopyMark(text);
-  if (!wholeName.empty()) addEnded(wholeName);
+  for (const std::string_view original : {withoutCopyMark(stem), withoutMerge(stem)}) {
+    if (!original.empty()) addEnded(std::string(original) + std::string(ending), true);
+  }
+  if (!ending.empty()) addEnded(withoutCopyMark(text), true);
 }
 
 }  // namespace
@@ -152,9 +180,9 @@ bool isHistory(std::string_view name) {
 std::vector<Original> originalsOf(std::string_view name) {
   constexpr std::size_t ENOUGH = 64;
   std::vector<Original> found;
-  peel(foldedName(name), found);
+  peel({foldedName(name), false, false}, found);
   for (std::size_t next = 0; next < found.size() && found.size() < ENOUGH; ++next) {
-    if (!found[next].isStem) peel(std::string(found[next].name), found);
+    if (!found[next].isStem) peel(Original(found[next]), found);
   }
   return found;
 }

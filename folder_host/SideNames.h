@@ -16,6 +16,7 @@ bool isHistory(std::string_view name);
 struct Original {
   std::string name;
   bool isStem;  // the name lacks its ending: the leftover has another in its place
+  bool isCopy;  // or an archive or a patch, that somebody made: a program leaves no such thing
 };
 
 // What editors, offices and file managers leave beside a file or a folder: backups (x~, x.bak, x.orig), swap, lock and

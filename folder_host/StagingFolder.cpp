@@ -33,6 +33,11 @@ std::string lockNameOf(const std::string& name) { return name + std::string(LOCK
 
 std::string lockTextOf(const std::string& name) { return "Something is being put together in " + name + "\n"; }
 
+// Which folder that is: one that was given its name since is another.
+std::string identityTextOf(const struct stat& folder) {
+  return "It is " + std::to_string(folder.st_dev) + ":" + std::to_string(folder.st_ino) + "\n";
+}
+
 // The name of the folder that a file of this name is the lock of; empty where it can be none.
 std::string nameBehind(const std::string& lock) {
   if (lock.size() != PREFIX.size() + UUID_LENGTH + LOCK.size()) return {};
@@ -129,6 +134,7 @@ StagingFolder::StagingFolder(const Descriptor& parent) : StagingFolder(parent, m
   writeAll(lock_.file, lockTextOf(lock_.name));
   check(::mkdirat(parent_.get(), lock_.name.c_str(), 0700));
   folder_ = openBeneath(parent_, lock_.name, O_RDONLY | O_DIRECTORY);
+  writeAll(lock_.file, identityTextOf(statusOf(folder_)));
   refusesToReplace_ = canRefuseToReplace(folder_);
 }
 
@@ -142,6 +148,8 @@ StagingFolder::~StagingFolder() {
     return;
   }
   if (isHere && ::unlinkat(parent_.get(), lock_.name.c_str(), AT_REMOVEDIR) != 0 && errno != ENOENT) return;
+  // By whatever name it goes on: it stands for no folder any more, and for none that somebody gives this name.
+  static_cast<void>(::ftruncate(lock_.file.get(), 0) == 0);
   ::unlinkat(parent_.get(), lockNameOf(lock_.name).c_str(), 0);
 }
 
@@ -218,19 +226,19 @@ void StagingFolder::removeAbandoned(const Descriptor& parent) {
   });
 }
 
-// A process that was killed may have left a lock without its whole text, but then no folder yet.
+// A process that was killed may have left a lock without its whole text: then nothing is in its folder yet, or no more.
+// What was given the folder's name later, by whoever may write beside it, is another folder, and stays.
 void StagingFolder::removeBehind(const Descriptor& parent, const std::string& name) {
   const Descriptor lock = openBeneath(parent, lockNameOf(name), O_RDONLY | O_NONBLOCK);
   const std::string text = readStart(lock);
-  const std::string whole = lockTextOf(name);
-  if (!isMine(statusOf(lock), S_IFREG) || whole.compare(0, text.size(), text) != 0) return;
+  const std::string begin = lockTextOf(name);
+  if (!isMine(statusOf(lock), S_IFREG) || begin.compare(0, text.size(), text.substr(0, begin.size())) != 0) return;
   if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return;
   struct stat status {};
   if (::fstatat(parent.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
-    if (text != whole) return;
     const Descriptor folder = openBeneath(parent, name, O_PATH | O_DIRECTORY);
     if (!isMine(statusOf(folder), S_IFDIR)) return;
-    removeContent(folder);
+    if (text == begin + identityTextOf(statusOf(folder))) removeContent(folder);
     check(::unlinkat(parent.get(), name.c_str(), AT_REMOVEDIR));
   }
   check(::unlinkat(parent.get(), lockNameOf(name).c_str(), 0));

@@ -10,8 +10,9 @@ namespace folder_host {
 // project's store. Until then it goes with all that it holds when this object goes. Everything here fails with
 // std::system_error.
 //
-// Beside the folder lies a file of its name and ".lock", which this process holds locked and which says what it is for:
-// by it what a killed process left is told from what is in use, and from what is somebody's own.
+// Beside the folder lies a file of its name and ".lock", which this process holds locked and which says what it is for,
+// and which folder that is: by it what a killed process left is told from what is in use, and from what is somebody's
+// own, whoever gave that the folder's name.
 //
 // Nothing that is there is ever replaced, also where the file system has no rename that refuses to: then the name is
 // first made and is something of its own, empty. A process that is killed just then leaves that.

@@ -53,6 +53,11 @@ void checkRegularFile(const std::string& file) {
     throw systemFailure(errors::STORE_UNREADABLE, "cannot open the store", file, errno);
   }
   if (!S_ISREG(status.st_mode)) throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is not a file");
+  // A few kilobytes could else take all memory. Disks that compress do not by so much.
+  constexpr off_t BLOCK = 512, MUCH = off_t{1} << 24U, MOST_TO_ONE = 256;
+  if (status.st_size > MUCH && status.st_size / MOST_TO_ONE > status.st_blocks * BLOCK) {
+    throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is nearly all holes; ask who made it");
+  }
 }
 
 // Makes the connection do nothing that a file asks for by itself, and keep in memory what it needs for a while.

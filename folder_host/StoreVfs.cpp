@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <fstream>
+#include <string_view>
 
 namespace folder_host {
 
@@ -16,6 +18,8 @@ constexpr const char* STRANGE_JOURNAL =
     "has a journal beside it that is not a file of its own; move the journal away, and ask who made it";
 constexpr const char* SHARED_JOURNAL =
     "has a journal beside it that would have other files changed; do not use it, and ask who made it";
+constexpr const char* GROWING =
+    "has a journal beside it that would make it larger than it ever was; do not use it, and ask who made it";
 constexpr const char* LOGGED =
     "was put into WAL mode by another program; if you trust its maker, have sqlite3 run 'PRAGMA journal_mode = DELETE' "
     "on it";
@@ -34,6 +38,27 @@ bool isLogged(sqlite3_file* file) {
   std::array<unsigned char, 20> header{};
   file->pMethods->xRead(file, header.data(), static_cast<int>(header.size()), 0);  // less is filled up with zeros
   return header[18] == WAL || header[19] == WAL;
+}
+
+std::uint64_t sizeOf(const std::string& file) {
+  struct stat status {};
+  return ::lstat(file.c_str(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
+// What the store had, by its journal's header, before it was changed: a store of ours never becomes smaller. 0 where
+// the journal is none.
+std::uint64_t restoredSize(const std::string& journal) {
+  constexpr std::string_view MAGIC("\xd9\xd5\x05\xf9\x20\xa1\x63\xd7", 8);
+  constexpr std::size_t PAGES = 16, PAGE_SIZE = 24, END = 28;
+  std::array<char, END> header{};
+  std::ifstream file(journal, std::ios::binary);
+  if (!file.read(header.data(), END) || std::string_view(header.data(), MAGIC.size()) != MAGIC) return 0;
+  const auto number = [&](std::size_t at) {
+    std::uint64_t value = 0;
+    for (std::size_t i = at; i < at + 4; ++i) value = (value << 8U) | static_cast<unsigned char>(header[i]);
+    return value;
+  };
+  return number(PAGES) * number(PAGE_SIZE);
 }
 
 // As SQLite will ask for it.
@@ -103,6 +128,7 @@ int StoreVfs::findJournal(bool& found) noexcept {
   struct stat status {};
   if (::lstat(journal_.c_str(), &status) != 0) return errno == ENOENT ? SQLITE_OK : SQLITE_IOERR_ACCESS;
   if (!isPlain(status)) return refuse(STRANGE_JOURNAL, SQLITE_IOERR_ACCESS);
+  if (restoredSize(journal_) > sizeOf(file_)) return refuse(GROWING, SQLITE_IOERR_ACCESS);
   found = status.st_size > 0;
   return SQLITE_OK;
 }

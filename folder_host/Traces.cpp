@@ -23,8 +23,13 @@ std::string_view nameOf(const Entry& entry) {
 
 // A bare repository, whatever its name, of which the objects would leave.
 bool holdsRepository(const EntryTable& entries, const Selection& shared, const std::string& folder) {
-  const auto objects = entries.find(joined(folder, "objects"));
-  return objects && shared[*objects] && entries.find(joined(folder, "HEAD")) && entries.find(joined(folder, "refs"));
+  const auto holds = [&](const char* name) { return entries.find(joined(folder, name)).has_value(); };
+  const auto isShared = [&](const char* name) {
+    const auto entry = entries.find(joined(folder, name));
+    return entry && shared[*entry];
+  };
+  return (isShared("objects") && holds("HEAD") && holds("refs")) ||
+         (isShared("db") && holds("format") && holds("hooks") && holds("locks"));
 }
 
 // Names in their folders, to be looked up: each with the entry that has it.
@@ -47,36 +52,49 @@ class NamesInFolders {
 };
 
 // What is held back, as its leftovers could name it.
-class HeldBack {
+class Originals {
  public:
-  HeldBack(const EntryTable& entries, const Selection& heldBack) : holders_(entries.size()) {
+  Originals(const EntryTable& entries, const Selection& heldBack, const Selection& dropped)
+      : entries_(entries), isOriginal_(heldBack), isCopied_(dropped), holders_(entries.size()) {
     for (std::size_t i = 0; i < entries.size(); ++i) {
-      if (!heldBack[i]) continue;
+      if (heldBack[i] && entries[i].kind != EntryKind::folder) hold(entries.parentOf(i));
+      for (auto at = entries.parentOf(i); dropped[i] && at != EntryTable::ROOT && !isCopied_[at];
+           at = entries.parentOf(at)) {
+        isCopied_[at] = true;  // what is made of the folder holds it, too
+      }
+    }
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      if (!isOriginal_[i] && !isCopied_[i]) continue;
       const std::size_t folder = entries.parentOf(i);
       std::string name = foldedName(nameOf(entries[i]));
       const std::size_t dot = name.rfind('.');
       if (dot != std::string::npos && dot > 0) stems_.add(folder, name.substr(0, dot), i);
       names_.add(folder, std::move(name), i);
-      if (entries[i].kind == EntryKind::folder) continue;
-      if (folder == EntryTable::ROOT) rootHolds_ = true;
-      if (folder != EntryTable::ROOT) holders_[folder] = true;
     }
     names_.sort();
     stems_.sort();
   }
 
-  std::optional<std::size_t> originalOf(const EntryTable& entries, std::size_t leftover) const {
-    const std::size_t folder = entries.parentOf(leftover);
-    const std::string_view name = nameOf(entries[leftover]);
+  std::optional<std::size_t> find(std::size_t leftover) const {
+    const std::size_t folder = entries_.parentOf(leftover);
+    const std::string_view name = nameOf(entries_[leftover]);
     for (const Original& original : originalsOf(name)) {
       const auto found = (original.isStem ? stems_ : names_).find(folder, original.name);
-      if (found) return found;
+      if (found && (isCopied_[*found] || (isOriginal_[*found] && !original.isCopy))) return found;
     }
     const bool holds = folder == EntryTable::ROOT ? rootHolds_ : holders_[folder];
-    return holds && isUnnamedLeftover(name) ? std::optional(folder) : std::nullopt;
+    return holds && isUnnamedLeftover(name) ? std::optional(EntryTable::ROOT) : std::nullopt;
   }
 
  private:
+  void hold(std::size_t folder) {
+    if (folder == EntryTable::ROOT) rootHolds_ = true;
+    if (folder != EntryTable::ROOT) holders_[folder] = true;
+  }
+
+  const EntryTable& entries_;
+  const Selection& isOriginal_;
+  Selection isCopied_;  // dropped, or a folder with something that is
   NamesInFolders names_;
   NamesInFolders stems_;  // names without their endings
   Selection holders_;     // folders in which a file is held back
@@ -124,12 +142,13 @@ std::vector<std::size_t> historiesAmong(const EntryTable& entries, const Selecti
   return found;
 }
 
-std::vector<Leftover> leftoversAmong(const EntryTable& entries, const Selection& shared, const Selection& heldBack) {
-  const HeldBack originals(entries, heldBack);
+std::vector<Leftover> leftoversAmong(const EntryTable& entries, const Selection& shared, const Selection& heldBack,
+                                     const Selection& dropped) {
+  const Originals originals(entries, heldBack, dropped);
   std::vector<Leftover> found;
   for (std::size_t i = 0; i < entries.size(); ++i) {
     if (!shared[i]) continue;
-    if (const auto original = originals.originalOf(entries, i)) found.push_back({i, *original});
+    if (const auto original = originals.find(i)) found.push_back({i, *original});
   }
   return found;
 }
@@ -148,6 +167,9 @@ bool firstBytesTell(std::string_view first) {
     std::uint32_t id = 0;
     for (std::size_t i = ID_AT; i < ID_AT + 4; ++i) id = (id << 8U) | static_cast<unsigned char>(first[i]);
     return id == STORE_ID;
+  }
+  for (const std::string_view archived : {".project/", "./.project/"}) {  // the first name of a tar file
+    if (first.substr(0, archived.size()) == archived) return true;
   }
   if (first.find("CREATE TABLE node(parent BLOB") != std::string_view::npos) return true;
   const auto take = [&first](std::string_view word) {

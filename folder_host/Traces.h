@@ -21,11 +21,13 @@ std::vector<std::size_t> historiesAmong(const EntryTable& entries, const Selecti
 
 struct Leftover {
   std::size_t entry;
-  std::size_t of;  // what is held back; the folder that both lie in (or ROOT) where the name does not tell
+  std::size_t of;  // what is held back, or a folder in which something is; where the name does not tell, ROOT
 };
 
-// Leftovers (see originalsOf) of files and folders that are held back and lie beside them.
-std::vector<Leftover> leftoversAmong(const EntryTable& entries, const Selection& shared, const Selection& heldBack);
+// Leftovers (see originalsOf) of files and folders that are held back and lie beside them. Copies and archives are made
+// on purpose: they count where what they are made of, or something in it, is among what was `dropped`.
+std::vector<Leftover> leftoversAmong(const EntryTable& entries, const Selection& shared, const Selection& heldBack,
+                                     const Selection& dropped);
 
 // As many as firstBytesTell needs, or all of them. Fails with std::system_error.
 std::string firstBytesOf(const Descriptor& file);

@@ -10,6 +10,7 @@
 #include <sstream>
 #include <system_error>
 
+#include "folder_host/Descriptor.h"
 #include "folder_host/Text.h"
 
 namespace folder_host {
@@ -50,6 +51,12 @@ void runSql(const fs::path& store, const std::string& sql) {
   SQLite::Database database(store.string(), SQLite::OPEN_READWRITE, 100);
   database.exec("PRAGMA secure_delete = OFF");
   database.exec(sql);
+}
+
+std::string lockTextOf(const std::string& folder, const std::string& name) {
+  const struct stat status = statusOf(openFolder(folder + "/" + name));
+  return "Something is being put together in " + name + "\nIt is " + std::to_string(status.st_dev) + ":" +
+         std::to_string(status.st_ino) + "\n";
 }
 
 std::shared_ptr<const Listing> listingOf(const std::vector<std::string>& names) {

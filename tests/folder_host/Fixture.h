@@ -22,6 +22,8 @@ std::string refusalOf(const std::function<void()>& act);
 
 std::string read(const std::filesystem::path& file);
 void write(const std::filesystem::path& file, const std::string& content);
+// What the lock of the staging folder of that name says.
+std::string lockTextOf(const std::string& folder, const std::string& name);
 
 // Runs SQL on a store file by a connection of its own that overwrites nothing it deletes.
 void runSql(const std::filesystem::path& store, const std::string& sql);

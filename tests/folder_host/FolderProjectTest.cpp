@@ -72,7 +72,7 @@ TEST_F(FolderProjectTest, TheStoresPlaceMustBeFreeOrLeftByATryThatWasInterrupted
   for (const char* wanted : {"", errors::ALREADY_A_PROJECT}) {
     const std::string unfinished = ".project-share-12345678-1234-1234-1234-123456789abc";
     put("q/4/" + unfinished + "/store.db", "half a store");
-    put("q/4/" + unfinished + ".lock", "Something is being put together in " + unfinished + "\n");
+    put("q/4/" + unfinished + ".lock", lockTextOf(in("q/4"), unfinished));
     EXPECT_EQ(init("q/4"), wanted);
     EXPECT_EQ(tree("q/4"), (Names{".project", ".project/store.db"}));
   }

@@ -219,10 +219,9 @@ TEST_F(ShareTest, WhatACallbackThrowsStopsTheShareAndLeavesNothing) {
 
 TEST_F(ShareTest, WhatAKilledShareLeftIsRemovedAndNothingElse) {
   const std::string ours = ".project-share-12345678-1234-1234-1234-123456789abc";
-  const std::string text = "Something is being put together in " + ours + "\n";
   const auto plant = [&](const std::string& name, const std::string& lock) {
     put("out/" + name + "/sub/file");
-    put("out/" + name + ".lock", lock);
+    put("out/" + name + ".lock", lock == "whole" ? lockTextOf(in("out"), name) : lock);
     return name;
   };
   const auto left = [&](const std::string& name) {
@@ -232,18 +231,23 @@ TEST_F(ShareTest, WhatAKilledShareLeftIsRemovedAndNothingElse) {
     fs::remove_all(in("out")), fs::create_directory(in("out"));
     return isLeft;
   };
-  EXPECT_FALSE(left(plant(ours, text)));
+  EXPECT_FALSE(left(plant(ours, "whole")));
+  put("out/" + ours + "/of another folder");
+  const std::string other = lockTextOf(in("out"), ours);
+  fs::rename(in("out/" + ours), in("out/old"));
+  EXPECT_TRUE(left(plant(ours, other))) << "what has its name by now is somebody's own";
+  fs::remove_all(in("out/old"));
   EXPECT_TRUE(left(plant(ours, "mine"))) << "the text tells";
   EXPECT_TRUE(left(plant(ours, ""))) << "a folder comes after the whole text";
-  EXPECT_TRUE(left(plant(".project-share-mine", "Something is being put together in .project-share-mine\n")));
+  EXPECT_TRUE(left(plant(".project-share-mine", "whole")));
   EXPECT_TRUE(left((put("out/" + ours + "/sub/file"), ours))) << "without a lock";
-  plant(ours, text);
+  plant(ours, "whole");
   const int used = ::open((in("out/" + ours) + ".lock").c_str(), O_RDONLY | O_CLOEXEC);
   ASSERT_EQ(::flock(used, LOCK_EX | LOCK_NB), 0);
   EXPECT_TRUE(left(ours)) << "in use";
   ::close(used);
   fs::create_directory(in("out/" + ours)), fs::create_symlink("../p", in("out/" + ours + "/link"));
-  put("out/" + ours + ".lock", text);
+  put("out/" + ours + ".lock", "Something is being put together in " + ours + "\n");
   fs::permissions(in("out/" + ours), fs::perms::none);
   EXPECT_FALSE(left(ours));
   EXPECT_EQ(tree("p").size(), 6U) << "links are not followed";

@@ -253,7 +253,16 @@ class Assessing {
 
 }  // namespace
 
-Assessment assess(const WorkingCopy& copy, const ExportProfile& profile) { return Assessing(copy, profile).run(); }
+// By the reserved UUID everything would be shared, whatever the profile's filters are.
+Assessment assess(const WorkingCopy& copy, const ExportProfile& profile) {
+  if (profile.getUUID() == profiles::getWholeProjectUUID()) {
+    throw Refusal(refusals::PROFILE_DAMAGED,
+                  fmt::format("the profile {} has the UUID that means the whole project: duplicate it under another "
+                              "name, and delete it",
+                              inQuotes(nameOf(profile))));
+  }
+  return Assessing(copy, profile).run();
+}
 
 std::vector<Hazard> gonePaths(const WorkingCopy& copy) {
   return gonePathHazards(labelledGonePaths(copy), copy.labels().list(), Mending({}, copy),

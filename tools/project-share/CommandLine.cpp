@@ -179,10 +179,12 @@ std::vector<Allowed> allowedBy(const std::vector<std::string>& words) {
   std::vector<Allowed> allowed;
   for (const std::string& word : words) {
     const std::size_t path = word.find('=');
+    if (path + 1 == word.size()) throw CLI::ParseError("--allow REASON=PATH needs a path", WRONG_USAGE);
     if (path != std::string::npos) {
       allowed.push_back({word.substr(0, path), word.substr(path + 1)});
     } else {
-      for (const std::string& identifier : CLI::detail::split(word, ',')) allowed.push_back({identifier, {}});
+      for (std::string identifier : CLI::detail::split(word, ','))
+        allowed.push_back({CLI::detail::trim(identifier), {}});
     }
   }
   for (const Allowed& one : allowed) requireAllowable(one.identifier);

@@ -111,7 +111,7 @@ Paths settle(const FolderProject& project, const LabelRecord& label, const Paths
   for (const auto& twins : twinsAmong(project.root(), table, named, carrying)) {
     for (const std::size_t entry : twins.shared) digests[entry] = twins.digest;
   }
-  for (const auto& leftover : leftoversAmong(table, named, carrying)) {
+  for (const auto& leftover : leftoversAmong(table, named, carrying, carrying)) {
     digests.emplace(leftover.entry, digestOf(project.root(), table[leftover.entry]));
   }
   Paths settled;

@@ -1,13 +1,17 @@
 #include "Mending.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <filesystem>
+#include <set>
 #include <string_view>
 #include <system_error>
 
 #include "Lookup.h"
 #include "Output.h"
 #include "folder_host/Descriptor.h"
+#include "folder_host/Shown.h"
 
 namespace project_share {
 
@@ -28,17 +32,16 @@ std::string shellWord(const std::string& word) {
   return quoted + "'";
 }
 
-const LabelRecord* find(const std::vector<LabelRecord>& labels, const profiles::ExportStrategyItem& item) {
-  const auto is = [&](const LabelRecord& label) {
-    return label.uuid == item.labelUUID && label.categoryUUID == item.category;
-  };
-  const auto found = std::find_if(labels.begin(), labels.end(), is);
-  return found == labels.end() ? nullptr : &*found;
-}
+// What is shown in another way than it is typed would name something else.
+bool isTyped(const std::string& word) { return folder_host::shown(word) == word; }
 
 }  // namespace
 
 std::string commandOf(const std::vector<std::string>& words) {
+  if (!std::all_of(words.begin(), words.end(), isTyped)) {
+    return fmt::format("project-share {}, with UUIDs, and paths by --stdin -0: a name cannot be typed as it looks",
+                       fmt::join(words.begin(), words.begin() + 2, " "));
+  }
   std::string command = "project-share";
   if (manner().trusting) command += " --trust";
   if (!manner().folder.empty()) command += " -C " + shellWord(manner().folder);
@@ -53,14 +56,15 @@ std::string commandOf(const std::vector<std::string>& words) {
 Mending::Mending(const Filters& filters, const folder_host::WorkingCopy& copy) : copy_(copy) {
   std::error_code error;
   atRoot_ = std::filesystem::current_path(error) == copy.root();
-  const std::vector<LabelRecord> labels = copy.labels().list();
+  std::set<std::pair<std::u16string, std::u16string>> dropped;
   for (const auto& filter : filters) {
     keeps_ = keeps_ || filter->getType() == profiles::INCLUDE_FILES_WITH_LABEL;
     if (filter->getType() != profiles::EXCLUDE_FILES_WITH_LABEL) continue;
-    for (const auto& item : filter->getItems()) {
-      const LabelRecord* label = find(labels, item);
-      if (label != nullptr) dropped_.push_back(*label);
-    }
+    for (const auto& item : filter->getItems()) dropped.emplace(item.category, item.labelUUID);
+  }
+  for (LabelRecord& label : copy.labels().list()) {
+    if (dropped.count({label.categoryUUID, label.uuid}) != 0) dropped_.push_back(label);
+    if (keeps_) labels_.emplace(label.uuid, std::move(label));
   }
 }
 
@@ -68,13 +72,11 @@ Mending::Mending(const Filters& filters, const folder_host::WorkingCopy& copy) :
 std::string Mending::commandFor(const char* action, const LabelRecord& label, const Paths& paths) const {
   std::vector<std::string> words{"label", action, nameOf(label)};
   for (const std::string& path : paths) {
-    if (!atRoot_) {
-      words.push_back(folder_host::joined(copy_.root() == "/" ? "" : copy_.root(), path));
-    } else {
-      words.push_back(path);
-    }
+    words.push_back(atRoot_ ? path : folder_host::joined(copy_.root() == "/" ? "" : copy_.root(), path));
   }
-  return commandOf(words);
+  if (std::all_of(words.begin(), words.end(), isTyped)) return commandOf(words);
+  return std::string(action) +
+         " the label by its UUID and the path by --stdin -0, as they cannot be typed as they look";
 }
 
 std::string Mending::attach(const LabelRecord& label, const Paths& paths) const {
@@ -98,10 +100,8 @@ std::vector<std::u16string> Mending::droppingLabelsOf(const std::string& path) c
 std::string Mending::holdBack(const Paths& paths) const {
   if (!dropped_.empty()) return "hold it back: " + attach(dropped_.front(), paths);
   const auto labels = copy_.labels().labelsOf(paths.front());
-  for (const LabelRecord& label : labels.empty() || !keeps_ ? std::vector<LabelRecord>() : copy_.labels().list()) {
-    if (label.uuid == labels.front().getUUID()) return "hold it back: " + detach(label, paths);
-  }
-  return "move it out of the project";
+  const auto label = labels.empty() ? labels_.end() : labels_.find(labels.front().getUUID());
+  return label == labels_.end() ? "move it out of the project" : "hold it back: " + detach(label->second, paths);
 }
 
 }  // namespace project_share

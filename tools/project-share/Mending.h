@@ -1,7 +1,7 @@
 #pragma once
 
+#include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,7 +14,8 @@ namespace project_share {
 using Paths = std::vector<std::string>;
 using Filters = std::vector<std::shared_ptr<project::sharing::profiles::ExportFilter>>;
 
-// "project-share label attach audience/internal 'a b'"
+// "project-share label attach audience/internal 'a b'", for two words and more. Where one of them is shown in another
+// way than it is typed, what to do instead: typed as it looks, it would name something else.
 std::string commandOf(const std::vector<std::string>& words);
 
 // How to hold back, or let go, what filters judge.
@@ -37,8 +38,9 @@ class Mending {
   std::string commandFor(const char* action, const folder_host::LabelRecord& label, const Paths& paths) const;
 
   const folder_host::WorkingCopy& copy_;
-  bool atRoot_;                                    // the working directory is the project's folder
-  std::vector<folder_host::LabelRecord> dropped_;  // named by drop-files filters
+  bool atRoot_;                                                // the working directory is the project's folder
+  std::vector<folder_host::LabelRecord> dropped_;              // named by drop-files filters; by name
+  std::map<std::u16string, folder_host::LabelRecord> labels_;  // by UUID; empty without a keep-files filter
   bool keeps_ = false;
 };
 

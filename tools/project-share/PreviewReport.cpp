@@ -95,7 +95,7 @@ std::string textOf(const std::vector<LeavingLabel>& leaving) {
   if (leaving.empty()) return "No label leaves with the copy.";
   std::string names;
   for (const auto& [label, entries] : leaving) {
-    names += fmt::format("{} {} on {}", names.empty() ? "" : ",", freeName(nameOf(label)),
+    names += fmt::format("{} {} on {}", names.empty() ? "" : ",", inQuotes(nameOf(label)),
                          counted(entries, "entry", "entries"));
   }
   return fmt::format("Labels that leave with the copy:{}.", names);

@@ -33,7 +33,7 @@ void printHazards(const std::vector<folder_host::Hazard>& hazards, const std::st
 // What is no reason to refuse by itself.
 void printNotes(const std::vector<folder_host::Hazard>& notes, const std::string& prefix = {},
                 const Json& more = Json::object());
-// "Labels that leave with the copy: audience/everyone on 2 entries."
+// "Labels that leave with the copy: 'audience/everyone' on 2 entries."
 std::string textOf(const std::vector<LeavingLabel>& leaving);
 Json jsonOf(const std::vector<LeavingLabel>& leaving);
 // As `label list` gives it: attached to so many paths.

@@ -33,6 +33,15 @@ bool isAnything(const Part& /*value*/) { return true; }
 
 bool isHex(const Part& value) { return value.is_string() && bytesOf(value.get_ref<const std::string&>()).has_value(); }
 
+// 2026-11-21T06:40:24Z
+bool isTime(const Part& value) {
+  constexpr std::string_view FORM = "0000-00-00T00:00:00Z";
+  const auto* text = value.get_ptr<const std::string*>();
+  return text != nullptr && text->size() == FORM.size() &&
+         std::equal(FORM.begin(), FORM.end(), text->begin(),
+                    [](char form, char c) { return form == '0' ? c >= '0' && c <= '9' : form == c; });
+}
+
 bool isSha256(const Part& value) { return isHex(value) && value.get_ref<const std::string&>().size() == 64; }
 
 // Of what is no object: nothing.
@@ -95,7 +104,7 @@ struct Shape {
 const std::map<std::string, Shape>& shapes() {
   static const std::map<std::string, Shape> all{
       {"receipt", {isVersion}},
-      {"time", {isText}},
+      {"time", {isTime}},
       {"profile", {isProfile}},
       {"destination", {isText}},
       {"destinationHex", {isHex, isAnything, false}},

@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -69,7 +70,15 @@ void refuseHazards(const Assessment& assessment, const ShareWords& words) {
 
 // What is handed out is what was shown and weighed, or nothing is.
 void requireAsAssessed(const Assessment& assessment, const WorkingCopy& left) {
-  if (left.entries() != assessment.preview.stays) throw std::logic_error("the share is not what its preview was");
+  const auto leaving = left.labelsThatLeave();
+  const bool same = leaving.size() == assessment.leaving.size() &&
+                    std::all_of(assessment.leaving.begin(), assessment.leaving.end(), [&](const LeavingLabel& one) {
+                      const auto found = leaving.find(one.label.uuid);
+                      return found != leaving.end() && found->second == one.entries;
+                    });
+  if (!same || left.entries() != assessment.preview.stays) {
+    throw std::logic_error("the share is not what its preview was");
+  }
 }
 
 ShareResult run(const Assessment& assessment, const std::shared_ptr<WorkingCopy>& copy, const ShareWords& words,

@@ -73,8 +73,8 @@ class Traces {
   }
 
   void addLeftovers() {
-    for (const auto& [entry, of] : leftoversAmong(copy_.table(), shared_, heldBack_)) {
-      if (of == EntryTable::ROOT || shared_[of]) {
+    for (const auto& [entry, of] : leftoversAmong(copy_.table(), shared_, heldBack_, dropped_)) {
+      if (of == EntryTable::ROOT) {
         add(refusals::LEFTOVER, {entry},
             " is what programs leave where files are, of which some are held back; " +
                 mending_.holdBack({pathOf(entry)}));
@@ -84,8 +84,8 @@ class Traces {
       const std::string digest = digestOf(copy_.root(), copy_.table()[entry]);
       if (isSettled(entry, labels, digest)) continue;
       add(refusals::LEFTOVER, {entry},
-          fmt::format(" looks like a leftover or a copy of {}, which is held back; {}", inQuotes(pathOf(of)),
-                      mend({entry}, labels, digest)));
+          fmt::format(" looks like a leftover or a copy of {}, which is held back{}; {}", inQuotes(pathOf(of)),
+                      shared_[of] ? " in part" : "", mend({entry}, labels, digest)));
     }
   }
 
@@ -134,7 +134,9 @@ class Traces {
   std::string mend(const std::vector<std::size_t>& entries, const Labels& labels, const std::string& digest) const {
     Paths paths;
     for (const std::size_t entry : entries) paths.push_back(pathOf(entry));
-    const std::string holdBack = mending_.holdBack(paths);
+    const std::string holdBack = labels.empty()
+                                     ? mending_.holdBack(paths)
+                                     : "hold it back: " + mending_.attach(preview_.labels[*labels.begin()], paths);
     if (labels.empty() || digest.empty()) return holdBack;
     std::string commands;
     for (const std::size_t label : labels) {

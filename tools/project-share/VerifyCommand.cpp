@@ -31,7 +31,10 @@ class Copy {
     struct stat status {};
     if (::fstatat(folder_.get(), folder_host::STORE_FOLDER, &status, AT_SYMLINK_NOFOLLOW) != 0) return;
     const EntryKind kind = S_ISDIR(status.st_mode) ? EntryKind::folder : EntryKind::file;
-    add({{{folder_host::STORE_FOLDER, kind, {}}}, {}}, "");
+    const bool isEntry = S_ISDIR(status.st_mode) || S_ISREG(status.st_mode);
+    add(isEntry ? folder_host::Listing{{{folder_host::STORE_FOLDER, kind, {}}}, {}}
+                : folder_host::Listing{{}, {folder_host::STORE_FOLDER}},
+        "");
     if (kind == EntryKind::folder) {
       add(folder_host::listFolder(folder + "/" + folder_host::STORE_FOLDER), folder_host::STORE_FOLDER);
     }

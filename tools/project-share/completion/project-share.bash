@@ -1,10 +1,11 @@
 # Completion for bash. Where there is nothing to offer, it offers files.
 
-# The names of labels or profiles. They are data of a project: compared and quoted, never expanded.
+# The names of labels or profiles. They are data of a project: compared and quoted, never expanded, and
+# never offered where they would be an option.
 _project_share_names() {
   local name
   while IFS= read -r name; do
-    [[ $name == "$current"* ]] && COMPREPLY+=("$(printf %q "$name")")
+    [[ $name == "$current"* && $name != -* ]] && printf -v name %q "$name" && COMPREPLY+=("$name")
   done < <(project-share "${in[@]}" "$1" list --json 2>/dev/null | sed -n '
     s/.*"category":"\([^"\\]*\)","name":"\([^"\\]*\)".*/\1\/\2/p; t
     /"category"/!s/.*"name":"\([^"\\]*\)".*/\1/p')

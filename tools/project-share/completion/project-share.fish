@@ -25,7 +25,7 @@ function __project_share_names
     set -l at (contains -i -- -C $words); and set in -C $words[(math $at + 1)]
     project-share $in $argv list --json 2>/dev/null | sed -n '
         s/.*"category":"\([^"\\\\]*\)","name":"\([^"\\\\]*\)".*/\1\/\2/p; t
-        /"category"/!s/.*"name":"\([^"\\\\]*\)".*/\1/p'
+        /"category"/!s/.*"name":"\([^"\\\\]*\)".*/\1/p' | string match -v -- '-*'
 end
 
 function __project_share_offer -a count regex
