@@ -13,6 +13,8 @@ namespace folder_host {
 inline constexpr const char* STORE_FOLDER = ".project";
 inline constexpr const char* STORE_NAME = "store.db";
 inline constexpr const char* STORE_FILE = ".project/store.db";
+// By this number, the application's id of an SQLite file, a store is known under any name.
+inline constexpr std::uint32_t STORE_ID = 0x50736872;
 
 enum class EntryKind { file, folder, link };
 

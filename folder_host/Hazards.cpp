@@ -8,6 +8,7 @@
 #include "folder_host/EntryTable.h"
 #include "folder_host/Failure.h"
 #include "folder_host/FoldedName.h"
+#include "folder_host/SideNames.h"
 
 namespace folder_host {
 
@@ -24,15 +25,21 @@ std::string_view nameOf(const std::string& path) {
   return std::string_view(path).substr(path.rfind('/') + 1);  // npos + 1 is 0
 }
 
-// A link may lead to a project as well as a folder may be one; a plain file of that name is a file.
+// By its name alone; a plain file of that name is a file, but a backup or an archive of the folder is more.
+bool isStoreFolder(const Entry& entry) {
+  const std::string_view name = nameOf(entry.path);
+  if (foldedName(name) == STORE_FOLDER) return entry.kind != EntryKind::file && entry.path != name;
+  const std::vector<Original> originals = originalsOf(name);
+  return std::any_of(originals.begin(), originals.end(),
+                     [](const Original& original) { return !original.isStem && original.name == STORE_FOLDER; });
+}
+
 void addNestedProjects(const Entries& left, std::vector<Hazard>& hazards) {
   for (const Entry* entry : left) {
-    if (entry->kind == EntryKind::file || foldedName(nameOf(entry->path)) != STORE_FOLDER) continue;
-    if (folderOf(entry->path).empty()) continue;  // would collide with the copy's own
+    if (!isStoreFolder(*entry)) continue;
     hazards.push_back({errors::NESTED_PROJECT, entry->path,
-                       inQuotes(entry->path) +
-                           " makes its folder a project of its own, with rules and names that would "
-                           "leave"});
+                       inQuotes(entry->path) + " is where a project keeps its store, with rules and names that would "
+                                               "leave"});
   }
 }
 

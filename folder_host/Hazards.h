@@ -14,6 +14,7 @@ struct Hazard {
   const char* identifier;  // one of the errors' constants
   std::string path;        // of the entry that it is about; empty where it is about none
   std::string message;     // one line for people
+  std::vector<std::string> otherPaths = {};  // of entries that it is about as well
 };
 
 // A path at which there is no entry, and labels that it carries all the same.

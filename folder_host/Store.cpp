@@ -54,14 +54,6 @@ class Use {
 
 }  // namespace
 
-void Store::create(const std::string& file) {
-  try {
-    createStoreFile(file);
-  } catch (const SQLite::Exception& error) {
-    throw storeFailure(error);
-  }
-}
-
 std::shared_ptr<Store> Store::open(const std::string& file) { return std::make_shared<Store>(openStoreFile(file)); }
 
 std::shared_ptr<Store> Store::inMemory() {

@@ -32,8 +32,6 @@ class Store : public std::enable_shared_from_this<Store> {
   using Row = std::vector<std::string>;
   using Values = std::initializer_list<std::string_view>;
 
-  // Makes the file, for its owner only. Errors: STORE_FAILED, also where there is one; a file that was begun stays.
-  static void create(const std::string& file);
   // Only to be read where the file or its medium allows no writing. Errors: STORE_UNREADABLE (no such file, none of
   // ours, damaged), STORE_TOO_NEW; the file is then as it was.
   static std::shared_ptr<Store> open(const std::string& file);

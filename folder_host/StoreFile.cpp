@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "folder_host/Entry.h"
 #include "folder_host/Failure.h"
 #include "folder_host/Soundness.h"
 
@@ -23,7 +24,6 @@ namespace folder_host {
 namespace {
 
 constexpr int BUSY_TIMEOUT_MS = 30000;
-constexpr int APPLICATION_ID = 0x50736872;
 constexpr int VERSION = 1;
 
 // Keyed by blobs throughout: a row number would tell how many rows are gone.
@@ -114,7 +114,7 @@ Error damaged(const std::string& file) {
 
 void checkContent(SQLite::Database& database, const std::string& file) {
   database.exec("BEGIN");  // what is looked at is one state
-  if (database.execAndGet("PRAGMA application_id").getInt() != APPLICATION_ID) {
+  if (database.execAndGet("PRAGMA application_id").getInt() != static_cast<int>(STORE_ID)) {
     throw Error(errors::STORE_UNREADABLE, inQuotes(file) + " is not the store of a project");
   }
   const int version = database.execAndGet("PRAGMA user_version").getInt();
@@ -151,16 +151,6 @@ Error storeFailure(int result) { return storeFailure(result, sqlite3_errstr(resu
 
 Error storeFailure(const SQLite::Exception& error) { return storeFailure(error.getErrorCode(), error.what()); }
 
-void createStoreFile(const std::string& file) {
-  checkLength(file);
-  const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-  if (descriptor < 0) throw systemFailure(errors::STORE_FAILED, "cannot make the store", file, errno);
-  ::close(descriptor);
-  const StoreVfs vfs(file);
-  SQLite::Database database = connect(file, vfs);
-  createTables(database);
-}
-
 StoreDatabase openStoreFile(const std::string& file) {
   checkLength(file);
   checkRegularFile(file);
@@ -182,7 +172,7 @@ StoreDatabase openInMemory() {
 
 void createTables(SQLite::Database& database) {
   database.exec("BEGIN");
-  database.exec("PRAGMA application_id = " + std::to_string(APPLICATION_ID));
+  database.exec("PRAGMA application_id = " + std::to_string(STORE_ID));
   database.exec("PRAGMA user_version = " + std::to_string(VERSION));
   database.exec(TABLES);
   database.exec("COMMIT");

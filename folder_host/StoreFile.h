@@ -8,7 +8,7 @@
 #include "folder_host/Error.h"
 #include "folder_host/StoreVfs.h"
 
-// Store files: how they are made, told from others and opened. What a Store does once it has its database is not here.
+// Store files: how they are told from others and opened. What a Store does once it has its database is not here.
 namespace folder_host {
 
 // The refusal that an SQLite result code stands for: STORE_UNREADABLE for a damaged file, else STORE_FAILED.
@@ -21,10 +21,6 @@ struct StoreDatabase {
   std::unique_ptr<StoreVfs> vfs;
   SQLite::Database database;
 };
-
-// Makes a store file, for its owner only. Errors: STORE_FAILED, PATH_TOO_LONG, SQLite::Exception; a file that was begun
-// stays.
-void createStoreFile(const std::string& file);
 
 // Errors: STORE_UNREADABLE, STORE_TOO_NEW, STORE_FAILED (locked for too long), PATH_TOO_LONG; nothing is written but
 // what a journal of the store's own restores.

@@ -144,10 +144,11 @@ std::string firstBytesOf(const Descriptor& file) {
 
 bool firstBytesTell(std::string_view first) {
   constexpr std::string_view DATABASE("SQLite format 3\0", 16);
-  constexpr std::string_view STORE("Pshr");  // the application's id, at its place in the header
-  constexpr std::size_t STORE_AT = 68;
-  if (first.substr(0, DATABASE.size()) == DATABASE) {
-    return first.size() > STORE_AT && first.substr(STORE_AT, STORE.size()) == STORE;
+  constexpr std::size_t ID_AT = 68;
+  if (first.substr(0, DATABASE.size()) == DATABASE && first.size() >= ID_AT + 4) {
+    std::uint32_t id = 0;
+    for (std::size_t i = ID_AT; i < ID_AT + 4; ++i) id = (id << 8U) | static_cast<unsigned char>(first[i]);
+    return id == STORE_ID;
   }
   if (first.find("CREATE TABLE node(parent BLOB") != std::string_view::npos) return true;
   const auto take = [&first](std::string_view word) {

@@ -33,7 +33,8 @@ class Contents {
     if (file.id == store_) return {};
     try {
       const Descriptor opened = openBeneath(root_, file.path, O_RDONLY | O_NONBLOCK);
-      if (!S_ISREG(statusOf(opened).st_mode) || !(idOf(statusOf(opened)) == file.id)) return {};
+      const struct stat status = statusOf(opened);
+      if (!S_ISREG(status.st_mode) || !(idOf(status) == file.id)) return {};
       return sha256Of(
           opened, [](std::uint64_t) {}, whole ? UINT64_MAX : BLOCK);
     } catch (const std::system_error&) {

@@ -107,7 +107,7 @@ class Walk {
   void fillProject() {
     for (const Text& label : labels_) project_.addLabel(any(categories_), label, static_cast<int>(below(4)) - 1);
     project_.categories.insert(categories_[0]);
-    Texts paths{u"a/", u"a b/", u"a/\xDCFF", u"a/b/", u"a/b/c", u"ab/", u"\u00E9/", u"\u00E9/x"};
+    Texts paths{u"a/", u"a b/", u"a/b/", u"a/b/c", u"a/\xDCFF", u"ab/", u"\u00E9/", u"\u00E9/x"};
     for (Text& path : paths) path.insert(0, u"/p/");
     if (!isFolder_) addOddOnes(paths);
     for (Text& path : paths) {

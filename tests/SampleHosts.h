@@ -13,7 +13,8 @@ using project::management::ProjectManager;
 struct HostKind {
   const char* name;
   bool isFolder;  // undoes what is written in a scope that an exception ends; a folder goes with what lies in it
-  // Independent of what it was made of, whose entries lie in /p, sorted, and whose labels have UUIDs of their own.
+  // Independent of what it was made of, whose entries lie in /p, sorted by their bytes, and whose labels have UUIDs of
+  // their own.
   std::shared_ptr<ProjectManager> (*make)(MemoryProject& project);
   std::shared_ptr<ProjectManager> (*copy)(ProjectManager& project);
 };

@@ -13,7 +13,7 @@ using project::metadata::MetadataScopeGuard;
 
 class StoreTest : public FolderTest {
  protected:
-  StoreTest() { Store::create(file_); }
+  StoreTest() { write(file_, Store::inMemory()->image()); }
 
   std::shared_ptr<Store> open() const { return Store::open(file_); }
   static void add(Store& store, const std::string& name) {

@@ -7,6 +7,7 @@
 #include <iterator>
 #include <map>
 #include <set>
+#include <string_view>
 
 #include "Lookup.h"
 #include "Mending.h"
@@ -20,6 +21,7 @@
 
 namespace project_share {
 
+using folder_host::GonePath;
 using folder_host::inQuotes;
 using folder_host::LabelRecord;
 using folder_host::WorkingCopy;
@@ -58,28 +60,35 @@ std::vector<LeavingLabel> leavingLabels(const WorkingCopy& left) {
   return labels;
 }
 
+Hazard nothingShared() {
+  return {refusals::NOTHING_SHARED, {}, "no entry would be shared; 'project-share preview PROFILE' tells why"};
+}
+
 // Labels, of those that concern, on paths at which nothing is: what was renamed or moved has lost them. Of a folder
 // that is gone, with what was below it, the folder alone.
-std::vector<Hazard> gonePathHazards(const WorkingCopy& copy, const Mending& mending,
-                                    const std::function<bool(const LabelRecord&)>& concerns) {
-  std::map<std::u16string, LabelRecord> concerned;
-  for (LabelRecord& label : copy.labels().list()) {
-    if (concerns(label)) concerned.emplace(label.uuid, std::move(label));
+std::vector<Hazard> gonePathHazards(const std::vector<GonePath>& gone, const std::vector<LabelRecord>& all,
+                                    const Mending& mending, const std::function<bool(const LabelRecord&)>& concerns) {
+  if (gone.empty()) return {};
+  std::map<std::u16string, const LabelRecord*> concerned;
+  for (const LabelRecord& label : all) {
+    if (concerns(label)) concerned.emplace(label.uuid, &label);
   }
   std::vector<Hazard> hazards;
-  std::string folder;
-  for (const auto& [path, labels] : labelledGonePaths(copy)) {
-    if (!folder.empty() && path.compare(0, folder.size(), folder) == 0) continue;
+  const GonePath* folder = nullptr;  // that was told of last
+  for (const GonePath& one : gone) {
+    const auto& [path, labels] = one;
+    const bool isBelow = folder != nullptr && path.compare(0, folder->path.size() + 1, folder->path + "/") == 0;
     std::string told;
     const LabelRecord* first = nullptr;
     for (const std::u16string& uuid : labels) {
       const auto label = concerned.find(uuid);
       if (label == concerned.end()) continue;
-      told += (told.empty() ? "" : ", ") + nameInQuotes(label->second);
-      if (first == nullptr) first = &label->second;
+      if (isBelow && std::binary_search(folder->labels.begin(), folder->labels.end(), uuid)) continue;
+      told += (told.empty() ? "" : ", ") + nameInQuotes(*label->second);
+      if (first == nullptr) first = label->second;
     }
     if (first == nullptr) continue;
-    folder = path + "/";
+    if (!isBelow) folder = &one;
     hazards.push_back({refusals::LABEL_ON_GONE_PATH, path,
                        fmt::format("{} is gone but labelled {}; where it was renamed or moved, label what it is now; "
                                    "then: {}",
@@ -150,9 +159,10 @@ class Assessing {
 
   // Losing a label lets something out only where a drop-files filter names it.
   void weighGonePaths() {
-    append(gonePathHazards(copy_, mending_, [&](const LabelRecord& label) { return names(dropped_, label); }));
+    const std::vector<GonePath> gone = labelledGonePaths(copy_);
+    append(gonePathHazards(gone, labels_, mending_, [&](const auto& label) { return names(dropped_, label); }));
     assessment_.notes =
-        gonePathHazards(copy_, mending_, [&](const LabelRecord& label) { return !names(dropped_, label); });
+        gonePathHazards(gone, labels_, mending_, [&](const auto& label) { return !names(dropped_, label); });
   }
 
   // A file that lies in a folder that is to go takes the folder with it, whatever its own labels are. Told of the
@@ -174,7 +184,7 @@ class Assessing {
   void weighWhatIsLeft(WorkingCopy& left) {
     const Preview& preview = assessment_.preview;
     for (Hazard& hazard : hazardsAmongLeft(left)) {
-      if (hazard.identifier == folder_host::errors::NESTED_PROJECT) {
+      if (std::string_view(hazard.identifier) == folder_host::errors::NESTED_PROJECT) {
         hazard.message += "; " + mending_.holdBack({hazard.path});
       }
       assessment_.hazards.push_back(std::move(hazard));
@@ -183,8 +193,7 @@ class Assessing {
     const bool holdsBack = std::any_of(preview.filters.begin(), preview.filters.end(),
                                        [](const FilterEffect& filter) { return !filter.gone.empty(); });
     if (holdsBack) append(traceHazards(preview, left, mending_));
-    if (preview.stays.empty())
-      add(refusals::NOTHING_SHARED, {}, "nothing would be shared; look at the profile's filters");
+    if (preview.stays.empty()) assessment_.hazards.push_back(nothingShared());
   }
 
   // The name of what was to be held back is in the copy then.
@@ -247,13 +256,15 @@ class Assessing {
 Assessment assess(const WorkingCopy& copy, const ExportProfile& profile) { return Assessing(copy, profile).run(); }
 
 std::vector<Hazard> gonePaths(const WorkingCopy& copy) {
-  return gonePathHazards(copy, Mending({}, copy), [](const LabelRecord&) { return true; });
+  return gonePathHazards(labelledGonePaths(copy), copy.labels().list(), Mending({}, copy),
+                         [](const LabelRecord&) { return true; });
 }
 
 Assessment assessWhole(const WorkingCopy& copy) {
   const auto clone = copy.clone();
   Assessment assessment{{}, profiles::getWholeProjectUUID(), previewOf({}, *clone), leavingLabels(*clone), {}, {}};
   assessment.hazards = hazardsAmongLeft(*clone);
+  if (assessment.preview.stays.empty()) assessment.hazards.push_back(nothingShared());
   return assessment;
 }
 
@@ -278,8 +289,11 @@ const std::vector<std::string>& allowableHazards() {
 
 std::vector<Hazard> refusedAmong(const std::vector<Hazard>& hazards, const Allowances& allowed) {
   std::vector<Hazard> refused;
-  std::copy_if(hazards.begin(), hazards.end(), std::back_inserter(refused),
-               [&](const Hazard& hazard) { return !allowed.allows(hazard.identifier, hazard.path); });
+  for (const Hazard& hazard : hazards) {
+    const auto isAllowed = [&](const std::string& path) { return allowed.allows(hazard.identifier, path); };
+    const auto& others = hazard.otherPaths;
+    if (!isAllowed(hazard.path) || !std::all_of(others.begin(), others.end(), isAllowed)) refused.push_back(hazard);
+  }
   return refused;
 }
 

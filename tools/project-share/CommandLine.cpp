@@ -84,8 +84,10 @@ const std::vector<std::string>& pathsOf(Words& words) {
 void addAttachCommands(CLI::App* group, Words& words) {
   CLI::App* attach = addCommand(group, "attach", "Attach a label to files, links, and folders with all below them",
                                 "label attach audience/internal drafts budget.ods");
-  CLI::App* detach = addCommand(group, "detach", "Take a label off files, links, and folders with all below them",
-                                "label detach audience/internal drafts/final.txt");
+  CLI::App* detach =
+      addCommand(group, "detach",
+                 "Take a label off files, links, and folders with all below them; let a twin or a leftover be shared",
+                 "label detach audience/internal drafts/final.txt");
   for (CLI::App* command : {attach, detach}) {
     addWord(command, "LABEL", words.label, "CATEGORY/NAME or UUID");
     addWord(command, "PATH", words.paths, "Files, folders or links of the project")->required(false);
@@ -216,7 +218,8 @@ void addShareCommands(CLI::App& app, Words& words) {
   addWord(share, "PROFILE DEST", words.shared, "The profile (not with --whole), and a folder to be made");
   share->add_flag("--whole", words.whole, "Everything, without a profile");
   share
-      ->add_option("--allow", words.allowed, "Share in spite of such reasons, or of the one at a path; can be repeated")
+      ->add_option("--allow", words.allowed,
+                   "Share in spite of all such reasons, or of the one that is about PATH; can be repeated")
       ->allow_extra_args(false)
       ->transform(unmarked)
       ->type_name("REASON[,REASON...]|REASON=PATH");
@@ -225,6 +228,8 @@ void addShareCommands(CLI::App& app, Words& words) {
   CLI::Option* receipt =
       addWord(share, "--receipt", words.receipt, "A JSON file to be made, for you: what went out, what not, and why")
           ->required(false);
+  share->footer(share->get_footer() +
+                fmt::format("\n\nReasons that --allow takes:\n  {{{}}}", fmt::join(allowableHazards(), ",")));
   share->callback([&words, receipt] {
     if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
     project_share::share(shareWordsOf(words));
@@ -240,6 +245,7 @@ void addShareCommands(CLI::App& app, Words& words) {
 void goTo(const std::string& folder) {
   std::error_code error;
   std::filesystem::current_path(folder, error);
+  if (!error) manner().folder = std::filesystem::current_path(error).string();
   if (!error) return;
   throw Refusal(folder_host::errors::NOT_A_PROJECT, "cannot work in " + inQuotes(folder) + ": " + error.message());
 }
@@ -250,7 +256,7 @@ void addOptions(CLI::App& app) {
       ->type_name("DIR");
   app.add_flag("--json", manner().json, "Write one JSON object a line");
   app.add_flag("--quiet", manner().quiet, "Write nothing but what was asked for");
-  app.add_flag("--trust", trustsEverybody(), "Open the project although it belongs to another user");
+  app.add_flag("--trust", manner().trusting, "Open the project although it belongs to another user");
   app.set_version_flag("--version", "project-share " PROJECT_SHARE_VERSION, "Print the version and exit");
 }
 
@@ -281,7 +287,6 @@ int parse(CLI::App& app, std::vector<std::string> words) {
 
 int runCommandLine(int argc, char** argv) {
   manner() = usualManner();
-  trustsEverybody() = false;
   Words words;
   CLI::App app("Hands out copies of a folder without what is labelled to stay", "project-share");
   app.require_subcommand(1);

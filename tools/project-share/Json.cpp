@@ -86,6 +86,11 @@ Json jsonOf(const folder_host::LabelRecord& label) {
 Json jsonOf(const folder_host::Hazard& hazard) {
   Json object{{"type", "hazard"}, {"identifier", hazard.identifier}};
   if (!hazard.path.empty()) putPath(object, "path", hazard.path);
+  for (const std::string& path : hazard.otherPaths) {
+    Json other;
+    putPath(other, "path", path);
+    object["others"].push_back(other);
+  }
   object["message"] = utf8(hazard.message);
   return object;
 }

@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "Lookup.h"
+#include "Output.h"
 #include "folder_host/Descriptor.h"
 
 namespace project_share {
@@ -39,7 +40,13 @@ const LabelRecord* find(const std::vector<LabelRecord>& labels, const profiles::
 
 std::string commandOf(const std::vector<std::string>& words) {
   std::string command = "project-share";
-  for (const std::string& word : words) command += " " + shellWord(word);
+  if (manner().trusting) command += " --trust";
+  if (!manner().folder.empty()) command += " -C " + shellWord(manner().folder);
+  bool endsOptions = false;
+  for (const std::string& word : words) {
+    if (!endsOptions && !word.empty() && word.front() == '-') endsOptions = (command += " --", true);
+    command += " " + shellWord(word);
+  }
   return command;
 }
 
@@ -52,7 +59,7 @@ Mending::Mending(const Filters& filters, const folder_host::WorkingCopy& copy) :
     if (filter->getType() != profiles::EXCLUDE_FILES_WITH_LABEL) continue;
     for (const auto& item : filter->getItems()) {
       const LabelRecord* label = find(labels, item);
-      if (label != nullptr && !dropped_) dropped_ = *label;
+      if (label != nullptr) dropped_.push_back(*label);
     }
   }
 }
@@ -64,7 +71,7 @@ std::string Mending::commandFor(const char* action, const LabelRecord& label, co
     if (!atRoot_) {
       words.push_back(folder_host::joined(copy_.root() == "/" ? "" : copy_.root(), path));
     } else {
-      words.push_back(path.front() == '-' ? "./" + path : path);
+      words.push_back(path);
     }
   }
   return commandOf(words);
@@ -78,8 +85,18 @@ std::string Mending::detach(const LabelRecord& label, const Paths& paths) const 
   return commandFor("detach", label, paths);
 }
 
+std::vector<std::u16string> Mending::droppingLabelsOf(const std::string& path) const {
+  std::vector<std::u16string> uuids;
+  for (const auto& label : copy_.labels().labelsOf(path)) {
+    const std::u16string uuid = label.getUUID();
+    const auto is = [&](const LabelRecord& record) { return record.uuid == uuid; };
+    if (std::any_of(dropped_.begin(), dropped_.end(), is)) uuids.push_back(uuid);
+  }
+  return uuids;
+}
+
 std::string Mending::holdBack(const Paths& paths) const {
-  if (dropped_) return "hold it back: " + attach(*dropped_, paths);
+  if (!dropped_.empty()) return "hold it back: " + attach(dropped_.front(), paths);
   const auto labels = copy_.labels().labelsOf(paths.front());
   for (const LabelRecord& label : labels.empty() || !keeps_ ? std::vector<LabelRecord>() : copy_.labels().list()) {
     if (label.uuid == labels.front().getUUID()) return "hold it back: " + detach(label, paths);

@@ -26,6 +26,9 @@ class Mending {
   std::string attach(const folder_host::LabelRecord& label, const Paths& paths) const;
   std::string detach(const folder_host::LabelRecord& label, const Paths& paths) const;
 
+  // The labels of the path by which drop-files filters hold it back: UUIDs, sorted.
+  std::vector<std::u16string> droppingLabelsOf(const std::string& path) const;
+
   // Attaches a label of a drop-files filter or, where there is none, takes off the one by which a keep-files filter
   // shares the entries. Without either, what else can be done. There is a path at least.
   std::string holdBack(const Paths& paths) const;
@@ -34,8 +37,8 @@ class Mending {
   std::string commandFor(const char* action, const folder_host::LabelRecord& label, const Paths& paths) const;
 
   const folder_host::WorkingCopy& copy_;
-  bool atRoot_;  // the working directory is the project's folder
-  std::optional<folder_host::LabelRecord> dropped_;
+  bool atRoot_;                                    // the working directory is the project's folder
+  std::vector<folder_host::LabelRecord> dropped_;  // named by drop-files filters
   bool keeps_ = false;
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Output.h"
 #include "Refusal.h"
 #include "TrustedProjects.h"
 
@@ -13,7 +14,7 @@ using folder_host::FolderProject;
 namespace {
 
 bool isTrusted(const std::string& root, uid_t owner) {
-  if (trustsEverybody()) return true;
+  if (manner().trusting) return true;
   const TrustedProjects trusted = trustedProjects();
   return std::find(trusted.begin(), trusted.end(), TrustedProject{root, owner}) != trusted.end();
 }
@@ -30,11 +31,6 @@ FolderProject orHowTo(const Open& open) {
 }
 
 }  // namespace
-
-bool& trustsEverybody() {
-  static bool trusts = false;
-  return trusts;
-}
 
 FolderProject openProject() {
   return orHowTo([] { return FolderProject::open(".", isTrusted); });

@@ -4,9 +4,6 @@
 
 namespace project_share {
 
-// Whether this run opens a project whosever it is.
-bool& trustsEverybody();
-
 // The project that holds the working directory. Errors: those of FolderProject::open; SETTINGS_FAILED where it is
 // another user's and the settings cannot tell whether it is trusted.
 folder_host::FolderProject openProject();

@@ -14,6 +14,8 @@ struct Manner {
   bool quiet = false;     // nothing but what was asked for
   bool colour = false;    // on standard output
   bool progress = false;  // on standard error
+  std::string folder;     // that the user named to work in, absolute; empty: none
+  bool trusting = false;  // of the project's owner, whoever that is
 };
 
 // How this run writes; set before the first line.

@@ -38,6 +38,7 @@ class Previewing {
   explicit Previewing(WorkingCopy& copy) : copy_(copy), labels_(copy.getLabelManager()) {
     preview_.labels = labels_.list();
     preview_.reasons.resize(copy.table().size());
+    preview_.dropped.resize(copy.table().size());
     for (std::size_t i = 0; i < preview_.labels.size(); ++i) labelIndices_[preview_.labels[i].uuid] = i;
   }
 
@@ -58,14 +59,15 @@ class Previewing {
   void apply(ExportFilter& filter) {
     FilterEffect& effect = preview_.filters[position_ - 1];
     const Entries before = copy_.entries();
-    const std::vector<LabelRecord> labelsBefore = labels_.list();
-    const Entries selected = isFileKind(effect.kind) ? selectedAmong(filter, before) : Entries();
+    const bool isOfFiles = isFileKind(effect.kind);
+    const std::vector<LabelRecord> labelsBefore = isOfFiles ? std::vector<LabelRecord>() : labels_.list();
+    const Entries selected = isOfFiles ? selectedAmong(filter, before) : Entries();
     filter.apply(copy_);
     const Entries after = copy_.entries();
     effect.gone = missing(before, after);
     noteReasons(filter, effect.gone, selected);
     for (const Entry* entry : missing(selected, effect.gone)) effect.spared += isSpared(entry) ? 1U : 0U;
-    noteLabelsGone(labelsBefore, effect.labelsGone);
+    if (!isOfFiles) noteLabelsGone(labelsBefore, effect.labelsGone);
   }
 
   // By a label: a folder that was to go for the want of one is on the way to what stays.
@@ -76,7 +78,13 @@ class Previewing {
 
   // Asked before anything is taken out.
   bool matches(ExportFilter& filter) {
-    if (isFileKind(filter.getType())) return !selectedAmong(filter, copy_.entries()).empty();
+    if (isFileKind(filter.getType())) {
+      const Entries selected = selectedAmong(filter, copy_.entries());
+      if (filter.getType() == profiles::EXCLUDE_FILES_WITH_LABEL) {
+        for (const Entry* entry : selected) preview_.dropped[indexOf(entry)] = true;
+      }
+      return !selected.empty();
+    }
     Labels all;
     for (const LabelRecord& label : preview_.labels) all.push_back(fileLabel(label));
     return takesAwayAny(filter, all);

@@ -43,6 +43,7 @@ struct Preview {
   std::vector<folder_host::LabelRecord> labels;  // of the project
   std::vector<FilterEffect> filters;             // as the profile applies them
   std::vector<Reason> reasons;                   // of every entry of the listing, in its order
+  std::vector<bool> dropped;                     // likewise: a drop-files filter selects it by its labels
   std::vector<Spared> spared;                    // of the folders that are left, in the order of the listing
   Entries stays;
 };

@@ -75,6 +75,8 @@ bool isLabel(const Part& value) {
 
 bool areLabels(const Part& value) { return isList(value) && std::all_of(value.begin(), value.end(), isLabel); }
 
+bool isLeavingLabel(const Part& value) { return isLabel(value) && has(value, "entries", isCount); }
+
 bool isWhy(const Part& value) {
   if (!has(value, "rule", isText)) return false;
   if (value.at("rule") != "filter" && value.at("rule") != "folder") return true;
@@ -101,6 +103,7 @@ const std::map<std::string, Shape>& shapes() {
       {"labelsHeldBack", {isList, isLabel}},
       {"handedOut", {isList, isHandedOut}},
       {"heldBack", {isList, isHeldBack}},
+      {"labels", {isList, isLeavingLabel}},
   };
   return all;
 }

@@ -39,11 +39,13 @@ Allowances allowancesOf(const std::vector<Allowed>& all) {
   return allowances;
 }
 
-// What was allowed and is not among the hazards. ENTRY_CHANGED is known only when all is copied.
+// What was allowed and is not among the hazards. ENTRY_CHANGED is known only when all is copied, and of NESTED_PROJECT
+// some is found only then, which nobody tells.
 std::vector<Hazard> idleAllowances(const ShareWords& words, const std::vector<Hazard>& hazards, bool afterwards) {
   std::vector<Hazard> idle;
   for (const Allowed& allowed : words.allowed) {
     if ((allowed.identifier == folder_host::errors::ENTRY_CHANGED) != afterwards) continue;
+    if (allowed.identifier == folder_host::errors::NESTED_PROJECT) continue;
     if (refusedAmong(hazards, allowancesOf({allowed})).size() < hazards.size()) continue;
     idle.push_back(
         {refusals::ALLOW_IDLE, {}, fmt::format("--allow {} allows nothing here; leave it out", wordOf(allowed))});

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <map>
 #include <set>
 #include <string>
 
@@ -40,10 +41,11 @@ class Traces {
         shared_(sharedIn(preview)),
         heldBack_(shared_.size()),
         dropped_(shared_.size()) {
+    for (std::size_t i = 0; i < preview.labels.size(); ++i) indices_[preview.labels[i].uuid] = i;
     for (std::size_t i = 0; i < shared_.size(); ++i) {
       const Reason& reason = preview.reasons[i];
       heldBack_[i] = reason.rule == Reason::Rule::filter || reason.rule == Reason::Rule::folder;
-      dropped_[i] = heldBack_[i] && preview.filters[reason.filter - 1].kind == profiles::EXCLUDE_FILES_WITH_LABEL;
+      dropped_[i] = heldBack_[i] && preview.dropped[i];
     }
   }
 
@@ -58,7 +60,9 @@ class Traces {
   const std::string& pathOf(std::size_t entry) const { return copy_.table()[entry].path; }
 
   void add(const char* identifier, const std::vector<std::size_t>& entries, const std::string& message) {
-    hazards_.push_back({identifier, pathOf(entries.front()), namesOf(entries) + message});
+    Hazard hazard{identifier, pathOf(entries.front()), namesOf(entries) + message};
+    for (std::size_t i = 1; i < entries.size(); ++i) hazard.otherPaths.push_back(pathOf(entries[i]));
+    hazards_.push_back(std::move(hazard));
   }
 
   void addHistories() {
@@ -108,21 +112,23 @@ class Traces {
     return names;
   }
 
-  // Those by which a filter holds the entries back.
+  // Those by which drop-files filters hold the entries back.
   Labels labelsOf(const std::vector<std::size_t>& entries) const {
     Labels labels;
     for (const std::size_t entry : entries) {
-      const auto& sufficient = preview_.reasons[entry].labels;
-      labels.insert(sufficient.begin(), sufficient.end());
+      for (const std::u16string& uuid : mending_.droppingLabelsOf(pathOf(entry))) labels.insert(indices_.at(uuid));
     }
     return labels;
   }
 
+  bool isSettled(std::size_t file, std::size_t label, const std::string& digest) const {
+    return settlements_.isSettled(pathOf(file), preview_.labels[label].uuid, digest);
+  }
+
   // Whether a person has said of the file that it may be shared for all that these labels say.
   bool isSettled(std::size_t file, const Labels& labels, const std::string& digest) const {
-    return !labels.empty() && std::all_of(labels.begin(), labels.end(), [&](std::size_t label) {
-      return settlements_.isSettled(pathOf(file), preview_.labels[label].uuid, digest);
-    });
+    return !labels.empty() &&
+           std::all_of(labels.begin(), labels.end(), [&](std::size_t label) { return isSettled(file, label, digest); });
   }
 
   std::string mend(const std::vector<std::size_t>& entries, const Labels& labels, const std::string& digest) const {
@@ -130,8 +136,13 @@ class Traces {
     for (const std::size_t entry : entries) paths.push_back(pathOf(entry));
     const std::string holdBack = mending_.holdBack(paths);
     if (labels.empty() || digest.empty()) return holdBack;
-    return fmt::format("{}; if it may be shared: {}", holdBack,
-                       mending_.detach(preview_.labels[*labels.begin()], paths));
+    std::string commands;
+    for (const std::size_t label : labels) {
+      const bool isOpen = std::any_of(entries.begin(), entries.end(),
+                                      [&](std::size_t entry) { return !isSettled(entry, label, digest); });
+      if (isOpen) commands += (commands.empty() ? "" : " && ") + mending_.detach(preview_.labels[label], paths);
+    }
+    return fmt::format("{}; if it may be shared: {}", holdBack, commands);
   }
 
   const Preview& preview_;
@@ -139,8 +150,9 @@ class Traces {
   const Mending& mending_;
   folder_host::Settlements settlements_;
   Selection shared_;
-  Selection heldBack_;  // by a filter
-  Selection dropped_;   // by a drop-files filter
+  Selection heldBack_;                             // by a filter
+  Selection dropped_;                              // by a drop-files filter
+  std::map<std::u16string, std::size_t> indices_;  // of Preview::labels, by UUID
   std::vector<Hazard> hazards_;
 };
 

@@ -17,6 +17,7 @@ _project_share() {
     case ${COMP_WORDS[i]} in
       -C) in=(-C "${COMP_WORDS[++i]}") ;;
       --allow | --profile | --receipt) ((++i)) ;;
+      =) ((++i)) ;;  # --allow REASON=PATH comes in three words
       -*) ;;
       *) given+=("${COMP_WORDS[i]}") ;;
     esac
@@ -49,11 +50,11 @@ _project_share() {
   COMPREPLY=()
   case ${COMP_WORDS[COMP_CWORD - 1]} in
     --allow)
-      words="folder-spared label-on-gone-path label-gone filter-skipped content-under-two-names nested-project"
-      words+=" names-collide entry-changed" names=
+      words="folder-spared label-on-gone-path label-gone filter-skipped history-inside leftover same-content"
+      words+=" nested-project label-leaves label-protected nothing-shared names-collide entry-changed" names=
       ;;
     --profile) names=profile ;;
-    -C | --receipt) return ;;
+    -C | --receipt | =) return ;;
     *) [[ $current != -* ]] || words=$options names= ;;
   esac
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")

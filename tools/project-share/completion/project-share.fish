@@ -86,6 +86,7 @@ $offer '*' '^share' -l whole -d 'Everything, without a profile'
 $offer '*' '^share' -l strict -d 'Refuse where a filter takes nothing out'
 $offer '*' '^share' -l receipt -rF -d 'A JSON file to be made, for you'
 $offer '*' '^share' -l allow -x -d 'Share in spite of this reason' -a 'folder-spared label-on-gone-path label-gone
-    filter-skipped content-under-two-names nested-project names-collide entry-changed'
+    filter-skipped history-inside leftover same-content nested-project label-leaves label-protected nothing-shared
+    names-collide entry-changed'
 $offer '*' '^trust' -l forget -d 'Trust the project no more'
 $offer '*' '^verify' -l receipt -rF -d 'The file that share made'
