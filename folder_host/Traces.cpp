@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "folder_host/CopySteps.h"
 #include "folder_host/Descriptor.h"
 #include "folder_host/FoldedName.h"
 #include "folder_host/SideNames.h"
@@ -184,7 +185,7 @@ bool firstBytesTell(std::string_view first) {
 
 std::vector<std::size_t> storesAmong(const std::string& root, const EntryTable& entries, const Selection& shared) {
   std::vector<std::size_t> found;
-  const Descriptor folder = openFolder(root);
+  const Descriptor folder = reading(root, [&] { return openFolder(root); });
   struct stat store {};
   const bool hasStore = ::fstatat(folder.get(), STORE_FILE, &store, AT_SYMLINK_NOFOLLOW) == 0;
   for (std::size_t i = 0; i < entries.size(); ++i) {

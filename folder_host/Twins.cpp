@@ -8,6 +8,7 @@
 #include <system_error>
 #include <tuple>
 
+#include "folder_host/CopySteps.h"
 #include "folder_host/Descriptor.h"
 #include "folder_host/Digest.h"
 
@@ -22,7 +23,7 @@ constexpr std::uint64_t BLOCK = 4096;
 // Reads the content of a project's files.
 class Contents {
  public:
-  explicit Contents(const std::string& root) : root_(openFolder(root)) {
+  explicit Contents(const std::string& root) : root_(reading(root, [&] { return openFolder(root); })) {
     struct stat store {};
     if (::fstatat(root_.get(), STORE_FILE, &store, AT_SYMLINK_NOFOLLOW) == 0) store_ = idOf(store);
   }

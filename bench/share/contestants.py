@@ -6,6 +6,8 @@ import shlex
 import subprocess
 from pathlib import Path
 
+from trees import ALLOWED
+
 
 def quoted(*words):
     return " ".join(shlex.quote(str(word)) for word in words)
@@ -49,7 +51,7 @@ def copiers(program, tree, lists, durable):
     sync = ' && sync -f "$1"' if durable else ""
     how = "" if tree.pattern else "--no-wildcards --anchored "
     commands = {
-        "share": quoted(program, "--quiet", "share", "public") + ' "$1" --allow names-collide',
+        "share": quoted(program, "--quiet", "share", "public") + ' "$1" ' + quoted(*ALLOWED),
         "cp": f'mkdir "$1" && xargs -0 cp -a --parents -t "$1" <{lists}/leaves' + sync,
         "rsync": f'rsync -a --exclude-from={lists}/rsync ./ "$1"' + sync,
         "tar": f'mkdir "$1" && tar {how}--exclude-from={lists}/tar -cf - . | tar -C "$1" -xf -' + sync,
