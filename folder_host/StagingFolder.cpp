@@ -240,6 +240,8 @@ void StagingFolder::removeBehind(const Descriptor& parent, const std::string& na
     if (!isMine(statusOf(folder), S_IFDIR)) return;
     if (text == begin + identityTextOf(statusOf(folder))) removeContent(folder);
     check(::unlinkat(parent.get(), name.c_str(), AT_REMOVEDIR));
+  } else if (errno != ENOENT) {
+    return;  // without its lock, nobody would find it again
   }
   check(::unlinkat(parent.get(), lockNameOf(name).c_str(), 0));
 }

@@ -47,7 +47,13 @@ std::vector<Hazard> idleAllowances(const ShareWords& words, const std::vector<Ha
   for (const Allowed& allowed : words.allowed) {
     if ((allowed.identifier == folder_host::errors::ENTRY_CHANGED) != afterwards) continue;
     if (allowed.identifier == folder_host::errors::NESTED_PROJECT) continue;
-    if (refusedAmong(hazards, allowancesOf({allowed})).size() < hazards.size()) continue;
+    const Allowances alone = allowancesOf({allowed});
+    const bool isUsed = std::any_of(hazards.begin(), hazards.end(), [&](const Hazard& hazard) {
+      const auto isAllowed = [&](const std::string& path) { return alone.allows(hazard.identifier, path); };
+      const auto& others = hazard.otherPaths;
+      return isAllowed(hazard.path) || std::any_of(others.begin(), others.end(), isAllowed);
+    });
+    if (isUsed) continue;
     idle.push_back(
         {refusals::ALLOW_IDLE, {}, fmt::format("--allow {} allows nothing here; leave it out", wordOf(allowed))});
   }
