@@ -147,7 +147,9 @@ std::string FolderProject::rootOf(const std::string& folder) {
 FolderProject FolderProject::open(const std::string& folder, const Trust& trust) {
   std::string root = rootOf(folder);
   requireTrusted(root, trust);
-  auto store = Store::open(root + "/" + STORE_FILE);
+  // Once more, of the very folder that was opened: it may have been exchanged since.
+  auto store =
+      Store::open(root + "/" + STORE_FILE, [&](const Descriptor& opened) { requireTrusted(root, trust, &opened); });
   return {std::move(root), std::move(store)};
 }
 

@@ -27,14 +27,16 @@ const uid_t* findUntrusted(const std::vector<uid_t>& strangers, const std::strin
 
 }  // namespace
 
-std::vector<uid_t> strangersOwning(const std::string& root) {
-  const std::string store = joined(root, STORE_FILE);
+std::vector<uid_t> strangersOwning(const std::string& root, const Descriptor* folder) {
+  const std::string top =
+      folder == nullptr ? joined(root, STORE_FOLDER) : "/proc/self/fd/" + std::to_string(folder->get()) + "/.";
+  const std::string store = joined(top, STORE_NAME);
   std::vector<uid_t> strangers;
-  for (const std::string& path : {joined(root, STORE_FOLDER), store, store + "-journal"}) {
+  for (const std::string& path : {top, store, store + "-journal"}) {
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0) {
       // What cannot be looked at in the store's folder, whose that is, cannot be opened either.
-      if (errno != EACCES || path != joined(root, STORE_FOLDER)) continue;
+      if (errno != EACCES || path != top) continue;
       status.st_uid = UNKNOWN_OWNER;
     }
     const bool known = std::find(strangers.begin(), strangers.end(), status.st_uid) != strangers.end();
@@ -47,8 +49,8 @@ bool isTrusted(const std::string& root, const Trust& trust) {
   return findUntrusted(strangersOwning(root), root, trust) == nullptr;
 }
 
-void requireTrusted(const std::string& root, const Trust& trust) {
-  const std::vector<uid_t> strangers = strangersOwning(root);
+void requireTrusted(const std::string& root, const Trust& trust, const Descriptor* folder) {
+  const std::vector<uid_t> strangers = strangersOwning(root, folder);
   const uid_t* untrusted = findUntrusted(strangers, root, trust);
   if (untrusted == nullptr) return;
   const std::string project = "the project " + inQuotes(root);

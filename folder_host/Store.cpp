@@ -54,7 +54,9 @@ class Use {
 
 }  // namespace
 
-std::shared_ptr<Store> Store::open(const std::string& file) { return std::make_shared<Store>(openStoreFile(file)); }
+std::shared_ptr<Store> Store::open(const std::string& file, const std::function<void(const Descriptor&)>& check) {
+  return std::make_shared<Store>(openStoreFile(file, check));
+}
 
 std::shared_ptr<Store> Store::inMemory() {
   try {

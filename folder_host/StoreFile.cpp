@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <optional>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -73,8 +74,9 @@ void guard(SQLite::Database& database) {
   database.exec("PRAGMA cell_size_check = ON");
 }
 
-SQLite::Database connect(const std::string& file, const StoreVfs& vfs) {
-  SQLite::Database database(file.c_str(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, BUSY_TIMEOUT_MS, vfs.name());
+SQLite::Database connect(const StoreVfs& vfs) {
+  SQLite::Database database(vfs.file().c_str(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, BUSY_TIMEOUT_MS,
+                            vfs.name());
   guard(database);
   return database;
 }
@@ -156,12 +158,18 @@ Error storeFailure(int result) { return storeFailure(result, sqlite3_errstr(resu
 
 Error storeFailure(const SQLite::Exception& error) { return storeFailure(error.getErrorCode(), error.what()); }
 
-StoreDatabase openStoreFile(const std::string& file) {
+StoreDatabase openStoreFile(const std::string& file, const std::function<void(const Descriptor&)>& check) {
   checkLength(file);
   checkRegularFile(file);
-  auto vfs = std::make_unique<StoreVfs>(file);
+  std::unique_ptr<StoreVfs> vfs;
   try {
-    SQLite::Database database = connect(file, *vfs);
+    vfs = std::make_unique<StoreVfs>(file);
+  } catch (const std::system_error& error) {
+    throw systemFailure(errors::STORE_UNREADABLE, "cannot open the store", file, error.code().value());
+  }
+  if (check) check(vfs->folder());
+  try {
+    SQLite::Database database = connect(*vfs);
     checkContent(database, file);
     return {std::move(vfs), std::move(database)};
   } catch (const SQLite::Exception& error) {

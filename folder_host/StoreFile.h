@@ -2,6 +2,7 @@
 
 #include <SQLiteCpp/Database.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -24,7 +25,8 @@ struct StoreDatabase {
 
 // Errors: STORE_UNREADABLE, STORE_TOO_NEW, STORE_FAILED (locked for too long), PATH_TOO_LONG; nothing is written but
 // what a journal of the store's own restores.
-StoreDatabase openStoreFile(const std::string& file);
+// Before anything in the file is looked at, `check` is given its folder; what it throws passes.
+StoreDatabase openStoreFile(const std::string& file, const std::function<void(const Descriptor&)>& check = nullptr);
 
 // An empty database in memory. Errors: SQLite::Exception.
 StoreDatabase openInMemory();

@@ -1,11 +1,14 @@
 #include "folder_host/StoreVfs.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <string_view>
 
@@ -61,11 +64,15 @@ std::uint64_t restoredSize(const std::string& journal) {
   return number(PAGES) * number(PAGE_SIZE);
 }
 
-// As SQLite will ask for it.
-std::string fullName(sqlite3_vfs* disk, const std::string& file) {
-  std::string full(static_cast<std::size_t>(disk->mxPathname) + 1, '\0');
-  const int code = disk->xFullPathname(disk, file.c_str(), static_cast<int>(full.size()), full.data());
-  return (code & 0xFF) == SQLITE_OK ? full.c_str() : file;
+Descriptor openFolderOf(const std::string& file) {
+  const std::string folder = std::filesystem::path(file).parent_path().string();
+  Descriptor opened(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  if (opened.get() < 0) throwErrno();
+  return opened;
+}
+
+std::string nameIn(const Descriptor& folder, const std::string& file) {
+  return "/proc/self/fd/" + std::to_string(folder.get()) + "/" + std::filesystem::path(file).filename().string();
 }
 
 StoreVfs& storeOf(sqlite3_vfs* vfs) { return *static_cast<StoreVfs*>(vfs->pAppData); }
@@ -74,7 +81,8 @@ StoreVfs& storeOf(sqlite3_vfs* vfs) { return *static_cast<StoreVfs*>(vfs->pAppDa
 
 StoreVfs::StoreVfs(const std::string& file)
     : disk_(sqlite3_vfs_find(nullptr)),
-      file_(fullName(disk_, file)),
+      folder_(openFolderOf(file)),
+      file_(nameIn(folder_, file)),
       name_("store-" + std::to_string(reinterpret_cast<std::uintptr_t>(this))) {
   vfs_ = *disk_;
   vfs_.iVersion = 1;
@@ -91,9 +99,12 @@ StoreVfs::StoreVfs(const std::string& file)
     *answer = found ? 1 : 0;
     return code;
   };
-  vfs_.xFullPathname = [](sqlite3_vfs* vfs, const char* path, int size, char* full) {
-    sqlite3_vfs* const disk = storeOf(vfs).disk_;
-    return disk->xFullPathname(disk, path, size, full);
+  // It is one: SQLite would take the descriptor for a link.
+  vfs_.xFullPathname = [](sqlite3_vfs*, const char* path, int size, char* full) {
+    const std::string_view whole(path);
+    if (whole.size() >= static_cast<std::size_t>(size)) return SQLITE_CANTOPEN;
+    *std::copy(whole.begin(), whole.end(), full) = '\0';
+    return SQLITE_OK;
   };
   sqlite3_vfs_register(&vfs_, 0);
 }

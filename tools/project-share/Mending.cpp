@@ -99,9 +99,12 @@ std::vector<std::u16string> Mending::droppingLabelsOf(const std::string& path) c
 
 std::string Mending::holdBack(const Paths& paths) const {
   if (!dropped_.empty()) return "hold it back: " + attach(dropped_.front(), paths);
-  const auto labels = copy_.labels().labelsOf(paths.front());
-  const auto label = labels.empty() ? labels_.end() : labels_.find(labels.front().getUUID());
-  return label == labels_.end() ? "move it out of the project" : "hold it back: " + detach(label->second, paths);
+  std::string commands;
+  for (const auto& carried : copy_.labels().labelsOf(paths.front())) {
+    const auto label = labels_.find(carried.getUUID());
+    if (label != labels_.end()) commands += (commands.empty() ? "" : " && ") + detach(label->second, paths);
+  }
+  return commands.empty() ? "move it out of the project" : "hold it back: " + commands;
 }
 
 }  // namespace project_share

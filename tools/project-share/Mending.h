@@ -30,7 +30,7 @@ class Mending {
   // The labels of the path by which drop-files filters hold it back: UUIDs, sorted.
   std::vector<std::u16string> droppingLabelsOf(const std::string& path) const;
 
-  // Attaches a label of a drop-files filter or, where there is none, takes off the one by which a keep-files filter
+  // Attaches a label of a drop-files filter or, where there is none, takes off those by which a keep-files filter
   // shares the entries. Without either, what else can be done. There is a path at least.
   std::string holdBack(const Paths& paths) const;
 

@@ -98,8 +98,9 @@ class Traces {
         if (!isSettled(entry, labels, twins.digest)) unsettled.push_back(entry);
       }
       if (unsettled.empty()) continue;
-      const char* what = twins.digest.empty() ? "may hold what {} holds, which is held back and cannot be read"
-                                              : "has the content of {}, which is held back";
+      const char* what = twins.digest.empty()    ? "may hold what {} holds, which is held back and cannot be read"
+                         : unsettled.size() == 1 ? "has the content of {}, which is held back"
+                                                 : "have the content of {}, which is held back";
       add(refusals::SAME_CONTENT, unsettled,
           fmt::format(" {}; {}", fmt::format(fmt::runtime(what), namesOf(twins.heldBack)),
                       mend(unsettled, labels, twins.digest)));
