@@ -104,14 +104,16 @@ void showStatus() {
   printNotes(doubtfulNames(records, *managerOf(*copy)));
   for (const auto& profile : listed) printProfile(*copy, *profile);
   const std::size_t entries = copy->listing().entries.size();
+  Json summary{{"type", "summary"},
+               {"entries", entries},
+               {"unlabelled", unlabelled.size()},
+               {"labels", records.size()},
+               {"profiles", listed.size()}};
+  putPath(summary, "project", copy->root());
   item(fmt::format("{}: {}, {} without a label; {}; {}.", freeName(copy->root()), counted(entries, "entry", "entries"),
                    unlabelled.size(), counted(records.size(), "label", "labels"),
                    counted(listed.size(), "profile", "profiles")),
-       {{"type", "summary"},
-        {"entries", entries},
-        {"unlabelled", unlabelled.size()},
-        {"labels", records.size()},
-        {"profiles", listed.size()}});
+       summary);
 }
 
 }  // namespace project_share
