@@ -266,11 +266,15 @@ void detachLabel(const std::string& word, const std::vector<std::string>& named,
     return std::tuple(std::move(found), count, std::move(said));
   });
   Json object{{"label", jsonOf(label)}, {"removed", removed}, {"settled", Json::array()}};
-  std::string text = fmt::format("Detached {} from {}.", inQuotes(nameOf(label)), counted(removed, "path", "paths"));
+  std::string text;
+  if (removed > 0 || settled.empty()) {
+    text = fmt::format("Detached {} from {}.", inQuotes(nameOf(label)), counted(removed, "path", "paths"));
+  }
   for (const std::string& path : settled) {
     object["settled"].push_back(Json::object());
     putPath(object["settled"].back(), "path", path);
-    text += fmt::format(" {} may be shared with the content that it has now.", inQuotes(path));
+    text += fmt::format("{}As far as {} goes, {} may be shared with the content that it has now.",
+                        text.empty() ? "" : " ", inQuotes(nameOf(label)), inQuotes(path));
   }
   done(text, object);
 }
