@@ -41,10 +41,12 @@ class NamesInFolders {
   }
   void sort() { std::sort(names_.begin(), names_.end()); }
 
-  std::optional<std::size_t> find(std::size_t folder, const std::string& name) const {
-    const std::pair<Place, std::size_t> least{{folder, name}, 0};
-    const auto found = std::lower_bound(names_.begin(), names_.end(), least);
-    return found != names_.end() && found->first == least.first ? std::optional(found->second) : std::nullopt;
+  // Those of that name, given by `add`.
+  template <class Add>
+  void find(std::size_t folder, const std::string& name, const Add& add) const {
+    const Place place{folder, name};
+    auto found = std::lower_bound(names_.begin(), names_.end(), std::pair(place, std::size_t{0}));
+    for (; found != names_.end() && found->first == place; ++found) add(found->second);
   }
 
  private:
@@ -76,15 +78,19 @@ class Originals {
     stems_.sort();
   }
 
-  std::optional<std::size_t> find(std::size_t leftover) const {
+  // Whether the entry is a leftover; of what, as far as its name tells.
+  bool find(std::size_t leftover, std::vector<std::size_t>& of) const {
     const std::size_t folder = entries_.parentOf(leftover);
     const std::string_view name = nameOf(entries_[leftover]);
     for (const Original& original : originalsOf(name)) {
-      const auto found = (original.isStem ? stems_ : names_).find(folder, original.name);
-      if (found && (isCopied_[*found] || (isOriginal_[*found] && !original.isCopy))) return found;
+      (original.isStem ? stems_ : names_).find(folder, original.name, [&](std::size_t found) {
+        if (isCopied_[found] || (isOriginal_[found] && !original.isCopy)) of.push_back(found);
+      });
     }
+    std::sort(of.begin(), of.end());
+    of.erase(std::unique(of.begin(), of.end()), of.end());
     const bool holds = folder == EntryTable::ROOT ? rootHolds_ : holders_[folder];
-    return holds && isUnnamedLeftover(name) ? std::optional(EntryTable::ROOT) : std::nullopt;
+    return !of.empty() || (holds && isUnnamedLeftover(name));
   }
 
  private:
@@ -149,7 +155,8 @@ std::vector<Leftover> leftoversAmong(const EntryTable& entries, const Selection&
   std::vector<Leftover> found;
   for (std::size_t i = 0; i < entries.size(); ++i) {
     if (!shared[i]) continue;
-    if (const auto original = originals.find(i)) found.push_back({i, *original});
+    std::vector<std::size_t> of;
+    if (originals.find(i, of)) found.push_back({i, std::move(of)});
   }
   return found;
 }

@@ -21,7 +21,7 @@ std::vector<std::size_t> historiesAmong(const EntryTable& entries, const Selecti
 
 struct Leftover {
   std::size_t entry;
-  std::size_t of;  // what is held back, or a folder in which something is; where the name does not tell, ROOT
+  std::vector<std::size_t> of;  // what is held back, or a folder in which something is; empty: the name does not tell
 };
 
 // Leftovers (see originalsOf) of files and folders that are held back and lie beside them. Copies and archives are made

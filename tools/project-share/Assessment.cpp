@@ -172,13 +172,26 @@ class Assessing {
     for (const Spared& spared : assessment_.preview.spared) {
       if (!spared.isDropped || !told.insert(spared.because).second) continue;
       const LabelRecord& label = assessment_.preview.labels[spared.labels.front()];
-      add(refusals::FOLDER_SPARED, spared.folder->path,
+      const std::string& folder = spared.folder->path;
+      add(refusals::FOLDER_SPARED, folder,
           fmt::format(
-              "{} carries {} and stays all the same, because {} in it does not carry it; take the label off the "
-              "folder, or label all of it: {}",
-              inQuotes(spared.folder->path), nameInQuotes(label), inQuotes(spared.because->path),
-              mending_.attach(label, {spared.folder->path})));
+              "{} carries {} and stays all the same, because of what in it does not carry it: {}; take the label "
+              "off the folder alone: {}; or label all of it: {}",
+              inQuotes(folder), nameInQuotes(label), staysBelow(folder), mending_.detachFolderOnly(label, folder),
+              mending_.attach(label, {folder})));
     }
+  }
+
+  std::string staysBelow(const std::string& folder) const {
+    constexpr std::size_t MOST = 20;
+    std::string names;
+    std::size_t count = 0;
+    for (const folder_host::Entry* entry : assessment_.preview.stays) {
+      const bool isBelow = entry->path.compare(0, folder.size() + 1, folder + "/") == 0;
+      if (!isBelow || entry->kind == folder_host::EntryKind::folder) continue;
+      if (++count <= MOST) names += (names.empty() ? "" : ", ") + inQuotes(entry->path);
+    }
+    return count <= MOST ? names : fmt::format("{} and {} more", names, count - MOST);
   }
 
   void weighWhatIsLeft(WorkingCopy& left) {

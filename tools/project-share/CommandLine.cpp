@@ -182,6 +182,8 @@ std::vector<Allowed> allowedBy(const std::vector<std::string>& words) {
     if (path + 1 == word.size()) throw CLI::ParseError("--allow REASON=PATH needs a path", WRONG_USAGE);
     if (path != std::string::npos) {
       allowed.push_back({word.substr(0, path), word.substr(path + 1)});
+      std::string& named = *allowed.back().path;
+      while (named.size() > 1 && named.back() == '/') named.pop_back();
     } else {
       for (std::string identifier : CLI::detail::split(word, ','))
         allowed.push_back({CLI::detail::trim(identifier), {}});

@@ -87,12 +87,12 @@ LabelRecord namedLabel(const std::vector<LabelRecord>& labels, const std::string
   }
 }
 
-Hazard linkNote(const LabelRecord& label, const Paths& links) {
+Hazard linkNote(const FolderProject& project, const LabelRecord& label, const Paths& links) {
   const std::string more = links.size() == 1 ? "" : fmt::format(" (and {} more)", links.size() - 1);
-  return {
-      refusals::LABEL_ON_LINK, links.front(),
-      fmt::format("{}{} is a link, and the label is about the link alone; for what it leads to: {}",
-                  inQuotes(links.front()), more, commandOf({"label", "attach", nameOf(label), links.front() + "/"}))};
+  return {refusals::LABEL_ON_LINK, links.front(),
+          fmt::format("{}{} is a link, and the label is about the link alone; for what it leads to: {}",
+                      inQuotes(links.front()), more,
+                      commandOf({"label", "attach", nameOf(label), fromHere(project.root(), links.front()) + "/"}))};
 }
 
 // Whoever takes the label off a file says that it may be shared, with what it holds, even where that, or its name, is
@@ -242,7 +242,7 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
   const std::string had = paths.size() == added ? "" : fmt::format(" ({} had it already)", paths.size() - added);
   done(fmt::format("Attached {} to {}{}.", inQuotes(nameOf(label)), counted(added, "entry", "entries"), had),
        {{"label", jsonOf(label)}, {"entries", paths.size()}, {"added", added}});
-  if (!links.empty() && !manner().quiet) printNotes({linkNote(label, links)});
+  if (!links.empty() && !manner().quiet) printNotes({linkNote(project, label, links)});
 }
 
 void detachLabel(const std::string& word, const std::vector<std::string>& named, bool folderOnly) {

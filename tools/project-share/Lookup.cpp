@@ -146,7 +146,7 @@ std::shared_ptr<profiles::ExportProfile> findProfile(profiles::ExportProfileMana
                  "profile");
 }
 
-bool isProfile(profiles::ExportProfileManager& manager, const std::string& word) {
+bool namesProfile(profiles::ExportProfileManager& manager, const std::string& word) {
   const std::u16string text = folder_host::fromBytes(word);
   const auto all = manager.getProfiles();
   return std::any_of(all.begin(), all.end(),

@@ -46,7 +46,7 @@ std::u16string nameOf(const profiles::ExportProfile& profile);
 std::shared_ptr<profiles::ExportProfile> findProfile(profiles::ExportProfileManager& manager, const std::string& word);
 
 // Whether findProfile would find one, or several.
-bool isProfile(profiles::ExportProfileManager& manager, const std::string& word);
+bool namesProfile(profiles::ExportProfileManager& manager, const std::string& word);
 
 // Of the metadata of a working copy.
 std::unique_ptr<profiles::ExportProfileManager> managerOf(folder_host::WorkingCopy& copy);

@@ -37,7 +37,7 @@ bool isTyped(const std::string& word) { return folder_host::shown(word) == word;
 
 }  // namespace
 
-std::string commandOf(const std::vector<std::string>& words) {
+std::string commandOf(const std::vector<std::string>& words, const std::string& option) {
   if (!std::all_of(words.begin(), words.end(), isTyped)) {
     return fmt::format("project-share {}, with UUIDs, and paths by --stdin -0: a name cannot be typed as it looks",
                        fmt::join(words.begin(), words.begin() + 2, " "));
@@ -46,16 +46,21 @@ std::string commandOf(const std::vector<std::string>& words) {
   if (manner().trusting) command += " --trust";
   if (!manner().folder.empty()) command += " -C " + shellWord(manner().folder);
   bool endsOptions = false;
-  for (const std::string& word : words) {
-    if (!endsOptions && !word.empty() && word.front() == '-') endsOptions = (command += " --", true);
-    command += " " + shellWord(word);
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    if (i == 2 && !option.empty()) command += " " + option;
+    if (!endsOptions && !words[i].empty() && words[i].front() == '-') endsOptions = (command += " --", true);
+    command += " " + shellWord(words[i]);
   }
   return command;
 }
 
-Mending::Mending(const Filters& filters, const folder_host::WorkingCopy& copy) : copy_(copy) {
+std::string fromHere(const std::string& root, const std::string& path) {
   std::error_code error;
-  atRoot_ = std::filesystem::current_path(error) == copy.root();
+  if (std::filesystem::current_path(error) == root) return path;
+  return folder_host::joined(root == "/" ? "" : root, path);
+}
+
+Mending::Mending(const Filters& filters, const folder_host::WorkingCopy& copy) : copy_(copy) {
   std::set<std::pair<std::u16string, std::u16string>> dropped;
   for (const auto& filter : filters) {
     keeps_ = keeps_ || filter->getType() == profiles::INCLUDE_FILES_WITH_LABEL;
@@ -68,11 +73,10 @@ Mending::Mending(const Filters& filters, const folder_host::WorkingCopy& copy) :
   }
 }
 
-// The paths as they are found from the working directory.
 std::string Mending::commandFor(const char* action, const LabelRecord& label, const Paths& paths) const {
   std::vector<std::string> words{"label", action, nameOf(label)};
   for (const std::string& path : paths) {
-    words.push_back(atRoot_ ? path : folder_host::joined(copy_.root() == "/" ? "" : copy_.root(), path));
+    words.push_back(fromHere(copy_.root(), path));
   }
   if (std::all_of(words.begin(), words.end(), isTyped)) return commandOf(words);
   return std::string(action) +
@@ -85,6 +89,10 @@ std::string Mending::attach(const LabelRecord& label, const Paths& paths) const 
 
 std::string Mending::detach(const LabelRecord& label, const Paths& paths) const {
   return commandFor("detach", label, paths);
+}
+
+std::string Mending::detachFolderOnly(const LabelRecord& label, const std::string& path) const {
+  return commandOf({"label", "detach", nameOf(label), fromHere(copy_.root(), path)}, "--folder-only");
 }
 
 std::vector<std::u16string> Mending::droppingLabelsOf(const std::string& path) const {

@@ -15,8 +15,12 @@ using Paths = std::vector<std::string>;
 using Filters = std::vector<std::shared_ptr<project::sharing::profiles::ExportFilter>>;
 
 // "project-share label attach audience/internal 'a b'", for two words and more. Where one of them is shown in another
-// way than it is typed, what to do instead: typed as it looks, it would name something else.
-std::string commandOf(const std::vector<std::string>& words);
+// way than it is typed, what to do instead: typed as it looks, it would name something else. The option stands behind
+// the first two.
+std::string commandOf(const std::vector<std::string>& words, const std::string& option = {});
+
+// A path of the project as it is found from the working directory.
+std::string fromHere(const std::string& root, const std::string& path);
 
 // How to hold back, or let go, what filters judge.
 class Mending {
@@ -26,6 +30,7 @@ class Mending {
 
   std::string attach(const folder_host::LabelRecord& label, const Paths& paths) const;
   std::string detach(const folder_host::LabelRecord& label, const Paths& paths) const;
+  std::string detachFolderOnly(const folder_host::LabelRecord& label, const std::string& path) const;
 
   // The labels of the path by which drop-files filters hold it back: UUIDs, sorted.
   std::vector<std::u16string> droppingLabelsOf(const std::string& path) const;
@@ -38,7 +43,6 @@ class Mending {
   std::string commandFor(const char* action, const folder_host::LabelRecord& label, const Paths& paths) const;
 
   const folder_host::WorkingCopy& copy_;
-  bool atRoot_;                                                // the working directory is the project's folder
   std::vector<folder_host::LabelRecord> dropped_;              // named by drop-files filters; by name
   std::map<std::u16string, folder_host::LabelRecord> labels_;  // by UUID; empty without a keep-files filter
   bool keeps_ = false;

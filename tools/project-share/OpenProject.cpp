@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Mending.h"
 #include "Output.h"
 #include "Refusal.h"
 #include "TrustedProjects.h"
@@ -20,24 +21,24 @@ bool isTrusted(const std::string& root, uid_t owner) {
 }
 
 template <class Open>
-FolderProject orHowTo(const Open& open) {
+FolderProject orHowTo(const std::string& folder, const Open& open) {
   try {
     return open();
   } catch (const Refusal& error) {
     if (std::strcmp(error.identifier(), folder_host::errors::STORE_UNTRUSTED) != 0) throw;
-    throw Refusal(error.identifier(),
-                  std::string(error.what()) + ", by --trust this once, by 'project-share trust' from now on");
+    throw Refusal(error.identifier(), std::string(error.what()) +
+                                          ", by --trust this once, from now on by: " + commandOf({"trust", folder}));
   }
 }
 
 }  // namespace
 
 FolderProject openProject() {
-  return orHowTo([] { return FolderProject::open(".", isTrusted); });
+  return orHowTo(".", [] { return FolderProject::open(".", isTrusted); });
 }
 
 FolderProject makeProject(const std::string& folder) {
-  return orHowTo([&] { return FolderProject::init(folder, isTrusted); });
+  return orHowTo(folder, [&] { return FolderProject::init(folder, isTrusted); });
 }
 
 }  // namespace project_share

@@ -162,7 +162,7 @@ std::shared_ptr<profiles::ExportProfile> profileOf(WorkingCopy& copy, const Shar
   try {
     return findProfile(*manager, *words.profile);
   } catch (const Refusal&) {
-    if (!isProfile(*manager, words.destination)) throw;
+    if (!namesProfile(*manager, words.destination)) throw;
   }
   throw Refusal(
       refusals::PROFILE_NOT_FOUND,

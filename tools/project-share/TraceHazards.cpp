@@ -74,18 +74,24 @@ class Traces {
 
   void addLeftovers() {
     for (const auto& [entry, of] : leftoversAmong(copy_.table(), shared_, heldBack_, dropped_)) {
-      if (of == EntryTable::ROOT) {
+      if (of.empty()) {
         add(refusals::LEFTOVER, {entry},
             " is what programs leave where files are, of which some are held back; " +
                 mending_.holdBack({pathOf(entry)}));
         continue;
       }
-      const Labels labels = labelsOf({of});
+      Labels labels;
+      bool isInPart = false;
+      for (const std::size_t original : of) {
+        const Labels& more = labelsWithin(original);
+        labels.insert(more.begin(), more.end());
+        isInPart = isInPart || shared_[original];
+      }
       const std::string digest = digestOf(copy_.root(), copy_.table()[entry]);
       if (isSettled(entry, labels, digest)) continue;
       add(refusals::LEFTOVER, {entry},
-          fmt::format(" looks like a leftover or a copy of {}, which is held back{}; {}", inQuotes(pathOf(of)),
-                      shared_[of] ? " in part" : "", mend({entry}, labels, digest)));
+          fmt::format(" looks like a leftover or a copy of {}, which is held back{}; {}", namesOf(of),
+                      isInPart ? " in part" : "", mend({entry}, labels, digest)));
     }
   }
 
@@ -122,6 +128,23 @@ class Traces {
     return labels;
   }
 
+  // Of a folder that is shared, those of what is dropped in it.
+  const Labels& labelsWithin(std::size_t original) {
+    const auto [known, isNew] = labelsWithin_.try_emplace(original);
+    if (!isNew) return known->second;
+    if (!shared_[original]) return known->second = labelsOf({original});
+    const std::string prefix = pathOf(original) + "/";
+    const auto& entries = copy_.listing().entries;
+    const auto before = [](const folder_host::Entry& entry, const std::string& path) { return entry.path < path; };
+    auto below = std::lower_bound(entries.begin(), entries.end(), prefix, before);
+    for (; below != entries.end() && below->path.compare(0, prefix.size(), prefix) == 0; ++below) {
+      const auto index = static_cast<std::size_t>(below - entries.begin());
+      const Labels more = dropped_[index] ? labelsOf({index}) : Labels();
+      known->second.insert(more.begin(), more.end());
+    }
+    return known->second;
+  }
+
   bool isSettled(std::size_t file, std::size_t label, const std::string& digest) const {
     return settlements_.isSettled(pathOf(file), preview_.labels[label].uuid, digest);
   }
@@ -135,9 +158,8 @@ class Traces {
   std::string mend(const std::vector<std::size_t>& entries, const Labels& labels, const std::string& digest) const {
     Paths paths;
     for (const std::size_t entry : entries) paths.push_back(pathOf(entry));
-    const std::string holdBack = labels.empty()
-                                     ? mending_.holdBack(paths)
-                                     : "hold it back: " + mending_.attach(preview_.labels[*labels.begin()], paths);
+    std::string holdBack = labels.empty() ? mending_.holdBack(paths)
+                                          : "hold it back: " + mending_.attach(preview_.labels[*labels.begin()], paths);
     if (labels.empty() || digest.empty()) return holdBack;
     std::string commands;
     for (const std::size_t label : labels) {
@@ -156,6 +178,7 @@ class Traces {
   Selection heldBack_;                             // by a filter
   Selection dropped_;                              // by a drop-files filter
   std::map<std::u16string, std::size_t> indices_;  // of Preview::labels, by UUID
+  std::map<std::size_t, Labels> labelsWithin_;     // once asked for
   std::vector<Hazard> hazards_;
 };
 
