@@ -151,18 +151,6 @@ TEST_F(ShareTest, AnEntryThatIsNotWhatItWasStopsTheShareAndLeavesNothing) {
   EXPECT_EQ(refusal(), errors::ENTRY_UNREADABLE) << "no entry is ever the store";
 }
 
-TEST_F(ShareTest, AFailureOnTheWayLeavesNothing) {
-  EXPECT_EQ(refusal([](ProjectManager& manager) { remove(manager, {"a"}); }), errors::KEPT_BELOW_REMOVED);
-  EXPECT_THROW(refusal([](ProjectManager&) { throw std::out_of_range("on purpose"); }), std::out_of_range);
-  EXPECT_EQ(tree("out"), Names());
-  EXPECT_EQ(refusal([&](ProjectManager&) { put("out/copy", "mine"); }), errors::DESTINATION_EXISTS);
-  EXPECT_EQ(tree("out"), Names{"copy"});
-  EXPECT_EQ(read(in("out/copy")), "mine");
-  fs::remove(in("out/copy"));
-  EXPECT_EQ(refusal([&](ProjectManager&) { fs::create_directory(in("out/copy")); }), errors::DESTINATION_EXISTS);
-  EXPECT_EQ(tree("out"), Names{"copy"});
-}
-
 TEST_F(ShareTest, AFileThatChangesWhileItIsCopiedStopsTheShareUnlessAllowed) {
   ShareOptions options;
   options.onProgress = [&](const Progress& progress) {

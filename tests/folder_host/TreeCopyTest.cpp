@@ -125,7 +125,6 @@ TEST(PermissionsTest, WhatAnAccessListWithholdsTheCopyAllowsNobody) {
       {"a named group cut by the mask", list(5, item(named, 7) + item(mask, 4)), 0745, 0744},
       {"a mask alone", list(7, item(mask, 4)), 04745, 0745},
       {"no group", version + item(0x01, 7), 0777, 0700},
-      {"nothing", "", 0777, 0700},
       {"another version", std::string("\3\0\0\0", 4) + item(0x04, 7), 0777, 0700},
       {"a part of an entry", list(7) + "x", 0777, 0700},
   };

@@ -56,27 +56,6 @@ TEST(WorkingCopy, KnowsItsEntriesAndNoOthers) {
   EXPECT_FALSE(files.isFolder(path(u"/p/\xDCC3\xDCA9", true))) << "another text of the same bytes";
 }
 
-TEST(WorkingCopy, LabelsOfEntriesAreThoseOfTheMoment) {
-  const auto copy = copyOf({"a/", "a/x", "b"});
-  LabelStore& labels = copy->getLabelManager();
-  const LabelRecord one = labels.create(u"c", u"one");
-  const LabelRecord other = labels.create(u"c", u"other");
-  const auto seen = [&] {
-    std::string counts;
-    for (const Entry& entry : copy->listing().entries) counts += std::to_string(copy->labelsOf(entry).size());
-    return counts;
-  };
-  EXPECT_EQ(seen(), "000");
-  labels.attach(one.uuid, {"a/x", "absent"});
-  labels.attach(other.uuid, {"a/x", "b"});
-  EXPECT_EQ(seen(), "021");
-  EXPECT_EQ(copy->labelled(), (std::vector<bool>{false, true, true}));
-  EXPECT_EQ(copy->labelsOf(copy->listing().entries[1])[0].getUUID(), std::min(one.uuid, other.uuid));
-  copy->getFileManager().removeFiles(at(*copy, Names{"b"}));
-  labels.erase(other.uuid);
-  EXPECT_EQ(seen(), "010");
-}
-
 TEST(WorkingCopy, RemovalsTakeWhatLiesBelowAndNothingBeside) {
   const Names all = {"a/", "a-b", "a.txt", "a/x", "a/y/", "a/y/z", "a0", "aa/", "aa/x", "b"};
   const struct {
