@@ -34,69 +34,50 @@ const Row errors[] = {
                                       [](auto&) { project::sharing::profiles::createManager(nullptr); }),
 };
 
-class Errors : public testing::TestWithParam<Row> {
- protected:
-  static std::exception_ptr raised() {
-    const auto metadata = std::make_shared<memory_host::MemoryMetadata>();
-    samples::storeTwins(*metadata);
-    const auto manager = project::sharing::profiles::createManager(metadata);
+// Raised while another one is handled.
+std::exception_ptr raised(const Row& row) {
+  const auto metadata = std::make_shared<memory_host::MemoryMetadata>();
+  samples::storeTwins(*metadata);
+  const auto manager = project::sharing::profiles::createManager(metadata);
+  try {
+    throw std::range_error("outer");
+  } catch (const std::range_error&) {
     try {
-      GetParam().raise(*manager);
+      row.raise(*manager);
     } catch (const ProjectException&) {
       return std::current_exception();
     }
-    throw std::logic_error("nothing was raised");
   }
+  throw std::logic_error("nothing was raised");
+}
 
-  static std::exception_ptr raisedInAHandler() {
+TEST(Errors, CarryTheirRecordNestTheErrorBeingHandledAndAreThrownAgainWithoutTheirTypeBeingKnown) {
+  for (const Row& row : errors) {
+    SCOPED_TRACE(row.key);
+    const int before = memory_host::errorIdentifiersMade();
+    const std::exception_ptr thrown = raised(row);
+    EXPECT_EQ(memory_host::errorIdentifiersMade(), before + 1);
+    EXPECT_EQ(*thrown.__cxa_exception_type(), *row.nestedType);
+    std::unique_ptr<IException> copy;
     try {
-      throw std::range_error("outer");
-    } catch (const std::range_error&) {
-      return raised();
+      std::rethrow_exception(thrown);
+    } catch (const IMsgIDException& error) {
+      std::vector<std::u16string> arguments;
+      for (const auto& one : error.GetBaseMsgIDObj().arguments) arguments.push_back(std::get<std::u16string>(one));
+      EXPECT_EQ(arguments, row.arguments);
+      EXPECT_EQ(error.GetID(), std::string("ORCHID:project:sharing:") + row.key);
+      EXPECT_EQ(error.GetUnicodeMessageTxt(), u"host: message");
+      EXPECT_GT(dynamic_cast<const ProjectException&>(error).stackTrace().size(), 1U);
+      EXPECT_THROW(dynamic_cast<const std::nested_exception&>(error).rethrow_nested(), std::range_error);
+      copy.reset(error.clone());
+    }
+    try {
+      copy->rethrow();
+    } catch (const IException& error) {
+      EXPECT_NE(&error, copy.get());
+      EXPECT_EQ(*std::current_exception().__cxa_exception_type(), *row.type);
     }
   }
-};
-
-TEST_P(Errors, CarryTheirRecordAndTheirIdentifierMadeOnce) {
-  const int before = memory_host::errorIdentifiersMade();
-  const std::exception_ptr thrown = raised();
-  EXPECT_EQ(memory_host::errorIdentifiersMade(), before + 1);
-  EXPECT_EQ(*thrown.__cxa_exception_type(), *GetParam().type);
-  try {
-    std::rethrow_exception(thrown);
-  } catch (const IMsgIDException& error) {
-    EXPECT_EQ(error.GetBaseMsgIDObj().component, "ORCHID:project:sharing");
-    EXPECT_EQ(error.GetBaseMsgIDObj().key, GetParam().key);
-    std::vector<std::u16string> arguments;
-    for (const auto& one : error.GetBaseMsgIDObj().arguments) arguments.push_back(std::get<std::u16string>(one));
-    EXPECT_EQ(arguments, GetParam().arguments);
-    EXPECT_EQ(error.GetID(), std::string("ORCHID:project:sharing:") + GetParam().key);
-    EXPECT_EQ(error.GetUnicodeMessageTxt(), u"host: message");
-    const auto& base = dynamic_cast<const ProjectException&>(error);
-    EXPECT_STREQ(base.what(), "host: what");
-    EXPECT_TRUE(base.message().empty());
-    EXPECT_GT(base.stackTrace().size(), 1U);
-  }
 }
-
-TEST_P(Errors, NestTheErrorBeingHandledAndAreThrownAgainWithoutTheirTypeBeingKnown) {
-  std::unique_ptr<IException> copy;
-  try {
-    std::rethrow_exception(raisedInAHandler());
-  } catch (const IException& error) {
-    EXPECT_EQ(*std::current_exception().__cxa_exception_type(), *GetParam().nestedType);
-    EXPECT_THROW(dynamic_cast<const std::nested_exception&>(error).rethrow_nested(), std::range_error);
-    copy.reset(error.clone());
-  }
-  try {
-    copy->rethrow();
-  } catch (const IException& error) {
-    EXPECT_NE(&error, copy.get());
-    EXPECT_EQ(*std::current_exception().__cxa_exception_type(), *GetParam().type);
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(All, Errors, testing::ValuesIn(errors),
-                         [](const testing::TestParamInfo<Row>& one) { return std::string(one.param.key); });
 
 }  // namespace

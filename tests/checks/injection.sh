@@ -1,12 +1,10 @@
 # shellcheck shell=bash
 # Sourced by checks that let a system call of the program in $1 fail, or kill the program at it. Points are lines, each
 # a command that prints what is wrong; it finds an empty folder of its own in $place.
-program=$(realpath "$1")
+# shellcheck source-path=SCRIPTDIR
+. "$(dirname "$0")/check.sh"
 identifiers=$(sed -n 's/^| `\([A-Za-z-]*\)` |.*/\1/p' "$(dirname "$0")/../../docs/errors.md" |
   grep -vx 'usage\|internal-error')
-memory=/dev/shm
-[ -d $memory ] && [ -w $memory ] || memory=${TMPDIR:-/tmp}
-scratch=$(mktemp -d -p "$memory")
 discard() { rm -rf "$1" 2>/dev/null || { chmod -R u+rwx "$1" && rm -rf "$1"; }; }
 trap 'discard "$scratch"' EXIT
 refuse() { echo "$1"; exit 1; }

@@ -49,7 +49,6 @@ TEST(CopyQueueTest, APortionIsOfOneFolderAndNotTooMuch) {
     Files files;
     const char* portions;
   } rows[] = {
-      {"nothing", Files({}), ""},
       {"by folder", Files({{"a", 0}, {"a/x", 0}, {"a/y", 0}, {"b", 0}, {"b/c/x", 0}}), " 0-1 1-3 3-4 4-5"},
       {"a name that goes on", Files({{"a/x", 0}, {"ab/x", 0}}), " 0-1 1-2"},
       {"many", Files(many("a", 300)), " 0-128 128-256 256-300"},
@@ -73,7 +72,6 @@ TEST(CopyQueueTest, OfSeveralFailuresTheFirstInTheListingCountsWhateverCameFirst
       {"none", {}, "", " 0-128 128-256 256-300"},
       {"upwards", {7, 130}, "7", " 0-7"},
       {"downwards", {130, 7}, "7", " 0-7"},
-      {"twice", {7, 7}, "7", " 0-7"},
       {"what comes before is still copied", {130}, "130", " 0-128 128-130"},
       {"the first", {0}, "0", ""},
   };

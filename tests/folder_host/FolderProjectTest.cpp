@@ -57,7 +57,7 @@ TEST_F(FolderProjectTest, TheNearestProjectIsOpened) {
   EXPECT_EQ(opening("p/a/b"), errors::STORE_UNREADABLE) << "a damaged project is not passed over for one above";
 }
 
-TEST_F(FolderProjectTest, TheStoresPlaceMustBeFreeOrLeftByATryThatWasInterrupted) {
+TEST_F(FolderProjectTest, TheStoresPlaceMustBeFree) {
   const std::string deep = "q/" + std::string(200, 'd') + "/" + std::string(200, 'd') + "/" + std::string(200, 'd');
   fs::create_directories(in(deep));
   put("q/1/.project", "somebody's");
@@ -69,13 +69,7 @@ TEST_F(FolderProjectTest, TheStoresPlaceMustBeFreeOrLeftByATryThatWasInterrupted
   EXPECT_EQ(init(deep), errors::PATH_TOO_LONG);
   EXPECT_EQ(tree("q"), before);
   EXPECT_EQ(read(in("q/1/.project")), "somebody's");
-  for (const char* wanted : {"", errors::ALREADY_A_PROJECT}) {
-    const std::string unfinished = ".project-share-12345678-1234-1234-1234-123456789abc";
-    put("q/4/" + unfinished + "/store.db", "half a store");
-    put("q/4/" + unfinished + ".lock", lockTextOf(in("q/4"), unfinished));
-    EXPECT_EQ(init("q/4"), wanted);
-    EXPECT_EQ(tree("q/4"), (Names{".project", ".project/store.db"}));
-  }
+  EXPECT_EQ(init("q/4"), "");
 }
 
 TEST_F(ListingTest, EntriesAreSortedByBytesLinksNotFollowedAndPipesSkipped) {
@@ -88,14 +82,6 @@ TEST_F(ListingTest, EntriesAreSortedByBytesLinksNotFollowedAndPipesSkipped) {
   EXPECT_EQ(listFolder(folder_).skipped, (Names{"a/pipe", "pipe"}));
   EXPECT_EQ(names(), (Names{"A", "a/", "a-b", "a.txt", "a/loop>.", "a/x", "empty/", "link>a", "z>nowhere/\xFF",
                             "\xFF\x80 not UTF-8\n"}));
-}
-
-TEST_F(ListingTest, TheFoldersOwnStoreIsNoEntryAndOneFurtherDownIs) {
-  for (const char* file : {".project/store.db", "b/.project/store.db", "a/c/.project/x", "file/.project"}) put(file);
-  fs::create_directory(in("link"));
-  fs::create_symlink("../b/.project", in("link/.project"));
-  EXPECT_EQ(names(), (Names{"a/", "a/c/", "a/c/.project/", "a/c/.project/x", "b/", "b/.project/", "b/.project/store.db",
-                            "file/", "file/.project", "link/", "link/.project>../b/.project"}));
 }
 
 }  // namespace folder_host

@@ -13,15 +13,6 @@ namespace {
 using project::management::CategoryIdentifier;
 using project::management::LabelIdentifier;
 
-class LabelStoreTest : public ::testing::Test {
- protected:
-  std::shared_ptr<Store> store_ = Store::inMemory();
-  LabelStore labels_{store_};
-  LabelRecord secret_ = labels_.create(u"Access", u"Secret");
-  LabelRecord open_ = labels_.create(u"Access", u"Open");
-  LabelRecord draft_ = labels_.create(u"State", u"Draft");
-};
-
 using project::metadata::MetadataNodeSpecification;
 using project::metadata::MetadataPath;
 using project::metadata::PathElement;
@@ -44,26 +35,17 @@ class MetadataStoreTest : public ::testing::Test {
 
 }  // namespace
 
-TEST_F(LabelStoreTest, ALabelIsRemovedFromItsOwnCategoryOnly) {
-  labels_.removeLabel(CategoryIdentifier(draft_.categoryUUID), LabelIdentifier(open_.uuid), true);
-  EXPECT_EQ(labels_.list().size(), 3U);
-}
-
-TEST_F(LabelStoreTest, ALabelIsRenamedKeptAndErasedByItsIdentity) {
-  labels_.attach(draft_.uuid, {"a"});
-  labels_.rename(draft_.uuid, u"Draft");
-  labels_.rename(draft_.uuid, u"Final");
-  labels_.setKept(draft_.uuid, true);
-  EXPECT_EQ(labels_.labelsOf("a")[0].getLabelIdentifier().isRemovable(), 0);
-  EXPECT_EQ(labels_.getLabels(CategoryIdentifier(secret_.categoryUUID))[0].isRemovable(), 1);
-  EXPECT_EQ(refusalOf([&] { labels_.rename(secret_.uuid, u"Open"); }), errors::LABEL_NAME_TAKEN);
-  EXPECT_EQ(refusalOf([&] { labels_.rename(u"absent", u"x"); }), errors::LABEL_NOT_FOUND);
-  EXPECT_EQ(refusalOf([&] { labels_.attach(u"absent", {}); }), errors::LABEL_NOT_FOUND);
-  EXPECT_EQ(labels_.list().back().name + (labels_.list().back().kept ? u", kept" : u""), u"Final, kept");
-  for (const auto& label : {draft_, open_}) labels_.erase(label.uuid);
-  EXPECT_EQ(labels_.list().size(), 1U);
-  EXPECT_EQ(labels_.getCategories().size(), 1U) << "a category goes with its last label";
-  EXPECT_EQ(store_->query("SELECT * FROM attachment").size(), 0U);
+TEST(LabelStoreTest, ALabelGoesFromItsOwnCategoryAloneAndTakesAnEmptyCategoryAndItsAttachmentsWithIt) {
+  const auto store = Store::inMemory();
+  LabelStore labels(store);
+  const LabelRecord open = labels.create(u"Access", u"Open"), draft = labels.create(u"State", u"Draft");
+  labels.attach(draft.uuid, {"a"});
+  labels.removeLabel(CategoryIdentifier(draft.categoryUUID), LabelIdentifier(open.uuid), true);
+  EXPECT_EQ(labels.list().size(), 2U);
+  EXPECT_EQ(refusalOf([&] { labels.attach(u"absent", {}); }), errors::LABEL_NOT_FOUND);
+  labels.erase(draft.uuid);
+  EXPECT_EQ(labels.getCategories().size(), 1U);
+  EXPECT_EQ(store->query("SELECT * FROM attachment").size(), 0U);
 }
 
 TEST_F(MetadataStoreTest, ARemovedNodeLeavesNoRow) {

@@ -97,16 +97,6 @@ TEST(Traces, FirstBytesTellStoresAndReceiptsAlone) {
     EXPECT_TRUE(firstBytesTell(receipt)) << receipt;
 }
 
-TEST(Traces, ARepositoryIsKnownByWhatItsObjectsLieBeside) {
-  const EntryTable table(
-      listingOf({"b/", "b/HEAD", "b/objects/", "b/objects/x", "b/refs/", "c/", "c/HEAD", "c/refs/"}));
-  Selection shared(table.size(), true);
-  shared[table.find("b/HEAD").value()] = false;
-  EXPECT_EQ(historiesAmong(table, shared), std::vector{table.find("b").value()});
-  shared[table.find("b/objects").value()] = false;
-  EXPECT_EQ(historiesAmong(table, shared), std::vector<std::size_t>());
-}
-
 TEST_F(TwinsTest, AreEqualToTheirLastByte) {
   const std::string block(4096, 'b');
   for (const char* name : {"held", "same"}) put(name, block + "end");

@@ -54,36 +54,6 @@ TEST(WorkingCopy, KnowsItsEntriesAndNoOthers) {
     EXPECT_EQ(files.getFileLabels(at(*copy, name)).size(), name == std::string("a/x") ? 1U : 0U) << name;
   }
   EXPECT_FALSE(files.isFolder(path(u"/p/\xDCC3\xDCA9", true))) << "another text of the same bytes";
-  files.removeFiles(at(*copy, Names{"a", "a/x"}));
-  EXPECT_FALSE(files.isFolder(at(*copy, "a")));
-}
-
-TEST(WorkingCopy, LabelsOfEntriesAreThoseOfTheMoment) {
-  const auto copy = copyOf({"a/", "a/x", "b"});
-  LabelStore& labels = copy->getLabelManager();
-  const LabelRecord one = labels.create(u"c", u"one");
-  const LabelRecord other = labels.create(u"c", u"other");
-  const auto seen = [&] {
-    std::string counts;
-    for (const Entry& entry : copy->listing().entries) counts += std::to_string(copy->labelsOf(entry).size());
-    return counts;
-  };
-  EXPECT_EQ(seen(), "000");
-  labels.attach(one.uuid, {"a/x", "absent"});
-  labels.attach(other.uuid, {"a/x", "b"});
-  EXPECT_EQ(seen(), "021");
-  EXPECT_EQ(copy->labelled(), (std::vector<bool>{false, true, true}));
-  EXPECT_EQ(copy->labelsOf(copy->listing().entries[1])[0].getUUID(), std::min(one.uuid, other.uuid));
-  const auto failing = [&](project::metadata::MetadataScopeGuard) {
-    labels.erase(one.uuid);
-    EXPECT_EQ(seen(), "011") << "not kept yet, but so";
-    throw std::out_of_range("on purpose");
-  };
-  EXPECT_THROW(failing(copy->getMetadataManager()->beginWriteScope()), std::out_of_range);
-  EXPECT_EQ(seen(), "021") << "rolled back";
-  copy->getFileManager().removeFiles(at(*copy, Names{"b"}));
-  labels.erase(other.uuid);
-  EXPECT_EQ(seen(), "010");
 }
 
 TEST(WorkingCopy, RemovalsTakeWhatLiesBelowAndNothingBeside) {
@@ -93,9 +63,7 @@ TEST(WorkingCopy, RemovalsTakeWhatLiesBelowAndNothingBeside) {
     Names removed, gone;
     const char* refusal;
   } rows[] = {
-      {"nothing", {}, {}, ""},
       {"a file", {"b"}, {"b"}, ""},
-      {"one file twice", {"b", "b"}, {"b"}, ""},
       {"what is not there", {"c", "a/c", ""}, {}, ""},
       {"a folder with all its files", {"a/y/z", "a", "a/x"}, {"a", "a/x", "a/y", "a/y/z"}, ""},
       {"a folder with folders alone below", {"a/y/z", "a/y"}, {"a/y", "a/y/z"}, ""},
@@ -117,16 +85,9 @@ TEST(WorkingCopy, LinksAndEmptiedFoldersGoByTheHostsRules) {
     const char* title;
     Names entries, removed, links, emptied;
   } rows[] = {
-      {"a link to a file", {"a", "l>a"}, {}, {}, {}},
-      {"a link to a file that goes", {"a", "l>a"}, {"a"}, {"l"}, {}},
       {"a link to nothing", {"l>a", "m>.project/store.db", "n>"}, {}, {"l", "m", "n"}, {}},
-      {"an absolute link", {"a", "l>/p/a"}, {}, {"l"}, {}},
-      {"a link out of the project and in again", {"a", "d/", "d/l>../../p/a"}, {}, {"d/l"}, {"d"}},
-      {"a link to the root", {"d/", "d/l>..", "m>."}, {}, {}, {}},
       {"links to a link that goes", {"a", "l>m", "m>n", "n>a"}, {"a"}, {"l", "m", "n"}, {}},
-      {"links in a circle", {"l>m", "m>l", "n>n"}, {}, {"l", "m", "n"}, {}},
       {"a link over a linked folder", {"d/", "d/x", "l>d", "m>l/x", "n>l/../d/x", "o>l/y"}, {}, {"o"}, {}},
-      {"a link over a link that leaves", {"a", "l>..", "m>l/p/a"}, {}, {"l", "m"}, {}},
       {"a link over a file", {"a", "l>a/.", "m>a/../a", "n>a/"}, {}, {"l", "m", "n"}, {}},
       {"a folder that is emptied", {"a-b", "a/", "a/b/", "a/b/x"}, {"a/b/x"}, {}, {"a", "a/b"}},
       {"a folder that was empty", {"a/", "b/", "b/e/", "b/x", "l>a"}, {"b/x"}, {}, {}},
@@ -141,8 +102,7 @@ TEST(WorkingCopy, LinksAndEmptiedFoldersGoByTheHostsRules) {
     EXPECT_EQ(removals.links, row.links);
     EXPECT_EQ(removals.emptied, row.emptied);
     Names gone = row.removed;
-    gone.insert(gone.end(), row.links.begin(), row.links.end());
-    gone.insert(gone.end(), row.emptied.begin(), row.emptied.end());
+    for (const Names& names : {row.links, row.emptied}) gone.insert(gone.end(), names.begin(), names.end());
     EXPECT_EQ(namesOf(copy->entries()), without(row.entries, gone));
   }
 }
@@ -162,26 +122,20 @@ TEST(Hazards, AreToldOfWhatIsLeft) {
   const std::string accented = "\xC3\xA9";     // one character
   const std::string decomposed = "E\xCC\x81";  // the letter and its accent, in upper case
   const struct {
-    Names entries;
-    Names removed;
-    Names expected;
+    Names entries, removed, expected;
   } rows[] = {
-      {{"a", "b/", "b/c", "l>a"}, {}, {}},
       {{"a/", "a/.project/", "a/.project/x", "b/", "b/.project>x"},
        {},
        {"nested-project a/.project", "nested-project b/.project"}},
       {{"a/", "a/.project/", "a/.project/x"}, {"a", "a/.project", "a/.project/x"}, {}},
-      {{"a/", "a/.project"}, {}, {}},
       {{"a/", "a/.Project/"}, {}, {"nested-project a/.Project"}},
       {{"Readme", "README", "readme.txt"}, {}, {"names-collide README"}},
-      {{"Readme", "README"}, {"README"}, {}},
       {{"A/", "A/x", "a/", "a/x", "a/X"}, {}, {"names-collide A", "names-collide a/X"}},
       {{accented, decomposed}, {}, {"names-collide " + decomposed}},
       {{"stra\303\237e", "STRASSE"}, {}, {"names-collide STRASSE"}},
       {{"\377a", "\377A"}, {}, {}},
       {{"\xFF/", "\xFF/a", "\xFF/A"}, {}, {"names-collide \xFF/A"}},
       {{".Project/"}, {}, {"names-collide .Project"}},
-      {{"a/", "a/.Project"}, {}, {}},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.entries.front());
