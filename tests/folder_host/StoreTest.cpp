@@ -134,7 +134,7 @@ TEST_F(StoreTest, AStoreWhoseRowsAreNotAsTheyAreWrittenIsRefused) {
   }
   for (const std::string path :
        {"", "/", "/p", "p/", "p//q", ".", "..", "../p", "p/..", "p/./q", ".project", ".project/p"}) {
-    runSql(file_, sound + "UPDATE attachment SET path = CAST('" + path + "' AS BLOB)");
+    runSql(file_, std::string(sound).append("UPDATE attachment SET path = CAST('").append(path).append("' AS BLOB)"));
     EXPECT_EQ(refusalOf([&] { open(); }), errors::STORE_UNREADABLE) << path;
   }
 }
