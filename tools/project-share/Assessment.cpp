@@ -78,21 +78,20 @@ std::vector<Hazard> gonePathHazards(const std::vector<GonePath>& gone, const std
   for (const GonePath& one : gone) {
     const auto& [path, labels] = one;
     const bool isBelow = folder != nullptr && path.compare(0, folder->path.size() + 1, folder->path + "/") == 0;
-    std::string told;
-    const LabelRecord* first = nullptr;
+    std::string told, commands;
     for (const std::u16string& uuid : labels) {
       const auto label = concerned.find(uuid);
       if (label == concerned.end()) continue;
       if (isBelow && std::binary_search(folder->labels.begin(), folder->labels.end(), uuid)) continue;
       told += (told.empty() ? "" : ", ") + nameInQuotes(*label->second);
-      if (first == nullptr) first = label->second;
+      commands += (commands.empty() ? "" : " && ") + mending.detach(*label->second, {path});
     }
-    if (first == nullptr) continue;
+    if (told.empty()) continue;
     if (!isBelow) folder = &one;
     hazards.push_back({refusals::LABEL_ON_GONE_PATH, path,
                        fmt::format("{} is gone but labelled {}; where it was renamed or moved, label what it is now; "
                                    "then: {}",
-                                   inQuotes(path), told, mending.detach(*first, {path}))});
+                                   inQuotes(path), told, commands)});
   }
   return hazards;
 }

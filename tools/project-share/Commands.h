@@ -24,6 +24,8 @@ void deleteLabel(const std::string& label);
 void keepLabel(const std::string& label, bool kept);
 // To folders with all that lies below them, or to the folders alone.
 void attachLabel(const std::string& label, const std::vector<std::string>& paths, bool folderOnly);
+// From what is named and carries it. A file that is named may also be shared from then on, with what it holds, where
+// that is what the label holds back elsewhere.
 void detachLabel(const std::string& label, const std::vector<std::string>& paths, bool folderOnly);
 // The paths on standard input, each ended by `end`.
 std::vector<std::string> readPaths(char end);
