@@ -25,7 +25,7 @@ const LabelKey I{u"c", u"i"}, K{u"c", u"k"}, J{u"e", u"j"}, P{u"p", u"p"};
 const ExportStrategyItem i{u"c", u"i"}, j{u"e", u"j"}, k{u"c", u"k"}, n{u"b", u"n"}, p{u"p", u"p"};
 
 const std::u16string longKind = u"a kind of some length", longName = u"a name of some length";
-const Items none, twiceJ{j, {}, j, i, {longKind, longName}}, jnk{j, n, k};
+const Items none, twiceJ{j, {}, j, i, {longKind, longName}}, jnk{j, n, k}, jp{j, p};
 const std::string noUuid = "ExportProfileUuidNotFound", noName = "ExportProfileNameNotFound",
                   isTaken = "ExportProfileAlreadyExists", idOfNoUuid = "ORCHID:project:sharing:" + noUuid;
 
@@ -193,6 +193,8 @@ const std::vector<Operation> all = {
      "+ExportProfile 5 a name of some length"},
     {"Manager::createProfile", [](W& w) { return w.manager->createProfile(u"x", u"2"), "renamed"; }, "renamed",
      "+ExportProfile 2 x; -ExportProfile 2 twin"},
+    {"Manager::createProfile", [](W& w) { return lineOf("same", *w.manager->createProfile(u"zeta", u"1")); },
+     "same" + filtersOfFirst},
     {"Manager::createProfile", [](W& w) { return w.manager->createProfile(u"twin", u"2"), "made"; }, isTaken},
     {"Manager::createProfile", [](W& w) { return w.manager->createProfile(u"fresh"), "made"; }, "made",
      "+ExportProfile ? fresh", isTaken},
@@ -236,6 +238,7 @@ const std::vector<Operation> all = {
     {"LabelFilter::apply", [](W& w) { return w.filter(3).apply(*w.project), "exclude"; }, "exclude", withoutI},
     {"LabelFilter::apply", [](W& w) { return w.filter(2).apply(*w.project), "include"; }, "include", withoutIAndJ},
     {"LabelFilter::apply", [](W& w) { return applyLabel(w, EXCLUDE_LABEL, jnk); }, "done", "-category e j"},
+    {"LabelFilter::apply", [](W& w) { return applyLabel(w, longKind, jp); }, "done", withoutI},
     {"Filter::apply", [](W& w) { return w.filter(0).apply(*w.project), "include files"; }, "include files",
      "-file /p/d/open"},
     {"Filter::apply", [](W& w) { return w.filter(1).apply(*w.project), "exclude files"; }, "exclude files",
