@@ -65,7 +65,7 @@ Hazard nothingShared() {
 }
 
 // Labels, of those that concern, on paths at which nothing is: what was renamed or moved has lost them. Of a folder
-// that is gone, with what was below it, the folder alone.
+// that is gone, with what was below it, the folder alone, unless there were other labels below.
 std::vector<Hazard> gonePathHazards(const std::vector<GonePath>& gone, const std::vector<LabelRecord>& all,
                                     const Mending& mending, const std::function<bool(const LabelRecord&)>& concerns) {
   if (gone.empty()) return {};
