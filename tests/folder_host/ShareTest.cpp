@@ -194,7 +194,7 @@ TEST_F(ShareTest, WhatAKilledShareLeftIsRemovedAndNothingElse) {
   fs::rename(in("out/" + ours), in("old"));
   EXPECT_TRUE(left(ours, other)) << "what has its name by now is somebody's own";
   for (const std::string text : {"mine", "Something", "Something is being put together in "}) {
-    EXPECT_TRUE(left(ours, text + (text.back() == ' ' ? ours + "\n" : ""))) << "the whole text tells";
+    EXPECT_TRUE(left(ours, std::string(text).append(text.back() == ' ' ? ours + "\n" : ""))) << "the whole text tells";
   }
   EXPECT_TRUE(left(".project-share-mine", ""));
   EXPECT_EQ(tree("p").size(), 6U) << "links are not followed";

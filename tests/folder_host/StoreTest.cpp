@@ -128,7 +128,7 @@ TEST_F(StoreTest, AStoreWhoseRowsAreNotAsTheyAreWrittenIsRefused) {
     for (const std::string& change : changes) {
       runSql(file_, sound);
       ASSERT_EQ(refusalOf([&] { open(); }), "");
-      runSql(file_, "UPDATE " + table + " SET " + change);
+      runSql(file_, std::string("UPDATE ").append(table).append(" SET ").append(change));
       EXPECT_EQ(refusalOf([&] { open(); }), errors::STORE_UNREADABLE) << table << ": " << change;
     }
   }
