@@ -57,6 +57,15 @@ TEST_F(FolderProjectTest, TheNearestProjectIsOpened) {
   EXPECT_EQ(opening("p/a/b"), errors::STORE_UNREADABLE) << "a damaged project is not passed over for one above";
 }
 
+TEST_F(FolderProjectTest, AStrangersIsOpenedWhereItIsTrusted) {
+  constexpr uid_t stranger = 65533;
+  ASSERT_EQ(init("p"), "");
+  if (::chown(in("p/.project").c_str(), stranger, 0) != 0) GTEST_SKIP() << "only root can give it to somebody";
+  EXPECT_EQ(refusalOf([&] { FolderProject::open(in("p")); }), errors::STORE_UNTRUSTED);
+  const auto trust = [&](const std::string& root, uid_t owner) { return root == in("p") && owner == stranger; };
+  EXPECT_EQ(refusalOf([&] { FolderProject::open(in("p"), trust); }), "");
+}
+
 TEST_F(FolderProjectTest, TheStoresPlaceMustBeFree) {
   const std::string deep = "q/" + std::string(200, 'd') + "/" + std::string(200, 'd') + "/" + std::string(200, 'd');
   fs::create_directories(in(deep));

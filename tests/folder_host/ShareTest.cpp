@@ -203,4 +203,9 @@ TEST_F(ShareTest, WhatAKilledShareLeftIsRemovedAndNothingElse) {
   EXPECT_FALSE(fs::exists(in("out/" + ours + ".lock"))) << "killed as it began";
 }
 
+TEST_F(ShareTest, AnEmptyFolderThatIsMadeMeanwhileIsNotReplaced) {
+  EXPECT_EQ(refusal([&](ProjectManager&) { fs::create_directory(in("out/copy")); }), errors::DESTINATION_EXISTS);
+  EXPECT_EQ(tree("out"), Names{"copy"});
+}
+
 }  // namespace folder_host

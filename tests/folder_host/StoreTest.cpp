@@ -107,6 +107,15 @@ TEST_F(StoreTest, AWriteIsAloneFromItsBeginningOn) {
   EXPECT_THROW(runSql(file_, "BEGIN IMMEDIATE"), SQLite::Exception);
 }
 
+TEST_F(StoreTest, AStoreOfAnotherMakeOrWithAStrangeJournalIsRefused) {
+  std::filesystem::create_symlink("nowhere", file_ + "-journal");
+  EXPECT_EQ(refusalOf([&] { open(); }), errors::STORE_UNREADABLE) << "a journal that is a link";
+  std::filesystem::remove(file_ + "-journal");
+  EXPECT_EQ(refusalOf([&] { open(); }), "");
+  runSql(file_, "CREATE TABLE another(x)");
+  EXPECT_EQ(refusalOf([&] { open(); }), errors::STORE_UNREADABLE) << "one more table";
+}
+
 TEST_F(StoreTest, AStoreWhoseRowsAreNotAsTheyAreWrittenIsRefused) {
   const std::string sound =
       "DELETE FROM category; DELETE FROM label; DELETE FROM attachment; DELETE FROM node; DELETE FROM node_value;"
