@@ -108,8 +108,9 @@ TEST_F(StoreTest, AWriteIsAloneFromItsBeginningOn) {
 }
 
 TEST_F(StoreTest, AStoreOfAnotherMakeOrWithAStrangeJournalIsRefused) {
-  std::filesystem::create_symlink("nowhere", file_ + "-journal");
-  EXPECT_EQ(refusalOf([&] { open(); }), errors::STORE_UNREADABLE) << "a journal that is a link";
+  write(in("somebody's"), std::string(1, '\0'));
+  std::filesystem::create_hard_link(in("somebody's"), file_ + "-journal");
+  EXPECT_EQ(refusalOf([&] { open(); }), errors::STORE_UNREADABLE) << "a journal that has another name";
   std::filesystem::remove(file_ + "-journal");
   EXPECT_EQ(refusalOf([&] { open(); }), "");
   runSql(file_, "CREATE TABLE another(x)");
