@@ -29,7 +29,15 @@ struct Host {
   // Adds one more label to the category of that name, and the category where there is none.
   std::function<Label(const std::u16string& category, bool isRemovable)> addLabel;
 
+  // The very entry, not what lies below it.
   std::function<void(const Path& entry, const Label& label)> attach;
+
+  // What the sharing machinery would be given of `project` as it is now: the same entries, below a root folder that may
+  // be its own, the same labels and the same metadata. What is removed from it stays in the project.
+  std::function<Project()> workingCopy;
+
+  // Set by a host whose write scopes undo what was written in them when an exception ends them.
+  bool undoesWriteScopes = false;
 };
 
 // Registers every clause as a test of the suite `name`; to be called before RUN_ALL_TESTS. Each test asks the factory

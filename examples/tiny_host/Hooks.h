@@ -7,7 +7,8 @@ namespace tiny_host {
 
 // What the suite for hosts needs to set up a tiny project.
 inline host_conformance::Host hostOf(const std::shared_ptr<TinyProject>& project) {
-  host_conformance::Host host{project, {}, {}, {}, {}, {}};
+  host_conformance::Host host;
+  host.project = project;
   host.openAgain = [project] {
     const auto again = std::make_shared<TinyProject>();
     again->metadata = project->metadata;

@@ -53,7 +53,8 @@ Host makeHost() {
   const auto attach = [host](const Path& entry, const Label& label) {
     host->project().labels().attach(label.getUUID(), {host->project().locate(toBytes(entry.text()))});
   };
-  return {host, openAgain, adding(false), adding(true), addLabel, attach};
+  const auto workingCopy = [host] { return std::shared_ptr<WorkingCopy>(host->project().workingCopy()); };
+  return {host, openAgain, adding(false), adding(true), addLabel, attach, workingCopy, true};
 }
 
 }  // namespace

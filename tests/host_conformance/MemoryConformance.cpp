@@ -161,7 +161,9 @@ struct FaultyProject final : MemoryProject {
 
 host_conformance::Host makeHost() {
   const auto project = std::make_shared<FaultyProject>();
-  if (is("no hooks")) return {project, {}, {}, {}, {}, {}};
+  host_conformance::Host bare;
+  bare.project = project;
+  if (is("no hooks")) return bare;
   host_conformance::Host host = hostOf(project);
   host.openAgain = [store = is("STORE_014: sessions share nothing") ? nullptr : project->metadata] {
     return store ? std::make_shared<FaultyProject>(store) : std::make_shared<FaultyProject>();
