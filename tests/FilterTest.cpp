@@ -124,6 +124,37 @@ TEST_F(MeddlingHost, FindsTheProfileApplyingTheFiltersThatItHadAtTheBeginning) {
   EXPECT_EQ(probe.calls().back(), "getCategories");
 }
 
+TEST_F(MeddlingHost, FindsTheProfileSavingTheFiltersThatItHadAtTheBeginning) {
+  const auto edited = createManager(stripped().getMetadataManager())->getProfileByUUID(u"");
+  for (const auto& kind : {EXCLUDE_LABEL, INCLUDE_LABEL, EXCLUDE_FILES_WITH_LABEL}) edited->addFilter(kind, {itemL});
+  probe.onCall = [&](const std::string& call) {
+    if (call.rfind("setNodes", 0) == 0) edited->removeFilter(edited->getFilters().front());
+  };
+  edited->save();
+  const auto saved = createManager(host.metadata)->getProfileByUUID(u"")->getFilters();
+  EXPECT_EQ(saved.size(), 3U);
+  for (const auto& filter : saved) EXPECT_EQ(filter->getItems().size(), 1U);
+}
+
+TEST_F(MeddlingHost, FindsProfilesSortedByTheNamesThatWereReadFirst) {
+  std::map<std::u16string, std::u16string> firstNames = {{u"", {}}};
+  for (char16_t uuid = u'A'; uuid < u'Z'; ++uuid) {
+    firstNames[{uuid}];
+    createManager(host.metadata)->createProfile({uuid}, {uuid});
+  }
+  char16_t latest = 0xFFFF;
+  probe.onCall = [&](const std::string& call) {
+    if (call.rfind("getNode", 0) != 0) return;
+    const std::u16string uuid(call.begin() + static_cast<std::ptrdiff_t>(call.rfind(':')) + 1, call.end());
+    if (firstNames.at(uuid).empty()) firstNames[uuid] = {latest};
+    samples::store(*host.metadata, {{u"Export", u"Root"}, {u"ExportProfile", uuid}}, u"Name", {latest--});
+  };
+  const auto listed = createManager(stripped().getMetadataManager())->getProfiles();
+  EXPECT_TRUE(std::is_sorted(listed.begin(), listed.end(), [&](const auto& a, const auto& b) {
+    return firstNames.at(a->getUUID()) < firstNames.at(b->getUUID());
+  }));
+}
+
 TEST_F(MeddlingHost, FindsTheTransformationGoingOnWithTheProjectThatItFound) {
   const std::weak_ptr<project::management::ProjectManager> found = data.projectManagers.at(data.projectPath);
   probe.onCall = [&](const std::string&) {

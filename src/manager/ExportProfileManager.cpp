@@ -1,6 +1,7 @@
 #include "project/sharing/profiles/ExportProfileManager.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "errors/Raise.h"
@@ -26,8 +27,6 @@ class ExportProfileManagerBase final : public ExportProfileManager {
  public:
   explicit ExportProfileManagerBase(std::shared_ptr<MetadataManager> manager) : metadataManager(std::move(manager)) {}
 
-  using ExportProfileManager::createProfile;
-
   Profiles getProfiles() override;
   std::shared_ptr<ExportProfile> getProfileByName(const std::u16string& name) override;
   std::shared_ptr<ExportProfile> getProfileByUUID(const std::u16string& uuid) override;
@@ -42,10 +41,34 @@ class ExportProfileManagerBase final : public ExportProfileManager {
   std::shared_ptr<MetadataManager> metadataManager;
 };
 
-bool comesBefore(const std::shared_ptr<ExportProfile>& a, const std::shared_ptr<ExportProfile>& b) {
-  const std::u16string nameOfA = a->getName();
-  const int order = nameOfA.compare(b->getName());
-  return order != 0 ? order < 0 : a->getUUID() < b->getUUID();
+struct Listed {
+  std::shared_ptr<ExportProfile> profile;
+  std::optional<std::u16string> name;
+};
+
+// Reads the name, as it is read at each comparison; gives the one that was read first. The order of a listing is one
+// order then, also when names change meanwhile: sorting by another leaves its range.
+const std::u16string& nameOf(Listed& listed) {
+  std::u16string name = listed.profile->getName();
+  if (!listed.name) listed.name = std::move(name);
+  return *listed.name;
+}
+
+bool comesBefore(Listed* a, Listed* b) {
+  const std::u16string& nameOfA = nameOf(*a);
+  const int order = nameOfA.compare(nameOf(*b));
+  return order != 0 ? order < 0 : a->profile->getUUID() < b->profile->getUUID();
+}
+
+Profiles sorted(const Profiles& profiles) {
+  std::vector<Listed> listed;
+  for (const std::shared_ptr<ExportProfile>& profile : profiles) listed.push_back({profile, {}});
+  std::vector<Listed*> order;
+  for (Listed& one : listed) order.push_back(&one);
+  std::sort(order.begin(), order.end(), comesBefore);
+  Profiles result;
+  for (const Listed* one : order) result.push_back(one->profile);
+  return result;
 }
 
 Profiles ExportProfileManagerBase::getProfiles() {
@@ -56,8 +79,7 @@ Profiles ExportProfileManagerBase::getProfiles() {
   for (const MetadataPath& child : metadataManager->getChildPaths(root)) {
     if (child.getLeaf().getType() == PROFILE_TYPE) profiles.push_back(profileOf(child.getLeaf().getLocation()));
   }
-  std::sort(profiles.begin(), profiles.end(), comesBefore);
-  return profiles;
+  return sorted(profiles);
 }
 
 std::shared_ptr<ExportProfile> ExportProfileManagerBase::getProfileByName(const std::u16string& name) {

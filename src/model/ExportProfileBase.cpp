@@ -88,8 +88,11 @@ void ExportProfileBase::apply(project::management::ProjectManager& projectManage
 
 void ExportProfileBase::save() {
   const MetadataScopeGuard scope = metadataManager->beginWriteScope();
+  // A copy, as the host may call back and edit this profile; made before the stored filters are removed, as it can
+  // fail.
+  const std::vector<std::shared_ptr<ExportFilter>> saved = filters;
   metadataManager->removeNodes(metadataManager->getChildPaths(profilePath(uuid)));
-  for (const std::shared_ptr<ExportFilter>& filter : filters) saveFilter(*filter);
+  for (const std::shared_ptr<ExportFilter>& filter : saved) saveFilter(*filter);
 }
 
 void ExportProfileBase::saveFilter(const ExportFilter& filter) {
