@@ -107,16 +107,13 @@ void Floor::callForFiles() {
 
 void Floor::callForLabels() {
   LabelManager& manager = project_.getLabelManager();
-  const std::vector<CategoryIdentifier> categories = manager.getCategories();
-  std::vector<std::vector<LabelIdentifier>> labels;
-  labels.reserve(categories.size());
-  for (const CategoryIdentifier& category : categories) labels.push_back(manager.getLabels(category));
-  for (std::size_t i = 0; i < categories.size(); ++i) {
-    for (const LabelIdentifier& label : labels[i]) {
-      seen_ = categories[i].toString().back();
-      seen_ = label.getUUID().back();
-      seen_ = static_cast<std::size_t>(label.isRemovable());
-    }
+  std::vector<Label> labels;
+  for (const CategoryIdentifier& category : manager.getCategories()) {
+    for (LabelIdentifier& label : manager.getLabels(category)) labels.emplace_back(category, std::move(label));
+  }
+  for (const Label& label : labels) {
+    look(label);
+    seen_ = static_cast<std::size_t>(label.getLabelIdentifier().isRemovable());
   }
   for (const Label& label : labels_) {
     manager.removeLabel(label.getCategory(), label.getLabelIdentifier(), false);

@@ -21,12 +21,12 @@ struct Selected {
 };
 
 std::vector<path> notNeeded(std::vector<Selected> selected, NeededFolders& needed) {
-  std::vector<path> going;
-  going.reserve(selected.size());
+  std::vector<path> removed;
+  removed.reserve(selected.size());
   for (Selected& one : selected) {
-    if (!needed.forget(one.entry, one.mark)) going.push_back(std::move(one.entry));
+    if (!needed.spare(one.entry, one.mark)) removed.push_back(std::move(one.entry));
   }
-  return going;
+  return removed;
 }
 
 }  // namespace
@@ -35,10 +35,11 @@ FileLabelFilter::FileLabelFilter(std::u16string filterType) : ExportFilterBase(s
 
 FileLabelFilter::~FileLabelFilter() = default;
 
-bool FileLabelFilter::goes(const std::vector<FileLabel>& labels, const ItemLookup& listed, bool listedGo) const {
+bool FileLabelFilter::selects(const std::vector<FileLabel>& labels, const ItemLookup& listed,
+                              bool selectsListed) const {
   if ((labels.empty() || listed.empty()) && getType() == INCLUDE_FILES_WITH_LABEL) return true;
   return std::any_of(labels.begin(), labels.end(),
-                     [&](const FileLabel& label) { return listed.contains(label) == listedGo; });
+                     [&](const FileLabel& label) { return listed.contains(label) == selectsListed; });
 }
 
 void FileLabelFilter::apply(project::management::ProjectManager& projectManager) {
@@ -47,12 +48,12 @@ void FileLabelFilter::apply(project::management::ProjectManager& projectManager)
   FileManager& manager = projectManager.getFileManager();
   std::vector<path> entries = manager.getFiles();
   NeededFolders needed(manager.getRootFolder().text(), hash);
-  const bool listedGo = getType() == EXCLUDE_FILES_WITH_LABEL;
+  const bool selectsListed = getType() == EXCLUDE_FILES_WITH_LABEL;
 
   std::vector<Selected> selected;
   selected.reserve(entries.size());
   for (path& entry : entries) {
-    if (goes(manager.getFileLabels(entry), listed, listedGo)) {
+    if (selects(manager.getFileLabels(entry), listed, selectsListed)) {
       const NeededFolders::Mark mark = needed.markOf(entry);
       selected.push_back({std::move(entry), mark});
     } else if (!manager.isFolder(entry)) {

@@ -5,26 +5,22 @@
 namespace project::sharing::profiles {
 
 ItemLookup::ItemLookup(const std::vector<ExportStrategyItem>& items, const KeyedHash& hash)
-    : categories_(hash), labels_(hash, items.size()) {
+    : categories(hash), labels(hash, items.size()) {
   for (const ExportStrategyItem& item : items) {
-    const std::size_t category = categories_.insert(item.category).entry.number;
-    const TextSet::Entry label = labels_.insert(item.labelUUID, category).entry;
-    if (label.note != category) further_.emplace_back(label.number, category);
+    const std::size_t category = categories.insert(item.category).entry.number;
+    const TextSet::Entry label = labels.insert(item.labelUUID, category).entry;
+    if (label.note != category) further.emplace_back(label.number, category);
   }
-  std::sort(further_.begin(), further_.end());
+  std::sort(further.begin(), further.end());
 }
 
 bool ItemLookup::contains(const project::management::Label& label) const {
-  return contains(label.getCategory(), label.getUUID());
-}
-
-bool ItemLookup::contains(const project::management::CategoryIdentifier& category,
-                          const std::u16string& labelUUID) const {
-  const std::u16string text = category.toString();
-  const TextSet::Entry label = labels_.find(labelUUID);
-  if (label.number == TextSet::NONE) return false;
-  if (categories_.isAt(label.note, text)) return true;
-  return std::binary_search(further_.begin(), further_.end(), std::pair(label.number, categories_.find(text).number));
+  // The calls are qualified: a host may derive what hangs on an entry from Label and override them.
+  const std::u16string category = label.Label::getCategory().toString();
+  const TextSet::Entry found = labels.find(label.Label::getUUID());
+  if (found.number == TextSet::NONE) return false;
+  if (categories.isAt(found.note, category)) return true;
+  return std::binary_search(further.begin(), further.end(), std::pair(found.number, categories.find(category).number));
 }
 
 }  // namespace project::sharing::profiles

@@ -18,14 +18,14 @@ class ItemLookup {
  public:
   ItemLookup(const std::vector<ExportStrategyItem>& items, const KeyedHash& hash);
 
-  bool empty() const { return labels_.empty(); }
+  bool empty() const { return labels.empty(); }
+  // What the label is beyond a `Label` is not asked.
   bool contains(const project::management::Label& label) const;
-  bool contains(const project::management::CategoryIdentifier& category, const std::u16string& labelUUID) const;
 
  private:
-  TextSet categories_;
-  TextSet labels_;                                            // with the number of the first category of each
-  std::vector<std::pair<std::size_t, std::size_t>> further_;  // categories, by the numbers of label and category
+  TextSet categories;
+  TextSet labels;                                            // with the number of the first category of each
+  std::vector<std::pair<std::size_t, std::size_t>> further;  // categories, by the numbers of label and category
 };
 
 }  // namespace project::sharing::profiles

@@ -15,42 +15,42 @@ constexpr std::size_t OF_A_WORD = sizeof(std::uint64_t) / sizeof(char16_t);
 class Sip {
  public:
   explicit Sip(const KeyedHash::Key& key)
-      : v0_(key.first ^ 0x736F6D6570736575U),
-        v1_(key.second ^ 0x646F72616E646F6DU),
-        v2_(key.first ^ 0x6C7967656E657261U),
-        v3_(key.second ^ 0x7465646279746573U) {}
+      : v0(key.first ^ 0x736F6D6570736575U),
+        v1(key.second ^ 0x646F72616E646F6DU),
+        v2(key.first ^ 0x6C7967656E657261U),
+        v3(key.second ^ 0x7465646279746573U) {}
 
   void add(std::uint64_t word) {
-    v3_ ^= word;
+    v3 ^= word;
     round();
-    v0_ ^= word;
+    v0 ^= word;
   }
 
   std::uint64_t end() {
-    v2_ ^= 0xFFU;
+    v2 ^= 0xFFU;
     for (int i = 0; i < 3; ++i) round();
-    return v0_ ^ v1_ ^ v2_ ^ v3_;
+    return v0 ^ v1 ^ v2 ^ v3;
   }
 
  private:
   static std::uint64_t turned(std::uint64_t word, unsigned bits) { return word << bits | word >> (64U - bits); }
 
   void round() {
-    v0_ += v1_;
-    v2_ += v3_;
-    v1_ = turned(v1_, 13) ^ v0_;
-    v3_ = turned(v3_, 16) ^ v2_;
-    v0_ = turned(v0_, 32) + v3_;
-    v2_ += v1_;
-    v3_ = turned(v3_, 21) ^ v0_;
-    v1_ = turned(v1_, 17) ^ v2_;
-    v2_ = turned(v2_, 32);
+    v0 += v1;
+    v2 += v3;
+    v1 = turned(v1, 13) ^ v0;
+    v3 = turned(v3, 16) ^ v2;
+    v0 = turned(v0, 32) + v3;
+    v2 += v1;
+    v3 = turned(v3, 21) ^ v0;
+    v1 = turned(v1, 17) ^ v2;
+    v2 = turned(v2, 32);
   }
 
-  std::uint64_t v0_;
-  std::uint64_t v1_;
-  std::uint64_t v2_;
-  std::uint64_t v3_;
+  std::uint64_t v0;
+  std::uint64_t v1;
+  std::uint64_t v2;
+  std::uint64_t v3;
 };
 
 // As many as the system gives.
@@ -67,17 +67,17 @@ KeyedHash::Key randomNumbers() {
 
 }  // namespace
 
-KeyedHash::KeyedHash() : key_{} {
+KeyedHash::KeyedHash() : key{} {
   const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
   const auto today = std::chrono::system_clock::now().time_since_epoch().count();
-  key_ = {static_cast<std::uint64_t>(now) ^ reinterpret_cast<std::uintptr_t>(&randomNumbers),
-          static_cast<std::uint64_t>(today) ^ reinterpret_cast<std::uintptr_t>(this)};
+  key = {static_cast<std::uint64_t>(now) ^ reinterpret_cast<std::uintptr_t>(&randomNumbers),
+         static_cast<std::uint64_t>(today) ^ reinterpret_cast<std::uintptr_t>(this)};
   const Key random = randomNumbers();
-  key_ = {random.first ^ (*this)(u"first"), random.second ^ (*this)(u"second")};
+  key = {random.first ^ (*this)(u"first"), random.second ^ (*this)(u"second")};
 }
 
 std::size_t KeyedHash::operator()(std::u16string_view text) const {
-  Sip sip(key_);
+  Sip sip(key);
   std::uint64_t last = text.size() * sizeof(char16_t) << 56U;
   for (; text.size() >= OF_A_WORD; text.remove_prefix(OF_A_WORD)) {
     std::uint64_t word = 0;

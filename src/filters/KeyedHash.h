@@ -18,12 +18,12 @@ class KeyedHash {
   // With a key of its own: of the system's random numbers and, as those may be bad or not to be had, of times and
   // addresses. Throws nothing.
   KeyedHash();
-  explicit KeyedHash(const Key& key) : key_(key) {}
+  explicit KeyedHash(const Key& given) : key(given) {}
 
   std::size_t operator()(std::u16string_view text) const;
 
  private:
-  Key key_;
+  Key key;
 };
 
 }  // namespace project::sharing::profiles

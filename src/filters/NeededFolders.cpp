@@ -15,22 +15,21 @@ std::u16string parentOf(const std::u16string& text) {
 
 }  // namespace
 
-NeededFolders::NeededFolders(std::u16string root, const KeyedHash& hash) : root_(std::move(root)), folders_(hash) {}
+NeededFolders::NeededFolders(std::u16string rootText, const KeyedHash& hash)
+    : root(std::move(rootText)), folders(hash) {}
 
 void NeededFolders::needAncestorsOf(const fl::filesystem::path& entry) {
   std::u16string folder = parentOf(entry.text());
   if (isLatest(folder)) return;
-  latest_ = folder;
-  while (!folder.empty() && folder != root_ && folders_.insert(folder).isNew) folder = parentOf(folder);
+  latest = folder;
+  while (!folder.empty() && folder != root && folders.insert(folder).isNew) folder = parentOf(folder);
 }
 
 bool NeededFolders::isLatest(TextSet::Text folder) const {
-  return folder.size() == latest_.size() &&
-         std::memcmp(folder.data(), latest_.data(), sizeof(char16_t) * folder.size()) == 0;
+  return folder.size() == latest.size() &&
+         std::memcmp(folder.data(), latest.data(), sizeof(char16_t) * folder.size()) == 0;
 }
 
-bool NeededFolders::forget(const fl::filesystem::path& folder, Mark mark) {
-  return folders_.erase(folder.text(), mark);
-}
+bool NeededFolders::spare(const fl::filesystem::path& folder, Mark mark) { return folders.erase(folder.text(), mark); }
 
 }  // namespace project::sharing::profiles

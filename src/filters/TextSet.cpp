@@ -16,62 +16,64 @@ std::size_t slotsFor(std::size_t texts) {
 
 }  // namespace
 
-TextSet::TextSet(const KeyedHash& hash, std::size_t texts) : hash_(hash), slots_(slotsFor(texts)) {}
+TextSet::TextSet(const KeyedHash& hash, std::size_t expected) : hasher(hash), slots(slotsFor(expected)) {}
 
 TextSet::Inserted TextSet::insert(Text text, std::size_t note) {
   const std::size_t hash = hashOf(text);
-  Slot& slot = slots_[search(text, hash)];
+  Slot& slot = slots[search(text, hash)];
   if (slot.entry.number != NONE) return {slot.entry, false};
   const Entry entry{append(text), note};
   slot = {hash, entry};
-  if (2 * ++used_ >= slots_.size()) grow();
+  ++texts;
+  if (2 * ++used >= slots.size()) grow();
   return {entry, true};
 }
 
-TextSet::Entry TextSet::find(Text text) const { return slots_[search(text, hashOf(text))].entry; }
+TextSet::Entry TextSet::find(Text text) const { return slots[search(text, hashOf(text))].entry; }
 
 bool TextSet::isAt(std::size_t number, Text text) const {
   std::size_t size = 0;
-  std::memcpy(&size, &texts_[number], sizeof(size));
+  std::memcpy(&size, &block[number], sizeof(size));
   return size == text.size() &&
-         std::memcmp(&texts_[number + OF_A_SIZE], text.data(), text.size() * sizeof(char16_t)) == 0;
+         std::memcmp(&block[number + OF_A_SIZE], text.data(), text.size() * sizeof(char16_t)) == 0;
 }
 
 bool TextSet::erase(Text text, std::size_t hash) {
-  const std::size_t number = slots_[search(text, hash)].entry.number;
+  const std::size_t number = slots[search(text, hash)].entry.number;
   if (number == NONE) return false;
-  std::memcpy(&texts_[number], &NONE, sizeof(NONE));
+  std::memcpy(&block[number], &NONE, sizeof(NONE));
+  --texts;
   return true;
 }
 
 std::size_t TextSet::search(Text text, std::size_t hash) const {
-  const std::size_t last = slots_.size() - 1;
+  const std::size_t last = slots.size() - 1;
   std::size_t at = hash & last;
   const auto isElsewhere = [&](const Slot& slot) {
     return slot.entry.number != NONE && (slot.hash != hash || !isAt(slot.entry.number, text));
   };
-  while (isElsewhere(slots_[at])) at = (at + 1) & last;
+  while (isElsewhere(slots[at])) at = (at + 1) & last;
   return at;
 }
 
 std::size_t TextSet::append(Text text) {
-  const std::size_t number = texts_.size();
+  const std::size_t number = block.size();
   const std::size_t size = text.size();
-  texts_.resize(number + OF_A_SIZE);
-  std::memcpy(&texts_[number], &size, sizeof(size));
-  texts_ += text;
+  block.resize(number + OF_A_SIZE);
+  std::memcpy(&block[number], &size, sizeof(size));
+  block += text;
   return number;
 }
 
 void TextSet::grow() {
-  std::vector<Slot> slots(2 * slots_.size());
-  slots.swap(slots_);
-  const std::size_t last = slots_.size() - 1;
-  for (const Slot& slot : slots) {
+  std::vector<Slot> full(2 * slots.size());
+  full.swap(slots);
+  const std::size_t last = slots.size() - 1;
+  for (const Slot& slot : full) {
     if (slot.entry.number == NONE) continue;
     std::size_t at = slot.hash & last;
-    while (slots_[at].entry.number != NONE) at = (at + 1) & last;
-    slots_[at] = slot;
+    while (slots[at].entry.number != NONE) at = (at + 1) & last;
+    slots[at] = slot;
   }
 }
 

@@ -24,11 +24,11 @@ class TextSet {
   };
 
   // Made for that many, and grows beyond.
-  explicit TextSet(const KeyedHash& hash, std::size_t texts = 0);
+  explicit TextSet(const KeyedHash& hash, std::size_t expected = 0);
 
-  std::size_t hashOf(Text text) const { return hash_(text); }
+  std::size_t hashOf(Text text) const { return hasher(text); }
 
-  bool empty() const { return used_ == 0; }
+  bool empty() const { return texts == 0; }
 
   // One that is there keeps its note.
   struct Inserted {
@@ -55,10 +55,11 @@ class TextSet {
   std::size_t append(Text text);
   void grow();
 
-  KeyedHash hash_;
-  std::u16string texts_;     // before each one its size, NONE if erased
-  std::vector<Slot> slots_;  // a power of two, at least half of them free
-  std::size_t used_ = 0;
+  KeyedHash hasher;
+  std::u16string block;     // before each one its size, NONE if erased
+  std::vector<Slot> slots;  // a power of two, at least half of them free
+  std::size_t used = 0;     // slots that are not free
+  std::size_t texts = 0;
 };
 
 }  // namespace project::sharing::profiles
