@@ -2,6 +2,7 @@
 
 #include "project/sharing/profiles/ExportProfileErrors.h"
 #include "project/sharing/profiles/ExportProfileTransformation.h"
+#include "project/sharing/profiles/HostLayout.h"
 #include "project/sharing/profiles/LabelFilter.h"
 
 namespace operations {
@@ -277,6 +278,20 @@ const std::vector<Operation> all = {
     {"operator==", [](W&) { return i == ExportStrategyItem(i) && !(i == j) ? "right" : "wrong"; }, "right"},
     {"operator<", [](W&) { return i < j && !(j < i) && !(i < ExportStrategyItem(i)) ? "right" : "wrong"; }, "right"},
 
+    {"hostLayoutDifferences",
+     [](W&) {
+       HostLayout layout = hostLayout();
+       layout.at(1).value += 1, layout.push_back({"unknown", 1});
+       const auto differences = hostLayoutDifferences(layout);
+       return differences.size() == 1 && differences[0].rfind(layout[1].name, 0) == 0 ? "right" : "wrong";
+     },
+     "right"},
+    {"ErrorRecord::ErrorRecord",
+     [](W&) {
+       const ErrorRecord record("key", longName);
+       return narrow(std::get<std::u16string>(ErrorRecord(record).arguments.at(0)));
+     },
+     narrow(longName)},
     {"ProfileUuidNotFound::ProfileUuidNotFound", [](W&) { return argumentOf(ExportProfileUuidNotFound(longName)); },
      narrow(longName)},
     {"ProfileNameNotFound::ProfileNameNotFound", [](W&) { return argumentOf(ExportProfileNameNotFound(longName)); },

@@ -1,6 +1,8 @@
 #include "project/sharing/profiles/ExportProfileErrors.h"
 
 #include <exception>
+#include <utility>
+#include <variant>
 
 #include "errors/Raise.h"
 
@@ -8,6 +10,14 @@ using namespace ORCHID::project::sharing;
 using ::project::exception::ProjectException;
 
 namespace ORCHID::project::sharing {
+
+// The texts are copied by themselves: libstdc++ 12 destroys what is not there when the copy of a std::variant of
+// strings fails.
+ErrorRecord::ErrorRecord(const ErrorRecord& other) : BaseMsgID{{}, other.component, other.key} {
+  for (const auto& argument : other.arguments) {
+    std::visit([this](auto value) { arguments.emplace_back(std::move(value)); }, argument);
+  }
+}
 
 ExportProfilesStartupFailure::ExportProfilesStartupFailure() : ErrorRecord("ExportProfilesStartupFailure") {}
 

@@ -26,8 +26,9 @@ class PROJECT_SHARING_PROFILES_EXPORT ExportFilter {
 
   virtual std::u16string getType() const = 0;
 
-  // Any text is taken, one that is no kind included. The items stay. The object goes on as the filter it was made as;
-  // a stored profile makes of the type what ExportProfile::addFilter would.
+  // Any text is taken, one that is no kind included. The items are as they were. The object remains a label filter or a
+  // file filter, as it was made (ExportStrategyItem.h says what it then does); once the profile is saved and read
+  // again, the filter is what ExportProfile::addFilter makes of the type, if anything.
   virtual void setType(const std::u16string& type) = 0;
 
   // A copy: sorted, no item twice.

@@ -15,10 +15,11 @@ namespace project::sharing::profiles {
 
 class ExportFilter;
 
-// A stored rule that says what is stripped from a copy of a project. The name may change and repeat; the UUID never
-// does. The filters are read from the metadata when the object is made, changed in memory, and written by save; the
-// name is read and written in the metadata on every call. Two objects of one profile do not see each other's unsaved
-// filters: the later save wins wholly. A profile outlives its manager. Used by one thread at a time.
+// A stored rule that says what is stripped from a copy of a project. The name may change and repeat; the UUID does not.
+// The filters are read from the metadata when the object is made, changed in memory, and written by save; the name is
+// read and written in the metadata on every call. Two objects of one profile do not see each other's unsaved filters:
+// the later save wins wholly. A profile outlives its manager. It is used by one thread at a time; what the host does in
+// a call may edit it, and the call goes on with the filters that it began with.
 // What the host throws passes through every operation as it is, and nothing is undone but by the host's scopes.
 class PROJECT_SHARING_PROFILES_EXPORT ExportProfile {
  public:
@@ -34,18 +35,21 @@ class PROJECT_SHARING_PROFILES_EXPORT ExportProfile {
   virtual std::shared_ptr<ExportFilter> addFilter(const std::u16string& type,
                                                   const std::vector<ExportStrategyItem>& items) = 0;
 
-  // Takes out this very object. Mind: a filter that is not in the list takes the last one away instead; on an empty
-  // list nothing happens. In memory only.
+  // Takes out this very object. Mind: for one that is not in the list, an empty pointer included, the last filter of
+  // the list is taken out instead. So removeFilter(addFilter(u"typo", {})) destroys another rule. On an empty list
+  // nothing happens. In memory only.
   virtual void removeFilter(const std::shared_ptr<ExportFilter>& filter) = 0;
 
   // Applies each filter in order, up to the first that throws.
   virtual void apply(project::management::ProjectManager& projectManager) = 0;
 
   // Replaces the stored filters by those of this object, in one write scope. The type of a filter and the label UUID of
-  // an item are their places in the store: of filters of one type the items are stored together, of items of one UUID
-  // the last one stays, and a filter whose type is no kind is not found again. File filters are read back in the
-  // reverse of the order in which the host lists them. Never of a deleted profile: it would come back without a name,
-  // and every listing would fail on it.
+  // an item are their places in the store: the items of filters of one type are stored together, of items of one UUID
+  // the last one is stored, and a filter whose type is no kind is not found again. File filters are read back in the
+  // reverse of the order in which the host lists them.
+  // Not to be called for a deleted profile. If it has filters, the profile comes back without a name: where the host
+  // throws for a value that is not there (MetadataNode::getValue), listings that read the name then fail, until
+  // deleteProfile is called with an object of this profile. Without filters nothing comes back.
   virtual void save() = 0;
 
   // std::out_of_range where the profile has been deleted.

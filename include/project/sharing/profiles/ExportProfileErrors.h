@@ -2,7 +2,6 @@
 
 #include <string>
 #include <utility>
-#include <variant>
 
 #include "foundation/core/except/Exception.h"
 #include "project/exception/ProjectException.h"
@@ -10,24 +9,20 @@
 #include "resource_core/BaseMsgID.h"
 
 // The library's errors. Each is thrown as foundation::core::except::Exception<X, project::exception::ProjectException>
-// with one of these records as X, and carries the exception being handled (std::nested_exception) when there is one.
+// with one of these records as X, and carries the exception being handled (std::nested_exception) when there is one;
+// what clone() and rethrow() copy carries none.
 // A record's `component` is always "ORCHID:project:sharing", its `key` the type's own name.
 namespace ORCHID::project::sharing {
 
 inline constexpr const char* EXPORT_PROFILE_ERROR_COMPONENT = "ORCHID:project:sharing";
 
-// What the records have in common. A copy that runs out of memory throws and leaves nothing: the texts are copied by
-// themselves, since libstdc++ 12 destroys what is not there when the copy of a std::variant of strings fails.
+// What the records have in common. A copy or an assignment that runs out of memory throws and changes nothing.
 struct PROJECT_SHARING_PROFILES_EXPORT ErrorRecord : resource_core::BaseMsgID {
   explicit ErrorRecord(const char* name) : BaseMsgID{{}, EXPORT_PROFILE_ERROR_COMPONENT, name} {}
   ErrorRecord(const char* name, std::u16string argument) : ErrorRecord(name) {
     arguments.emplace_back(std::move(argument));
   }
-  ErrorRecord(const ErrorRecord& other) : BaseMsgID{{}, other.component, other.key} {
-    for (const auto& argument : other.arguments) {
-      std::visit([this](auto value) { arguments.emplace_back(std::move(value)); }, argument);
-    }
-  }
+  ErrorRecord(const ErrorRecord& other);
   ErrorRecord(ErrorRecord&&) = default;
   ErrorRecord& operator=(ErrorRecord other) noexcept {
     BaseMsgID::operator=(static_cast<BaseMsgID&&>(other));

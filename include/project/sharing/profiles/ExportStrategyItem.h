@@ -21,15 +21,41 @@ PROJECT_SHARING_PROFILES_EXPORT bool operator==(const ExportStrategyItem& a, con
 // By category, then by label UUID, each in code-unit order (a prefix first; no case folding, no locale).
 PROJECT_SHARING_PROFILES_EXPORT bool operator<(const ExportStrategyItem& a, const ExportStrategyItem& b);
 
-// The kinds of filter. Their texts are part of the stored format. They are made when the library is loaded.
+// The kinds of filter. Their texts are part of the stored format. The constants are made when the library is loaded, in
+// the order below; nothing that runs before that may use them.
+//
+// A label filter decides on each label of the project:
+//
+//                                            EXCLUDE_LABEL   INCLUDE_LABEL
+//   an item names the label                  removed         shared
+//   no item names it                         shared          removed
+//   the filter has no items                  shared          shared
+//   the label may not be removed             shared          shared         (LabelIdentifier::isRemovable() is 0)
+//
+// A file filter decides on each entry, file or folder, by the labels that the host gives for this very entry:
+//
+//                                            EXCLUDE_FILES_WITH_LABEL   INCLUDE_FILES_WITH_LABEL
+//   the entry has no label                   shared                     removed
+//   items name all of its labels             removed                    shared
+//   items name some of them                  removed                    removed
+//   items name none of them                  shared                     removed
+//   the filter has no items                  shared                     removed
+//   a folder above a file that is shared     shared                     shared         (whatever the lines above say)
+//
+// So an include list without items removes no label, but every entry. A folder is not spared for the sake of a folder
+// in it, only of a file.
+//
+// ExportFilter::setType can give a filter a text that is no kind of its own sort. A label filter then works as
+// INCLUDE_LABEL does. A file filter then removes the entries that have a label that no item names, and shares those
+// without a label.
 
-// Labels that the items name go: "Label".
+// "Label"
 PROJECT_SHARING_PROFILES_EXPORT extern const std::u16string EXCLUDE_LABEL;
-// Entries that carry a label that the items name go: "FileLabel".
+// "FileLabel"
 PROJECT_SHARING_PROFILES_EXPORT extern const std::u16string EXCLUDE_FILES_WITH_LABEL;
-// Labels that no item names go: "IncludeLabels".
+// "IncludeLabels"
 PROJECT_SHARING_PROFILES_EXPORT extern const std::u16string INCLUDE_LABEL;
-// Entries without a label, or with one that no item names, go: "IncludeFilesWithLabel".
+// "IncludeFilesWithLabel"
 PROJECT_SHARING_PROFILES_EXPORT extern const std::u16string INCLUDE_FILES_WITH_LABEL;
 
 }  // namespace project::sharing::profiles

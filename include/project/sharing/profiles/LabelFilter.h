@@ -6,9 +6,8 @@
 
 namespace project::sharing::profiles {
 
-// Strips labels from a project. Of kind EXCLUDE_LABEL the labels that the items name go; of any other kind those that
-// no item names. A label that is not removable stays, and without items nothing goes, whatever the kind. A category
-// whose last label went by this goes too; one that was empty before stays.
+// Strips labels from a project, as ExportStrategyItem.h says at the kinds. A category whose last label this filter
+// removes is removed too; one that was empty before is not.
 class PROJECT_SHARING_PROFILES_EXPORT LabelFilter : public ExportFilterBase {
  public:
   // Meant for EXCLUDE_LABEL and INCLUDE_LABEL.
