@@ -20,7 +20,8 @@ class FileManager {
   // In the text form that fl::filesystem::detail::extract_parent_path gives for what lies directly in it.
   virtual fl::filesystem::path getRootFolder() = 0;
 
-  // What is attached to this very entry, not to the folders above it.
+  // The labels of this very entry. The library hands none down from a folder: where a label on a folder is to cover
+  // what lies in it, it is given for each entry there.
   virtual std::vector<FileLabel> getFileLabels(const fl::filesystem::path& entry) = 0;
 
   // False of an entry that keeps the folders above it when it stays. What a link is, the host says.

@@ -80,7 +80,7 @@ struct Taking<void(Arguments...)> {
   using foundation::core::except::IMsgIDException;
   using project::exception::ProjectException;
   using resource_core::BaseMsgID;
-  using Path = fl::filesystem::basic_path<char, char16_t, fl::filesystem::detail::path_traits<char, char16_t>>;
+  using Path = fl::filesystem::path;
   using Exception = foundation::core::except::Exception<BaseMsgID, ProjectException>;
   using Nodes = std::map<MetadataPath, std::shared_ptr<MetadataNode>>;
   using Text = std::u16string;
