@@ -11,7 +11,6 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_CURRENT_BINARY_DIR}/src")
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/triggers")
 
 # The time is SOURCE_DATE_EPOCH's where that is set.
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
@@ -30,6 +29,18 @@ endfunction()
 
 set(library libproject-sharing-profiles)
 set(library_package ${library}${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/triggers")
+find_program(DPKG_GENSYMBOLS dpkg-gensymbols)
+if(DPKG_GENSYMBOLS)
+  set(symbols "${CMAKE_CURRENT_BINARY_DIR}/symbols")
+  add_custom_command(OUTPUT "${symbols}" DEPENDS project_sharing_profiles abi/symbols VERBATIM
+    COMMAND "${DPKG_GENSYMBOLS}" -q -c0 -p${library_package} -v${PROJECT_VERSION}
+            "-I${CMAKE_CURRENT_SOURCE_DIR}/abi/symbols" "-e$<TARGET_FILE:project_sharing_profiles>" "-O${symbols}")
+  add_custom_target(project_sharing_symbols ALL DEPENDS "${symbols}")
+  add_dependencies(project_sharing_installables project_sharing_symbols)
+  list(APPEND CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${symbols}")
+endif()
+
 project_sharing_package(runtime ${library_package} libs "" "what leaves a project when it is shared (library)
 Keeps export profiles in a project's metadata: stored rules that say, by the
 labels attached, which files, folders and labels are stripped from a copy of
@@ -38,6 +49,8 @@ project_sharing_package(dev ${library}-dev libdevel "${library_package} (= ${PRO
   "what leaves a project when it is shared (development files)
 Headers of the library and of the interfaces that a host application
 implements, files for CMake and pkg-config, and an example.")
+install(FILES cmake/README.installed.md RENAME README.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/${library}-dev"
+        COMPONENT dev EXCLUDE_FROM_ALL)
 project_sharing_package(tool project-share utils "${library_package} (>= ${PROJECT_VERSION})"
   "hands out copies of a folder without what is labelled to stay
 Makes a folder a project, attaches labels to what lies in it, and keeps
@@ -50,7 +63,7 @@ Tests that developers of a host application run on their own implementation of
 the interfaces that the library works on.")
 
 set(CPACK_COMPONENTS_ALL runtime dev host tool)
-if(TARGET host_conformance)
+if(PROJECT_SHARING_TESTKIT)
   list(APPEND CPACK_COMPONENTS_ALL testkit)
 endif()
 include(CPack)

@@ -1,0 +1,3 @@
+bool isCaught();
+
+int main() { return isCaught() ? 0 : 1; }
