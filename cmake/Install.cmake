@@ -35,6 +35,7 @@ write_basic_package_version_file(project_sharing_profiles-config-version.cmake C
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/project_sharing_profiles-config.cmake"
               "${CMAKE_CURRENT_BINARY_DIR}/project_sharing_profiles-config-version.cmake"
         DESTINATION "${installed_config}" COMPONENT dev)
+install(FILES cmake/host_layout.cpp.in RENAME host_layout.cpp DESTINATION "${installed_config}" COMPONENT dev)
 
 set(pc_prefix "${CMAKE_INSTALL_PREFIX}")
 if(NOT IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")

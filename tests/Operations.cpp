@@ -281,7 +281,7 @@ const std::vector<Operation> all = {
     {"hostLayoutDifferences",
      [](W&) {
        HostLayout layout = hostLayout();
-       layout.at(1).value += 1, layout.push_back({"unknown", 1});
+       layout.at(1).value += "0", layout.push_back({"unknown", "1"});
        const auto differences = hostLayoutDifferences(layout);
        return differences.size() == 1 && differences[0].rfind(layout[1].name, 0) == 0 ? "right" : "wrong";
      },

@@ -8,11 +8,10 @@ std::vector<std::string> hostLayoutDifferences(const HostLayout& ofCaller) {
   const HostLayout own = hostLayout();
   std::vector<std::string> differences;
   for (const HostLayoutFact& fact : ofCaller) {
-    const auto known =
-        std::find_if(own.begin(), own.end(), [&](const auto& one) { return std::strcmp(one.name, fact.name) == 0; });
+    const auto known = std::find_if(own.begin(), own.end(), [&](const auto& one) { return one.name == fact.name; });
     if (known == own.end() || known->value == fact.value) continue;
-    differences.push_back(std::string(fact.name) + ": " + std::to_string(known->value) + " in the library, " +
-                          std::to_string(fact.value) + " in its caller");
+    std::string& line = differences.emplace_back(fact.name);
+    line.append(": ").append(known->value).append(" in the library, ").append(fact.value).append(" in its caller");
   }
   return differences;
 }

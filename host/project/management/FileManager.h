@@ -17,7 +17,8 @@ class FileManager {
   // Every entry once, as a full path below the root folder, which is not among them. In any order, which is kept.
   virtual std::vector<fl::filesystem::path> getFiles() = 0;
 
-  // In the text form that fl::filesystem::detail::extract_parent_path gives for what lies directly in it.
+  // Its text is what fl::filesystem::detail::extract_parent_path and then make_native_form give for what lies directly
+  // in it.
   virtual fl::filesystem::path getRootFolder() = 0;
 
   // The labels of this very entry. The library hands none down from a folder: where a label on a folder is to cover

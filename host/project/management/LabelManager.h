@@ -12,10 +12,10 @@ namespace project::management {
 // they are the same in a working copy, and stay when a name changes.
 class LabelManager {
  public:
-  // Each once, in any order; labels are removed in it.
+  // Each once, in any order. The library removes labels in this order.
   virtual std::vector<CategoryIdentifier> getCategories() const = 0;
 
-  // Called for a category whose last label has just been removed.
+  // Called for a category whose last label has just been removed; it may be absent by then.
   virtual void removeCategory(const CategoryIdentifier& category) = 0;
 
   // The labels that there are now, each once, in any order; none for an absent category.

@@ -10,8 +10,8 @@
 
 namespace project::management {
 
-// One open project. The label manager and the file manager live as long as it does; the metadata manager is shared, may
-// outlive it, and is never an empty pointer.
+// One open project. A label manager or file manager that it gives lives until the filter that asked for it is done; the
+// metadata manager is shared, may outlive it, and is never an empty pointer.
 class ProjectManager {
  public:
   virtual LabelManager& getLabelManager() = 0;

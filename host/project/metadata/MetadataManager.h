@@ -14,8 +14,9 @@
 namespace project::metadata {
 
 // The metadata store of one project: a tree of nodes, each with values by key. Scopes nest on one thread: a read scope
-// in a read or a write scope, a write scope in a write scope; nodes are read and written without one as well. Texts,
-// types and locations of nodes are kept and compared code unit by code unit.
+// in a read or a write scope; a write scope in a write scope, so that an application can put several edits into one.
+// Nodes are read and written without a scope as well. Texts, types and locations of nodes are kept and compared code
+// unit by code unit.
 class MetadataManager {
  public:
   // What is read while it lasts is one state of the store.

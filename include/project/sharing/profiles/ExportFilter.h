@@ -12,16 +12,17 @@ class ProjectManager;
 
 namespace project::sharing::profiles {
 
-// One rule of a profile: a kind, and the labels that it is about. Filters are made by ExportProfile::addFilter, shared,
-// and never copied. Reading from several threads at once is safe; changes need the caller's lock.
+// One rule of a profile: a kind, and the labels that it is about. ExportProfile::addFilter makes filters; they are
+// shared and never copied. A LabelFilter that is made by itself can be applied, but no profile takes it in. Reading
+// from several threads at once is safe; changes need the caller's lock.
 class PROJECT_SHARING_PROFILES_EXPORT ExportFilter {
  public:
   ExportFilter() = default;
   ExportFilter(const ExportFilter&) = delete;
   ExportFilter& operator=(const ExportFilter&) = delete;
 
-  // Strips from the project what the kind and the items select; never changes the filter. What the host throws leaves
-  // as it is, and what was removed before stays removed.
+  // Strips from the project what the kind and the items select; never changes the filter. What the host throws passes
+  // through unchanged, and what was removed before stays removed.
   virtual void apply(project::management::ProjectManager& projectManager) = 0;
 
   virtual std::u16string getType() const = 0;

@@ -10,7 +10,7 @@
 
 // The library's errors. Each is thrown as foundation::core::except::Exception<X, project::exception::ProjectException>
 // with one of these records as X, and carries the exception being handled (std::nested_exception) when there is one;
-// what clone() and rethrow() copy carries none.
+// what clone() and rethrow() copy carries none. What the host's capture or get_error_id throws takes the error's place.
 // A record's `component` is always "ORCHID:project:sharing", its `key` the type's own name.
 namespace ORCHID::project::sharing {
 
@@ -24,10 +24,8 @@ struct PROJECT_SHARING_PROFILES_EXPORT ErrorRecord : resource_core::BaseMsgID {
   }
   ErrorRecord(const ErrorRecord& other);
   ErrorRecord(ErrorRecord&&) = default;
-  ErrorRecord& operator=(ErrorRecord other) noexcept {
-    BaseMsgID::operator=(static_cast<BaseMsgID&&>(other));
-    return *this;
-  }
+  ErrorRecord& operator=(const ErrorRecord& other) { return *this = ErrorRecord(other); }
+  ErrorRecord& operator=(ErrorRecord&&) = default;
   ~ErrorRecord() = default;
 };
 
@@ -61,7 +59,7 @@ struct PROJECT_SHARING_PROFILES_EXPORT ExportProfileAlreadyExists : ErrorRecord 
 
 }  // namespace ORCHID::project::sharing
 
-// Made once, in the library, so that what it throws is caught by type in any module.
+// Made once, in the library, so that what it throws is caught by type in any module that is linked to it.
 namespace foundation::core::except {
 
 extern template class PROJECT_SHARING_PROFILES_EXPORT

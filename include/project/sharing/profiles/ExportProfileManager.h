@@ -14,13 +14,16 @@ namespace project::sharing::profiles {
 
 class ExportProfile;
 
-// Lists, finds, creates and deletes the profiles of one project. It keeps none: every call reads the metadata, and
-// two calls give different objects for the same stored profile. As safe among threads as the metadata manager is.
+// Lists, finds, creates and deletes the profiles of one project. It keeps none: every listing and look-up reads the
+// metadata, and two of them give different objects for the same stored profile. It shares the metadata manager, as each
+// profile does, which therefore lives as long as any of them. As safe among threads as the metadata manager is.
 // A look-up never returns an empty pointer; its errors are Exception<X, ProjectException> with the X of
 // ExportProfileErrors.h. What the host throws passes through every operation as it is, and nothing is undone but by the
-// host's scopes. A stored profile that cannot be read (an item is listed whose node is not there: std::out_of_range;
-// the host throws for a value that is not there) fails every listing, and so every look-up and creation. deleteProfile
-// is the way out: it reads nothing.
+// host's scopes.
+// A stored profile can be damaged. Where an item is listed whose node is not there, every listing throws
+// std::out_of_range. Where the name is not there, and the host throws for a value that is not there, every call throws
+// that reads the name: a listing of two profiles or more, a look-up by name, a creation. The way out is deleteProfile,
+// with an object of a class of the caller's own that derives from ExportProfile and gives the UUID.
 class PROJECT_SHARING_PROFILES_EXPORT ExportProfileManager {
  public:
   ExportProfileManager() = default;
@@ -41,15 +44,14 @@ class PROJECT_SHARING_PROFILES_EXPORT ExportProfileManager {
   // Stores a profile without filters. The UUID is not checked: never getWholeProjectUUID(), for a transformation by it
   // strips nothing. A stored profile of this UUID keeps its filters and gets the name. Error:
   // ExportProfileAlreadyExists where a profile with another UUID has the name; nothing is written then. Where the host
-  // fails after the write, the profile is stored.
+  // fails after the write, the profile is stored all the same, unless the host undoes the write scope.
   virtual std::shared_ptr<ExportProfile> createProfile(const std::u16string& name, const std::u16string& uuid) = 0;
 
-  // By its UUID, with its filters; whether it is stored is not checked, and any ExportProfile will do that gives the
-  // UUID. The pointer must not be empty: that ends the process. The object remains, without a name, and must not be
-  // saved.
+  // By its UUID, with its filters; nothing is read, and whether it is stored is not checked. The pointer must not be
+  // empty: that ends the process. The object is not kept. It remains as it is, without a name, and must not be saved.
   virtual void deleteProfile(const std::shared_ptr<ExportProfile>& profile) = 0;
 
-  // As above, with a new UUID of the host's: a name that any profile has is refused.
+  // As createProfile(name, uuid), with a new UUID of the host's: a name that any profile has is refused.
   std::shared_ptr<ExportProfile> createProfile(const std::u16string& name);
 
   virtual ~ExportProfileManager();

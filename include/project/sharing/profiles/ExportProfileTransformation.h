@@ -8,8 +8,8 @@
 namespace project::sharing::profiles {
 
 // Applies one profile to the project that is being shared. Made for one sharing operation or kept for many: each
-// application reads the profile anew. It never changes, so one object may be applied from several threads; what two
-// applications do to one project is the host's concern.
+// application reads the profile anew. No operation changes it, so one object may be applied from several threads; what
+// two applications do to one project is the host's concern.
 class PROJECT_SHARING_PROFILES_EXPORT ExportProfileTransformation : public project::sharing::TransformationHierarchy {
  public:
   // The UUID of a stored profile, or getWholeProjectUUID() for a share without any filter.
@@ -17,9 +17,9 @@ class PROJECT_SHARING_PROFILES_EXPORT ExportProfileTransformation : public proje
   ~ExportProfileTransformation() override;
 
   // Strips `data.projectManagers.at(data.projectPath)`; does nothing for the whole project. Throws std::out_of_range
-  // for a project that is not there, the errors of ExportProfileManager::getProfileByUUID and createManager, and what
-  // the host throws; filters that were applied before keep their effect. An empty pointer in `projectManagers` must not
-  // be what is found: that ends the process.
+  // for a project that is not there, and for a damaged profile (ExportProfileManager.h), the errors of
+  // ExportProfileManager::getProfileByUUID and createManager, and what the host throws; filters that were applied
+  // before keep their effect. An empty pointer in `projectManagers` must not be what is found: that ends the process.
   void apply(project::sharing::SerializationData& data) const override;
 
   const std::u16string& getUUID() const;
@@ -28,7 +28,9 @@ class PROJECT_SHARING_PROFILES_EXPORT ExportProfileTransformation : public proje
   std::u16string uuid;
 };
 
-// The reserved UUID "wholeproject": the export of the whole, unfiltered project. Always the same object.
+// The reserved UUID "wholeproject": the export of the whole, unfiltered project. Always the same object, made by the
+// first call, which may come from several threads at once, and destroyed when the process ends or the library is
+// unloaded. Before that, all that the library made has to be destroyed: managers, profiles, filters, errors.
 PROJECT_SHARING_PROFILES_EXPORT const std::u16string& getWholeProjectUUID();
 
 }  // namespace project::sharing::profiles

@@ -43,7 +43,8 @@ PROJECT_SHARING_PROFILES_EXPORT bool operator<(const ExportStrategyItem& a, cons
 //   a folder above a file that is shared     shared                     shared         (whatever the lines above say)
 //
 // So an include list without items removes no label, but every entry. A folder is not spared for the sake of a folder
-// in it, only of a file.
+// in it, only of a file; what a removed folder holds is removed with it. A file filter does not ask whether a label may
+// be removed.
 //
 // ExportFilter::setType can give a filter a text that is no kind of its own sort. A label filter then works as
 // INCLUDE_LABEL does. A file filter then removes the entries that have a label that no item names, and shares those

@@ -7,6 +7,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include "foundation/core/except/Exception.h"
@@ -19,14 +20,15 @@
 
 // The library was compiled against the host's headers as they stood. Whoever is compiled against other ones, and calls
 // it, corrupts memory without a word. So let a program whose headers are its own call requireHostLayout when it starts;
-// what CMake's find_package is given PROJECT_SHARING_HOST_INCLUDE_DIR for does it by itself. Compared are the sizes of
-// what is passed, the places of members that are read as such, and the places of virtual operations. Two private
-// members that changed places are not seen.
+// a program that finds the library by CMake, and gives it PROJECT_SHARING_HOST_INCLUDE_DIR, does so by itself. Compared
+// are sizes, members that are read as such, and of each class with virtual operations how many it has and where those
+// are that the library or its caller calls, with what they take and give. Two private members that changed places are
+// not seen, nor are two base classes.
 namespace project::sharing::profiles {
 
 struct HostLayoutFact {
-  const char* name;  // lives as long as the module
-  std::size_t value;
+  std::string name;
+  std::string value;
 };
 using HostLayout = std::vector<HostLayoutFact>;
 
@@ -46,31 +48,62 @@ std::size_t placeOf(Operation operation) {
   return (words[0] + words[1]) / sizeof(void*);
 }
 
-// Tells an operation from others of its name by what it takes.
+// Has one virtual operation more than the class, behind the others.
+template <class Class>
+struct After : Class {
+  virtual void end() = 0;
+};
+
+// Takes, of several operations of one name, the one with these arguments, and with this `const` where there is one with
+// and one without.
 template <class Signature>
 struct Taking;
 template <class... Arguments>
 struct Taking<void(Arguments...)> {
   template <class Class, class Result>
-  static std::size_t place(Result (Class::*operation)(Arguments...)) {
-    return placeOf(operation);
+  static auto pointer(Result (Class::*operation)(Arguments...), int) {
+    return operation;
   }
   template <class Class, class Result>
-  static std::size_t place(Result (Class::*operation)(Arguments...) const) {
-    return placeOf(operation);
+  static auto pointer(Result (Class::*operation)(Arguments...) const, long) {
+    return operation;
   }
 };
+template <class... Arguments>
+struct Taking<void(Arguments...) const> {
+  template <class Class, class Result>
+  static auto pointer(Result (Class::*operation)(Arguments...) const, int) {
+    return operation;
+  }
+  template <class Class, class Result>
+  static auto pointer(Result (Class::*operation)(Arguments...), long) {
+    return operation;
+  }
+};
+
+template <class Operation>
+std::string describe(Operation operation) {
+  return std::to_string(placeOf(operation)) + " " + typeid(operation).name();
+}
 
 }  // namespace host_layout
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 #define PROJECT_SHARING_SIZE(type) \
-  { "the size of " #type, sizeof(type) }
-#define PROJECT_SHARING_MEMBER(type, member) \
-  { "the place of " #type "::" #member, offsetof(type, member) }
-#define PROJECT_SHARING_OPERATION(type, operation, arguments) \
-  { "the place of " #type "::" #operation #arguments, host_layout::Taking<void arguments>::place(&type::operation) }
+  { "the size of " #type, std::to_string(sizeof(type)) }
+#define PROJECT_SHARING_MEMBER(type, member)                                       \
+  {                                                                                \
+    "the place and type of " #type "::" #member,                                   \
+        std::to_string(offsetof(type, member)) + " " + typeid(&type::member).name() \
+  }
+#define PROJECT_SHARING_TABLE(type) \
+  { "how many operations " #type " has", std::to_string(host_layout::placeOf(&host_layout::After<type>::end)) }
+#define PROJECT_SHARING_OPERATION(type, operation, arguments)                                    \
+  {                                                                                              \
+    "the place and type of " #type "::" #operation,                                              \
+        host_layout::describe(host_layout::Taking<void arguments>::pointer(&type::operation, 0)) \
+  }
 
 // The facts as the calling file sees them: a function of that file alone.
 [[maybe_unused]] static HostLayout hostLayout() {
@@ -100,6 +133,18 @@ struct Taking<void(Arguments...)> {
       PROJECT_SHARING_SIZE(BaseMsgID),
       PROJECT_SHARING_SIZE(ProjectException),
       PROJECT_SHARING_SIZE(Exception),
+      PROJECT_SHARING_TABLE(MetadataManager),
+      PROJECT_SHARING_TABLE(MetadataNode),
+      PROJECT_SHARING_TABLE(ProjectManager),
+      PROJECT_SHARING_TABLE(LabelManager),
+      PROJECT_SHARING_TABLE(FileManager),
+      PROJECT_SHARING_TABLE(CategoryIdentifier),
+      PROJECT_SHARING_TABLE(LabelIdentifier),
+      PROJECT_SHARING_TABLE(Label),
+      PROJECT_SHARING_TABLE(FileLabel),
+      PROJECT_SHARING_TABLE(TransformationHierarchy),
+      PROJECT_SHARING_TABLE(ProjectException),
+      PROJECT_SHARING_TABLE(IMsgIDException),
       PROJECT_SHARING_MEMBER(SerializationData, projectManagers),
       PROJECT_SHARING_MEMBER(SerializationData, projectPath),
       PROJECT_SHARING_MEMBER(BaseMsgID, arguments),
@@ -117,29 +162,30 @@ struct Taking<void(Arguments...)> {
       PROJECT_SHARING_OPERATION(ProjectManager, getLabelManager, ()),
       PROJECT_SHARING_OPERATION(ProjectManager, getFileManager, ()),
       PROJECT_SHARING_OPERATION(ProjectManager, getMetadataManager, ()),
-      PROJECT_SHARING_OPERATION(LabelManager, getCategories, ()),
+      PROJECT_SHARING_OPERATION(LabelManager, getCategories, () const),
       PROJECT_SHARING_OPERATION(LabelManager, removeCategory, (const CategoryIdentifier&)),
-      PROJECT_SHARING_OPERATION(LabelManager, getLabels, (const CategoryIdentifier&)),
+      PROJECT_SHARING_OPERATION(LabelManager, getLabels, (const CategoryIdentifier&) const),
       PROJECT_SHARING_OPERATION(LabelManager, removeLabel, (const CategoryIdentifier&, const LabelIdentifier&, bool)),
-      PROJECT_SHARING_OPERATION(CategoryIdentifier, toString, ()),
-      PROJECT_SHARING_OPERATION(LabelIdentifier, isRemovable, ()),
+      PROJECT_SHARING_OPERATION(CategoryIdentifier, toString, () const),
+      PROJECT_SHARING_OPERATION(LabelIdentifier, isRemovable, () const),
       PROJECT_SHARING_OPERATION(FileManager, getFiles, ()),
       PROJECT_SHARING_OPERATION(FileManager, getRootFolder, ()),
       PROJECT_SHARING_OPERATION(FileManager, getFileLabels, (const Path&)),
       PROJECT_SHARING_OPERATION(FileManager, isFolder, (const Path&)),
       PROJECT_SHARING_OPERATION(FileManager, removeFiles, (const std::vector<Path>&)),
-      PROJECT_SHARING_OPERATION(TransformationHierarchy, apply, (SerializationData&)),
-      PROJECT_SHARING_OPERATION(IException, what, ()),
-      PROJECT_SHARING_OPERATION(IException, clone, ()),
-      PROJECT_SHARING_OPERATION(IException, rethrow, ()),
-      PROJECT_SHARING_OPERATION(IMsgIDException, GetBaseMsgIDObj, ()),
-      PROJECT_SHARING_OPERATION(IMsgIDException, GetID, ()),
-      PROJECT_SHARING_OPERATION(IMsgIDException, GetUnicodeMessageTxt, ()),
+      PROJECT_SHARING_OPERATION(TransformationHierarchy, apply, (SerializationData&) const),
+      PROJECT_SHARING_OPERATION(IException, what, () const),
+      PROJECT_SHARING_OPERATION(IException, clone, () const),
+      PROJECT_SHARING_OPERATION(IException, rethrow, () const),
+      PROJECT_SHARING_OPERATION(IMsgIDException, GetBaseMsgIDObj, () const),
+      PROJECT_SHARING_OPERATION(IMsgIDException, GetID, () const),
+      PROJECT_SHARING_OPERATION(IMsgIDException, GetUnicodeMessageTxt, () const),
   };
 }
 
 #undef PROJECT_SHARING_SIZE
 #undef PROJECT_SHARING_MEMBER
+#undef PROJECT_SHARING_TABLE
 #undef PROJECT_SHARING_OPERATION
 #pragma GCC diagnostic pop
 
