@@ -3,7 +3,6 @@
 #include <iostream>
 
 #include "Bench.h"
-#include "OtherProcess.h"
 
 namespace host_conformance {
 
@@ -26,37 +25,30 @@ MetadataPath pathOf(const Node& node) {
   return builder.build();
 }
 
-Content holding(const std::u16string& key, const std::u16string& value) {
+Content holding(const std::u16string& value) {
   auto node = std::make_shared<project::metadata::MetadataNodeSpecification>();
-  node->put(key, value);
+  node->put(u"Data", value);
   return node;
 }
 
-Listing entriesOf(project::management::ProjectManager& project) {
+Facts factsOf(project::management::ProjectManager& project) {
   project::management::FileManager& files = project.getFileManager();
   const std::size_t root = files.getRootFolder().text().size();
-  Listing all;
+  Facts all;
   for (const Path& path : files.getFiles()) {
-    Labels labels;
-    for (const Label& label : files.getFileLabels(path)) labels.insert(keyOf(label));
-    all.emplace(path.text().substr(root), files.isFolder(path), std::move(labels));
-  }
-  return all;
-}
-
-Removable labelsOf(project::management::ProjectManager& project) {
-  Removable all;
-  for (const auto& category : project.getLabelManager().getCategories()) {
-    for (const auto& label : project.getLabelManager().getLabels(category)) {
-      all.emplace(category.toString(), Label(category, label).getUUID(), label.isRemovable() != 0);
+    const std::u16string text = path.text().substr(root);
+    all.insert({files.isFolder(path) ? u"folder" : u"file", text});
+    for (const Label& label : files.getFileLabels(path)) {
+      all.insert({u"on", text, label.getCategory().toString(), label.getUUID()});
     }
   }
-  return all;
-}
-
-Texts categoriesOf(project::management::ProjectManager& project) {
-  Texts all;
-  for (const auto& category : project.getLabelManager().getCategories()) all.insert(category.toString());
+  for (const auto& category : project.getLabelManager().getCategories()) {
+    all.insert({u"category", category.toString()});
+    for (const auto& label : project.getLabelManager().getLabels(category)) {
+      all.insert(
+          {label.isRemovable() != 0 ? u"label" : u"kept", category.toString(), Label(category, label).getUUID()});
+    }
+  }
   return all;
 }
 
@@ -66,14 +58,6 @@ void Bench::use(const Project& project) {
   host_.project = project;
   metadata = host_.project ? host_.project->getMetadataManager() : nullptr;
   if (!metadata) throw std::logic_error("the host gives no project, or a project without metadata");
-}
-
-Nodes Bench::existing(std::initializer_list<Node> nodes) const {
-  Nodes found;
-  for (const Node& node : nodes) {
-    if (exists(node)) found.insert(node);
-  }
-  return found;
 }
 
 Nodes Bench::children(const Node& node) const {
@@ -95,13 +79,9 @@ std::u16string Bench::valueAt(const Node& node, const std::u16string& key) const
   return content ? content->getValue(key) : u"(getNode gives none)";
 }
 
-void Bench::write(const Node& node, const std::u16string& value) const {
-  writing()->setNodes({{pathOf(node), holding(u"Data", value)}});
-}
-
-void Bench::write(const Nodes& nodes) const {
+void Bench::write(const Nodes& nodes, const std::u16string& value) const {
   const Access access = writing();
-  for (const Node& node : nodes) access->setNodes({{pathOf(node), holding(u"Data", node.back().second)}});
+  for (const Node& node : nodes) access->setNodes({{pathOf(node), holding(value)}});
 }
 
 void Bench::remove(const Nodes& nodes) const {
@@ -113,36 +93,34 @@ void Bench::remove(const Nodes& nodes) const {
 std::size_t Bench::addEntry(std::size_t folder, const std::u16string& name, bool isFolder) {
   const auto& add = isFolder ? hook(&Host::addFolder, "addFolder") : hook(&Host::addFile, "addFile");
   try {
-    const Path path = add(folder == TOP ? files().getRootFolder() : entries.at(folder).path, name);
-    entries.push_back({path, isFolder, folder, {}});
+    const Path above = folder == TOP ? project().getFileManager().getRootFolder() : entries.at(folder).path;
+    entries.push_back({add(above, name), isFolder, folder, {}});
     return entries.size() - 1;
   } catch (const std::invalid_argument&) {
     return refused_.push_back(name), TOP;
   }
 }
 
-std::vector<Label> Bench::addLabels(const std::vector<std::u16string>& categories, bool isRemovable) {
-  std::vector<Label> added;
-  for (const std::u16string& category : categories) {
+void Bench::addLabels(const std::vector<std::u16string>& names, bool isRemovable) {
+  for (const std::u16string& name : names) {
     try {
-      added.push_back(hook(&Host::addLabel, "addLabel")(category, isRemovable));
+      labels.push_back({hook(&Host::addLabel, "addLabel")(name, isRemovable), isRemovable});
+      categories.insert(keyOf(labels.back().label).first);
     } catch (const std::invalid_argument&) {
-      refused_.push_back(category);
+      refused_.push_back(name);
     }
   }
-  return added;
 }
 
 void Bench::attach(std::size_t entry, const Label& label) {
-  if (entries.at(entry).labels.count(keyOf(label)) != 0) return;
+  if (!entries.at(entry).labels.insert(keyOf(label)).second) return;
   hook(&Host::attach, "attach")(entries[entry].path, label);
-  entries[entry].labels.insert(keyOf(label));
 }
 
 void Bench::plant() {
-  const std::size_t top = addEntry(TOP, u"d", true);
-  for (const std::u16string& name : hardNames()) {
-    addEntry(TOP, u"f" + name, false);
+  const std::size_t top = addEntry(TOP, u"d", true), files = addEntry(TOP, u"de", true);
+  for (const std::u16string& name : hardNames(std::u16string_view(u"/\0", 2))) {
+    addEntry(files, name, false);
     const std::size_t folder = addEntry(top, name, true);
     if (folder == TOP) continue;
     addEntry(addEntry(folder, u"d", true), name, false);
@@ -151,36 +129,50 @@ void Bench::plant() {
   }
   std::size_t deep = top;
   for (int depth = 0; depth < 30; ++depth) deep = addEntry(deep, u"d", true);
-  addEntry(deep, u"f", false);
+  for (const std::size_t folder : {deep, TOP}) addEntry(folder, u"f", false);
 }
 
-std::vector<const Entry*> Bench::left(const std::function<bool(const Entry&)>& stays) const {
+void Bench::removeLabel(project::management::ProjectManager& from, const Label& label) const {
+  from.getLabelManager().removeLabel(label.getCategory(), label.getLabelIdentifier(), false);
+}
+
+std::vector<bool> Bench::left(const std::function<bool(const Entry&)>& stays) const {
   std::vector<bool> are(entries.size());
-  for (std::size_t i = entries.size(); i-- > 0;) {  // what lies in a folder stands after it
-    if (stays(entries[i])) are[i] = true;
-    const bool isFileThatStays = are[i] && !entries[i].isFolder;
-    for (std::size_t above = entries[i].folder; isFileThatStays && above != TOP; above = entries[above].folder) {
-      are[above] = true;
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    are[i] = stays(entries[i]);
+    if (!are[i] || entries[i].isFolder) continue;
+    for (std::size_t above = entries[i].folder; above != TOP; above = entries[above].folder) are[above] = true;
+  }
+  for (std::size_t i = 0; i < entries.size(); ++i) {  // what lies in a folder stands after it
+    if (entries[i].folder != TOP) are[i] = are[i] && are[entries[i].folder];
+  }
+  return are;
+}
+
+Facts Bench::facts(const std::function<bool(const Entry&)>& stays,
+                   const std::function<bool(const Known&)>& goes) const {
+  Facts all;
+  std::set<Key> gone;
+  std::set<std::u16string> robbed, inhabited;
+  for (const Known& known : labels) {
+    const auto [category, uuid] = keyOf(known.label);
+    (goes(known) ? robbed : inhabited).insert(category);
+    if (goes(known)) gone.insert({category, uuid});
+    if (!goes(known)) all.insert({known.isRemovable ? u"label" : u"kept", category, uuid});
+  }
+  for (const std::u16string& category : categories) {
+    if (robbed.count(category) == 0 || inhabited.count(category) != 0) all.insert({u"category", category});
+  }
+  const std::vector<bool> are = left(stays);
+  const std::size_t root = project().getFileManager().getRootFolder().text().size();
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    if (!are[i]) continue;
+    const std::u16string text = entries[i].path.text().substr(root);
+    all.insert({entries[i].isFolder ? u"folder" : u"file", text});
+    for (const Key& label : entries[i].labels) {
+      if (gone.count(label) == 0) all.insert({u"on", text, label.first, label.second});
     }
   }
-  std::vector<const Entry*> all;
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    if (entries[i].folder != TOP) are[i] = are[i] && are[entries[i].folder];
-    if (are[i]) all.push_back(&entries[i]);
-  }
-  return all;
-}
-
-Listing Bench::planted(const std::function<bool(const Entry&)>& stays) const {
-  const std::size_t root = files().getRootFolder().text().size();
-  Listing all;
-  for (const Entry* entry : left(stays)) all.emplace(entry->path.text().substr(root), entry->isFolder, entry->labels);
-  return all;
-}
-
-Texts Bench::paths(const std::function<bool(const Entry&)>& stays) const {
-  Texts all;
-  for (const Entry* entry : left(stays)) all.insert(entry->path.text());
   return all;
 }
 

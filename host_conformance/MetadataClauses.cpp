@@ -1,5 +1,3 @@
-#include <exception>
-
 #include "Bench.h"
 
 namespace host_conformance {
@@ -9,22 +7,21 @@ using project::metadata::MetadataScopeGuard;
 
 namespace {
 
-const Node ROOT = at({}), A = at({u"a"}), AB = A + u"b", ABC = AB + u"c", ABCD = ABC + u"d", AD = A + u"d",
-           B = at({u"b"});
+const Node ROOT = at({}), A = at({u"a"}), AB = A + u"b", ABC = AB + u"c", AD = A + u"d", B = at({u"b"});
 
 struct Passing {};
 
 void leaveByException(MetadataScopeGuard) { throw Passing(); }
 
 constexpr Clause SCOPE_001("required_SCOPE_001_ReadScopesNestInReadScopes", [](Bench& t) {
-  t.write(A);
+  t.write({A});
   const Access outer = t.reading();
   t.metadata->beginReadScope();
   EXPECT_TRUE(outer->nodeExists(pathOf(A))) << "in the outer scope, when the inner one has ended";
 });
 
 constexpr Clause SCOPE_002("required_SCOPE_002_ReadScopesNestInWriteScopes", [](Bench& t) {
-  t.write(A);
+  t.write({A});
   {
     const Access outer = t.writing();
     {
@@ -32,8 +29,8 @@ constexpr Clause SCOPE_002("required_SCOPE_002_ReadScopesNestInWriteScopes", [](
       t.metadata->beginReadScope();
       EXPECT_TRUE(inner->nodeExists(pathOf(A))) << "in the second of three scopes, when the third has ended";
     }
-    outer->setNodes({{pathOf(B), holding(u"Name", u"1")}});
-    EXPECT_EQ(t.existing({A, B}), (Nodes{A, B})) << "in the write scope that wrote it";
+    outer->setNodes({{pathOf(B), holding(u"1")}});
+    EXPECT_EQ(t.children(ROOT), (Nodes{A, B})) << "in the write scope that wrote it";
     t.metadata->beginReadScope();
   }
   EXPECT_TRUE(t.exists(B)) << "written between two read scopes in one write scope";
@@ -42,16 +39,15 @@ constexpr Clause SCOPE_002("required_SCOPE_002_ReadScopesNestInWriteScopes", [](
 constexpr Clause SCOPE_003("required_SCOPE_003_ScopesEndWhenAnExceptionPasses", [](Bench& t) {
   EXPECT_THROW(leaveByException(t.metadata->beginReadScope()), Passing);
   EXPECT_THROW(leaveByException(t.metadata->beginWriteScope()), Passing);
-  t.write(A);
-  EXPECT_TRUE(t.exists(A));
-  if (t.has(&Host::openAgain)) t.use(t.hook(&Host::openAgain, "openAgain")());
-  t.write(B);
-  EXPECT_EQ(t.children(ROOT), (Nodes{A, B})) << "with what another session wrote, where there can be one";
+  t.write({A});
+  if (t.host().openAgain) t.use(t.host().openAgain());
+  t.write({B});
+  EXPECT_EQ(t.children(ROOT), (Nodes{A, B})) << "written after them, by two sessions where there can be two";
 });
 
 constexpr Clause SCOPE_004("required_SCOPE_004_AScopeMayEndBeforeTheAccess", [](Bench& t) {
   t.metadata->beginWriteScope();
-  t.metadata->setNodes({{pathOf(A), holding(u"Name", u"1")}});
+  t.metadata->setNodes({{pathOf(A), holding(u"1")}});
   t.metadata->beginReadScope();
   EXPECT_NE(t.metadata->getNode(pathOf(A)), nullptr);
 });
@@ -66,55 +62,53 @@ constexpr Clause SCOPE_005("required_SCOPE_005_AGuardEndsItsScopeOnceHoweverItIs
   EXPECT_EQ(ended, "a");
 });
 
-// Writes while an exception passes, as what an application cleans up by does.
-struct Cleaning {
-  ~Cleaning() { t.write(AD, u"cleaned up"); }
+struct Cleaning {  // as an application does while an exception passes
+  ~Cleaning() { t.write({AD}, u"cleaned up"); }
   Bench& t;
 };
 
 constexpr Clause SCOPE_006("optional_SCOPE_006_AFailedWriteScopeIsUndoneAndNoOther", [](Bench& t) {
-  if (!t.undoesWriteScopes()) GTEST_SKIP() << "the host does not declare undoesWriteScopes";
-  for (const Node& node : {A, ABC}) t.write(node, u"old");
-  EXPECT_THROW(
-      {
-        const Cleaning cleaning{t};
-        const Access outer = t.writing();
-        t.remove({AB});
-        for (const Node& node : {A, AB, B}) outer->setNodes({{pathOf(node), holding(u"Data", u"new")}});
-        const Access inner = t.reading();
-        throw Passing();
-      },
-      Passing);
-  EXPECT_EQ(t.existing({AB, ABC, B}), (Nodes{AB, ABC}));
+  if (!t.host().undoesWriteScopes) GTEST_SKIP() << "the host does not declare undoesWriteScopes";
+  t.write({A, ABC}, u"old");
+  const auto fail = [&] {
+    const Cleaning cleaning{t};
+    const Access outer = t.writing();
+    t.remove({AB});
+    t.write({A, AB, B}, u"new");
+    const Access inner = t.reading();
+    throw Passing();
+  };
+  EXPECT_THROW(fail(), Passing);
   for (const Node& node : {A, ABC}) EXPECT_EQ(t.valueAt(node), u"old");
+  EXPECT_EQ(t.children(ROOT), Nodes{A});
   EXPECT_EQ(t.valueAt(AD), u"cleaned up") << "in a scope that began and ended while an exception passed another one";
   {
     const Access scope = t.writing();
     EXPECT_THROW(throw Passing(), Passing);
-    t.write(B, u"new");
+    t.write({B}, u"new");
   }
   EXPECT_EQ(t.valueAt(B), u"new") << "in a scope that an exception did not leave";
 });
 
 constexpr Clause STORE_001("required_STORE_001_MissingParentsAreMade", [](Bench& t) {
-  t.write(ABC);
+  t.write({ABC});
   EXPECT_TRUE(t.exists(A));
   EXPECT_EQ(t.children(A), Nodes{AB});
-  t.write(B, u"old");
-  t.write(B + u"c" + u"d");
+  t.write({B}, u"old");
+  t.write({B + u"c" + u"d"});
   EXPECT_EQ(t.valueAt(B), u"old") << "of a node that was there already";
   EXPECT_EQ(t.children(ROOT), (Nodes{A, B}));
 });
 
 constexpr Clause STORE_002("required_STORE_002_ANodeThatIsWrittenAgainHasTheNewValueAndItsChildren", [](Bench& t) {
-  for (const Node& node : {A, AB, ABC}) t.write(node, u"old");
-  t.write(A, u"new");
+  t.write({A, AB, ABC}, u"old");
+  t.write({A}, u"new");
   EXPECT_EQ(t.valueAt(A), u"new");
   for (const Node& node : {AB, ABC}) EXPECT_EQ(t.valueAt(node), u"old");
 });
 
 constexpr Clause STORE_003("required_STORE_003_ANodeThatWasReadCanBeChangedAndWritten", [](Bench& t) {
-  for (const Node& node : {A, AB}) t.write(node, u"old");
+  t.write({A, AB}, u"old");
   t.metadata->beginWriteScope();
   const Content node = t.metadata->getNode(pathOf(A));
   ASSERT_NE(node, nullptr);
@@ -125,25 +119,24 @@ constexpr Clause STORE_003("required_STORE_003_ANodeThatWasReadCanBeChangedAndWr
 });
 
 constexpr Clause STORE_004("required_STORE_004_ARemovedNodeTakesWhatLiesBelowAndNothingElse", [](Bench& t) {
-  t.write({ABCD + u"e", AD});
-  t.write(A, u"above");
+  t.write({ABC + u"d" + u"e", AD});
+  t.write({A}, u"above");
   t.remove({AB});
-  EXPECT_EQ(t.existing({AB, ABC, ABCD, ABCD + u"e"}), Nodes());
-  for (const Node& node : {AB, ABC, ABCD}) {
-    t.write(node);
+  for (const Node& node : {AB, ABC, ABC + u"d", ABC + u"d" + u"e"}) {
+    EXPECT_FALSE(t.exists(node));
+    t.write({node});
     EXPECT_EQ(t.children(node), Nodes()) << "of a node that was removed and is written again";
   }
   t.remove({AB, AD});
-  EXPECT_EQ(t.children(A), Nodes()) << "when all of them were removed";
+  EXPECT_EQ(t.children(A), Nodes());
   EXPECT_EQ(t.valueAt(A), u"above") << "when all children were removed";
-  t.remove({A});
-  EXPECT_EQ(t.children(ROOT), Nodes());
 });
 
 constexpr Clause STORE_005("required_STORE_005_NothingAndTheAbsentCanBeRemoved", [](Bench& t) {
-  t.write(A);
+  t.write({A});
   for (const Nodes& nodes : {Nodes(), {B}, {AB}, {ABC}}) t.remove(nodes);
-  EXPECT_EQ(t.existing({A, AB, B}), Nodes{A});
+  EXPECT_EQ(t.children(ROOT), Nodes{A});
+  for (const Node& node : {AB, B}) EXPECT_FALSE(t.exists(node));
 });
 
 constexpr Clause STORE_006("required_STORE_006_AnAbsentNodeIsNoneAndHasNoChildren", [](Bench& t) {
@@ -153,12 +146,12 @@ constexpr Clause STORE_006("required_STORE_006_AnAbsentNodeIsNoneAndHasNoChildre
       EXPECT_EQ(t.reading()->getNode(pathOf(node)), nullptr);
       EXPECT_EQ(t.children(node), Nodes());
     }
-    t.write(AB);
+    t.write({AB});
   }
 });
 
 constexpr Clause STORE_007("required_STORE_007_ChildrenAreDirectAndWholePaths", [](Bench& t) {
-  t.write({ABCD, AD, B + u"b" + u"c"});
+  t.write({ABC + u"d", AD, B + u"b" + u"c"});
   EXPECT_EQ(t.children(ROOT), (Nodes{A, B}));
   EXPECT_EQ(t.children(A), (Nodes{AB, AD}));
   EXPECT_EQ(t.children(AB), Nodes{ABC});
@@ -166,36 +159,35 @@ constexpr Clause STORE_007("required_STORE_007_ChildrenAreDirectAndWholePaths", 
 });
 
 constexpr Clause STORE_008("required_STORE_008_NamesThatAreNearlyAlikeStayApart", [](Bench& t) {
-  const std::vector<Node> parents = {ROOT, A, AB};
+  const Nodes parents = {ROOT, A, AB};
   for (const Node& parent : parents) {
     for (const std::u16string& name : hardTexts()) {
       EXPECT_FALSE(t.exists(parent + name)) << "another one is taken for " << testing::PrintToString(name);
-      t.write(parent + name, name);
+      t.write({parent + name}, name);
     }
   }
   for (const Node& parent : parents) {
     Nodes nodes;
     for (const std::u16string& name : hardTexts()) {
-      nodes.insert(parent + name);
+      const std::size_t children = parents.count(parent + name) * hardTexts().size();
       EXPECT_EQ(t.valueAt(parent + name), name);
-      const bool isParent = std::count(parents.begin(), parents.end(), parent + name) != 0;
-      EXPECT_EQ(t.children(parent + name).size(), isParent ? hardTexts().size() : 0) << testing::PrintToString(name);
+      EXPECT_EQ(t.children(parent + name).size(), children) << testing::PrintToString(name);
+      nodes.insert(parent + name);
     }
     EXPECT_TRUE(same(t.children(parent), nodes));
   }
 });
 
 constexpr Clause STORE_009("required_STORE_009_RemovingANodeSparesThoseOfNearNames", [](Bench& t) {
-  Nodes left, below;
+  Nodes left;
   for (const std::u16string& name : hardTexts()) left.insert(at({name}));
-  for (const Node& node : left) below.insert(node + u"b" + u"c");
-  t.write(below);
+  for (const Node& node : left) t.write({node + u"b" + u"c"});
   while (!left.empty()) {
     const Node gone = *left.begin();
     t.remove({gone});
     left.erase(left.begin());
     EXPECT_TRUE(same(t.children(ROOT), left)) << "removed with " << testing::PrintToString(gone);
-    for (const Node& node : left) EXPECT_EQ(t.children(node + u"b").size(), 1U) << testing::PrintToString(gone);
+    for (const Node& node : left) EXPECT_TRUE(t.exists(node + u"b" + u"c")) << testing::PrintToString(gone);
   }
 });
 
@@ -209,7 +201,7 @@ constexpr Clause STORE_010("required_STORE_010_TypeAndLocationBothCount", [](Ben
     Node node = AB;
     node.push_back(leaf);
     EXPECT_FALSE(t.exists(node)) << "another one is taken for it";
-    t.write(node, leaf.first);
+    t.write({node}, leaf.first);
     nodes.insert(node);
   }
   EXPECT_TRUE(same(t.children(AB), nodes));
@@ -217,47 +209,46 @@ constexpr Clause STORE_010("required_STORE_010_TypeAndLocationBothCount", [](Ben
 });
 
 constexpr Clause STORE_011("required_STORE_011_TextComesBackUnitByUnit", [](Bench& t) {
-  const auto node = std::make_shared<MetadataNodeSpecification>();
   for (const std::u16string& text : hardTexts(100000)) {
-    for (const Node& one : {A, ABC}) t.write(one, text);
-    EXPECT_TRUE(t.valueAt(ABC) == text) << testing::PrintToString(text.substr(0, 9)) << " of " << text.size()
-                                        << " units";
+    t.write({A}, text);
+    EXPECT_TRUE(t.valueAt(A) == text) << testing::PrintToString(text.substr(0, 9)) << " of " << text.size() << " units";
   }
+  const auto node = std::make_shared<MetadataNodeSpecification>();
   for (const std::u16string& key : hardTexts()) node->put(key, u"of " + key);
   t.writing()->setNodes({{pathOf(AD), node}});
   for (const std::u16string& key : hardTexts()) EXPECT_EQ(t.valueAt(AD, key), u"of " + key);
 });
 
 constexpr Clause STORE_012("required_STORE_012_ANodeWithoutValuesIsANode", [](Bench& t) {
-  t.write(A);
+  t.write({A});
   t.writing()->setNodes({{pathOf(AB), std::make_shared<MetadataNodeSpecification>()}});
   EXPECT_EQ(t.children(A), Nodes{AB});
-  t.write(ABC);
+  t.write({ABC});
   t.remove({ABC});
   EXPECT_EQ(t.children(A), Nodes{AB}) << "when its last child has gone";
 });
 
 constexpr Clause STORE_013("required_STORE_013_WhatIsRemovedAndWrittenInOneScopeIsNew", [](Bench& t) {
-  t.write(ABCD);
+  t.write({ABC});
   {
     const Access scope = t.writing();
     scope->removeNodes(scope->getChildPaths(pathOf(A)));
-    for (const Node& node : {AB, AB + u"d"}) scope->setNodes({{pathOf(node), holding(u"Data", u"1")}});
+    t.write({AB, AB + u"d"});
     EXPECT_EQ(t.children(AB), Nodes{AB + u"d"}) << "in the scope itself";
   }
   EXPECT_EQ(t.children(AB), Nodes{AB + u"d"});
 });
 
 constexpr Clause STORE_014("optional_STORE_014_SessionsSeeWhatTheOtherWrote", [](Bench& t) {
-  const std::vector<std::shared_ptr<project::metadata::MetadataManager>> sessions = {
-      t.metadata, t.hook(&Host::openAgain, "openAgain")()->getMetadataManager()};  // it may outlive its project
+  const Metadata second = t.hook(&Host::openAgain, "openAgain")()->getMetadataManager();  // it may outlive its project
+  const std::vector<Metadata> sessions = {t.metadata, second};
   Nodes nodes;
   for (const std::u16string& text : hardTexts()) {
     for (std::size_t turn = 0; turn < 3; ++turn) {
       t.metadata = sessions[turn % 2];
       EXPECT_TRUE(same(t.children(A), nodes)) << "as the other session left it";
       EXPECT_EQ(turn > 0 ? t.valueAt(A + text) : u"", turn > 0 ? text + number(turn - 1) : u"");
-      t.write(A + text, text + number(turn));
+      t.write({A + text}, text + number(turn));
       if (turn == 0) nodes.insert(A + text);
     }
   }
@@ -266,31 +257,14 @@ constexpr Clause STORE_014("optional_STORE_014_SessionsSeeWhatTheOtherWrote", []
     t.metadata = sessions[turn % 2];
     EXPECT_FALSE(t.exists(*nodes.begin())) << "removed by the other session";
     nodes.erase(nodes.begin());
-    EXPECT_TRUE(same(t.children(A), nodes)) << "as the other session left it";
   }
-});
-
-constexpr Clause STORE_015("required_STORE_015_ManyChildrenAreListedWrittenAndRemoved", [](Bench& t) {
-  Nodes all, going, left;
-  for (std::size_t i = 0; i < MANY; ++i) {
-    all.insert(AB + number(i));
-    (i % 2 == 0 ? going : left).insert(AB + number(i));
-  }
-  t.write(all);
-  EXPECT_TRUE(same(t.children(AB), all));
-  for (const Node& node : all) EXPECT_EQ(t.valueAt(node), node.back().second);
-  t.remove(going);
-  EXPECT_TRUE(same(t.children(AB), left));
-  t.remove(all);
-  EXPECT_EQ(t.children(AB), Nodes());
 });
 
 }  // namespace
 
 Clauses metadataClauses() {
-  return {SCOPE_001, SCOPE_002, SCOPE_003, SCOPE_004, SCOPE_005, SCOPE_006, STORE_001,
-          STORE_002, STORE_003, STORE_004, STORE_005, STORE_006, STORE_007, STORE_008,
-          STORE_009, STORE_010, STORE_011, STORE_012, STORE_013, STORE_014, STORE_015};
+  return {SCOPE_001, SCOPE_002, SCOPE_003, SCOPE_004, SCOPE_005, SCOPE_006, STORE_001, STORE_002, STORE_003, STORE_004,
+          STORE_005, STORE_006, STORE_007, STORE_008, STORE_009, STORE_010, STORE_011, STORE_012, STORE_013, STORE_014};
 }
 
 }  // namespace host_conformance
