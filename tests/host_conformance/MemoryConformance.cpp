@@ -243,7 +243,7 @@ class FaultyProject final : public MemoryProject {
 
 std::shared_ptr<FaultyProject> copyOf(const std::shared_ptr<FaultyProject>& project) {
   if (is("SHARE_002 COPY_001: a working copy is the project")) return project;
-  const auto copy = std::make_shared<FaultyProject>(*project);
+  auto copy = std::make_shared<FaultyProject>(*project);
   const auto store = std::make_shared<TinyMetadata>(*project->session->store);
   if (!is("COPY_001: a copy shares its metadata")) copy->session = std::make_shared<FaultyMetadata>(store);
   if (is("SHARE_002 COPY_001: a copy shares its labels")) copy->original = project;

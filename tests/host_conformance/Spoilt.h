@@ -11,16 +11,19 @@ namespace memory_host {
 
 using Text = std::u16string;
 
-inline Text lower(Text text) {
+inline Text lower(const Text& given) {
+  Text text = given;
   for (char16_t& unit : text) unit = unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
   return text;
 }
-inline Text composed(Text text) {
+inline Text composed(const Text& given) {
+  Text text = given;
   for (std::size_t at = 0; (at = text.find(u"e\u0301")) != Text::npos;) text.replace(at, 2, u"\u00E9");
   return text;
 }
-inline Text trimmed(Text text) { return text.substr(0, text.find_last_not_of(u" \t\r\n") + 1); }
-inline Text wellFormed(Text text) {
+inline Text trimmed(const Text& text) { return text.substr(0, text.find_last_not_of(u" \t\r\n") + 1); }
+inline Text wellFormed(const Text& given) {
+  Text text = given;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const bool isPair = text[i] >> 10 == 0x36 && i + 1 < text.size() && text[i + 1] >> 10 == 0x37;
     if (!isPair && text[i] >> 11 == 0x1B) text[i] = u'\uFFFD';
@@ -28,17 +31,17 @@ inline Text wellFormed(Text text) {
   }
   return text;
 }
-inline Text cut(Text text) { return text.substr(0, 255); }
-inline Text toNul(Text text) { return text.substr(0, text.find(u'\0')); }
-inline Text toNumber(Text text) { return text == u"01" || text == u"1.0" ? u"1" : text; }
-inline Text toNothing(Text) { return {}; }
+inline Text cut(const Text& text) { return text.substr(0, 255); }
+inline Text toNul(const Text& text) { return text.substr(0, text.find(u'\0')); }
+inline Text toNumber(const Text& text) { return text == u"01" || text == u"1.0" ? u"1" : text; }
+inline Text toNothing(const Text&) { return {}; }
 
 enum class Place { LOCATION, TYPE, KEY, VALUE, CATEGORY, LABELLED, REMOVED };
 
 constexpr struct Spoil {
   const char* fault;
   Place place;
-  Text (*change)(Text);
+  Text (*change)(const Text&);
 } SPOILS[] = {
     {"STORE_008 STORE_009 STORE_014 SHARE_004: locations have no case", Place::LOCATION, lower},
     {"STORE_008 STORE_009: locations are composed", Place::LOCATION, composed},
