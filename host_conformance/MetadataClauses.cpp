@@ -73,8 +73,8 @@ constexpr Clause SCOPE_006("optional_SCOPE_006_AFailedWriteScopeIsUndoneAndNoOth
   const auto fail = [&] {
     const Cleaning cleaning{t};
     const Access outer = t.writing();
-    t.remove({AB});
-    t.write({A, AB, B}, u"new");
+    outer->removeNodes({pathOf(AB)});
+    for (const Node& node : {A, AB, B}) outer->setNodes({{pathOf(node), holding(u"new")}});
     const Access inner = t.reading();
     throw Passing();
   };
@@ -85,7 +85,7 @@ constexpr Clause SCOPE_006("optional_SCOPE_006_AFailedWriteScopeIsUndoneAndNoOth
   {
     const Access scope = t.writing();
     EXPECT_THROW(throw Passing(), Passing);
-    t.write({B}, u"new");
+    scope->setNodes({{pathOf(B), holding(u"new")}});
   }
   EXPECT_EQ(t.valueAt(B), u"new") << "in a scope that an exception did not leave";
 });
@@ -233,7 +233,7 @@ constexpr Clause STORE_013("required_STORE_013_WhatIsRemovedAndWrittenInOneScope
   {
     const Access scope = t.writing();
     scope->removeNodes(scope->getChildPaths(pathOf(A)));
-    t.write({AB, AB + u"d"});
+    for (const Node& node : {AB, AB + u"d"}) scope->setNodes({{pathOf(node), holding(u"1")}});
     EXPECT_EQ(t.children(AB), Nodes{AB + u"d"}) << "in the scope itself";
   }
   EXPECT_EQ(t.children(AB), Nodes{AB + u"d"});

@@ -50,8 +50,9 @@ class FaultyMetadata final : public MetadataManager {
   MetadataScopeGuard beginWriteScope() override { return begin(true); }
   std::unique_ptr<MetadataNode> getNode(const MetadataPath& path) override {
     throwIf(openScopes_ == 0, "SCOPE_004 STORE_003 SHARE_004: no access without a scope");
-    const bool isKnown = values_.count(path) != 0 && is("STORE_014 SHARE_004: a session reads a value once");
-    if (isKnown) return std::make_unique<MetadataNodeSpecification>(values_.at(path));
+    if (is("STORE_014 SHARE_004: a session reads a value once") && values_.count(path) != 0) {
+      return std::make_unique<MetadataNodeSpecification>(values_.at(path));
+    }
     auto node = store->getNode(seen(path));
     if (!node && is("STORE_006: getNode makes a node")) return std::make_unique<MetadataNodeSpecification>();
     if (node) values_[path] = dynamic_cast<MetadataNodeSpecification&>(*node);
@@ -80,9 +81,6 @@ class FaultyMetadata final : public MetadataManager {
     dropIf(children, [&](const MetadataPath& child) {
       return !locations.insert(child.getLeaf().getLocation()).second && is("STORE_010: types of children do not count");
     });
-    for (MetadataPath& child : children) {
-      if (is("STORE_007: children are without what is above them")) child = MetadataPath({child.getLeaf()});
-    }
     return children_[path] = children;
   }
   void removeNodes(const std::vector<MetadataPath>& paths) override {
@@ -147,14 +145,16 @@ class FaultyProject final : public MemoryProject {
   }
   std::vector<CategoryIdentifier> getCategories() const override {
     auto all = page(MemoryProject::getCategories(), "LABEL_005: the first page of categories is all");
-    std::set<Text> filled, used;
-    for (const auto& [label, isRemovable] : labels) filled.insert(label.first);
+    dropIf(all, [this](const CategoryIdentifier& category) {
+      const auto isOfIt = [&](const auto& label) { return label.first.first == category.toString(); };
+      return is("LABEL_003: empty categories are not listed") && std::none_of(labels.begin(), labels.end(), isOfIt);
+    });
+    std::set<Text> used;
     for (const Entry& entry : entries) {
       for (const LabelKey& label : entry.labels) used.insert(label.first);
     }
-    dropIf(all, [&](const CategoryIdentifier& category) {
-      return (is("LABEL_003: empty categories are not listed") && filled.count(category.toString()) == 0) ||
-             (is("LABEL_001: unused categories are not listed") && used.count(category.toString()) == 0);
+    dropIf(all, [&](const auto& one) {
+      return is("LABEL_001: unused categories are not listed") && used.count(one.toString()) == 0;
     });
     return all;
   }
@@ -167,12 +167,11 @@ class FaultyProject final : public MemoryProject {
   }
   void removeLabel(const CategoryIdentifier& category, const LabelIdentifier& label, bool flag) override {
     if (original) original->removeLabel(category, label, flag);
-    auto before = entries;
+    const auto before = entries;
     for (const CategoryIdentifier& one : MemoryProject::getCategories()) {
       const bool goes = one.toString() == category.toString() || is("LABEL_003 SHARE_002: a UUID alone names a label");
       if (goes) MemoryProject::removeLabel(one, label, flag);
     }
-    if (is("LABEL_004 SHARE_002: a removed label stays attached")) entries.swap(before);
     for (std::size_t i = 0; i < entries.size(); ++i) {
       const bool isKept = entries[i].isFolder && is("LABEL_004 SHARE_002: a removed label stays on folders");
       if (isKept) entries[i] = before[i];
@@ -189,16 +188,20 @@ class FaultyProject final : public MemoryProject {
     return all;
   }
   std::vector<FileLabel> getFileLabels(const Path& entry) override {
+    static const bool areBelow = is("FILE_004 SHARE_002: labels hang on what is below, too");
+    static const bool goByLeaf = is("FILE_004 SHARE_002: labels go by leaf names"),
+                      goByLike = is("FILE_004: labels go by LIKE");
+    static const bool areSpoilt = spoilt(Place::LABELLED, u"A ") != u"A ";
     std::vector<FileLabel> attached;
     for (const Entry& one : entries) {
-      const bool isIt = is("FILE_004 SHARE_002: labels hang on what is below, too")
-                            ? isBelow(entry.text(), one.name.text())
-                        : is("FILE_004 SHARE_002: labels go by leaf names") ? leafOf(entry) == leafOf(one.name)
-                        : is("FILE_004: labels go by LIKE")
-                            ? matches(entry.text(), one.name.text())
-                            : spoilt(Place::LABELLED, entry.text()) == spoilt(Place::LABELLED, one.name.text());
-      for (const LabelKey& key : one.labels) {
-        if (isIt) attached.emplace_back(CategoryIdentifier(key.first), LabelIdentifier(key.second));
+      const Text &text = entry.text(), &other = one.name.text();
+      const bool isIt = areBelow    ? isBelow(text, other)
+                        : goByLeaf  ? leafOf(entry) == leafOf(one.name)
+                        : goByLike  ? matches(text, other)
+                        : areSpoilt ? spoilt(Place::LABELLED, text) == spoilt(Place::LABELLED, other)
+                                    : text == other;
+      for (auto key = one.labels.begin(); isIt && key != one.labels.end(); ++key) {
+        attached.emplace_back(CategoryIdentifier(key->first), LabelIdentifier(key->second));
       }
     }
     return page(attached, "LABEL_005: the first page of a file's labels is all");
@@ -249,9 +252,6 @@ std::shared_ptr<FaultyProject> copyOf(const std::shared_ptr<FaultyProject>& proj
   if (is("SHARE_002 COPY_001: a copy shares its labels")) copy->original = project;
   for (auto& [label, isRemovable] : copy->labels) {
     if (is("SHARE_002 COPY_001: every label of a copy may be removed")) isRemovable = 1;
-  }
-  for (Entry& entry : copy->entries) {
-    if (entry.isFolder && is("SHARE_002 COPY_001: folders of a copy have no labels")) entry.labels.clear();
   }
   return copy;
 }
