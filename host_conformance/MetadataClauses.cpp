@@ -24,14 +24,11 @@ constexpr Clause SCOPE_002("required_SCOPE_002_ReadScopesNestInWriteScopes", [](
   t.write({A});
   {
     const Access outer = t.writing();
-    {
-      const Access inner = t.reading();
-      t.metadata->beginReadScope();
-      EXPECT_TRUE(inner->nodeExists(pathOf(A))) << "in the second of three scopes, when the third has ended";
-    }
+    EXPECT_EQ(t.children(ROOT), Nodes{A}) << "in a read scope that ends before the write";
     outer->setNodes({{pathOf(B), holding(u"1")}});
-    EXPECT_EQ(t.children(ROOT), (Nodes{A, B})) << "in the write scope that wrote it";
-    t.metadata->beginReadScope();
+    const Access inner = t.reading();
+    EXPECT_EQ(t.children(ROOT), (Nodes{A, B})) << "in the third scope, of what the first wrote";
+    EXPECT_TRUE(inner->nodeExists(pathOf(B))) << "in the second one, when the third has ended";
   }
   EXPECT_TRUE(t.exists(B)) << "written between two read scopes in one write scope";
 });
