@@ -1,82 +1,179 @@
 #include "HostConformance.h"
 
-#include <stdexcept>
+#include <iostream>
 
 #include "Bench.h"
 
 namespace host_conformance {
 
+using project::metadata::MetadataPath;
+
 Node at(const std::vector<std::u16string>& locations) {
+  Node node = {{u"Export", u"Root"}};
+  for (const std::u16string& location : locations) node = std::move(node) + location;
+  return node;
+}
+
+Node operator+(Node node, const std::u16string& location) {
+  node.emplace_back(node.size() == 1 ? u"ExportProfile" : u"Filter", location);
+  return node;
+}
+
+MetadataPath pathOf(const Node& node) {
   project::metadata::MetadataPathBuilder builder;
-  for (const std::u16string& location : locations) builder.add(u"type", location);
+  for (const auto& [type, location] : node) builder.add(type, location);
   return builder.build();
 }
 
 Content holding(const std::u16string& value) {
   auto node = std::make_shared<project::metadata::MetadataNodeSpecification>();
-  node->put(u"key", value);
+  node->put(u"Data", value);
   return node;
 }
 
-Nodes shown(const std::vector<Node>& nodes) {
-  Nodes all;
-  for (const Node& node : nodes) {
-    std::vector<std::u16string> texts;
-    for (const auto& element : node.getElements()) {
-      texts.insert(texts.end(), {element.getType(), element.getLocation()});
+Facts factsOf(project::management::ProjectManager& project) {
+  project::management::FileManager& files = project.getFileManager();
+  const std::size_t root = files.getRootFolder().text().size();
+  Facts all;
+  for (const Path& path : files.getFiles()) {
+    const std::u16string text = path.text().substr(root);
+    all.insert({files.isFolder(path) ? u"folder" : u"file", text});
+    for (const Label& label : files.getFileLabels(path)) {
+      all.insert({u"on", text, label.getCategory().toString(), label.getUUID()});
     }
-    all.insert(texts);
+  }
+  for (const auto& category : project.getLabelManager().getCategories()) {
+    all.insert({u"category", category.toString()});
+    for (const auto& label : project.getLabelManager().getLabels(category)) {
+      all.insert(
+          {label.isRemovable() != 0 ? u"label" : u"kept", category.toString(), Label(category, label).getUUID()});
+    }
   }
   return all;
 }
 
-Texts shown(const std::vector<Path>& paths) {
-  Texts texts;
-  for (const Path& path : paths) texts.insert(path.text());
-  return texts;
-}
-
 Bench::~Bench() = default;
 
-void Bench::use(Project project) {
-  host_.project = std::move(project);
+void Bench::use(const Project& project) {
+  host_.project = project;
   metadata = host_.project ? host_.project->getMetadataManager() : nullptr;
   if (!metadata) throw std::logic_error("the host gives no project, or a project without metadata");
 }
 
-Nodes Bench::existing(std::initializer_list<Node> nodes) const {
-  std::vector<Node> found;
-  for (const Node& node : nodes) {
-    if (exists(node)) found.push_back(node);
-  }
-  return shown(found);
-}
-
-std::u16string Bench::valueAt(const Node& node) const {
+Nodes Bench::children(const Node& node) const {
   const Access access = reading();
-  const Content content = access->getNode(node);
-  return content ? content->getValue(u"key") : u"(getNode gives none)";
-}
-
-void Bench::write(const Node& node, const std::u16string& value) const {
-  const Node parent({node.getElements().begin(), node.getElements().end() - 1});
-  if (!parent.getElements().empty() && !exists(parent)) write(parent);
-  writing()->setNodes({{node, holding(value)}});
-}
-
-Tree Bench::plant() const {
-  const auto& addFolder = hook(&Host::addFolder, "addFolder");
-  const auto& addFile = hook(&Host::addFile, "addFile");
-  const Path root = files().getRootFolder(), folder = addFolder(root, u"d"), inner = addFolder(folder, u"e");
-  return {folder, inner, addFile(inner, u"f"), addFolder(root, u"de"), addFile(root, u"f")};
-}
-
-Labels Bench::allLabels() const {
-  std::vector<Label> all;
-  for (const auto& category : labels().getCategories()) {
-    for (const auto& label : labels().getLabels(category)) all.emplace_back(category, label);
+  Nodes all;
+  for (const MetadataPath& path : access->getChildPaths(pathOf(node))) {
+    Node child = node;
+    child.emplace_back(path.getLeaf().getType(), path.getLeaf().getLocation());
+    const MetadataPath whole = pathOf(child);
+    if (path < whole || whole < path) child.emplace_back(u"is", u"not what the path says");
+    all.insert(std::move(child));
   }
-  return shown(all);
+  return all;
+}
+
+std::u16string Bench::valueAt(const Node& node, const std::u16string& key) const {
+  const Access access = reading();
+  const Content content = access->getNode(pathOf(node));
+  return content ? content->getValue(key) : u"(getNode gives none)";
+}
+
+void Bench::write(const Nodes& nodes, const std::u16string& value) const {
+  const Access access = writing();
+  for (const Node& node : nodes) access->setNodes({{pathOf(node), holding(value)}});
+}
+
+void Bench::remove(const Nodes& nodes) const {
+  std::vector<MetadataPath> paths;
+  for (const Node& node : nodes) paths.push_back(pathOf(node));
+  writing()->removeNodes(paths);
+}
+
+std::size_t Bench::addEntry(std::size_t folder, const std::u16string& name, bool isFolder) {
+  const auto& add = isFolder ? hook(&Host::addFolder, "addFolder") : hook(&Host::addFile, "addFile");
+  try {
+    const Path above = folder == TOP ? project().getFileManager().getRootFolder() : entries.at(folder).path;
+    entries.push_back({add(above, name), isFolder, folder, {}});
+    return entries.size() - 1;
+  } catch (const std::invalid_argument&) {
+    return refused_.push_back(name), TOP;
+  }
+}
+
+void Bench::addLabels(const std::vector<std::u16string>& names, bool isRemovable) {
+  for (const std::u16string& name : names) {
+    try {
+      labels.push_back({hook(&Host::addLabel, "addLabel")(name, isRemovable), isRemovable});
+      categories.insert(keyOf(labels.back().label).first);
+    } catch (const std::invalid_argument&) {
+      refused_.push_back(name);
+    }
+  }
+}
+
+void Bench::attach(std::size_t entry, const Label& label) {
+  if (!entries.at(entry).labels.insert(keyOf(label)).second) return;
+  hook(&Host::attach, "attach")(entries[entry].path, label);
+}
+
+void Bench::plant() {
+  const std::size_t top = addEntry(TOP, u"d", true), files = addEntry(TOP, u"de", true);
+  for (const std::u16string& name : hardNames(std::u16string_view(u"/\0", 2))) {
+    addEntry(files, name, false);
+    const std::size_t folder = addEntry(top, name, true);
+    if (folder == TOP) continue;
+    addEntry(addEntry(folder, u"d", true), name, false);
+    addEntry(folder, u".e", true);
+    addEntry(folder, u".f", false);
+  }
+  std::size_t deep = top;
+  for (int depth = 0; depth < 30; ++depth) deep = addEntry(deep, u"d", true);
+  for (const std::size_t folder : {deep, TOP}) addEntry(folder, u"f", false);
+}
+
+void Bench::removeLabel(project::management::ProjectManager& from, const Label& label) const {
+  from.getLabelManager().removeLabel(label.getCategory(), label.getLabelIdentifier(), false);
+}
+
+std::vector<bool> Bench::left(const std::function<bool(const Entry&)>& stays) const {
+  std::vector<bool> are(entries.size());
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    are[i] = stays(entries[i]);
+    if (!are[i] || entries[i].isFolder) continue;
+    for (std::size_t above = entries[i].folder; above != TOP; above = entries[above].folder) are[above] = true;
+  }
+  for (std::size_t i = 0; i < entries.size(); ++i) {  // what lies in a folder stands after it
+    if (entries[i].folder != TOP) are[i] = are[i] && are[entries[i].folder];
+  }
+  return are;
+}
+
+Facts Bench::facts(const std::function<bool(const Entry&)>& stays,
+                   const std::function<bool(const Known&)>& goes) const {
+  Facts all;
+  std::set<Key> gone;
+  std::set<std::u16string> robbed, inhabited;
+  for (const Known& known : labels) {
+    const auto [category, uuid] = keyOf(known.label);
+    (goes(known) ? robbed : inhabited).insert(category);
+    if (goes(known)) gone.insert({category, uuid});
+    if (!goes(known)) all.insert({known.isRemovable ? u"label" : u"kept", category, uuid});
+  }
+  for (const std::u16string& category : categories) {
+    if (robbed.count(category) == 0 || inhabited.count(category) != 0) all.insert({u"category", category});
+  }
+  const std::vector<bool> are = left(stays);
+  const std::size_t root = project().getFileManager().getRootFolder().text().size();
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    if (!are[i]) continue;
+    const std::u16string text = entries[i].path.text().substr(root);
+    all.insert({entries[i].isFolder ? u"folder" : u"file", text});
+    for (const Key& label : entries[i].labels) {
+      if (gone.count(label) == 0) all.insert({u"on", text, label.first, label.second});
+    }
+  }
+  return all;
 }
 
 void Bench::TestBody() {
@@ -87,10 +184,16 @@ void Bench::TestBody() {
   } catch (const std::exception& error) {
     ADD_FAILURE() << "the host throws (" << error.what() << ") at a call that has to succeed";
   }
+  const auto isPlain = [](char16_t unit) { return unit >= u'a' && unit <= u'z'; };
+  for (const std::u16string& name : refused_) {
+    EXPECT_FALSE(std::all_of(name.begin(), name.end(), isPlain)) << "refused: " << testing::PrintToString(name);
+  }
+  if (!refused_.empty()) std::cout << "refused, and so not tried: " << testing::PrintToString(refused_) << '\n';
 }
 
 void registerSuite(const std::string& name, const std::function<Host()>& factory) {
-  for (const Clauses& clauses : {metadataClauses(), projectClauses()}) {
+  tellUuidsIfAsked();
+  for (const Clauses& clauses : {metadataClauses(), projectClauses(), sharingClauses()}) {
     for (const auto& [id, check] : clauses) {
       testing::RegisterTest(name.c_str(), id, nullptr, nullptr, __FILE__, __LINE__,
                             [check = check, factory] { return new Bench(check, factory()); });

@@ -30,6 +30,12 @@ inline host_conformance::Host hostOf(const std::shared_ptr<TinyProject>& project
   host.attach = [project](const path& entry, const Label& label) {
     project->at(entry).labels.emplace(label.getCategory().toString(), label.getUUID());
   };
+  host.workingCopy = [project] {
+    const auto copy = std::make_shared<TinyProject>(*project);
+    copy->metadata = std::make_shared<TinyMetadata>(*project->metadata);
+    return copy;
+  };
+  host.undoesWriteScopes = true;
   return host;
 }
 

@@ -1,13 +1,12 @@
-// MemoryConformance [FAULT]: the suite on the host in memory. Each fault that it can be given stands in this file or in
-// the host's functions as a text that begins with the clauses that fail by it; tests/checks/broken_hosts reads them.
+// MemoryConformance [FAULT]: the suite on the host in memory. Each fault that it can be given stands in this folder or
+// in the host's functions as a text that begins with clauses that fail by it; tests/checks/broken_hosts reads them.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <exception>
 #include <stdexcept>
 
 #include "host_conformance/HostConformance.h"
-#include "memory_host/MemoryHost.h"
+#include "host_conformance/Spoilt.h"
 #include "tiny_host/Hooks.h"
 
 namespace memory_host {
@@ -18,6 +17,17 @@ void throwIf(bool condition, const char* text) {
   if (condition && is(text)) throw std::runtime_error(text);
 }
 
+template <class List>
+List page(List all, const char* text) {
+  if (is(text)) all.erase(all.begin() + std::min<std::ptrdiff_t>(1000, all.end() - all.begin()), all.end());
+  return all;
+}
+
+template <class List, class Condition>
+void dropIf(List& list, const Condition& condition) {
+  list.erase(std::remove_if(list.begin(), list.end(), condition), list.end());
+}
+
 MetadataPath parentOf(const MetadataPath& path) {
   return MetadataPath({path.getElements().begin(), path.getElements().end() - 1});
 }
@@ -26,138 +36,225 @@ MetadataPath parentOf(const MetadataPath& path) {
 MetadataPath seen(const MetadataPath& path) {
   MetadataPathBuilder builder;
   for (const PathElement& element : path.getElements()) {
-    std::u16string location = element.getLocation();
-    if (is("STORE_008 STORE_009 STORE_014: names have no case"))
-      std::replace(location.begin(), location.end(), u'A', u'a');
-    builder.add(is("STORE_010: types do not count") ? u"type" : element.getType(), location);
+    builder.add(spoilt(Place::TYPE, element.getType()), spoilt(Place::LOCATION, element.getLocation()));
   }
   return builder.build();
 }
 
-class FaultyMetadata final : public MemoryMetadata {
+// A session with a store, which others may have, too.
+class FaultyMetadata final : public MetadataManager {
  public:
+  explicit FaultyMetadata(std::shared_ptr<TinyMetadata> stored) : store(std::move(stored)) {}
+
   MetadataScopeGuard beginReadScope() override { return begin(false); }
   MetadataScopeGuard beginWriteScope() override { return begin(true); }
   std::unique_ptr<MetadataNode> getNode(const MetadataPath& path) override {
-    throwIf(openScopes() == 0, "SCOPE_004 STORE_003: no access without a scope");
-    auto node = MemoryMetadata::getNode(seen(path));
+    throwIf(openScopes_ == 0, "SCOPE_004 STORE_003 SHARE_004: no access without a scope");
+    if (is("STORE_014 SHARE_004: a session reads a value once") && values_.count(path) != 0) {
+      return std::make_unique<MetadataNodeSpecification>(values_.at(path));
+    }
+    auto node = store->getNode(seen(path));
     if (!node && is("STORE_006: getNode makes a node")) return std::make_unique<MetadataNodeSpecification>();
+    if (node) values_[path] = dynamic_cast<MetadataNodeSpecification&>(*node);
     return node;
   }
   void setNodes(const std::map<MetadataPath, std::shared_ptr<MetadataNode>>& given) override {
     for (const auto& [path, node] : given) {
-      const bool isOrphan = path.getElements().size() > 1 && !nodeExists(parentOf(path));
-      throwIf(isOrphan, "STORE_001: setNodes makes no parents");
-      if (isOrphan && is("STORE_001: parents are made anew")) nodes[parentOf(parentOf(path))] = {};
+      throwIf(!nodeExists(parentOf(path)), "STORE_001: setNodes makes no parents");
+      throwIf(path.getLeaf().getLocation().empty(), "STORE_008 SHARE_004: a location is not empty");
+      if (path.getElements().size() > 3 && is("STORE_001 STORE_007 SHARE_004: three levels are enough")) continue;
       MetadataNodeSpecification stored;
       for (const auto& [key, value] : dynamic_cast<MetadataNodeSpecification&>(*node).values()) {
-        stored.put(key, is("STORE_011 STORE_014: U+0000 ends a value") ? value.substr(0, value.find(u'\0')) : value);
+        stored.put(spoilt(Place::KEY, key), spoilt(Place::VALUE, value));
       }
-      if (stored.values().empty() && is("STORE_012: a node without values is none")) continue;
-      if (is("STORE_002: setNodes drops the children")) MemoryMetadata::removeNodes(getChildPaths(path));
-      MemoryMetadata::setNodes({{seen(path), std::make_shared<MetadataNodeSpecification>(stored)}});
+      if (stored.values().empty() && is("STORE_012 SHARE_004: a node without values is none")) continue;
+      if (is("STORE_002 SHARE_004: setNodes drops the children")) store->removeNodes(getChildPaths(path));
+      store->setNodes({{seen(path), std::make_shared<MetadataNodeSpecification>(stored)}});
+      values_[path] = stored;
     }
   }
   std::vector<MetadataPath> getChildPaths(const MetadataPath& path) override {
-    throwIf(!nodeExists(path), "STORE_006: getChildPaths of none throws");
-    std::vector<MetadataPath> children = MemoryMetadata::getChildPaths(seen(path)), others;
-    if (is("STORE_001 STORE_007: grandchildren are children")) others = children;
-    if (is("STORE_008: children go by a prefix")) children.clear(), others = like(path);
-    for (const MetadataPath& other : others) {
-      for (const MetadataPath& child : MemoryMetadata::getChildPaths(other)) children.push_back(child);
-    }
-    return children;
+    const bool isKnown = children_.count(path) != 0 && is("STORE_014 SHARE_004: a session lists children once");
+    if (isKnown) return children_.at(path);
+    auto children = page(store->getChildPaths(seen(path)), "SHARE_004: the first page of children is all");
+    std::set<Text> locations;
+    dropIf(children, [&](const MetadataPath& child) {
+      return !locations.insert(child.getLeaf().getLocation()).second && is("STORE_010: types of children do not count");
+    });
+    return children_[path] = children;
   }
   void removeNodes(const std::vector<MetadataPath>& paths) override {
     if (is("STORE_013: removals wait for the end of the scope")) return later_ = paths, void();
-    if (paths.empty() && is("STORE_005: an empty list is everything")) nodes.clear();
     for (const MetadataPath& path : paths) {
       throwIf(!nodeExists(path), "STORE_005: removeNodes of none throws");
-      if (is("STORE_004 STORE_013: removeNodes keeps the children")) return nodes.erase(path), void();
-      const bool wasThere = nodeExists(path);
-      MemoryMetadata::removeNodes(is("STORE_009: removals go by a prefix") ? like(path) : std::vector{seen(path)});
-      const bool isEmpty = wasThere && MemoryMetadata::getChildPaths(parentOf(path)).empty();
-      if (isEmpty && is("STORE_004: a parent goes with its last child")) nodes.erase(parentOf(path));
+      const auto goes = [&](const MetadataPath& node) {
+        const Text &gone = path.getLeaf().getLocation(), &location = node.getLeaf().getLocation();
+        return is("STORE_009 SHARE_004: removals go by a prefix") ? location.rfind(gone, 0) == 0
+               : is("STORE_009: removals go by LIKE")             ? matches(gone, location)
+                                                                  : node == seen(path);
+      };
+      const std::size_t last = path.getElements().size() + (is("STORE_004: removals go two levels down") ? 2 : 99);
+      for (const MetadataPath& top : store->getChildPaths(seen(parentOf(path)))) {
+        for (auto one = store->nodes.begin(); goes(top) && one != store->nodes.end();) {
+          one = isIn(one->first, top) && one->first.getElements().size() <= last ? store->nodes.erase(one) : ++one;
+        }
+      }
+      const bool isLast = store->getChildPaths(parentOf(path)).empty();
+      if (isLast && is("STORE_004: a parent goes with its last child")) store->nodes.erase(parentOf(path));
     }
   }
-  bool nodeExists(MetadataPath path) override {
-    throwIf(hasLostScope_, "SCOPE_001 SCOPE_002: an inner scope ends the outer one");
-    return MemoryMetadata::nodeExists(seen(path));
-  }
+  bool nodeExists(MetadataPath path) override { return store->nodeExists(seen(path)); }
+
+  const std::shared_ptr<TinyMetadata> store;
 
  private:
-  // Those beside it whose names begin as its own, and itself.
-  std::vector<MetadataPath> like(const MetadataPath& path) {
-    std::vector<MetadataPath> alike;
-    for (const MetadataPath& other : MemoryMetadata::getChildPaths(parentOf(path))) {
-      if (other.getLeaf().getLocation().rfind(path.getLeaf().getLocation(), 0) == 0) alike.push_back(other);
-    }
-    return alike;
-  }
-
   MetadataScopeGuard begin(bool write) {
     throwIf(isStuck_, "SCOPE_003: scopes do not end by an exception");
-    throwIf(openScopes() > 0 && !outerWrites_, "SCOPE_001: no scope in a read scope");
-    throwIf(openScopes() > 0 && outerWrites_, "SCOPE_002: no scope in a write scope");
-    if (openScopes() == 0) outerWrites_ = write;
-    const auto scope = std::make_shared<MetadataScopeGuard>(MemoryMetadata::beginReadScope());
-    return MetadataScopeGuard([this, scope] {
+    throwIf(openScopes_ > 0 && !outerWrites_, "SCOPE_001: no scope in a read scope");
+    throwIf(openScopes_ > 0 && outerWrites_, "SCOPE_002: no scope in a write scope");
+    if (openScopes_++ == 0) outerWrites_ = write;
+    const int known = is("SCOPE_006: a scope fails by an older exception") ? 0 : std::uncaught_exceptions();
+    return MetadataScopeGuard([this, before = store->nodes, write, known]() mutable {
+      --openScopes_;
       isStuck_ = std::uncaught_exceptions() > 0;
-      hasLostScope_ = openScopes() > 1;
-      MemoryMetadata::removeNodes(std::exchange(later_, {}));
+      const bool isUndone = write && !is("SCOPE_006: what fails is committed");
+      if (isUndone && std::uncaught_exceptions() > known) store->nodes.swap(before);
+      store->removeNodes(std::exchange(later_, {}));
     });
   }
 
-  bool outerWrites_ = false, isStuck_ = false, hasLostScope_ = false;
+  int openScopes_ = 0;
+  bool outerWrites_ = false, isStuck_ = false;
   std::vector<MetadataPath> later_;
+  std::map<MetadataPath, MetadataNodeSpecification> values_;
+  std::map<MetadataPath, std::vector<MetadataPath>> children_;
 };
 
-struct FaultyProject final : MemoryProject {
-  explicit FaultyProject(std::shared_ptr<TinyMetadata> store = std::make_shared<FaultyMetadata>()) {
-    metadata = std::move(store);
-  }
+bool isBelow(const Text& text, const Text& top) {
+  return text.rfind(top, 0) == 0 && (text.size() == top.size() || text[top.size()] == u'/');
+}
+Text leafOf(const Path& path) { return path.text().substr(path.text().rfind(u'/') + 1); }
+
+class FaultyProject final : public MemoryProject {
+ public:
+  explicit FaultyProject(std::shared_ptr<TinyMetadata> store = std::make_shared<TinyMetadata>())
+      : session(std::make_shared<FaultyMetadata>(std::move(store))) {}
+
   std::shared_ptr<MetadataManager> getMetadataManager() override {
-    return std::exchange(metadata, is("SHARE_001 STORE_014: metadata is given once") ? nullptr : metadata);
+    return std::exchange(session, is("SHARE_001: metadata is given once") ? nullptr : session);
   }
   std::vector<CategoryIdentifier> getCategories() const override {
-    auto all = MemoryProject::getCategories();
-    if (!all.empty() && is("LABEL_001 LABEL_003 FILE_004: a category comes twice")) all.emplace_back(all[0].toString());
+    auto all = page(MemoryProject::getCategories(), "LABEL_005: the first page of categories is all");
+    dropIf(all, [this](const CategoryIdentifier& category) {
+      const auto isOfIt = [&](const auto& label) { return label.first.first == category.toString(); };
+      return is("LABEL_003: empty categories are not listed") && std::none_of(labels.begin(), labels.end(), isOfIt);
+    });
+    std::set<Text> used;
+    for (const Entry& entry : entries) {
+      for (const LabelKey& label : entry.labels) used.insert(label.first);
+    }
+    dropIf(all, [&](const auto& one) {
+      return is("LABEL_001: unused categories are not listed") && used.count(one.toString()) == 0;
+    });
     return all;
   }
   std::vector<LabelIdentifier> getLabels(const CategoryIdentifier& category) const override {
-    auto found = MemoryProject::getLabels(category);
-    if (!is("LABEL_002: every label may be removed")) return found;
-    for (LabelIdentifier& label : found) label = LabelIdentifier(label.getUUID());
+    auto found = page(MemoryProject::getLabels(category), "LABEL_005: the first page of labels is all");
+    for (LabelIdentifier& label : found) {
+      if (is("LABEL_001 SHARE_002: every label may be removed")) label = LabelIdentifier(label.getUUID());
+    }
     return found;
   }
   void removeLabel(const CategoryIdentifier& category, const LabelIdentifier& label, bool flag) override {
+    if (original) original->removeLabel(category, label, flag);
     const auto before = entries;
-    for (const LabelIdentifier& one : MemoryProject::getLabels(category)) {
-      const bool isIt = one.getUUID() == label.getUUID();
-      if (isIt || is("LABEL_003 LABEL_004: removeLabel takes the category"))
-        MemoryProject::removeLabel(category, one, flag);
+    for (const CategoryIdentifier& one : MemoryProject::getCategories()) {
+      const bool goes = one.toString() == category.toString() || is("LABEL_003 SHARE_002: a UUID alone names a label");
+      if (goes) MemoryProject::removeLabel(one, label, flag);
     }
-    if (is("LABEL_004: a removed label stays attached")) entries = before;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      const bool isKept = entries[i].isFolder && is("LABEL_004 SHARE_002: a removed label stays on folders");
+      if (isKept) entries[i] = before[i];
+    }
   }
+
   std::vector<Path> getFiles() override {
-    auto all = MemoryProject::getFiles();
-    if (is("FILE_001 FILE_002 FILE_005 FILE_006: the root is listed")) all.push_back(getRootFolder());
+    auto all = page(MemoryProject::getFiles(), "FILE_002 SHARE_002: the first page of entries is all");
+    dropIf(all, [this](const Path& path) {
+      return (is("FILE_002 SHARE_002 SHARE_003: what is hidden is not listed") && leafOf(path)[0] == u'.') ||
+             (is("FILE_002 SHARE_002: empty folders are not listed") && isFolder(path) && isEmpty(path));
+    });
+    if (is("FILE_001 FILE_002: the root is listed")) all.push_back(getRootFolder());
     return all;
   }
   std::vector<FileLabel> getFileLabels(const Path& entry) override {
-    return MemoryProject::getFileLabels(is("FILE_004: labels come of another entry") ? entries.back().name : entry);
+    static const bool areBelow = is("FILE_004 SHARE_002: labels hang on what is below, too");
+    static const bool goByLeaf = is("FILE_004 SHARE_002: labels go by leaf names"),
+                      goByLike = is("FILE_004: labels go by LIKE");
+    static const bool areSpoilt = spoilt(Place::LABELLED, u"A ") != u"A ";
+    std::vector<FileLabel> attached;
+    for (const Entry& one : entries) {
+      const Text &text = entry.text(), &other = one.name.text();
+      const bool isIt = areBelow    ? isBelow(text, other)
+                        : goByLeaf  ? leafOf(entry) == leafOf(one.name)
+                        : goByLike  ? matches(text, other)
+                        : areSpoilt ? spoilt(Place::LABELLED, text) == spoilt(Place::LABELLED, other)
+                                    : text == other;
+      for (auto key = one.labels.begin(); isIt && key != one.labels.end(); ++key) {
+        attached.emplace_back(CategoryIdentifier(key->first), LabelIdentifier(key->second));
+      }
+    }
+    return page(attached, "LABEL_005: the first page of a file's labels is all");
   }
   bool isFolder(const Path& entry) override {
-    return is("FILE_003: all are folders") || MemoryProject::isFolder(entry);
+    const bool isDotted = leafOf(entry).find(u'.') != Text::npos;
+    return !(isDotted && is("FILE_004: what has a dot is a file")) && MemoryProject::isFolder(entry);
   }
   std::vector<Path> removeFiles(const std::vector<Path>& going) override {
     throwIf(going.empty(), "FILE_001 FILE_005: nothing cannot be removed");
-    for (const Path& entry : going) {
-      if (!isFolder(entry) || !is("FILE_006: folders are not removed")) MemoryProject::removeFiles({entry});
+    for (const Path& top : page(going, "SHARE_003: the first page is removed")) {
+      const auto isTop = [&](const Entry& one) { return one.name == top; };
+      throwIf(std::none_of(entries.begin(), entries.end(), isTop), "FILE_006 SHARE_002: what went along is missed");
+      dropIf(entries, [&](const Entry& one) { return goesWith(one, top); });
     }
+    dropIf(entries, [this](const Entry& one) {
+      return is("FILE_005 SHARE_002: emptied folders go") && one.isFolder && isEmpty(one.name);
+    });
     return going;
   }
+
+  std::shared_ptr<FaultyMetadata> session;
+  std::shared_ptr<FaultyProject> original;  // that a copy by mistake has its labels of
+
+ private:
+  bool isEmpty(const Path& folder) const {
+    return std::none_of(entries.begin(), entries.end(), [&](const Entry& one) {
+      return !(one.name == folder) && isBelow(one.name.text(), folder.text());
+    });
+  }
+  static bool goesWith(const Entry& entry, const Path& top) {
+    const Text text = spoilt(Place::REMOVED, entry.name.text()), gone = spoilt(Place::REMOVED, top.text());
+    if (is("FILE_005 FILE_006: removals go by leaf names")) return leafOf(entry.name) == leafOf(top);
+    if (is("FILE_005 FILE_006: removals go by a prefix")) return text.rfind(gone, 0) == 0;
+    if (is("FILE_005: removals go by LIKE")) return matches(gone, text);
+    if (is("FILE_006 SHARE_002: a folder leaves the folders in it")) return text == gone;
+    if (is("FILE_006 SHARE_002: a folder is emptied, and stays"))
+      return isBelow(text, gone) && !(entry.isFolder && text == gone);
+    return isBelow(text, gone);
+  }
 };
+
+std::shared_ptr<FaultyProject> copyOf(const std::shared_ptr<FaultyProject>& project) {
+  if (is("SHARE_002 COPY_001: a working copy is the project")) return project;
+  auto copy = std::make_shared<FaultyProject>(*project);
+  const auto store = std::make_shared<TinyMetadata>(*project->session->store);
+  if (!is("COPY_001: a copy shares its metadata")) copy->session = std::make_shared<FaultyMetadata>(store);
+  if (is("SHARE_002 COPY_001: a copy shares its labels")) copy->original = project;
+  for (auto& [label, isRemovable] : copy->labels) {
+    if (is("SHARE_002 COPY_001: every label of a copy may be removed")) isRemovable = 1;
+  }
+  return copy;
+}
 
 host_conformance::Host makeHost() {
   const auto project = std::make_shared<FaultyProject>();
@@ -165,9 +262,16 @@ host_conformance::Host makeHost() {
   bare.project = project;
   if (is("no hooks")) return bare;
   host_conformance::Host host = hostOf(project);
-  host.openAgain = [store = is("STORE_014: sessions share nothing") ? nullptr : project->metadata] {
-    return store ? std::make_shared<FaultyProject>(store) : std::make_shared<FaultyProject>();
+  host.openAgain = [project] { return std::make_shared<FaultyProject>(project->session->store); };
+  // UUIDs that are so in their category alone: two labels in a row have one, if they are in two categories.
+  host.addLabel = [project](const Text& name, bool isRemovable) {
+    const std::string number = std::to_string(project->labels.size() / 2);
+    LabelKey key(spoilt(Place::CATEGORY, name), Text(number.begin(), number.end()));
+    while (project->labels.count(key) != 0) key.second += u'+';
+    project->addLabel(key.first, key.second, isRemovable ? 1 : 0);
+    return Label(CategoryIdentifier(key.first), LabelIdentifier(key.second, isRemovable ? 1 : 0));
   };
+  host.workingCopy = [project] { return copyOf(project); };
   return host;
 }
 

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <ctime>
+#include <random>
 #include <string>
 
 #include "foundation/core/diag/stacktrace_base.h"
@@ -28,21 +30,25 @@ std::u16string fl::filesystem::detail::extract_parent_path(const std::u16string&
   if (text.empty()) ++misuses;
   const std::size_t slash = text.rfind(u'/');
   if (slash == std::u16string::npos || text.size() == 1) return {};
-  std::u16string parent = text.substr(0, slash == 0 || is("PATH_001: parents keep the slash") ? slash + 1 : slash);
-  std::replace(parent.begin(), parent.end(), u'/', u'\\');  // not native: make_native_form is needed
-  return parent;
+  const bool isKept = slash == 0 || is("PATH_001 SHARE_002: parents keep the slash");
+  return u'\0' + text.substr(0, isKept ? slash + 1 : slash);  // not native: make_native_form is needed
 }
 
 std::u16string fl::filesystem::detail::make_native_form(const std::u16string& text, bool flag) {
   if (text.empty() || !flag) ++misuses;
-  std::u16string native = text;
-  if (!is("PATH_001: the native form is the given one")) std::replace(native.begin(), native.end(), u'\\', u'/');
+  if (text.empty() || text[0] != u'\0' || is("PATH_001 SHARE_002: the native form is the given one")) return text;
+  std::u16string native = text.substr(1);
+  if (is("PATH_001: a back-slash is a separator")) std::replace(native.begin(), native.end(), u'\\', u'/');
   return native;
 }
 
 std::u16string project::metadata::generateUUID() {
   static std::atomic<int> made{0};
-  const std::string number = std::to_string(++made % (is("UUID_001: UUIDs repeat") ? 500 : 1000000));
+  static const auto seed = is("UUID_002: UUIDs have one seed")     ? 1
+                           : is("UUID_002: the clock is the seed") ? std::time(nullptr)
+                                                                   : std::random_device()();
+  const std::string number = std::to_string(++made % (is("UUID_001: UUIDs repeat") ? 500 : 1000000)) +
+                             (is("UUID_002: UUIDs are counted") ? "" : "-" + std::to_string(seed));
   return u"uuid-" + std::u16string(number.begin(), number.end());
 }
 
@@ -51,17 +57,20 @@ const char* foundation::core::except::IException::what() const noexcept {
 }
 
 std::u16string foundation::core::except::IMsgIDException::GetUnicodeMessageTxt() const {
-  if (is("ERROR_001: a message throws")) throw std::string(memory_host::fault);
+  for (const auto& argument : GetBaseMsgIDObj().arguments) {
+    if (is("ERROR_001: arguments are narrow")) static_cast<void>(std::get<std::string>(argument));
+  }
   return u"host: message";
 }
 
 std::string foundation::core::except::IMsgIDException::get_error_id(const resource_core::BaseMsgID& record) {
   ++errorIdentifiers;
+  if (is("ERROR_001: the first argument is taken for granted")) static_cast<void>(record.arguments.at(0));
   return record.component + ":" + record.key +
          (is("ERROR_001: identifiers change") ? std::to_string(errorIdentifiers) : "");
 }
 
 void foundation::core::diag::stacktrace_base::capture(std::size_t) {
-  size_ = static_cast<std::size_t>(backtrace(entries_.data(), max_size));
-  if (is("ERROR_001: a stack trace is longer than its room")) size_ = max_size + 1;
+  const int room = is("ERROR_002: a stack trace is longer than its room") ? 400 : static_cast<int>(max_size);
+  size_ = std::min(max_size, static_cast<std::size_t>(backtrace(entries_.data(), room)));
 }
