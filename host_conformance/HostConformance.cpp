@@ -52,6 +52,22 @@ Facts factsOf(project::management::ProjectManager& project) {
   return all;
 }
 
+namespace {
+
+class Differing : public testing::Test {
+ public:
+  explicit Differing(std::vector<std::string> differences) : differences_(std::move(differences)) {}
+
+ private:
+  void TestBody() override {
+    for (const std::string& difference : differences_) ADD_FAILURE() << difference;
+  }
+
+  const std::vector<std::string> differences_;
+};
+
+}  // namespace
+
 Bench::~Bench() = default;
 
 void Bench::use(const Project& project) {
@@ -127,6 +143,14 @@ void Bench::plant() {
     addEntry(folder, u".e", true);
     addEntry(folder, u".f", false);
   }
+  // The other way round: where one of two names is refused, it is now the other one.
+  const std::size_t backward = addEntry(TOP, u"dea", true);
+  std::vector<std::u16string> names = hardNames(std::u16string_view(u"/\0", 2));
+  std::reverse(names.begin(), names.end());
+  for (const std::u16string& name : names) {
+    const std::size_t folder = addEntry(backward, name, true);
+    if (folder != TOP) addEntry(folder, u"f", false);
+  }
   std::size_t deep = top;
   for (int depth = 0; depth < 30; ++depth) deep = addEntry(deep, u"d", true);
   for (const std::size_t folder : {deep, TOP}) addEntry(folder, u"f", false);
@@ -191,7 +215,17 @@ void Bench::TestBody() {
   if (!refused_.empty()) std::cout << "refused, and so not tried: " << testing::PrintToString(refused_) << '\n';
 }
 
-void registerSuite(const std::string& name, const std::function<Host()>& factory) {
+void registerSuite(const std::string& name, const std::function<Host()>& factory,
+                   const project::sharing::profiles::HostLayout& ofCaller) {
+  using project::sharing::profiles::hostLayout;
+  using project::sharing::profiles::hostLayoutDifferences;
+  for (const auto& layout : {ofCaller, hostLayout()}) {
+    const auto differences = hostLayoutDifferences(layout);
+    if (differences.empty()) continue;
+    testing::RegisterTest(name.c_str(), "required_LAYOUT_001_AllAreBuiltAgainstTheSameHeaders", nullptr, nullptr,
+                          __FILE__, __LINE__, [=] { return new Differing(differences); });
+    return;
+  }
   tellUuidsIfAsked();
   for (const Clauses& clauses : {metadataClauses(), projectClauses(), sharingClauses()}) {
     for (const auto& [id, check] : clauses) {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "project/management/ProjectManager.h"
+#include "project/sharing/profiles/HostLayout.h"
 
 // Proves that a host does what the library relies on. docs/conformance.md lists the clauses; each is one test.
 namespace host_conformance {
@@ -42,11 +43,20 @@ struct Host {
 
   // Set by a host whose write scopes undo what was written in them when an exception ends them.
   bool undoesWriteScopes = false;
+
+  // Set by a host in which each thread may use a session of its own: a read scope shows one state, and a write scope
+  // keeps other writers out, who wait or fail.
+  bool isolatesSessions = false;
 };
 
 // Registers every clause as a test of the suite `name`; to be called before RUN_ALL_TESTS. Each test asks the factory
 // for a host of its own. One runs this program again, by /proc/self/exe with the same arguments: this function then
-// tells UUIDs, and ends that process.
-void registerSuite(const std::string& name, const std::function<Host()>& factory);
+// tells UUIDs, and ends that process. Where the caller was compiled against other headers of the host than the library,
+// the one test that is registered says what differs.
+void registerSuite(const std::string& name, const std::function<Host()>& factory,
+                   const project::sharing::profiles::HostLayout& ofCaller);
+[[maybe_unused]] static void registerSuite(const std::string& name, const std::function<Host()>& factory) {
+  registerSuite(name, factory, project::sharing::profiles::hostLayout());
+}
 
 }  // namespace host_conformance

@@ -1,4 +1,9 @@
+#include <chrono>
+#include <thread>
+
 #include "Bench.h"
+#include "project/sharing/profiles/ExportProfile.h"
+#include "project/sharing/profiles/ExportProfileManager.h"
 
 namespace host_conformance {
 
@@ -85,6 +90,59 @@ constexpr Clause SCOPE_006("optional_SCOPE_006_AFailedWriteScopeIsUndoneAndNoOth
     scope->setNodes({{pathOf(B), holding(u"new")}});
   }
   EXPECT_EQ(t.valueAt(B), u"new") << "in a scope that an exception did not leave";
+});
+
+// An application puts edits of the library's into one scope of its own.
+constexpr Clause SCOPE_007("required_SCOPE_007_WriteScopesNestInWriteScopes", [](Bench& t) {
+  const auto manager = project::sharing::profiles::createManager(t.metadata);
+  const auto edit = [&](const std::u16string& name, bool fails) {
+    const Access outer = t.writing();
+    for (const char16_t* more : {u"1", u"2"}) manager->createProfile(name + more, name + more)->save();
+    if (fails) throw Passing();
+  };
+  EXPECT_NO_THROW(edit(u"a", false));
+  const Nodes stored = {at({u"a1"}), at({u"a2"})};
+  EXPECT_EQ(t.children(ROOT), stored);
+  if (!t.host().undoesWriteScopes) return;
+  EXPECT_THROW(edit(u"b", true), Passing);
+  EXPECT_EQ(t.children(ROOT), stored) << "when an exception has ended the outermost scope";
+});
+
+constexpr Clause SCOPE_008("optional_SCOPE_008_SessionsOfTwoThreadsAreIsolated", [](Bench& t) {
+  if (!t.host().isolatesSessions) GTEST_SKIP() << "the host does not declare isolatesSessions";
+  const Metadata second = t.hook(&Host::openAgain, "openAgain")()->getMetadataManager();
+  const auto repeated = [](const auto& act) {  // one that waits too long fails, and may come again
+    for (int tries = 0; tries < 1000; ++tries) {
+      try {
+        return act();
+      } catch (const std::exception&) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      }
+    }
+    FAIL() << "it fails a thousand times";
+  };
+  t.write({A, B}, u"0");
+  const auto increase = [&](const Metadata& metadata) {
+    const MetadataScopeGuard scope = metadata->beginWriteScope();
+    const std::u16string next = metadata->getNode(pathOf(A))->getValue(u"Data") + u"x";
+    for (const Node& node : {A, B}) metadata->setNodes({{pathOf(node), holding(next)}});
+  };
+  constexpr int EACH = 20;
+  std::thread other([&] {
+    for (int i = 0; i < EACH; ++i) repeated([&] { increase(second); });
+  });
+  const auto compare = [&] {
+    const Access outer = t.reading();
+    const std::u16string before = t.valueAt(A);
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    EXPECT_EQ(t.valueAt(B), before) << "in one read scope";
+  };
+  for (int i = 0; i < EACH; ++i) {
+    repeated(compare);
+    repeated([&] { increase(t.metadata); });
+  }
+  other.join();
+  EXPECT_EQ(t.valueAt(A).size(), 1U + 2 * EACH) << "no write is lost";
 });
 
 constexpr Clause STORE_001("required_STORE_001_MissingParentsAreMade", [](Bench& t) {
@@ -203,6 +261,15 @@ constexpr Clause STORE_010("required_STORE_010_TypeAndLocationBothCount", [](Ben
   }
   EXPECT_TRUE(same(t.children(AB), nodes));
   for (const Node& node : nodes) EXPECT_EQ(t.valueAt(node), node.back().first);
+  Nodes removed;
+  for (std::size_t i = 0; i < leaves.size(); i += 3) {
+    Node node = AB;
+    node.push_back(leaves[i]);
+    nodes.erase(node);
+    removed.insert(node);
+  }
+  t.remove(removed);
+  EXPECT_TRUE(same(t.children(AB), nodes)) << "when those of other types or locations were removed";
 });
 
 constexpr Clause STORE_011("required_STORE_011_TextComesBackUnitByUnit", [](Bench& t) {
@@ -260,8 +327,9 @@ constexpr Clause STORE_014("optional_STORE_014_SessionsSeeWhatTheOtherWrote", []
 }  // namespace
 
 Clauses metadataClauses() {
-  return {SCOPE_001, SCOPE_002, SCOPE_003, SCOPE_004, SCOPE_005, SCOPE_006, STORE_001, STORE_002, STORE_003, STORE_004,
-          STORE_005, STORE_006, STORE_007, STORE_008, STORE_009, STORE_010, STORE_011, STORE_012, STORE_013, STORE_014};
+  return {SCOPE_001, SCOPE_002, SCOPE_003, SCOPE_004, SCOPE_005, SCOPE_006, SCOPE_007, SCOPE_008,
+          STORE_001, STORE_002, STORE_003, STORE_004, STORE_005, STORE_006, STORE_007, STORE_008,
+          STORE_009, STORE_010, STORE_011, STORE_012, STORE_013, STORE_014};
 }
 
 }  // namespace host_conformance

@@ -20,11 +20,14 @@ constexpr Clause LABEL_001("optional_LABEL_001_EveryCategoryAndLabelIsListedOnce
   EXPECT_EQ(t.categories.size(), t.labels.size()) << "texts of categories";
   for (const bool isRemovable : {false, true, false}) t.addLabels({u"a", u"b"}, isRemovable);
   EXPECT_TRUE(same(factsOf(t.project()), t.facts()));
+  std::set<std::u16string> uuids;
+  for (const Known& known : t.labels)
+    EXPECT_TRUE(uuids.insert(keyOf(known.label).second).second) << "a UUID comes twice";
 });
 
 constexpr Clause LABEL_003("optional_LABEL_003_ARemovedLabelGoesAloneAndItsCategoryAfterIt", [](Bench& t) {
-  t.addLabels(hardNames({}));
   t.addLabels({u"a", u"b"});
+  t.addLabels(hardNames({}));
   while (!t.labels.empty()) {
     const Label gone = t.labels.front().label;
     t.labels.erase(t.labels.begin());

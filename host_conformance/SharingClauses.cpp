@@ -173,6 +173,10 @@ constexpr Clause COPY_001("optional_COPY_001_AWorkingCopyAndItsProjectShareNothi
   t.addLabels({u"e"});
   strip(t.host().project);
   expectBefore(other);
+  const std::size_t late = t.addEntry(t.addEntry(TOP, u"e", true), u"g", false);
+  workingCopy();
+  t.attach(late, t.labels[1].label);
+  EXPECT_TRUE(same(factsOf(*workingCopy()), factsOf(*t.host().project))) << "of a copy that is made now";
 });
 
 }  // namespace

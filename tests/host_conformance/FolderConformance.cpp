@@ -60,7 +60,7 @@ Host makeHost() {
     host->project().labels().attach(label.getUUID(), {host->project().locate(toBytes(entry.text()))});
   };
   const auto workingCopy = [host] { return std::shared_ptr<WorkingCopy>(host->project().workingCopy()); };
-  return {host, openAgain, adding(false), adding(true), addLabel, attach, workingCopy, true};
+  return {host, openAgain, adding(false), adding(true), addLabel, attach, workingCopy, true, true};
 }
 
 }  // namespace

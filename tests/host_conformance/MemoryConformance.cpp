@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <exception>
+#include <mutex>
 #include <stdexcept>
 
 #include "host_conformance/HostConformance.h"
@@ -41,6 +42,8 @@ MetadataPath seen(const MetadataPath& path) {
   return builder.build();
 }
 
+std::recursive_mutex allStores;
+
 // A session with a store, which others may have, too.
 class FaultyMetadata final : public MetadataManager {
  public:
@@ -49,6 +52,7 @@ class FaultyMetadata final : public MetadataManager {
   MetadataScopeGuard beginReadScope() override { return begin(false); }
   MetadataScopeGuard beginWriteScope() override { return begin(true); }
   std::unique_ptr<MetadataNode> getNode(const MetadataPath& path) override {
+    const std::lock_guard lock(allStores);
     throwIf(openScopes_ == 0, "SCOPE_004 STORE_003 SHARE_004: no access without a scope");
     if (is("STORE_014 SHARE_004: a session reads a value once") && values_.count(path) != 0) {
       return std::make_unique<MetadataNodeSpecification>(values_.at(path));
@@ -59,6 +63,7 @@ class FaultyMetadata final : public MetadataManager {
     return node;
   }
   void setNodes(const std::map<MetadataPath, std::shared_ptr<MetadataNode>>& given) override {
+    const std::lock_guard lock(allStores);
     for (const auto& [path, node] : given) {
       throwIf(!nodeExists(parentOf(path)), "STORE_001: setNodes makes no parents");
       throwIf(path.getLeaf().getLocation().empty(), "STORE_008 SHARE_004: a location is not empty");
@@ -91,6 +96,7 @@ class FaultyMetadata final : public MetadataManager {
         const Text &gone = path.getLeaf().getLocation(), &location = node.getLeaf().getLocation();
         return is("STORE_009 SHARE_004: removals go by a prefix") ? location.rfind(gone, 0) == 0
                : is("STORE_009: removals go by LIKE")             ? matches(gone, location)
+               : is("STORE_010: removals do not look at types")   ? location == gone
                                                                   : node == seen(path);
       };
       const std::size_t last = path.getElements().size() + (is("STORE_004: removals go two levels down") ? 2 : 99);
@@ -112,19 +118,29 @@ class FaultyMetadata final : public MetadataManager {
     throwIf(isStuck_, "SCOPE_003: scopes do not end by an exception");
     throwIf(openScopes_ > 0 && !outerWrites_, "SCOPE_001: no scope in a read scope");
     throwIf(openScopes_ > 0 && outerWrites_, "SCOPE_002: no scope in a write scope");
+    throwIf(openScopes_ == 3, "SCOPE_007: scopes are three deep at most");
+    std::unique_lock lock(allStores);
+    if (is("SCOPE_008: sessions share a store without a lock")) lock.unlock();
     if (openScopes_++ == 0) outerWrites_ = write;
     const int known = is("SCOPE_006: a scope fails by an older exception") ? 0 : std::uncaught_exceptions();
-    return MetadataScopeGuard([this, before = store->nodes, write, known]() mutable {
+    before_.push_back(store->nodes);
+    const auto shared = std::make_shared<std::unique_lock<std::recursive_mutex>>(std::move(lock));
+    return MetadataScopeGuard([this, write, known, shared] {
       --openScopes_;
       isStuck_ = std::uncaught_exceptions() > 0;
       const bool isUndone = write && !is("SCOPE_006: what fails is committed");
-      if (isUndone && std::uncaught_exceptions() > known) store->nodes.swap(before);
+      if (isUndone && std::uncaught_exceptions() > known) store->nodes.swap(before_.back());
+      before_.pop_back();
+      for (auto& before : before_) {
+        if (is("SCOPE_007: the end of an inner scope commits")) before = store->nodes;
+      }
       store->removeNodes(std::exchange(later_, {}));
     });
   }
 
   int openScopes_ = 0;
   bool outerWrites_ = false, isStuck_ = false;
+  std::vector<std::map<MetadataPath, MetadataNodeSpecification>> before_;
   std::vector<MetadataPath> later_;
   std::map<MetadataPath, MetadataNodeSpecification> values_;
   std::map<MetadataPath, std::vector<MetadataPath>> children_;
@@ -168,10 +184,7 @@ class FaultyProject final : public MemoryProject {
   void removeLabel(const CategoryIdentifier& category, const LabelIdentifier& label, bool flag) override {
     if (original) original->removeLabel(category, label, flag);
     const auto before = entries;
-    for (const CategoryIdentifier& one : MemoryProject::getCategories()) {
-      const bool goes = one.toString() == category.toString() || is("LABEL_003 SHARE_002: a UUID alone names a label");
-      if (goes) MemoryProject::removeLabel(one, label, flag);
-    }
+    MemoryProject::removeLabel(category, label, flag);
     for (std::size_t i = 0; i < entries.size(); ++i) {
       const bool isKept = entries[i].isFolder && is("LABEL_004 SHARE_002: a removed label stays on folders");
       if (isKept) entries[i] = before[i];
@@ -263,15 +276,16 @@ host_conformance::Host makeHost() {
   if (is("no hooks")) return bare;
   host_conformance::Host host = hostOf(project);
   host.openAgain = [project] { return std::make_shared<FaultyProject>(project->session->store); };
-  // UUIDs that are so in their category alone: two labels in a row have one, if they are in two categories.
   host.addLabel = [project](const Text& name, bool isRemovable) {
-    const std::string number = std::to_string(project->labels.size() / 2);
+    const std::size_t shared = is("LABEL_001: a UUID is one in its category alone") ? 2 : 1;
+    const std::string number = std::to_string(project->labels.size() / shared);
     LabelKey key(spoilt(Place::CATEGORY, name), Text(number.begin(), number.end()));
     while (project->labels.count(key) != 0) key.second += u'+';
     project->addLabel(key.first, key.second, isRemovable ? 1 : 0);
     return Label(CategoryIdentifier(key.first), LabelIdentifier(key.second, isRemovable ? 1 : 0));
   };
   host.workingCopy = [project] { return copyOf(project); };
+  host.isolatesSessions = true;
   return host;
 }
 
@@ -282,6 +296,8 @@ host_conformance::Host makeHost() {
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
   if (argc > 1) memory_host::fault = argv[1];
-  host_conformance::registerSuite("MemoryHost", memory_host::makeHost);
+  auto layout = project::sharing::profiles::hostLayout();
+  if (memory_host::is("LAYOUT_001: the program has other headers")) layout.front().value += "0";
+  host_conformance::registerSuite("MemoryHost", memory_host::makeHost, layout);
   return RUN_ALL_TESTS();
 }

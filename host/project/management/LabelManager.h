@@ -9,7 +9,8 @@
 namespace project::management {
 
 // The label categories of one project and the labels in them. A category's text and a label's UUID are what items name:
-// they are the same in a working copy, and stay when a name changes.
+// they are the same in a working copy, and stay when a name changes. No two labels of a project have one UUID, in
+// whatever categories they are: a filter stores one item for each UUID.
 class LabelManager {
  public:
   // Each once, in any order. The library removes labels in this order.
