@@ -63,8 +63,8 @@ bool comesBefore(Listed* a, Listed* b) {
 Profiles sorted(const Profiles& profiles) {
   std::vector<Listed> listed;
   for (const std::shared_ptr<ExportProfile>& profile : profiles) listed.push_back({profile, {}});
-  std::vector<Listed*> order;
-  for (Listed& one : listed) order.push_back(&one);
+  std::vector<Listed*> order(listed.size());
+  std::transform(listed.begin(), listed.end(), order.begin(), [](Listed& one) { return &one; });
   std::sort(order.begin(), order.end(), comesBefore);
   Profiles result;
   for (const Listed* one : order) result.push_back(one->profile);

@@ -92,20 +92,21 @@ std::string describe(Operation operation) {
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 #define PROJECT_SHARING_SIZE(type) \
   { "the size of " #type, std::to_string(sizeof(type)) }
-#define PROJECT_SHARING_MEMBER(type, member)                                       \
-  {                                                                                \
-    "the place and type of " #type "::" #member,                                   \
+#define PROJECT_SHARING_MEMBER(type, member)                                        \
+  {                                                                                 \
+    "the place and type of " #type "::" #member,                                    \
         std::to_string(offsetof(type, member)) + " " + typeid(&type::member).name() \
   }
 #define PROJECT_SHARING_TABLE(type) \
   { "how many operations " #type " has", std::to_string(host_layout::placeOf(&host_layout::After<type>::end)) }
-#define PROJECT_SHARING_OPERATION(type, operation, arguments)                                    \
-  {                                                                                              \
-    "the place and type of " #type "::" #operation,                                              \
-        host_layout::describe(host_layout::Taking<void arguments>::pointer(&type::operation, 0)) \
+#define PROJECT_SHARING_OPERATION(type, operation, signature)                               \
+  {                                                                                         \
+    "the place and type of " #type "::" #operation,                                         \
+        host_layout::describe(host_layout::Taking<signature>::pointer(&type::operation, 0)) \
   }
 
-// The facts as the calling file sees them: a function of that file alone.
+// The facts as the calling file sees them: a function of that file alone. It is a table.
+// NOLINTNEXTLINE(readability-function-size)
 [[maybe_unused]] static HostLayout hostLayout() {
   using namespace project::metadata;
   using namespace project::management;
@@ -150,36 +151,37 @@ std::string describe(Operation operation) {
       PROJECT_SHARING_MEMBER(BaseMsgID, arguments),
       PROJECT_SHARING_MEMBER(BaseMsgID, component),
       PROJECT_SHARING_MEMBER(BaseMsgID, key),
-      PROJECT_SHARING_OPERATION(MetadataManager, beginReadScope, ()),
-      PROJECT_SHARING_OPERATION(MetadataManager, beginWriteScope, ()),
-      PROJECT_SHARING_OPERATION(MetadataManager, getNode, (const MetadataPath&)),
-      PROJECT_SHARING_OPERATION(MetadataManager, setNodes, (const Nodes&)),
-      PROJECT_SHARING_OPERATION(MetadataManager, getChildPaths, (const MetadataPath&)),
-      PROJECT_SHARING_OPERATION(MetadataManager, removeNodes, (const std::vector<MetadataPath>&)),
-      PROJECT_SHARING_OPERATION(MetadataManager, nodeExists, (MetadataPath)),
-      PROJECT_SHARING_OPERATION(MetadataNode, getValue, (Text)),
-      PROJECT_SHARING_OPERATION(MetadataNode, setValue, (Text, Text)),
-      PROJECT_SHARING_OPERATION(ProjectManager, getLabelManager, ()),
-      PROJECT_SHARING_OPERATION(ProjectManager, getFileManager, ()),
-      PROJECT_SHARING_OPERATION(ProjectManager, getMetadataManager, ()),
-      PROJECT_SHARING_OPERATION(LabelManager, getCategories, () const),
-      PROJECT_SHARING_OPERATION(LabelManager, removeCategory, (const CategoryIdentifier&)),
-      PROJECT_SHARING_OPERATION(LabelManager, getLabels, (const CategoryIdentifier&) const),
-      PROJECT_SHARING_OPERATION(LabelManager, removeLabel, (const CategoryIdentifier&, const LabelIdentifier&, bool)),
-      PROJECT_SHARING_OPERATION(CategoryIdentifier, toString, () const),
-      PROJECT_SHARING_OPERATION(LabelIdentifier, isRemovable, () const),
-      PROJECT_SHARING_OPERATION(FileManager, getFiles, ()),
-      PROJECT_SHARING_OPERATION(FileManager, getRootFolder, ()),
-      PROJECT_SHARING_OPERATION(FileManager, getFileLabels, (const Path&)),
-      PROJECT_SHARING_OPERATION(FileManager, isFolder, (const Path&)),
-      PROJECT_SHARING_OPERATION(FileManager, removeFiles, (const std::vector<Path>&)),
-      PROJECT_SHARING_OPERATION(TransformationHierarchy, apply, (SerializationData&) const),
-      PROJECT_SHARING_OPERATION(IException, what, () const),
-      PROJECT_SHARING_OPERATION(IException, clone, () const),
-      PROJECT_SHARING_OPERATION(IException, rethrow, () const),
-      PROJECT_SHARING_OPERATION(IMsgIDException, GetBaseMsgIDObj, () const),
-      PROJECT_SHARING_OPERATION(IMsgIDException, GetID, () const),
-      PROJECT_SHARING_OPERATION(IMsgIDException, GetUnicodeMessageTxt, () const),
+      PROJECT_SHARING_OPERATION(MetadataManager, beginReadScope, void()),
+      PROJECT_SHARING_OPERATION(MetadataManager, beginWriteScope, void()),
+      PROJECT_SHARING_OPERATION(MetadataManager, getNode, void(const MetadataPath&)),
+      PROJECT_SHARING_OPERATION(MetadataManager, setNodes, void(const Nodes&)),
+      PROJECT_SHARING_OPERATION(MetadataManager, getChildPaths, void(const MetadataPath&)),
+      PROJECT_SHARING_OPERATION(MetadataManager, removeNodes, void(const std::vector<MetadataPath>&)),
+      PROJECT_SHARING_OPERATION(MetadataManager, nodeExists, void(MetadataPath)),
+      PROJECT_SHARING_OPERATION(MetadataNode, getValue, void(Text)),
+      PROJECT_SHARING_OPERATION(MetadataNode, setValue, void(Text, Text)),
+      PROJECT_SHARING_OPERATION(ProjectManager, getLabelManager, void()),
+      PROJECT_SHARING_OPERATION(ProjectManager, getFileManager, void()),
+      PROJECT_SHARING_OPERATION(ProjectManager, getMetadataManager, void()),
+      PROJECT_SHARING_OPERATION(LabelManager, getCategories, void() const),
+      PROJECT_SHARING_OPERATION(LabelManager, removeCategory, void(const CategoryIdentifier&)),
+      PROJECT_SHARING_OPERATION(LabelManager, getLabels, void(const CategoryIdentifier&) const),
+      PROJECT_SHARING_OPERATION(LabelManager, removeLabel,
+                                void(const CategoryIdentifier&, const LabelIdentifier&, bool)),
+      PROJECT_SHARING_OPERATION(CategoryIdentifier, toString, void() const),
+      PROJECT_SHARING_OPERATION(LabelIdentifier, isRemovable, void() const),
+      PROJECT_SHARING_OPERATION(FileManager, getFiles, void()),
+      PROJECT_SHARING_OPERATION(FileManager, getRootFolder, void()),
+      PROJECT_SHARING_OPERATION(FileManager, getFileLabels, void(const Path&)),
+      PROJECT_SHARING_OPERATION(FileManager, isFolder, void(const Path&)),
+      PROJECT_SHARING_OPERATION(FileManager, removeFiles, void(const std::vector<Path>&)),
+      PROJECT_SHARING_OPERATION(TransformationHierarchy, apply, void(SerializationData&) const),
+      PROJECT_SHARING_OPERATION(IException, what, void() const),
+      PROJECT_SHARING_OPERATION(IException, clone, void() const),
+      PROJECT_SHARING_OPERATION(IException, rethrow, void() const),
+      PROJECT_SHARING_OPERATION(IMsgIDException, GetBaseMsgIDObj, void() const),
+      PROJECT_SHARING_OPERATION(IMsgIDException, GetID, void() const),
+      PROJECT_SHARING_OPERATION(IMsgIDException, GetUnicodeMessageTxt, void() const),
   };
 }
 
