@@ -128,7 +128,8 @@ TEST_F(MeddlingHost, FindsTheProfileSavingTheFiltersThatItHadAtTheBeginning) {
   const auto edited = createManager(stripped().getMetadataManager())->getProfileByUUID(u"");
   for (const auto& kind : {EXCLUDE_LABEL, INCLUDE_LABEL, EXCLUDE_FILES_WITH_LABEL}) edited->addFilter(kind, {itemL});
   probe.onCall = [&](const std::string& call) {
-    if (call.rfind("setNodes", 0) == 0) edited->removeFilter(edited->getFilters().front());
+    const auto filters = edited->getFilters();
+    if (call.rfind("setNodes", 0) == 0 && !filters.empty()) edited->removeFilter(filters.front());
   };
   edited->save();
   const auto saved = createManager(host.metadata)->getProfileByUUID(u"")->getFilters();
