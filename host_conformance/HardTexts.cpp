@@ -15,8 +15,9 @@ std::vector<std::u16string> hardTexts(std::size_t longest) {
           // Blanks, patterns, separators, quotes, escapes, line ends.
           u" ", u"a ", u" a", u"a\u00A0", u"a\t", u"a\n", u"a\r\n", u"\na", u"a.", u".a", u"..a", u"...", u"_", u"%",
           u"a_", u"a%", u"*", u"?", u"a*", u"[a]", u"a/b", u"/", u"a\\b", u"a\\", u"a//b", u"a'b", u"a''b", u"a\"b",
-          u"a.b", u"a:b", u"a|b", u"a,b", u"a;b", u"a=b", u"a b", u"a  b", u"-a", u"~", u"$a", u"{0}", u"%s", u"&amp;",
-          u"&", u"%61", u"\\u0061", u"a#b", u"a\001b", u"a\037b", u"a\177b", u"a\u0085b", u"a\u2028b",
+          u"a.b", u"a:b", u"a|b", u"a,b", u"a;b", u"a=b", u"a b", u"a  b", u"-a", u"~", u"$a", u"{0}", u"{}", u"%s",
+          u"%1", u"$1", u"&amp;", u"&", u"%61", u"\\u0061", u"a#b", u"a\001b", u"a\037b", u"a\177b", u"a\u0085b",
+          u"a\u2028b",
           // What is taken for numbers, for nothing, or for the library's own.
           u"1", u"01", u"1.0", u"1e0", u"null", u"NULL", u"Root", u"Name", u"Filter", u"wholeproject",
           // Composed and decomposed, case and width beyond ASCII, scripts, what is not seen.

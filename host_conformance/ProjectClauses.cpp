@@ -1,4 +1,5 @@
 #include <new>
+#include <thread>
 
 #include "Bench.h"
 #include "project/sharing/SerializationData.h"
@@ -20,6 +21,8 @@ constexpr Clause LABEL_001("optional_LABEL_001_EveryCategoryAndLabelIsListedOnce
   EXPECT_EQ(t.categories.size(), t.labels.size()) << "texts of categories";
   for (const bool isRemovable : {false, true, false}) t.addLabels({u"a", u"b"}, isRemovable);
   EXPECT_TRUE(same(factsOf(t.project()), t.facts()));
+  t.removeLabel(t.project(), t.labels.front().label);
+  t.addLabels({u"a", u"b"});
   std::set<std::u16string> uuids;
   for (const Known& known : t.labels)
     EXPECT_TRUE(uuids.insert(keyOf(known.label).second).second) << "a UUID comes twice";
@@ -107,6 +110,13 @@ constexpr Clause FILE_005("optional_FILE_005_RemovedFilesGoAlone", [](Bench& t) 
   t.project().getFileManager().removeFiles({});
   removeInRounds(
       t, [&](std::size_t i) { return t.entries[i].isFolder ? 7 : i % 7; }, false);
+  if (!t.host().addLabel || !t.host().attach) return;
+  t.addLabels({u"c"});
+  const auto add = [&](const char16_t* name) { return t.entries[t.addEntry(TOP, name, false)].path; };
+  const Path labelled = add(u"y");
+  t.attach(t.entries.size() - 1, t.labels.front().label);
+  t.project().getFileManager().removeFiles({labelled});
+  EXPECT_EQ(t.project().getFileManager().getFileLabels(add(u"z")).size(), 0U) << "of a file that is added then";
 });
 
 constexpr Clause FILE_006("optional_FILE_006_RemovedFoldersGoWithWhatIsRemovedInThem", [](Bench& t) {
@@ -137,7 +147,12 @@ constexpr Clause PATH_002("optional_PATH_002_PathsOfOtherTextsAreOtherKeys", [](
 });
 
 constexpr Clause UUID_001("required_UUID_001_NoUuidComesTwiceOrIsReserved", [](Bench&) {
-  const Uuids uuids = uuidsOfThisProcess();
+  Uuids uuids = uuidsOfThisProcess();
+  for (int i = 0; i < 2; ++i) {
+    std::thread([&] {
+      for (const std::string& uuid : uuidsOfThisProcess()) uuids.push_back(uuid);
+    }).join();
+  }
   EXPECT_EQ(std::set<std::string>(uuids.begin(), uuids.end()).size(), uuids.size());
   for (const char* reserved : {"", "119 104 111 108 101 112 114 111 106 101 99 116 "}) {  // wholeproject
     EXPECT_EQ(std::count(uuids.begin(), uuids.end(), reserved), 0);
@@ -198,6 +213,9 @@ constexpr Clause SHARE_001("required_SHARE_001_AProjectIsFoundByTheTextOfItsPath
   data.projectManagers[t.project().getFileManager().getRootFolder()] = t.host().project;
   t.use(data.projectManagers.at(data.projectPath));
   EXPECT_TRUE(t.exists(at({u"a"}))) << "what was written before";
+  const Access scope = t.writing();
+  t.project().getMetadataManager()->setNodes({{pathOf(at({u"b"})), holding(u"1")}});
+  EXPECT_TRUE(t.exists(at({u"b"}))) << "what was written through another pointer in the same scope";
 });
 
 }  // namespace

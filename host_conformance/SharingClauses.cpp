@@ -117,6 +117,7 @@ constexpr Clause SHARE_004("required_SHARE_004_ProfilesAreStoredAsTheyWereEdited
   const auto expectStored = [&](std::size_t turn, const char* what) {
     EXPECT_TRUE(storedIn(session(turn)) == profiles) << "after the other session has " << what;
   };
+  expectStored(1, "made nothing");
   const std::vector<std::u16string> texts = hardTexts();
   const std::u16string kinds[] = {EXCLUDE_FILES_WITH_LABEL, INCLUDE_LABEL, INCLUDE_FILES_WITH_LABEL};
   for (std::size_t i = 0; i < 16; ++i) {
@@ -147,6 +148,12 @@ constexpr Clause SHARE_004("required_SHARE_004_ProfilesAreStoredAsTheyWereEdited
 
 constexpr Clause COPY_001("optional_COPY_001_AWorkingCopyAndItsProjectShareNothing", [](Bench& t) {
   const auto& workingCopy = t.hook(&Host::workingCopy, "workingCopy");
+  const std::u16string root = t.project().getFileManager().getRootFolder().text();
+  std::size_t inner = TOP;  // a folder, and in it again what the root folder's text has
+  for (std::size_t i = 0, size = 0; i < root.size(); i += size + 1) {
+    size = std::min(root.find_first_of(u"/\\:", i), root.size()) - i;
+    if (size > 0) inner = t.addEntry(inner, root.substr(i, size), true);
+  }
   const std::size_t folder = t.addEntry(TOP, u"d", true), file = t.addEntry(folder, u"f", false);
   for (const bool isRemovable : {true, false}) t.addLabels({u"c"}, isRemovable);
   for (const std::size_t entry : {folder, file}) t.attach(entry, t.labels[0].label);

@@ -147,7 +147,7 @@ TEST_F(MeddlingHost, FindsProfilesSortedByTheNamesThatWereReadFirst) {
   probe.onCall = [&](const std::string& call) {
     if (call.rfind("getNode", 0) != 0) return;
     const std::u16string uuid(call.begin() + static_cast<std::ptrdiff_t>(call.rfind(':')) + 1, call.end());
-    if (firstNames.at(uuid).empty()) firstNames[uuid] = {latest};
+    if (firstNames.at(uuid).empty()) firstNames[uuid].push_back(latest);
     samples::store(*host.metadata, {{u"Export", u"Root"}, {u"ExportProfile", uuid}}, u"Name", {latest--});
   };
   const auto listed = createManager(stripped().getMetadataManager())->getProfiles();

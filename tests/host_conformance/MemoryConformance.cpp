@@ -277,8 +277,11 @@ host_conformance::Host makeHost() {
   host_conformance::Host host = hostOf(project);
   host.openAgain = [project] { return std::make_shared<FaultyProject>(project->session->store); };
   host.addLabel = [project](const Text& name, bool isRemovable) {
-    const std::size_t shared = is("LABEL_001: a UUID is one in its category alone") ? 2 : 1;
-    const std::string number = std::to_string(project->labels.size() / shared);
+    static std::size_t made = 0;
+    ++made;
+    if (is("LABEL_001: a UUID is one in its category alone")) made = project->labels.size() / 2;
+    if (is("LABEL_001: a removed label's UUID is given again")) made = project->labels.size();
+    const std::string number = std::to_string(made);
     LabelKey key(spoilt(Place::CATEGORY, name), Text(number.begin(), number.end()));
     while (project->labels.count(key) != 0) key.second += u'+';
     project->addLabel(key.first, key.second, isRemovable ? 1 : 0);
