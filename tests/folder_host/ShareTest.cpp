@@ -8,7 +8,6 @@
 #include "folder_host/Descriptor.h"
 #include "folder_host/FolderProject.h"
 #include "folder_host/Sharing.h"
-#include "folder_host/Text.h"
 
 namespace folder_host {
 
@@ -28,13 +27,6 @@ struct stat statusOfLink(const std::string& path) {
 void setTimes(const std::string& path, long seconds) {
   const timespec times[2] = {{seconds, 123456789}, {seconds + 1, 987654321}};
   if (::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW) != 0) throw std::runtime_error(path);
-}
-
-void remove(ProjectManager& manager, const Names& names) {
-  std::vector<fl::filesystem::path> entries;
-  const std::u16string root = manager.getFileManager().getRootFolder().text();
-  for (const std::string& name : names) entries.emplace_back(root + u"/" + fromBytes(name), true);
-  manager.getFileManager().removeFiles(entries);
 }
 
 ShareOptions allowing(Allowances hazards) {
@@ -66,26 +58,6 @@ class ShareTest : public FolderTest {
 };
 
 }  // namespace
-
-TEST_F(ShareTest, TheCopyHasWhatIsLeftAndIsAProject) {
-  fs::create_symlink("a/x", in("p/l"));
-  fs::create_symlink("a/y", in("p/m"));
-  put("p/empty/gone", "");
-  fs::create_directory(in("p/a/hollow"));
-  put("p/\xFF\n", "not UTF-8");
-  const auto label = project_.labels().create(u"Access", u"Open");
-  project_.labels().attach(label.uuid, {"a/x", "a/y"});
-  const ShareResult result = shareAs(in("out/copy"), [](ProjectManager& p) { remove(p, {"a/y", "empty/gone"}); });
-  EXPECT_EQ(tree("out/copy"), (Names{".project", ".project/store.db", "a", "a/hollow", "a/x", "b", "l", "\xFF\n"}));
-  EXPECT_EQ(result.files, 3U);
-  EXPECT_EQ(result.folders, 2U);
-  EXPECT_EQ(result.links, 1U);
-  EXPECT_EQ(result.bytes, 13U);
-  EXPECT_EQ(result.removals.links, (Names{"m"}));
-  EXPECT_EQ(result.removals.emptied, (Names{"empty"}));
-  const FolderProject copy = FolderProject::open(in("out/copy"));
-  EXPECT_EQ(copy.labels().pathsOf(label.uuid), Names{"a/x"});
-}
 
 TEST_F(ShareTest, ModesAndTimesAreKeptAndSetIdBitsNot) {
   fs::create_symlink("b", in("p/l"));
