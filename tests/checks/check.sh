@@ -15,7 +15,7 @@ check() { # WHAT COMMAND...
   "${@:2}" || problem="not so"
   verdict "$1" "$problem"
 }
-edit() { "$program" --quiet "$@" </dev/null; }
+edit() { "$program" --quiet "$@"; }
 edits() { local line words && for line; do read -ra words <<<"$line" && edit "${words[@]}"; done; }
 content() { find "$1" -printf '%P %y %m %i %l\n' | sort && find "$1" -type f -print0 | sort -z | xargs -0 sha256sum; }
 is() { [ "$1" = "$2" ] || { printf 'is     %s\nshould %s\n' "$1" "$2"; return 1; }; }
