@@ -75,17 +75,6 @@ TEST(SideNames, AreLookedThroughToABound) {
   }
 }
 
-TEST(SideNames, OfHistoriesAndOfNobody) {
-  for (const char* name : {".GIT", "cvs", "X,V", ".git.old~", ".hg.tar.gz", "$RECYCLE.BIN", ".trash-1000"})
-    EXPECT_TRUE(isHistory(name)) << name;
-  for (const char* name : {"git", ".gitignore", ".github", "history", "cvs.txt", "v", ",", ".svnx", "trash", ""})
-    EXPECT_FALSE(isHistory(name)) << name;
-  for (const char* name : {"~$n.doc", "~WRL0001.tmp", "lu12.tmp", ".nfs00a", ".goutputstream-X", "4913", "Thumbs.db"})
-    EXPECT_TRUE(isUnnamedLeftover(name)) << name;
-  for (const char* name : {"x.tmp", "nfs", "lu", "4914", "~", ".ds_store2", ""})
-    EXPECT_FALSE(isUnnamedLeftover(name)) << name;
-}
-
 TEST(Traces, FirstBytesTellStoresAndReceiptsAlone) {
   const std::string database("SQLite format 3\0", 16);
   for (const char* other :
