@@ -29,12 +29,6 @@ void setTimes(const std::string& path, long seconds) {
   if (::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW) != 0) throw std::runtime_error(path);
 }
 
-ShareOptions allowing(Allowances hazards) {
-  ShareOptions options;
-  options.allowed = std::move(hazards);
-  return options;
-}
-
 class ShareTest : public FolderTest {
  protected:
   ShareTest() {
@@ -85,6 +79,8 @@ TEST_F(ShareTest, ModesAndTimesAreKeptAndSetIdBitsNot) {
 TEST_F(ShareTest, AnEntryThatIsNotWhatItWasStopsTheShareAndLeavesNothing) {
   put("outside/x", "must not leave");
   fs::create_symlink("b", in("p/l"));
+  ShareOptions allowing;
+  allowing.allowed = {errors::ENTRY_CHANGED};
   const auto replace = [&](const std::string& path, const std::function<void(const std::string&)>& make) {
     return [this, path, make](ProjectManager&) { fs::remove_all(in(path)), make(in(path)); };
   };
@@ -111,7 +107,7 @@ TEST_F(ShareTest, AnEntryThatIsNotWhatItWasStopsTheShareAndLeavesNothing) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.title);
     put("secret/x");
-    EXPECT_EQ(refusal(row.change, allowing({errors::ENTRY_CHANGED})), errors::ENTRY_CHANGED) << "nor may it be allowed";
+    EXPECT_EQ(refusal(row.change, allowing), errors::ENTRY_CHANGED) << "nor may it be allowed";
     EXPECT_EQ(tree("out"), Names());
     if (fs::exists(in("old"))) fs::remove_all(in("p")), fs::rename(in("old"), in("p"));
     for (const char* name : {"p/a", "p/b", "p/l"}) fs::remove_all(in(name));
