@@ -84,10 +84,7 @@ TEST_F(ShareTest, AnEntryThatIsNotWhatItWasStopsTheShareAndLeavesNothing) {
   const auto replace = [&](const std::string& path, const std::function<void(const std::string&)>& make) {
     return [this, path, make](ProjectManager&) { fs::remove_all(in(path)), make(in(path)); };
   };
-  const struct {
-    const char* title;
-    Transformation::Change change;
-  } rows[] = {
+  const std::pair<const char*, Transformation::Change> rows[] = {
       {"gone", replace("p/b", [](auto&) {})},
       {"a pipe", replace("p/b", [](auto& path) { ::mkfifo(path.c_str(), 0600); })},
       {"a link", replace("p/b", [&](auto& path) { fs::create_symlink(in("outside/x"), path); })},
@@ -104,10 +101,10 @@ TEST_F(ShareTest, AnEntryThatIsNotWhatItWasStopsTheShareAndLeavesNothing) {
        }},
       {"the store", replace("p/b", [&](auto& path) { fs::create_hard_link(in("p/.project/store.db"), path); })},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.title);
+  for (const auto& [title, change] : rows) {
+    SCOPED_TRACE(title);
     put("secret/x");
-    EXPECT_EQ(refusal(row.change, allowing), errors::ENTRY_CHANGED) << "nor may it be allowed";
+    EXPECT_EQ(refusal(change, allowing), errors::ENTRY_CHANGED) << "nor may it be allowed";
     EXPECT_EQ(tree("out"), Names());
     if (fs::exists(in("old"))) fs::remove_all(in("p")), fs::rename(in("old"), in("p"));
     for (const char* name : {"p/a", "p/b", "p/l"}) fs::remove_all(in(name));

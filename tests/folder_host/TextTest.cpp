@@ -53,10 +53,7 @@ TEST(Text, ASurrogateThatStandsForNothingIsReplaced) {
 }
 
 TEST(Text, IsShownOnOneLineByWhatIsSeen) {
-  const struct {
-    std::string bytes;
-    std::string shown;
-  } rows[] = {
+  const std::pair<std::string, std::string> rows[] = {
       {"a\n\t\x1b\\\x7f \xFF\xE2\x80", R"(a\n\t\x1b\\\x7f \xff\xe2\x80)"},
       {"\xC2\x80\xC2\x9b\u00AD\u034f\u061c\u115f\u1160", R"(\u0080\u009b\u00ad\u034f\u061c\u115f\u1160)"},
       {"\u17b4\u17b5\u180b\u180e\u180f\u200b\u200d", R"(\u17b4\u17b5\u180b\u180e\u180f\u200b\u200d)"},
@@ -65,7 +62,7 @@ TEST(Text, IsShownOnOneLineByWhatIsSeen) {
       {"\u00E9e\u0301\U0001F600\u3000\U0010FFFF", "\u00E9e\u0301\U0001F600\u3000\U0010FFFF"},
       {"\u2764\uFE0Fx\uFE0F\uFE0E", "\u2764\uFE0Fx\\ufe0f\\ufe0e"},
   };
-  for (const auto& row : rows) EXPECT_EQ(shown(row.bytes), row.shown);
+  for (const auto& [bytes, seen] : rows) EXPECT_EQ(shown(bytes), seen);
 }
 
 TEST(Text, ANameStandsFreeOrInQuotesThatItCannotEnd) {

@@ -46,10 +46,7 @@ class TwinsTest : public FolderTest {
 }  // namespace
 
 TEST(SideNames, LeadToWhatTheyMayBeLeftOf) {
-  const struct {
-    const char* leftover;
-    const char* original;
-  } rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {".x.txt.swp", "x.txt"},        {"X.TXT~", "x.txt"},          {"~$x.doc", "x.doc"},
       {".~x.txt", "x.txt"},           {"%home%x%", "home%x"},       {"x.txt.un~", "x.txt"},
       {"x.blend1", "x.blend"},        {"x.txt.sb-1f-Ab", "x.txt"},  {"x - copy (2).txt", "x.txt"},
@@ -58,7 +55,7 @@ TEST(SideNames, LeadToWhatTheyMayBeLeftOf) {
       {".x.txt.bak~", "x.txt"},       {"backup of x.wbk", "x.wbk"}, {"x (a's conflicted copy 1).txt", "x.txt"},
       {"x\xCC\x81.bak", "x\xCC\x81"},
   };
-  for (const auto& row : rows) EXPECT_TRUE(leadsTo(row.leftover, row.original)) << row.leftover;
+  for (const auto& [leftover, original] : rows) EXPECT_TRUE(leadsTo(leftover, original)) << leftover;
   for (const char* other : {"x.bak", "x.zip", ".x.old", "x.BAK~"}) EXPECT_TRUE(leadsTo(other, "x", true)) << other;
   for (const char* none : {"", "x", "x.txt", "~", "#", "##", ".#", ".bak", "x.sw", "x (y).txt", "(1)", "x.1", "x2.txt",
                            "copy", "swp", "x.swift", "x~y", "-old", "\xFF"}) {
