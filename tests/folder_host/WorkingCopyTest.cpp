@@ -24,13 +24,6 @@ Names without(const Names& names, const Names& dropped) {
   return left;
 }
 
-// "identifier path" each.
-Names told(const std::vector<Hazard>& hazards) {
-  Names lines;
-  for (const Hazard& hazard : hazards) lines.push_back(std::string(hazard.identifier) + " " + hazard.path);
-  return lines;
-}
-
 }  // namespace
 
 TEST(WorkingCopy, KnowsItsEntriesByTheTextsOfTheirPathsAndNoOthers) {
@@ -119,7 +112,9 @@ TEST(Hazards, AreToldOfWhatIsLeft) {
     SCOPED_TRACE(row.entries.front());
     const auto copy = copyOf(row.entries);
     copy->getFileManager().removeFiles(at(*copy, row.removed));
-    EXPECT_EQ(told(hazardsAmongLeft(*copy)), row.expected);
+    Names told;
+    for (const Hazard& one : hazardsAmongLeft(*copy)) told.push_back(std::string(one.identifier) + " " + one.path);
+    EXPECT_EQ(told, row.expected);
   }
 }
 
