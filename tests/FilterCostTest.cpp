@@ -18,8 +18,6 @@ class FilterCost : public testing::TestWithParam<std::u16string> {
     return {GetParam(), entries, items, 2, deep};
   }
 
-  static bool ofFiles() { return GetParam() == EXCLUDE_FILES_WITH_LABEL || GetParam() == INCLUDE_FILES_WITH_LABEL; }
-
   // Allocations of `apply` beyond those of the host's answers.
   static std::size_t ownAllocations(const Shape& shape, TableHost& host, Floor& floor, std::size_t moreItems) {
     auto items = bench::itemsUpTo(shape.items);
@@ -62,7 +60,7 @@ TEST_P(FilterCost, InAllocationsGrowsWithTheFoldersNotWithTheComparisons) {
     const std::size_t once = own(1000, 0, few);
     const std::size_t twice = own(2000, 0, many);
     constexpr std::size_t DOUBLINGS = 4;
-    EXPECT_EQ(many > few, ofFiles());
+    EXPECT_EQ(many > few, GetParam() == EXCLUDE_FILES_WITH_LABEL || GetParam() == INCLUDE_FILES_WITH_LABEL);
     EXPECT_LE(twice - once, 2 * (many - few) + DOUBLINGS);
     const std::size_t withItems = own(1000, 1980, few);
     const std::size_t twiceWithItems = own(2000, 1980, many);

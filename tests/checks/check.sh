@@ -2,6 +2,7 @@
 # Sourced by checks of the program in $1: a folder of their own, in memory if that can be, and rows that are counted.
 set -euo pipefail
 program=$(realpath "$1")
+export PATH=$(dirname "$program"):$PATH
 [ ! -w /dev/shm/. ] || export TMPDIR=/dev/shm
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
@@ -15,5 +16,9 @@ check() { # WHAT COMMAND...
   "${@:2}" || problem="not so"
   verdict "$1" "$problem"
 }
+edit() { "$program" --quiet "$@"; }
+edits() { local line words && for line; do read -ra words <<<"$line" && edit "${words[@]}"; done; }
+content() { find "$1" -printf '%P %y %m %i %l\n' | sort && find "$1" -type f -print0 | sort -z | xargs -0 sha256sum; }
 is() { [ "$1" = "$2" ] || { printf 'is     %s\nshould %s\n' "$1" "$2"; return 1; }; }
+refuse() { echo "$*"; exit 1; }
 end() { echo "$((rows - failed)) passed, $failed failed" && [ "$failed" -eq 0 ]; }

@@ -7,7 +7,6 @@ identifiers=$(sed -n 's/^| `\([A-Za-z-]*\)` |.*/\1/p' "$(dirname "$0")/../../doc
   grep -vx 'usage\|internal-error')
 discard() { rm -rf "$1" 2>/dev/null || { chmod -R u+rwx "$1" && rm -rf "$1"; }; }
 trap 'discard "$scratch"' EXIT
-refuse() { echo "$1"; exit 1; }
 tracing=(strace -f -qq -o /dev/null)
 "${tracing[@]}" -e trace=exit_group -e inject=exit_group:retval=0 true || refuse "no strace that may trace here"
 # Several times as fast, where the system has it.

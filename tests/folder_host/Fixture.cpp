@@ -63,13 +63,6 @@ std::shared_ptr<const Listing> listingOf(const std::vector<std::string>& names) 
   Listing listing;
   for (const std::string& name : names) {
     const std::size_t arrow = name.find('>');
-    const std::size_t equal = name.find('=');
-    if (equal != std::string::npos) {
-      const auto is = [&](const Entry& entry) { return entry.path == name.substr(equal + 1); };
-      const auto twin = std::find_if(listing.entries.begin(), listing.entries.end(), is);
-      listing.entries.push_back({name.substr(0, equal), EntryKind::file, {}, twin->id});
-      continue;
-    }
     if (arrow != std::string::npos) {
       listing.entries.push_back({name.substr(0, arrow), EntryKind::link, name.substr(arrow + 1)});
     } else if (name.back() == '/') {

@@ -28,7 +28,7 @@ std::string lockTextOf(const std::string& folder, const std::string& name);
 // Runs SQL on a store file by a connection of its own that overwrites nothing it deletes.
 void runSql(const std::filesystem::path& store, const std::string& sql);
 
-// From a name each: "a/" a folder, "a" a file, "a>b" a link to b, "a=b" a file that is one with the file b before it.
+// From a name each: "a/" a folder, "a" a file, "a>b" a link to b.
 std::shared_ptr<const Listing> listingOf(const std::vector<std::string>& names);
 std::vector<std::string> namesOf(const std::vector<const Entry*>& entries);
 

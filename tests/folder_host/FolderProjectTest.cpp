@@ -10,8 +10,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using Names = std::vector<std::string>;
-
 class FolderProjectTest : public FolderTest {
  protected:
   FolderProjectTest() {
@@ -24,19 +22,6 @@ class FolderProjectTest : public FolderTest {
   }
   std::string opening(const std::string& folder) const {
     return refusalOf([&] { FolderProject::open(in(folder)); });
-  }
-};
-
-class ListingTest : public FolderTest {
- protected:
-  // As listingOf takes them.
-  Names names() const {
-    Names names;
-    for (const Entry& entry : listFolder(folder_).entries) {
-      const std::string end = entry.kind == EntryKind::folder ? "/" : entry.kind == EntryKind::link ? ">" : "";
-      names.push_back(entry.path + end + entry.target);
-    }
-    return names;
   }
 };
 
@@ -80,24 +65,12 @@ TEST_F(FolderProjectTest, TheStoresPlaceMustBeFree) {
   put("q/2/.project/file", "somebody's");
   fs::create_directories(in("q/3")), fs::create_directory_symlink("../4", in("q/3/.project"));
   fs::create_directories(in("q/4/.project"));
-  const Names before = tree("q");
+  const std::vector<std::string> before = tree("q");
   for (const std::string folder : {"q/1", "q/2", "q/3"}) EXPECT_EQ(init(folder), errors::STORE_FAILED) << folder;
   EXPECT_EQ(init(deep), errors::PATH_TOO_LONG);
   EXPECT_EQ(tree("q"), before);
   EXPECT_EQ(read(in("q/1/.project")), "somebody's");
   EXPECT_EQ(init("q/4"), "");
-}
-
-TEST_F(ListingTest, EntriesAreSortedByBytesLinksNotFollowedAndPipesSkipped) {
-  for (const char* file : {"a/x", "a-b", "a.txt", "A", "\xFF\x80 not UTF-8\n"}) put(file);
-  fs::create_directory(in("empty"));
-  fs::create_directory_symlink("a", in("link"));
-  fs::create_symlink("nowhere/\xFF", in("z"));
-  fs::create_directory_symlink(".", in("a/loop"));
-  for (const char* pipe : {"a/pipe", "pipe"}) ASSERT_EQ(::mkfifo(in(pipe).c_str(), 0600), 0);
-  EXPECT_EQ(listFolder(folder_).skipped, (Names{"a/pipe", "pipe"}));
-  EXPECT_EQ(names(), (Names{"A", "a/", "a-b", "a.txt", "a/loop>.", "a/x", "empty/", "link>a", "z>nowhere/\xFF",
-                            "\xFF\x80 not UTF-8\n"}));
 }
 
 }  // namespace folder_host

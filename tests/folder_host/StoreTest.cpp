@@ -3,13 +3,19 @@
 #include <SQLiteCpp/Exception.h>
 
 #include "Fixture.h"
+#include "folder_host/LabelStore.h"
+#include "folder_host/MetadataStore.h"
 #include "folder_host/Text.h"
 
 namespace folder_host {
 
 namespace {
 
+using project::management::CategoryIdentifier;
+using project::management::LabelIdentifier;
+using project::metadata::MetadataPath;
 using project::metadata::MetadataScopeGuard;
+using project::metadata::PathElement;
 
 class StoreTest : public FolderTest {
  protected:
@@ -105,6 +111,32 @@ TEST_F(StoreTest, AWriteIsAloneFromItsBeginningOn) {
   const auto first = open();
   const auto scope = first->beginWrite();
   EXPECT_THROW(runSql(file_, "BEGIN IMMEDIATE"), SQLite::Exception);
+}
+
+TEST_F(StoreTest, ALabelGoesFromItsOwnCategoryAloneAndTakesAnEmptyCategoryAndItsAttachmentsWithIt) {
+  const auto store = open();
+  LabelStore labels(store);
+  const LabelRecord kept = labels.create(u"Access", u"Open"), draft = labels.create(u"State", u"Draft");
+  labels.attach(draft.uuid, {"a"});
+  labels.removeLabel(CategoryIdentifier(draft.categoryUUID), LabelIdentifier(kept.uuid), true);
+  EXPECT_EQ(labels.list().size(), 2U);
+  EXPECT_EQ(refusalOf([&] { labels.attach(u"absent", {}); }), errors::LABEL_NOT_FOUND);
+  labels.erase(draft.uuid);
+  EXPECT_EQ(labels.getCategories().size(), 1U);
+  EXPECT_EQ(store->query("SELECT * FROM attachment").size(), 0U);
+}
+
+TEST_F(StoreTest, AllNodesOfOneCallAreWrittenOrNone) {
+  const auto store = Store::inMemory();
+  MetadataStore metadata(store);
+  const auto node = std::make_shared<project::metadata::MetadataNodeSpecification>();
+  node->put(u"k", u"v");
+  const PathElement one(u"a", u"a"), two(u"b", u"b");
+  const MetadataPath a({one}), b({two});
+  EXPECT_THROW(metadata.setNodes({{a, node}, {b, nullptr}}), std::invalid_argument);
+  store->run("CREATE UNIQUE INDEX one_each ON node_value(value)");
+  EXPECT_EQ(refusalOf([&] { metadata.setNodes({{a, node}, {b, node}}); }), errors::STORE_FAILED);
+  EXPECT_FALSE(metadata.nodeExists(a));
 }
 
 TEST_F(StoreTest, AStoreOfAnotherMakeOrWithAStrangeJournalIsRefused) {

@@ -38,40 +38,13 @@ ProjectError errorOf(const std::string& key) {
 TEST(Text, EveryShortByteStringComesBack) { EXPECT_EQ(lostFrom("", 5), 0U); }
 
 TEST(Text, BytesBecomeTheirCharactersOrOneSurrogateEach) {
-  const struct {
-    std::string bytes;
-    std::u16string text;
-  } rows[] = {
-      {"", u""},
-      {"a/\x7F", u"a/\x7F"},
-      {"\xC3\xA9\xE2\x82\xAC", u"\u00E9\u20AC"},
-      {"\xF0\x9F\x98\x80", u"\U0001F600"},
-      {"\xEF\xBB\xBF", u"\uFEFF"},
-      {"\xF4\x8F\xBF\xBF", u"\U0010FFFF"},
-      {"\xC0\xAF", u"\xDCC0\xDCAF"},                      // overlong
-      {"\xE0\x9F\xBF", u"\xDCE0\xDC9F\xDCBF"},            // overlong
-      {"\xF0\x8F\xBF\xBF", u"\xDCF0\xDC8F\xDCBF\xDCBF"},  // overlong
-      {"\xED\xA0\x80", u"\xDCED\xDCA0\xDC80"},            // a surrogate's code point
-      {"\xED\xB2\x80", u"\xDCED\xDCB2\xDC80"},
-      {"\xF4\x90\x80\x80", u"\xDCF4\xDC90\xDC80\xDC80"},  // beyond the last code point
-      {"\xE2\x82", u"\xDCE2\xDC82"},                      // cut off
-      {"\xE2\x82x", u"\xDCE2\xDC82x"},
-      {std::string("a\0b", 3), std::u16string(u"a\0b", 3)},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(::testing::PrintToString(row.bytes));
-    EXPECT_EQ(fromBytes(row.bytes), row.text);
-    EXPECT_EQ(toBytes(row.text), row.bytes);
-  }
+  EXPECT_EQ(fromBytes("a/\x7F\xC3\xA9\xE2\x82\xAC\xEF\xBB\xBF"), u"a/\x7F\u00E9\u20AC\uFEFF");
+  EXPECT_EQ(fromBytes("\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF"), u"\U0001F600\U0010FFFF");
+  EXPECT_EQ(fromBytes("\xC0\xAF\xE2\x82x"), u"\xDCC0\xDCAF\xDCE2\xDC82x") << "overlong; cut off";
 }
 
-TEST(Text, BlobsKeepEveryUnitAndItsOrder) {
-  std::u16string all;
-  for (char32_t unit = 0; unit <= 0xFFFF; ++unit) all += static_cast<char16_t>(unit);
-  EXPECT_EQ(fromBlob(toBlob(all)), all);
+TEST(Text, ABlobHasTheHigherByteOfEachUnitFirst) {
   EXPECT_EQ(toBlob(u"\xFEFF\x0102"), std::string("\xFE\xFF\x01\x02"));
-  EXPECT_LT(toBlob(u"\x00FF"), toBlob(u"\x0100"));
-  EXPECT_LT(toBlob(u"a"), toBlob(std::u16string(u"a\0", 2)));
   EXPECT_THROW(fromBlob("abc"), Error);
 }
 
@@ -80,10 +53,7 @@ TEST(Text, ASurrogateThatStandsForNothingIsReplaced) {
 }
 
 TEST(Text, IsShownOnOneLineByWhatIsSeen) {
-  const struct {
-    std::string bytes;
-    std::string shown;
-  } rows[] = {
+  const std::pair<std::string, std::string> rows[] = {
       {"a\n\t\x1b\\\x7f \xFF\xE2\x80", R"(a\n\t\x1b\\\x7f \xff\xe2\x80)"},
       {"\xC2\x80\xC2\x9b\u00AD\u034f\u061c\u115f\u1160", R"(\u0080\u009b\u00ad\u034f\u061c\u115f\u1160)"},
       {"\u17b4\u17b5\u180b\u180e\u180f\u200b\u200d", R"(\u17b4\u17b5\u180b\u180e\u180f\u200b\u200d)"},
@@ -91,9 +61,8 @@ TEST(Text, IsShownOnOneLineByWhatIsSeen) {
       {"\uffa0\U0001d173\U000e0001\U000e007f", R"(\uffa0\U0001d173\U000e0001\U000e007f)"},
       {"\u00E9e\u0301\U0001F600\u3000\U0010FFFF", "\u00E9e\u0301\U0001F600\u3000\U0010FFFF"},
       {"\u2764\uFE0Fx\uFE0F\uFE0E", "\u2764\uFE0Fx\\ufe0f\\ufe0e"},
-      {"", ""},
   };
-  for (const auto& row : rows) EXPECT_EQ(shown(row.bytes), row.shown);
+  for (const auto& [bytes, seen] : rows) EXPECT_EQ(shown(bytes), seen);
 }
 
 TEST(Text, ANameStandsFreeOrInQuotesThatItCannotEnd) {

@@ -46,10 +46,7 @@ class TwinsTest : public FolderTest {
 }  // namespace
 
 TEST(SideNames, LeadToWhatTheyMayBeLeftOf) {
-  const struct {
-    const char* leftover;
-    const char* original;
-  } rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {".x.txt.swp", "x.txt"},        {"X.TXT~", "x.txt"},          {"~$x.doc", "x.doc"},
       {".~x.txt", "x.txt"},           {"%home%x%", "home%x"},       {"x.txt.un~", "x.txt"},
       {"x.blend1", "x.blend"},        {"x.txt.sb-1f-Ab", "x.txt"},  {"x - copy (2).txt", "x.txt"},
@@ -58,7 +55,7 @@ TEST(SideNames, LeadToWhatTheyMayBeLeftOf) {
       {".x.txt.bak~", "x.txt"},       {"backup of x.wbk", "x.wbk"}, {"x (a's conflicted copy 1).txt", "x.txt"},
       {"x\xCC\x81.bak", "x\xCC\x81"},
   };
-  for (const auto& row : rows) EXPECT_TRUE(leadsTo(row.leftover, row.original)) << row.leftover;
+  for (const auto& [leftover, original] : rows) EXPECT_TRUE(leadsTo(leftover, original)) << leftover;
   for (const char* other : {"x.bak", "x.zip", ".x.old", "x.BAK~"}) EXPECT_TRUE(leadsTo(other, "x", true)) << other;
   for (const char* none : {"", "x", "x.txt", "~", "#", "##", ".#", ".bak", "x.sw", "x (y).txt", "(1)", "x.1", "x2.txt",
                            "copy", "swp", "x.swift", "x~y", "-old", "\xFF"}) {
@@ -73,17 +70,6 @@ TEST(SideNames, AreLookedThroughToABound) {
     EXPECT_LE(originalsOf(name).size(), 100U) << mark;
     EXPECT_FALSE(isHistory(name)) << mark;
   }
-}
-
-TEST(SideNames, OfHistoriesAndOfNobody) {
-  for (const char* name : {".GIT", "cvs", "X,V", ".git.old~", ".hg.tar.gz", "$RECYCLE.BIN", ".trash-1000"})
-    EXPECT_TRUE(isHistory(name)) << name;
-  for (const char* name : {"git", ".gitignore", ".github", "history", "cvs.txt", "v", ",", ".svnx", "trash", ""})
-    EXPECT_FALSE(isHistory(name)) << name;
-  for (const char* name : {"~$n.doc", "~WRL0001.tmp", "lu12.tmp", ".nfs00a", ".goutputstream-X", "4913", "Thumbs.db"})
-    EXPECT_TRUE(isUnnamedLeftover(name)) << name;
-  for (const char* name : {"x.tmp", "nfs", "lu", "4914", "~", ".ds_store2", ""})
-    EXPECT_FALSE(isUnnamedLeftover(name)) << name;
 }
 
 TEST(Traces, FirstBytesTellStoresAndReceiptsAlone) {

@@ -34,7 +34,8 @@ class HandOutTest : public FolderTest {
     const std::string before = everythingIn(in("p"));
     const auto left = project.workingCopy();
     strip(*left, *createManager(project.metadata())->getProfileByUUID(planted.profile));
-    share(project.workingCopy(), ExportProfileTransformation(planted.profile), in("copy"));
+    const ShareResult told = share(project.workingCopy(), ExportProfileTransformation(planted.profile), in("copy"));
+    EXPECT_EQ(told.files + told.folders + told.links, left->entries().size());
     EXPECT_TRUE(everythingIn(in("p")) == before) << "the project was changed";
     expectCopyOf(*left, planted);
     count(project.labels(), *left);
