@@ -281,9 +281,11 @@ const std::vector<Operation> all = {
     {"hostLayoutDifferences",
      [](W&) {
        HostLayout layout = hostLayout();
-       layout.at(1).value += "0", layout.push_back({"unknown", "1"});
+       layout.push_back({"unknown", host_layout::placeOf(&project::metadata::PathElement::getType)});
+       layout.at(1).value += "0";
        const auto differences = hostLayoutDifferences(layout);
-       return differences.size() == 1 && differences[0].rfind(layout[1].name, 0) == 0 ? "right" : "wrong";
+       const bool found = differences.size() == 1 && differences[0].rfind(layout[1].name, 0) == 0;
+       return found && layout.back().value == "none" ? "right" : "wrong";
      },
      "right"},
     {"ErrorRecord::ErrorRecord",

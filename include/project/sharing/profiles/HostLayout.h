@@ -38,21 +38,26 @@ PROJECT_SHARING_PROFILES_EXPORT std::vector<std::string> hostLayoutDifferences(c
 
 namespace host_layout {
 
-// The place of a virtual operation in the table of its class. A pointer to it holds, in one word or the other, that
-// place in bytes and a mark.
+// The place of a virtual operation in the table of its class, and "none" for another one. A pointer to a virtual one
+// holds, in one word or the other, that place in bytes and a mark, which makes the sum odd. The pointer to another one
+// holds its address, which differs between modules.
 template <class Operation>
-std::size_t placeOf(Operation operation) {
+std::string placeOf(Operation operation) {
   std::uintptr_t words[2] = {};
   static_assert(sizeof(operation) == sizeof(words), "The C++ ABI is another one");
   std::memcpy(words, &operation, sizeof(words));
-  return (words[0] + words[1]) / sizeof(void*);
+  const std::uintptr_t sum = words[0] + words[1];
+  return sum % 2 == 0 ? "none" : std::to_string(sum / sizeof(void*));
 }
 
-// Has one virtual operation more than the class, behind the others.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+// Has one virtual operation more than the class, behind the others. No object is made of it.
 template <class Class>
 struct After : Class {
   virtual void end() = 0;
 };
+#pragma GCC diagnostic pop
 
 // Takes, of several operations of one name, the one with these arguments, and with this `const` where there is one with
 // and one without.
@@ -83,7 +88,7 @@ struct Taking<void(Arguments...) const> {
 
 template <class Operation>
 std::string describe(Operation operation) {
-  return std::to_string(placeOf(operation)) + " " + typeid(operation).name();
+  return placeOf(operation) + " " + typeid(operation).name();
 }
 
 }  // namespace host_layout
@@ -98,7 +103,7 @@ std::string describe(Operation operation) {
         std::to_string(offsetof(type, member)) + " " + typeid(&type::member).name() \
   }
 #define PROJECT_SHARING_TABLE(type) \
-  { "how many operations " #type " has", std::to_string(host_layout::placeOf(&host_layout::After<type>::end)) }
+  { "how many operations " #type " has", host_layout::placeOf(&host_layout::After<type>::end) }
 #define PROJECT_SHARING_OPERATION(type, operation, signature)                               \
   {                                                                                         \
     "the place and type of " #type "::" #operation,                                         \
