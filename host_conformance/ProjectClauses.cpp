@@ -116,7 +116,8 @@ constexpr Clause FILE_005("optional_FILE_005_RemovedFilesGoAlone", [](Bench& t) 
   const Path labelled = add(u"y");
   t.attach(t.entries.size() - 1, t.labels.front().label);
   t.project().getFileManager().removeFiles({labelled});
-  EXPECT_EQ(t.project().getFileManager().getFileLabels(add(u"z")).size(), 0U) << "of a file that is added then";
+  const Path later = add(u"z");
+  EXPECT_EQ(t.project().getFileManager().getFileLabels(later).size(), 0U) << "of a file that is added then";
 });
 
 constexpr Clause FILE_006("optional_FILE_006_RemovedFoldersGoWithWhatIsRemovedInThem", [](Bench& t) {
