@@ -131,7 +131,7 @@ class Place:
         shutil.rmtree(self.within("tmp"), ignore_errors=True)
         os.makedirs(self.within("tmp"))
         scratch = "/dev/shm" if self.alone else self.within("tmp")
-        environment = dict(os.environ, TMPDIR=scratch, CANARY_PROJECTS="20", MODEL_STEPS="2000")
+        environment = dict(os.environ, TMPDIR=scratch, CANARY_PROJECTS="20")
         environment.pop("SURVIVED", None)
         if self.library:
             environment["LD_LIBRARY_PATH"] = self.within("made", "library")
