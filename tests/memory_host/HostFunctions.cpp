@@ -30,31 +30,24 @@ std::u16string fl::filesystem::detail::extract_parent_path(const std::u16string&
   if (text.empty()) ++misuses;
   const std::size_t slash = text.rfind(u'/');
   if (slash == std::u16string::npos || text.size() == 1) return {};
-  const bool isKept = slash == 0 || is("PATH_001 SHARE_002: parents keep the slash");
-  return u'\0' + text.substr(0, isKept ? slash + 1 : slash);  // not native: make_native_form is needed
+  return u'\0' + text.substr(0, std::max<std::size_t>(slash, 1));  // not native: make_native_form is needed
 }
 
 std::u16string fl::filesystem::detail::make_native_form(const std::u16string& text, bool flag) {
   if (text.empty() || !flag) ++misuses;
   if (text.empty() || text[0] != u'\0' || is("PATH_001 SHARE_002: the native form is the given one")) return text;
-  std::u16string native = text.substr(1);
-  if (is("PATH_001: a back-slash is a separator")) std::replace(native.begin(), native.end(), u'\\', u'/');
-  return native;
+  return text.substr(1);
 }
 
 std::u16string project::metadata::generateUUID() {
   static std::atomic<int> made{0};
-  static const auto seed = is("UUID_002: UUIDs have one seed")     ? 1
-                           : is("UUID_002: the clock is the seed") ? std::time(nullptr)
-                                                                   : std::random_device()();
-  const std::string number = std::to_string(++made % (is("UUID_001: UUIDs repeat") ? 500 : 1000000)) +
-                             (is("UUID_002: UUIDs are counted") ? "" : "-" + std::to_string(seed));
+  static const auto seed = is("UUID_002: the clock is the seed") ? std::time(nullptr) : std::random_device()();
+  const std::string number =
+      std::to_string(++made % (is("UUID_001: UUIDs repeat") ? 500 : 1000000)) + "-" + std::to_string(seed);
   return u"uuid-" + std::u16string(number.begin(), number.end());
 }
 
-const char* foundation::core::except::IException::what() const noexcept {
-  return is("ERROR_001: there is no narrow text") ? nullptr : "host: what";
-}
+const char* foundation::core::except::IException::what() const noexcept { return "host: what"; }
 
 std::u16string foundation::core::except::IMsgIDException::GetUnicodeMessageTxt() const {
   for (const auto& argument : GetBaseMsgIDObj().arguments) {
@@ -65,7 +58,6 @@ std::u16string foundation::core::except::IMsgIDException::GetUnicodeMessageTxt()
 
 std::string foundation::core::except::IMsgIDException::get_error_id(const resource_core::BaseMsgID& record) {
   ++errorIdentifiers;
-  if (is("ERROR_001: the first argument is taken for granted")) static_cast<void>(record.arguments.at(0));
   return record.component + ":" + record.key +
          (is("ERROR_001: identifiers change") ? std::to_string(errorIdentifiers) : "");
 }
