@@ -32,6 +32,21 @@ TEST(Profiles, OfOneNameAreListedByUuidInWhateverOrderTheHostHasThem) {
   EXPECT_EQ(profiles.at(0)->getUUID() + profiles.at(1)->getUUID(), u"23");
 }
 
+TEST(Profiles, AreReadWhateverElseIsStoredAndMissedWhereAValueIs) {
+  MemoryProject host;
+  const project::metadata::PathElement root{u"Export", u"Root"}, profile{u"ExportProfile", u"1"};
+  const auto manager = createManager(host.metadata);
+  manager->createProfile(u"", u"1");
+  samples::store(*host.metadata, {root, {u"exportprofile", u"2"}}, u"Name", u"of another type");
+  samples::store(*host.metadata, {root, profile, {u"Filter", u"label"}, {u"Filter", u"L"}}, u"Data", u"of no kind");
+  samples::store(*host.metadata, {root, profile, {u"Any", u"Label"}, {u"filter", u"M"}}, u"Data", u"of no type");
+  const auto filters = manager->getProfiles().at(0)->getFilters();
+  ASSERT_EQ(filters.size(), 1U);
+  EXPECT_EQ(filters[0]->getItems(), Items());
+  samples::store(*host.metadata, {root, profile, {u"Any", u"Label"}, {u"Filter", u"L"}}, u"data", u"under another key");
+  EXPECT_THROW(manager->getProfiles(), std::out_of_range);
+}
+
 TEST(FileLabelFilter, AsksForTheParentOfEachFolderOnceHoweverDeepAndOfNoEmptyText) {
   MemoryProject host;
   for (const auto* odd : {u"", u"relative", u"/q/x"}) host.addFile(odd);
