@@ -47,6 +47,14 @@ TEST(Profiles, AreReadWhateverElseIsStoredAndMissedWhereAValueIs) {
   EXPECT_THROW(manager->getProfiles(), std::out_of_range);
 }
 
+TEST(FileLabelFilter, SparesAFolderThatIsListedTwiceOnce) {
+  MemoryProject host;
+  for (int i = 0; i < 2; ++i) host.addFolder(u"/p/d", {L});
+  host.addFile(u"/p/d/x");
+  samples::filterOf(EXCLUDE_FILES_WITH_LABEL, {itemL})->apply(host);
+  EXPECT_EQ(host.texts(), (Texts{u"/p/d", u"/p/d/x"}));
+}
+
 TEST(FileLabelFilter, AsksForTheParentOfEachFolderOnceHoweverDeepAndOfNoEmptyText) {
   MemoryProject host;
   for (const auto* odd : {u"", u"relative", u"/q/x"}) host.addFile(odd);

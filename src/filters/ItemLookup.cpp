@@ -5,7 +5,7 @@
 namespace project::sharing::profiles {
 
 ItemLookup::ItemLookup(const std::vector<ExportStrategyItem>& items, const KeyedHash& hash)
-    : categories(hash), labels(hash, items.size()) {
+    : isEmpty(items.empty()), categories(hash), labels(hash, items.size()) {
   for (const ExportStrategyItem& item : items) {
     const std::size_t category = categories.insert(item.category).entry.number;
     const TextSet::Entry label = labels.insert(item.labelUUID, category).entry;

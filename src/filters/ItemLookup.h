@@ -18,11 +18,12 @@ class ItemLookup {
  public:
   ItemLookup(const std::vector<ExportStrategyItem>& items, const KeyedHash& hash);
 
-  bool empty() const { return labels.empty(); }
+  bool empty() const { return isEmpty; }
   // What the label is beyond a `Label` is not asked.
   bool contains(const project::management::Label& label) const;
 
  private:
+  bool isEmpty;
   TextSet categories;
   TextSet labels;                                            // with the number of the first category of each
   std::vector<std::pair<std::size_t, std::size_t>> further;  // categories, by the numbers of label and category

@@ -24,7 +24,6 @@ TextSet::Inserted TextSet::insert(Text text, std::size_t note) {
   if (slot.entry.number != NONE) return {slot.entry, false};
   const Entry entry{append(text), note};
   slot = {hash, entry};
-  ++texts;
   if (2 * ++used >= slots.size()) grow();
   return {entry, true};
 }
@@ -42,7 +41,6 @@ bool TextSet::erase(Text text, std::size_t hash) {
   const std::size_t number = slots[search(text, hash)].entry.number;
   if (number == NONE) return false;
   std::memcpy(&block[number], &NONE, sizeof(NONE));
-  --texts;
   return true;
 }
 

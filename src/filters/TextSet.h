@@ -28,8 +28,6 @@ class TextSet {
 
   std::size_t hashOf(Text text) const { return hasher(text); }
 
-  bool empty() const { return texts == 0; }
-
   // One that is there keeps its note.
   struct Inserted {
     Entry entry;
@@ -59,7 +57,6 @@ class TextSet {
   std::u16string block;     // before each one its size, NONE if erased
   std::vector<Slot> slots;  // a power of two, at least half of them free
   std::size_t used = 0;     // slots that are not free
-  std::size_t texts = 0;
 };
 
 }  // namespace project::sharing::profiles
