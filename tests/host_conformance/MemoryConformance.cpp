@@ -179,7 +179,7 @@ class FaultyProject final : public MemoryProject {
       throwIf(std::none_of(entries.begin(), entries.end(), isTop), "FILE_006 SHARE_002: what went along is missed");
       dropIf(entries, [&](const Entry& one) {
         const Text text = spoilt(Place::REMOVED, one.name.text()), gone = spoilt(Place::REMOVED, top.text());
-        const bool isWhole = text.size() == gone.size() || text[gone.size()] == u'/';
+        const bool isWhole = text.size() <= gone.size() || text[gone.size()] == u'/';
         return text.rfind(gone, 0) == 0 && (isWhole || is("FILE_005 FILE_006: removals go by a prefix"));
       });
     }
