@@ -14,7 +14,8 @@
 #include "judgement/Judgement.h"
 #include "output/Output.h"
 #include "settings/OpenProject.h"
-#include "words/Lookup.h"
+#include "words/FilterKinds.h"
+#include "words/Names.h"
 #include "words/TypedCommand.h"
 
 namespace project_share {
@@ -131,8 +132,14 @@ void addLabelCommands(CLI::App& app, Words& words) {
 }
 
 void addFilterCommands(CLI::App* add, CLI::App* remove, Words& words) {
+  std::vector<std::string> kinds, meanings;
+  for (const FilterKind& kind : filterKinds()) {
+    kinds.push_back(kind.word);
+    meanings.push_back(fmt::format("\n  {}: {}", kind.word, kind.meaning));
+  }
   for (CLI::App* command : {add, remove}) {
-    addWord(command, "KIND", words.kind)->check(CLI::IsMember(kindWords()));
+    command->footer(fmt::format("{}\n\nKinds:{}", command->get_footer(), fmt::join(meanings, "")));
+    addWord(command, "KIND", words.kind)->check(CLI::IsMember(kinds));
     addWord(command, "LABEL", words.labels, "CATEGORY/NAME or UUID")->required(command == add);
   }
   add->callback([&] { addFilter(words.profile, words.kind, words.labels); });

@@ -19,8 +19,11 @@
 #include "output/Output.h"
 #include "output/Report.h"
 #include "settings/OpenProject.h"
+#include "words/FilterKinds.h"
+#include "words/Labels.h"
 #include "words/Looks.h"
-#include "words/Lookup.h"
+#include "words/Names.h"
+#include "words/Profiles.h"
 
 namespace project_share {
 
@@ -75,14 +78,12 @@ Paths pathsOf(const Listing& listing) {
 }
 
 // Tells of words in the wrong order, where that is why there is no such label.
-LabelRecord namedLabel(const std::vector<LabelRecord>& labels, const std::string& word, const Paths& named) {
+LabelRecord namedLabel(const FolderProject& project, const std::string& word, const Paths& named) {
+  const LabelIndex labels(project.labels().list());
   try {
-    return findLabel(labels, word);
+    return labels.named(word);
   } catch (const Refusal& error) {
-    const auto isLabel = [&](const std::string& path) {
-      return std::any_of(labels.begin(), labels.end(), [&](const LabelRecord& label) { return nameOf(label) == path; });
-    };
-    if (!std::any_of(named.begin(), named.end(), isLabel)) throw;
+    if (std::none_of(named.begin(), named.end(), [&](const std::string& path) { return labels.hasName(path); })) throw;
     throw Refusal(error.identifier(), fmt::format("{} is no label; LABEL comes before PATH", inQuotes(word)));
   }
 }
@@ -171,9 +172,9 @@ void listLabels() {
 void renameLabel(const std::string& word, const std::string& name) {
   const FolderProject project = openProject();
   const LabelRecord label = edit(project, [&] {
-    const std::vector<LabelRecord> labels = project.labels().list();
-    LabelRecord found = findLabel(labels, word);
-    LabelLooks(labels, found.uuid).add(found.categoryName, folder_host::fromBytes(name));
+    const LabelIndex labels(project.labels().list());
+    LabelRecord found = labels.named(word);
+    LabelLooks(labels.records(), found.uuid).add(found.categoryName, folder_host::fromBytes(name));
     project.labels().rename(found.uuid, folder_host::fromBytes(name));
     return found;
   });
@@ -184,7 +185,7 @@ void renameLabel(const std::string& word, const std::string& name) {
 void deleteLabel(const std::string& word) {
   const FolderProject project = openProject();
   const auto [label, count] = edit(project, [&] {
-    LabelRecord found = findLabel(project.labels().list(), word);
+    LabelRecord found = LabelIndex(project.labels().list()).named(word);
     refuseInUse(*profiles::createManager(project.metadata()), found);
     const std::size_t paths = project.labels().pathsOf(found.uuid).size();
     project.labels().erase(found.uuid);
@@ -200,7 +201,7 @@ void deleteLabel(const std::string& word) {
 void keepLabel(const std::string& word, bool kept) {
   const FolderProject project = openProject();
   const LabelRecord label = edit(project, [&] {
-    LabelRecord found = findLabel(project.labels().list(), word);
+    LabelRecord found = LabelIndex(project.labels().list()).named(word);
     project.labels().setKept(found.uuid, kept);
     found.kept = kept;
     return found;
@@ -228,7 +229,7 @@ std::vector<std::string> readPaths(char end) {
 void attachLabel(const std::string& word, const std::vector<std::string>& named, bool folderOnly) {
   const FolderProject project = openProject();
   const auto [label, paths, added, links] = edit(project, [&] {
-    LabelRecord found = namedLabel(project.labels().list(), word, named);
+    LabelRecord found = namedLabel(project, word, named);
     const EntryTable table(std::make_shared<const Listing>(project.list()));
     std::vector<std::string> all = pathsAt(pathsOf(table.listing()), project, named, folderOnly, noEntry);
     std::sort(all.begin(), all.end());
@@ -248,7 +249,7 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
 void detachLabel(const std::string& word, const std::vector<std::string>& named, bool folderOnly) {
   const FolderProject project = openProject();
   const auto [label, removed, settled] = edit(project, [&] {
-    LabelRecord found = namedLabel(project.labels().list(), word, named);
+    LabelRecord found = namedLabel(project, word, named);
     // By what carries the label, entry or not: so it comes off a file that is gone, too.
     const std::vector<std::string> labelled = project.labels().pathsOf(found.uuid);
     Paths locations, carrying;

@@ -17,7 +17,8 @@
 #include "project/sharing/profiles/ExportProfileTransformation.h"
 #include "receipt/Receipt.h"
 #include "settings/OpenProject.h"
-#include "words/Lookup.h"
+#include "words/Names.h"
+#include "words/Profiles.h"
 
 namespace project_share {
 

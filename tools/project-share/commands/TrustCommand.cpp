@@ -9,7 +9,7 @@
 #include "folder_host/files/Ownership.h"
 #include "output/Output.h"
 #include "settings/TrustedProjects.h"
-#include "words/Lookup.h"
+#include "words/Names.h"
 
 namespace project_share {
 

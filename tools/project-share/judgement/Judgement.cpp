@@ -15,7 +15,10 @@
 #include "judgement/Mending.h"
 #include "judgement/TraceRisks.h"
 #include "project/sharing/profiles/ExportProfileTransformation.h"
-#include "words/Lookup.h"
+#include "words/FilterKinds.h"
+#include "words/Labels.h"
+#include "words/Names.h"
+#include "words/Profiles.h"
 #include "words/StoredFilters.h"
 
 namespace project_share {

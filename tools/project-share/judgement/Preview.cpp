@@ -10,7 +10,8 @@
 
 #include "folder_host/files/EntryTable.h"
 #include "judgement/SelectionProbe.h"
-#include "words/Lookup.h"
+#include "words/FilterKinds.h"
+#include "words/Labels.h"
 
 namespace project_share {
 
