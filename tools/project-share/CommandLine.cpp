@@ -123,10 +123,10 @@ void addLabelCommands(CLI::App& app, Words& words) {
     deleteLabel(words.label);
   });
   add("protect", "Let no filter remove the label", "label protect audience/everyone")->callback([&] {
-    keepLabel(words.label, true);
+    protectLabel(words.label, true);
   });
   add("unprotect", "Let filters remove the label", "label unprotect audience/everyone")->callback([&] {
-    keepLabel(words.label, false);
+    protectLabel(words.label, false);
   });
   addAttachCommands(group, words);
 }

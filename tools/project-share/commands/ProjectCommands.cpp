@@ -8,6 +8,7 @@
 #include "folder_host/FolderProject.h"
 #include "folder_host/files/Ownership.h"
 #include "output/Output.h"
+#include "settings/OpenProject.h"
 #include "settings/TrustedProjects.h"
 #include "words/Names.h"
 
@@ -46,6 +47,13 @@ std::string rootOrFolder(const std::string& folder) {
 
 }  // namespace
 
+void initProject(const std::string& folder) {
+  const FolderProject project = makeProject(folder);
+  Json object;
+  putPath(object, "project", project.root());
+  done(fmt::format("Made {} a project.", inQuotes(project.root())), object);
+}
+
 void trustProject(const std::string& folder) {
   const std::string root = FolderProject::rootOf(folder);
   const std::vector<uid_t> owners = folder_host::strangersOwning(root);
@@ -56,7 +64,7 @@ void trustProject(const std::string& folder) {
     names += (names.empty() ? "" : " and ") + inQuotes(folder_host::userName(owner));
   }
   if (owners.empty()) {
-    return done(fmt::format("The project {} belongs to you or to root: it is opened anyway.", inQuotes(root)),
+    return done(fmt::format("The project {} belongs to you or to root: it is opened without this.", inQuotes(root)),
                 jsonOf(root, owners));
   }
   remember(root, owners);
