@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
+#include "Completion.h"
 #include "Refusal.h"
 #include "commands/Commands.h"
 #include "judgement/Judgement.h"
@@ -86,10 +88,10 @@ const std::vector<std::string>& pathsOf(Words& words) {
 void addAttachCommands(CLI::App* group, Words& words) {
   CLI::App* attach = addCommand(group, "attach", "Attach a label to files, links, and folders with all below them",
                                 "label attach audience/internal drafts budget.ods");
-  CLI::App* detach =
-      addCommand(group, "detach",
-                 "Take a label off files, links, and folders with all below them; let a twin or a leftover be shared",
-                 "label detach audience/internal drafts/final.txt");
+  CLI::App* detach = addCommand(
+      group, "detach",
+      "Detach a label from files, links, and folders with all below them; let a twin or a leftover be shared",
+      "label detach audience/internal drafts/final.txt");
   for (CLI::App* command : {attach, detach}) {
     addWord(command, "LABEL", words.label, "CATEGORY/NAME or UUID");
     addWord(command, "PATH", words.paths, "Files, folders or links of the project")->required(false);
@@ -159,7 +161,7 @@ void addProfileCommands(CLI::App& app, Words& words) {
   create->callback([&] { createProfile(words.name); });
   addCommand(group, "list", "List the profiles", "profile list")->callback([] { listProfiles(); });
   add("show", "Show a profile's filters", "show public")->callback([&] { showProfile(words.profile); });
-  add("explain", "Tell in words what a profile takes out", "explain public")->callback([&] {
+  add("explain", "Tell in words what a profile holds back", "explain public")->callback([&] {
     explainProfile(words.profile);
   });
   add("delete", "Delete a profile", "delete public")->callback([&] { deleteProfile(words.profile); });
@@ -182,12 +184,12 @@ void requireAllowable(const std::string& identifier) {
   throw CLI::ParseError(fmt::format("--allow takes {}", fmt::join(all, ", ")), WRONG_USAGE);
 }
 
-// REASON[,REASON...], or REASON=PATH with a path that may hold anything.
+// RISK[,RISK...], or RISK=PATH with a path that may hold anything.
 std::vector<Allowed> allowedBy(const std::vector<std::string>& words) {
   std::vector<Allowed> allowed;
   for (const std::string& word : words) {
     const std::size_t path = word.find('=');
-    if (path + 1 == word.size()) throw CLI::ParseError("--allow REASON=PATH needs a path", WRONG_USAGE);
+    if (path + 1 == word.size()) throw CLI::ParseError("--allow RISK=PATH needs a path", WRONG_USAGE);
     if (path != std::string::npos) {
       allowed.push_back({word.substr(0, path), word.substr(path + 1)});
       std::string& named = *allowed.back().path;
@@ -216,13 +218,15 @@ ShareWords shareWordsOf(const Words& words) {
 
 void addShareCommands(CLI::App& app, Words& words) {
   CLI::App* preview =
-      addCommand(&app, "preview", "Show as a tree what a share would hand out, and what not and why", "preview public");
+      addCommand(&app, "preview", "Show as a tree what a share would hand out, and what it would hold back and why",
+                 "preview public");
   addWord(preview, "PROFILE", words.profile, "Name or UUID");
   preview->callback([&] { previewProfile(words.profile); });
 
-  CLI::App* why = addCommand(&app, "why", "Tell why one path stays or goes", "why drafts/plan.txt --profile public");
+  CLI::App* why =
+      addCommand(&app, "why", "Tell why one path is shared or held back", "why drafts/plan.txt --profile public");
   addWord(why, "PATH", words.name, "A file, folder or link of the project");
-  addWord(why, "--profile", words.profile, "Name or UUID");
+  addWord(why, "--profile", words.profile, "Name or UUID")->type_name("PROFILE");
   why->callback([&] { explainPath(words.name, words.profile); });
 
   CLI::App* share = addCommand(&app, "share", "Hand out a copy: share PROFILE DEST, or share --whole DEST",
@@ -231,17 +235,17 @@ void addShareCommands(CLI::App& app, Words& words) {
   share->add_flag("--whole", words.whole, "Everything, without a profile");
   share
       ->add_option("--allow", words.allowed,
-                   "Share in spite of all such reasons, or of the one that is about PATH; can be repeated")
+                   "Share in spite of all such risks, or of the one that is about PATH; can be repeated")
       ->allow_extra_args(false)
       ->transform(unmarked)
-      ->type_name("REASON[,REASON...]|REASON=PATH");
-  share->add_flag("--strict", words.strict,
-                  "Refuse for what is else only noted, such as a filter that takes nothing out");
-  CLI::Option* receipt =
-      addWord(share, "--receipt", words.receipt, "A JSON file to be made, for you: what went out, what not, and why")
-          ->required(false);
+      ->type_name("RISK[,RISK...]|RISK=PATH");
+  share->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
+  CLI::Option* receipt = addWord(share, "--receipt", words.receipt,
+                                 "A JSON file to be made, for you: what was shared, what was held back, and why")
+                             ->required(false)
+                             ->type_name("FILE");
   share->footer(share->get_footer() +
-                fmt::format("\n\nReasons that --allow takes:\n  {{{}}}", fmt::join(allowableRisks(), ",")));
+                fmt::format("\n\nRisks that --allow takes:\n  {{{}}}", fmt::join(allowableRisks(), ",")));
   share->callback([&words, receipt] {
     if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
     project_share::share(shareWordsOf(words));
@@ -250,7 +254,7 @@ void addShareCommands(CLI::App& app, Words& words) {
   CLI::App* verify = addCommand(&app, "verify", "Check a copy against the receipt of its share",
                                 "verify ../for-the-customer --receipt ../for-the-customer.json");
   addWord(verify, "COPY", words.folder, "The folder that was handed out");
-  addWord(verify, "--receipt", words.receipt, "The file that share made");
+  addWord(verify, "--receipt", words.receipt, "The file that share made")->type_name("FILE");
   verify->callback([&] { verifyCopy(words.folder, words.receipt); });
 }
 
@@ -301,7 +305,7 @@ int runCommandLine(int argc, char** argv) {
   manner() = usualManner();
   invocation() = {};
   Words words;
-  CLI::App app("Hands out copies of a folder without what is labelled to stay", "project-share");
+  CLI::App app("Hands out copies of a folder without what is labelled internal", "project-share");
   app.require_subcommand(1);
   app.footer("'project-share COMMAND --help' tells more and gives an example.");
   addOptions(app);
@@ -318,6 +322,10 @@ int runCommandLine(int argc, char** argv) {
   addLabelCommands(app, words);
   addProfileCommands(app, words);
   addShareCommands(app, words);
+  if (argc > 1 && std::string_view(argv[1]) == "complete") {  // what is still being typed could not be parsed
+    complete(app, {argv + 2, argv + argc});
+    return 0;
+  }
   return parse(app, markedWords(argc, argv));
 }
 
