@@ -85,6 +85,19 @@ const std::vector<std::string>& pathsOf(Words& words) {
   return words.paths;
 }
 
+void addProjectCommands(CLI::App& app, Words& words) {
+  CLI::App* init = addCommand(&app, "init", "Make a folder a project", "init my-folder");
+  addWord(init, "FOLDER", words.folder, "The folder (the working directory)")->required(false);
+  init->callback([&] { initProject(words.folder); });
+  CLI::App* trust =
+      addCommand(&app, "trust", "Open a project from now on although it belongs to another user", "trust /srv/team");
+  addWord(trust, "FOLDER", words.folder, "In the project (the working directory)")->required(false);
+  trust->add_flag("--forget", words.forget, "Trust the project no more");
+  trust->callback([&] { words.forget ? forgetProject(words.folder) : trustProject(words.folder); });
+  addCommand(&app, "status", "Show what is labelled, what is not, and what a share would be refused for", "status")
+      ->callback([] { showStatus(); });
+}
+
 void addAttachCommands(CLI::App* group, Words& words) {
   CLI::App* attach = addCommand(group, "attach", "Attach a label to files, links, and folders with all below them",
                                 "label attach audience/internal drafts budget.ods");
@@ -178,12 +191,6 @@ void addProfileCommands(CLI::App& app, Words& words) {
                     words);
 }
 
-void requireAllowable(const std::string& identifier) {
-  const auto& all = allowableRisks();
-  if (std::find(all.begin(), all.end(), identifier) != all.end()) return;
-  throw CLI::ParseError(fmt::format("--allow takes {}", fmt::join(all, ", ")), WRONG_USAGE);
-}
-
 // RISK[,RISK...], or RISK=PATH with a path that may hold anything.
 std::vector<Allowed> allowedBy(const std::vector<std::string>& words) {
   std::vector<Allowed> allowed;
@@ -199,7 +206,11 @@ std::vector<Allowed> allowedBy(const std::vector<std::string>& words) {
         allowed.push_back({CLI::detail::trim(identifier), {}});
     }
   }
-  for (const Allowed& one : allowed) requireAllowable(one.identifier);
+  const std::vector<std::string>& all = allowableRisks();
+  for (const Allowed& one : allowed) {
+    if (std::find(all.begin(), all.end(), one.identifier) != all.end()) continue;
+    throw CLI::ParseError(fmt::format("--allow takes {}", fmt::join(all, ", ")), WRONG_USAGE);
+  }
   return allowed;
 }
 
@@ -309,16 +320,7 @@ int runCommandLine(int argc, char** argv) {
   app.require_subcommand(1);
   app.footer("'project-share COMMAND --help' tells more and gives an example.");
   addOptions(app);
-  CLI::App* init = addCommand(&app, "init", "Make a folder a project", "init my-folder");
-  addWord(init, "FOLDER", words.folder, "The folder (the working directory)")->required(false);
-  init->callback([&] { initProject(words.folder); });
-  CLI::App* trust =
-      addCommand(&app, "trust", "Open a project from now on although it belongs to another user", "trust /srv/team");
-  addWord(trust, "FOLDER", words.folder, "In the project (the working directory)")->required(false);
-  trust->add_flag("--forget", words.forget, "Trust the project no more");
-  trust->callback([&] { words.forget ? forgetProject(words.folder) : trustProject(words.folder); });
-  addCommand(&app, "status", "Show what is labelled, what is not, and what a share would be refused for", "status")
-      ->callback([] { showStatus(); });
+  addProjectCommands(app, words);
   addLabelCommands(app, words);
   addProfileCommands(app, words);
   addShareCommands(app, words);

@@ -90,13 +90,13 @@ void explainProfile(const std::string& word) {
   const LabelIndex labels(project.labels().list());
   const auto filters = profile->getFilters();
   const char* begin = filters.empty() ? "has no filter: everything is shared."
-                                      : "shares everything but what its filters take out, one after the other:";
+                                      : "shares everything but what its filters hold back, one after the other:";
   if (!manner().json) line(fmt::format("Profile {} {}", inQuotes(nameOf(*profile)), begin));
   std::size_t position = 0;
   for (const auto& filter : filters) printFilter(*filter, ++position, labels);
   if (manner().json || filters.empty()) return;
-  line("A folder is shared all the same when a file below it is. Links to what is not shared, and folders in which");
-  line("nothing is left, are held back.");
+  line("A folder that is selected is shared all the same when a file below it is. Links to what is held back, and");
+  line("folders of which nothing is shared, are held back.");
 }
 
 }  // namespace project_share

@@ -67,8 +67,8 @@ Risk linkNote(const FolderProject& project, const LabelRecord& label, const Path
                       commandOf({"label", "attach", nameOf(label), fromHere(project.root(), links.front()) + "/"}))};
 }
 
-// Whoever takes the label off a file says that it may be shared, with what it holds, even where that, or its name, is
-// what the label holds back elsewhere. Gives those of the paths for which there is such a place, and their digests.
+// Whoever detaches the label from a file says that it may be shared, with what it holds, even where that, or its name,
+// is what the label holds back elsewhere. Gives those of the paths for which there is such a place, and their digests.
 std::map<std::string, std::string> settledAmong(const FolderProject& project, const Paths& paths,
                                                 const Paths& labelled) {
   const EntryTable table(std::make_shared<const Listing>(project.list()));

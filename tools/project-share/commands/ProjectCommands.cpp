@@ -64,7 +64,7 @@ void trustProject(const std::string& folder) {
     names += (names.empty() ? "" : " and ") + inQuotes(folder_host::userName(owner));
   }
   if (owners.empty()) {
-    return done(fmt::format("The project {} belongs to you or to root: it is opened without this.", inQuotes(root)),
+    return done(fmt::format("The project {} belongs to you or to root: it is opened anyway.", inQuotes(root)),
                 jsonOf(root, owners));
   }
   remember(root, owners);

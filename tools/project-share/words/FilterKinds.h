@@ -11,7 +11,7 @@ struct FilterKind {
   std::string word;     // as people have it: "drop-files"
   std::string meaning;  // a sentence without its end
   bool isOfFiles;       // about files, folders and links; else about labels
-  bool drops;           // takes out what it lists; else all but that
+  bool drops;           // holds back or removes what it lists; else all but that
 };
 
 // In the order in which help lists them.
