@@ -3,7 +3,7 @@ find it is run. The sources and that build stay as they are; nothing that is bui
 """
 import collections, os, re, resource, shutil, signal, subprocess, sys, time
 
-ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+ROOT = os.path.realpath(__file__ + "/../../..")
 BUILD = os.path.join(ROOT, "build", "release")
 CHECKS = os.path.join(ROOT, "tests", "checks")
 PROGRAM = "project-share"  # what a check is given
@@ -132,7 +132,6 @@ class Place:
         os.makedirs(self.within("tmp"))
         scratch = "/dev/shm" if self.alone else self.within("tmp")
         environment = dict(os.environ, TMPDIR=scratch, CANARY_PROJECTS="20")
-        environment.pop("SURVIVED", None)
         if self.library:
             environment["LD_LIBRARY_PATH"] = self.within("made", "library")
         with open(said, "w") as output:
