@@ -2,6 +2,9 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
+
+#include "folder_host/text/Quoted.h"
 
 namespace folder_host {
 
@@ -17,6 +20,9 @@ class Error : public std::runtime_error {
  private:
   const char* identifier_;  // one of the constants below
 };
+
+// The refusal of what the system would not do: "cannot read 'a/b': Permission denied". `code` is an errno.
+Error systemFailure(const char* identifier, const std::string& attempt, std::string_view path, int code);
 
 // Every identifier, once. They are never given another meaning.
 namespace errors {
@@ -39,7 +45,7 @@ inline constexpr const char* DESTINATION_IN_PROJECT = "destination-in-project";
 inline constexpr const char* DESTINATION_UNUSABLE = "destination-unusable";
 inline constexpr const char* ENTRY_CHANGED = "entry-changed";
 inline constexpr const char* ENTRY_UNREADABLE = "entry-unreadable";
-inline constexpr const char* KEPT_BELOW_REMOVED = "kept-below-removed";
+inline constexpr const char* SHARED_BELOW_HELD_BACK = "shared-below-held-back";
 inline constexpr const char* NAMES_COLLIDE = "names-collide";
 inline constexpr const char* COPY_FAILED = "copy-failed";
 }  // namespace errors

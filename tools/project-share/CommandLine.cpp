@@ -9,12 +9,13 @@
 #include <system_error>
 #include <vector>
 
-#include "Assessment.h"
-#include "Commands.h"
-#include "Lookup.h"
-#include "OpenProject.h"
-#include "Output.h"
 #include "Refusal.h"
+#include "commands/Commands.h"
+#include "judgement/Judgement.h"
+#include "output/Output.h"
+#include "settings/OpenProject.h"
+#include "words/Lookup.h"
+#include "words/TypedCommand.h"
 
 namespace project_share {
 
@@ -120,10 +121,10 @@ void addLabelCommands(CLI::App& app, Words& words) {
   add("delete", "Delete a label that no profile names", "label delete audience/partners")->callback([&] {
     deleteLabel(words.label);
   });
-  add("keep", "Let no filter remove the label", "label keep audience/everyone")->callback([&] {
+  add("protect", "Let no filter remove the label", "label protect audience/everyone")->callback([&] {
     keepLabel(words.label, true);
   });
-  add("release", "Let filters remove the label", "label release audience/everyone")->callback([&] {
+  add("unprotect", "Let filters remove the label", "label unprotect audience/everyone")->callback([&] {
     keepLabel(words.label, false);
   });
   addAttachCommands(group, words);
@@ -169,7 +170,7 @@ void addProfileCommands(CLI::App& app, Words& words) {
 }
 
 void requireAllowable(const std::string& identifier) {
-  const auto& all = allowableHazards();
+  const auto& all = allowableRisks();
   if (std::find(all.begin(), all.end(), identifier) != all.end()) return;
   throw CLI::ParseError(fmt::format("--allow takes {}", fmt::join(all, ", ")), WRONG_USAGE);
 }
@@ -233,7 +234,7 @@ void addShareCommands(CLI::App& app, Words& words) {
       addWord(share, "--receipt", words.receipt, "A JSON file to be made, for you: what went out, what not, and why")
           ->required(false);
   share->footer(share->get_footer() +
-                fmt::format("\n\nReasons that --allow takes:\n  {{{}}}", fmt::join(allowableHazards(), ",")));
+                fmt::format("\n\nReasons that --allow takes:\n  {{{}}}", fmt::join(allowableRisks(), ",")));
   share->callback([&words, receipt] {
     if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
     project_share::share(shareWordsOf(words));
@@ -249,7 +250,7 @@ void addShareCommands(CLI::App& app, Words& words) {
 void goTo(const std::string& folder) {
   std::error_code error;
   std::filesystem::current_path(folder, error);
-  if (!error) manner().folder = std::filesystem::current_path(error).string();
+  if (!error) invocation().folder = std::filesystem::current_path(error).string();
   if (!error) return;
   throw Refusal(folder_host::errors::NOT_A_PROJECT, "cannot work in " + inQuotes(folder) + ": " + error.message());
 }
@@ -260,7 +261,7 @@ void addOptions(CLI::App& app) {
       ->type_name("DIR");
   app.add_flag("--json", manner().json, "Write one JSON object a line");
   app.add_flag("--quiet", manner().quiet, "Write nothing but what was asked for");
-  app.add_flag("--trust", manner().trusting, "Open the project although it belongs to another user");
+  app.add_flag("--trust", invocation().trusting, "Open the project although it belongs to another user");
   app.set_version_flag("--version", "project-share " PROJECT_SHARE_VERSION, "Print the version and exit");
 }
 
@@ -291,6 +292,7 @@ int parse(CLI::App& app, std::vector<std::string> words) {
 
 int runCommandLine(int argc, char** argv) {
   manner() = usualManner();
+  invocation() = {};
   Words words;
   CLI::App app("Hands out copies of a folder without what is labelled to stay", "project-share");
   app.require_subcommand(1);

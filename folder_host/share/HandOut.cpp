@@ -1,0 +1,61 @@
+#include "folder_host/share/HandOut.h"
+
+#include <cerrno>
+#include <system_error>
+
+#include "folder_host/Error.h"
+#include "folder_host/files/Publication.h"
+#include "folder_host/share/TreeCopy.h"
+#include "folder_host/share/sinks/FolderSink.h"
+
+namespace folder_host {
+
+Place checkDestination(const WorkingCopy& copy, const std::string& destination) {
+  const char* what = "there is no folder to hold";
+  try {
+    Place place = placeOf(destination);
+    what = "cannot use";
+    if (liesIn(place, copy.listing().folders)) {
+      throw Error(errors::DESTINATION_IN_PROJECT, inQuotes(destination) + " lies in the project itself");
+    }
+    if (isTaken(place)) throw Error(errors::DESTINATION_EXISTS, inQuotes(destination) + " is already there");
+    return place;
+  } catch (const std::system_error& error) {
+    throw systemFailure(errors::DESTINATION_UNUSABLE, what, destination, error.code().value());
+  }
+}
+
+HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOptions& options) {
+  const std::vector<const Entry*> entries = copy.entries();
+  HandedOut result;
+  Progress progress;
+  progress.allEntries = entries.size();
+  for (const Entry* entry : entries) {
+    progress.allBytes += entry->size;
+    ++(entry->kind == EntryKind::file ? result.files : entry->kind == EntryKind::link ? result.links : result.folders);
+  }
+  try {
+    StagingFolder::removeAbandoned(place.parent);
+    StagingFolder publication(place.parent);
+    FolderSink sink(publication);
+    const Source source(copy.root(), options.allowed);
+    if (!(source.id == copy.listing().root)) throw changed(copy.root());
+    result.changed = copyTree(source, entries, sink, [&](std::size_t copied, std::uint64_t bytes) {
+      progress.entries = copied;
+      progress.bytes = bytes;
+      if (options.onProgress) options.onProgress(progress);
+    });
+    sink.addStore(copy.storeOfWhatIsShared());
+    sink.finish();
+    if (options.beforePublication) options.beforePublication(publication.content());
+    publication.publish(place.name);
+  } catch (const std::system_error& error) {
+    const int code = error.code().value();
+    throw systemFailure(code == EEXIST ? errors::DESTINATION_EXISTS : errors::COPY_FAILED, "cannot make", place.path(),
+                        code);
+  }
+  result.bytes = progress.bytes;
+  return result;
+}
+
+}  // namespace folder_host

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "folder_host/files/Place.h"
+#include "folder_host/share/Allowances.h"
+#include "folder_host/share/WorkingCopy.h"
+
+namespace folder_host {
+
+// How much of a copy is written; what was counted when the project was listed is the whole.
+struct Progress {
+  std::size_t entries = 0;
+  std::size_t allEntries = 0;
+  std::uint64_t bytes = 0;
+  std::uint64_t allBytes = 0;
+};
+
+struct HandOutOptions {
+  // ENTRY_CHANGED: a file that changes after it was listed goes as it is read. NESTED_PROJECT: a file that by its first
+  // bytes is a store or a receipt goes.
+  Allowances allowed;
+  // Called often. What it throws stops the hand-out.
+  std::function<void(const Progress&)> onProgress;
+  // Called with the folder that holds the copy, whole and durable, before that gets its name. What it throws stops the
+  // hand-out.
+  std::function<void(const Descriptor&)> beforePublication;
+};
+
+struct HandedOut {
+  std::size_t files = 0;
+  std::size_t folders = 0;
+  std::size_t links = 0;
+  std::uint64_t bytes = 0;
+  std::vector<std::string> changed;  // files and links that did so after they were listed, in the order of the listing
+};
+
+// Refuses what can be no destination of this project, before any work is done, and gives its place. Errors:
+// DESTINATION_EXISTS (also as a dangling link), DESTINATION_IN_PROJECT (by any name of any folder that was listed),
+// DESTINATION_UNUSABLE (the folder that would hold it is not there).
+Place checkDestination(const WorkingCopy& copy, const std::string& destination);
+
+// Writes what the copy shares to the place, which is free or holds the complete copy afterwards, whatever interrupts
+// it; what killed processes left beside it is cleaned up. It knows no rule: what is shared, and whether anything speaks
+// against it, has been judged (strip, risksAmong, Traces, Twins). It reads what is shared from the project's folder and
+// nothing else, and refuses what is no longer what was listed. The copy opens as a project of its own.
+// Errors: DESTINATION_EXISTS (taken meanwhile), those of EntryReader, COPY_FAILED, and what the functions of the
+// options throw.
+HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOptions& options = {});
+
+}  // namespace folder_host

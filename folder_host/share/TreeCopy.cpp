@@ -1,0 +1,125 @@
+#include "folder_host/share/TreeCopy.h"
+
+#include <chrono>
+#include <csignal>
+#include <exception>
+#include <future>
+#include <system_error>
+#include <utility>
+
+#include "folder_host/share/CopyQueue.h"
+
+namespace folder_host {
+
+namespace {
+
+// From here on a second thread pays; an entry takes about as long as so many bytes.
+constexpr std::uint64_t MUCH = 512;
+constexpr std::uint64_t ENTRY = std::uint64_t{1} << 16U;
+constexpr auto PAUSE = std::chrono::milliseconds(50);
+
+using Tell = std::function<void()>;
+
+bool isMuch(const std::vector<const Entry*>& entries) {
+  std::uint64_t work = 0;
+  for (const Entry* entry : entries) work += 1 + entry->size / ENTRY;
+  return work >= MUCH;
+}
+
+// A thread that is started meanwhile takes no signal: each reaches a thread that was there before.
+class WithoutSignals {
+ public:
+  WithoutSignals() {
+    sigset_t all;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  ~WithoutSignals() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  WithoutSignals(const WithoutSignals&) = delete;
+  WithoutSignals& operator=(const WithoutSignals&) = delete;
+
+ private:
+  sigset_t before_{};
+};
+
+// All of them before any file, so that whatever thread copies a file finds its folder.
+void copyFolders(const Source& source, CopyQueue& queue, Sink& sink, const Tell& tell) {
+  EntryReader reader(source);
+  const Entry top{{}, EntryKind::folder, {}};
+  sink.addFolder(reader.openTop(top));
+  for (std::size_t i = 0; queue.isWanted(i); ++i) {
+    if (queue[i].kind != EntryKind::folder) continue;
+    try {
+      sink.addFolder(reader.open(queue[i]));
+      queue.addEntry();
+    } catch (const Error&) {
+      queue.fail(i, std::current_exception());
+    }
+    tell();
+  }
+}
+
+// May run in several threads at once. Where a file is no longer wanted, what is thrown to leave it does not count.
+void copyFiles(const Source& source, CopyQueue& queue, Sink::Writer& writer, const Tell& tell) {
+  EntryReader reader(source);
+  std::size_t at = 0;
+  const Sink::Told told = [&](std::uint64_t bytes) {
+    queue.addBytes(bytes);
+    tell();
+    if (!queue.isWanted(at)) throw changed(queue[at].path);
+  };
+  for (auto portion = queue.take(); portion.begin != portion.end; portion = queue.take()) {
+    for (at = portion.begin; at != portion.end && queue.isWanted(at); ++at) {
+      if (queue[at].kind == EntryKind::folder) continue;
+      try {
+        const OpenEntry entry = reader.open(queue[at]);
+        const bool isFile = entry.entry.kind == EntryKind::file;
+        isFile ? writer.addFile(entry, told) : writer.addLink(entry);
+        if (isFile ? !reader.isUnchanged(entry) : entry.hasChanged) queue.addChanged(at);
+        queue.addEntry();
+        tell();
+      } catch (...) {
+        queue.fail(at, std::current_exception());
+      }
+    }
+  }
+}
+
+std::future<void> startHelper(const Source& source, CopyQueue& queue, Sink& sink) {
+  const WithoutSignals guard;
+  try {
+    return std::async(std::launch::async,
+                      [&source, &queue, writer = sink.writer()] { copyFiles(source, queue, *writer, [] {}); });
+  } catch (const std::system_error&) {
+    return {};
+  }
+}
+
+}  // namespace
+
+// What the caller throws is kept until no thread is at work any more.
+std::vector<std::string> copyTree(const Source& source, const std::vector<const Entry*>& entries, Sink& sink,
+                                  const CopyProgress& onProgress) {
+  CopyQueue queue(entries);
+  std::exception_ptr thrown;
+  const Tell tell = [&] {
+    try {
+      if (onProgress && !thrown) onProgress(queue.entries(), queue.bytes());
+    } catch (...) {
+      thrown = std::current_exception();
+      queue.stop();
+    }
+  };
+  copyFolders(source, queue, sink, tell);
+  const bool helps = sink.takesSeveralWriters() && isMuch(entries);
+  std::future<void> helper = helps ? startHelper(source, queue, sink) : std::future<void>();
+  copyFiles(source, queue, *sink.writer(), tell);
+  while (helper.valid() && helper.wait_for(PAUSE) != std::future_status::ready) tell();
+  if (helper.valid()) helper.get();
+  tell();
+  if (thrown) std::rethrow_exception(thrown);
+  queue.rethrow();
+  return queue.changed();
+}
+
+}  // namespace folder_host

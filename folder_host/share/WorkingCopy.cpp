@@ -1,0 +1,172 @@
+#include "folder_host/share/WorkingCopy.h"
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+#include "folder_host/Error.h"
+#include "folder_host/files/EntryTable.h"
+#include "folder_host/labels/EntryLabels.h"
+#include "folder_host/share/HostRules.h"
+#include "folder_host/store/Blob.h"
+#include "folder_host/store/Store.h"
+#include "folder_host/text/Utf.h"
+
+namespace folder_host {
+
+using fl::filesystem::path;
+
+WorkingCopy::WorkingCopy(std::string root, std::shared_ptr<Store> store, std::shared_ptr<const Listing> listing)
+    : WorkingCopy(std::move(root), std::move(store), std::make_shared<const EntryTable>(std::move(listing)), {}) {}
+
+WorkingCopy::WorkingCopy(std::string root, std::shared_ptr<Store> store, std::shared_ptr<const EntryTable> table,
+                         Selection heldBack)
+    : root_(std::move(root)),
+      prefix_(fromBytes(root_ == "/" ? root_ : root_ + "/")),
+      store_(std::move(store)),
+      table_(std::move(table)),
+      heldBack_(std::move(heldBack)),
+      metadata_(std::make_shared<MetadataStore>(store_)),
+      labels_(store_) {
+  heldBack_.resize(table_->size());
+}
+
+WorkingCopy::~WorkingCopy() = default;
+
+std::shared_ptr<WorkingCopy> WorkingCopy::clone() const {
+  return std::shared_ptr<WorkingCopy>(new WorkingCopy(root_, store_->memoryCopy(), table_, heldBack_));
+}
+
+LabelStore& WorkingCopy::getLabelManager() { return labels_; }
+
+project::management::FileManager& WorkingCopy::getFileManager() { return *this; }
+
+std::shared_ptr<project::metadata::MetadataManager> WorkingCopy::getMetadataManager() { return metadata_; }
+
+const std::string& WorkingCopy::root() const { return root_; }
+
+const Listing& WorkingCopy::listing() const { return table_->listing(); }
+
+const EntryTable& WorkingCopy::table() const { return *table_; }
+
+std::vector<const Entry*> WorkingCopy::entries() const {
+  std::vector<const Entry*> entries;
+  for (std::size_t i = 0; i < heldBack_.size(); ++i) {
+    if (!heldBack_[i]) entries.push_back(&(*table_)[i]);
+  }
+  return entries;
+}
+
+Selection WorkingCopy::labelled() const { return EntryLabels(*table_, labels_).labelled(table_->size()); }
+
+std::vector<project::management::FileLabel> WorkingCopy::labelsOf(std::size_t entry) const {
+  const std::optional<int> version = store_->version();
+  if (!version) return labels_.labelsOf((*table_)[entry].path);
+  if (version != entryLabelsOf_) entryLabels_ = std::make_unique<EntryLabels>(*table_, labels_);
+  entryLabelsOf_ = version;
+  return entryLabels_->of(entry);
+}
+
+std::string WorkingCopy::relative(const path& entry) const {
+  const std::u16string& text = entry.text();
+  return text.compare(0, prefix_.size(), prefix_) == 0 ? toBytes(text.substr(prefix_.size())) : std::string();
+}
+
+HostRemovals WorkingCopy::applyHostRules() { return holdBackByHostRules(*table_, heldBack_); }
+
+std::vector<std::pair<std::string, std::u16string>> WorkingCopy::attachmentsThatLeave() const {
+  auto attachments = labels_.attachments();
+  const auto isHeldBack = [&](const auto& attachment) {
+    const auto entry = table_->find(attachment.first);
+    return !entry || heldBack_[*entry];
+  };
+  attachments.erase(std::remove_if(attachments.begin(), attachments.end(), isHeldBack), attachments.end());
+  return attachments;
+}
+
+std::map<std::u16string, std::size_t> WorkingCopy::labelsThatLeave() const {
+  std::map<std::u16string, std::size_t> leaving;
+  for (const auto& attachment : attachmentsThatLeave()) ++leaving[attachment.second];
+  return leaving;
+}
+
+// What is handed out is put together from what may leave: whatever else a store holds, now or later, is not in it.
+std::string WorkingCopy::storeOfWhatIsShared() const {
+  const auto leaving = labelsThatLeave();
+  std::set<std::u16string> categories;
+  const auto copy = Store::inMemory();
+  copy->atomically([&] {
+    for (const LabelRecord& label : labels_.list()) {
+      if (leaving.count(label.uuid) == 0) continue;
+      if (categories.insert(label.categoryUUID).second) {
+        copy->run("INSERT INTO category VALUES(?, ?)", {toBlob(label.categoryUUID), toBlob(label.categoryName)});
+      }
+      copy->run("INSERT INTO label VALUES(?, ?, ?, CAST(? AS INTEGER))",
+                {toBlob(label.uuid), toBlob(label.categoryUUID), toBlob(label.name), label.kept ? "1" : "0"});
+    }
+    for (const auto& [entry, label] : attachmentsThatLeave()) {
+      copy->run("INSERT INTO attachment VALUES(?, ?)", {entry, toBlob(label)});
+    }
+  });
+  return copy->image();
+}
+
+std::vector<path> WorkingCopy::getFiles() {
+  std::vector<path> files;
+  files.reserve(heldBack_.size());
+  for (std::size_t i = 0; i < heldBack_.size(); ++i) {
+    if (!heldBack_[i]) files.push_back(pathOf(i));
+  }
+  return files;
+}
+
+path WorkingCopy::getRootFolder() { return path(fromBytes(root_), true); }
+
+std::vector<project::management::FileLabel> WorkingCopy::getFileLabels(const path& entry) {
+  const auto found = find(entry);
+  if (!found) return {};
+  return labelsOf(*found);
+}
+
+bool WorkingCopy::isFolder(const path& entry) {
+  const auto found = find(entry);
+  return found && (*table_)[*found].kind == EntryKind::folder;
+}
+
+std::vector<path> WorkingCopy::removeFiles(const std::vector<path>& entries) {
+  const Selection removed = withAllBelow(entries);
+  std::vector<path> paths;
+  for (std::size_t i = 0; i < removed.size(); ++i) {
+    if (removed[i]) paths.push_back(pathOf(i));
+  }
+  for (std::size_t i = 0; i < removed.size(); ++i) heldBack_[i] = heldBack_[i] || removed[i];  // nothing fails any more
+  return paths;
+}
+
+std::optional<std::size_t> WorkingCopy::find(const path& entry) const {
+  const auto found = table_->find(relative(entry));
+  // Several texts may stand for the same bytes; only the one that was given out names the entry.
+  return found && !heldBack_[*found] && pathOf(*found) == entry ? found : std::nullopt;
+}
+
+path WorkingCopy::pathOf(std::size_t entry) const { return path(prefix_ + fromBytes((*table_)[entry].path), true); }
+
+// A folder stands before what lies in it, so one pass carries a removal all the way down.
+Selection WorkingCopy::withAllBelow(const std::vector<path>& entries) const {
+  Selection removed(heldBack_.size());
+  for (const path& entry : entries) {
+    if (const auto found = find(entry)) removed[*found] = true;
+  }
+  for (std::size_t i = 0; i < removed.size(); ++i) {
+    const std::size_t parent = table_->parentOf(i);
+    if (heldBack_[i] || removed[i] || parent == EntryTable::ROOT || !removed[parent]) continue;
+    if ((*table_)[i].kind != EntryKind::folder) {
+      throw Error(errors::SHARED_BELOW_HELD_BACK,
+                  inQuotes((*table_)[i].path) + " would be shared in a folder that is held back");
+    }
+    removed[i] = true;
+  }
+  return removed;
+}
+
+}  // namespace folder_host

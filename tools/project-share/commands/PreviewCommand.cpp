@@ -1,0 +1,170 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <set>
+
+#include "Refusal.h"
+#include "commands/Commands.h"
+#include "folder_host/files/EntryTable.h"
+#include "judgement/Judge.h"
+#include "output/Output.h"
+#include "output/Report.h"
+#include "settings/OpenProject.h"
+#include "words/Lookup.h"
+
+namespace project_share {
+
+using folder_host::Entry;
+using folder_host::EntryKind;
+using folder_host::FolderProject;
+
+namespace {
+
+std::vector<std::size_t> treeOrder(const std::vector<Entry>& entries) {
+  std::vector<std::size_t> order(entries.size());
+  for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::sort(order.begin(), order.end(),
+            [&](std::size_t a, std::size_t b) { return folder_host::beforeInTree(entries[a].path, entries[b].path); });
+  return order;
+}
+
+std::string indented(const Entry& entry) {
+  const auto depth = static_cast<std::size_t>(std::count(entry.path.begin(), entry.path.end(), '/'));
+  const std::string name = entry.path.substr(entry.path.rfind('/') + 1);
+  return std::string(2 * depth, ' ') + freeName(name + (entry.kind == EntryKind::folder ? "/" : ""));
+}
+
+// One line an entry of the tree: '-' is held back, '~' is shared only for the sake of what is below it.
+void printTreeLine(const Judgement& judgement, const Entry& entry, const Reason& reason, const Spared* spared) {
+  if (reason.rule != Reason::Rule::none) {
+    line(fmt::format("- {}  {}", indented(entry), textOf(judgement, reason)), Tone::heldBack);
+  } else if (spared != nullptr) {
+    line(fmt::format("~ {}  {}", indented(entry), textOf(judgement, *spared)), Tone::warning);
+  } else {
+    line("  " + indented(entry));
+  }
+}
+
+Json jsonLine(const Judgement& judgement, const Entry& entry, const Reason& reason, const Spared* spared) {
+  Json object{{"type", "entry"}};
+  object.update(jsonOf(entry));
+  object["shared"] = reason.rule == Reason::Rule::none;
+  if (reason.rule != Reason::Rule::none) object["reason"] = jsonOf(judgement, reason);
+  if (spared != nullptr) object["spared"] = jsonOf(judgement, *spared);
+  return object;
+}
+
+void printTree(const folder_host::WorkingCopy& copy, const Judgement& judgement) {
+  const std::vector<Entry>& entries = copy.listing().entries;
+  for (const std::size_t i : treeOrder(entries)) {
+    const Spared* spared = sparedOf(judgement, entries[i]);
+    const Reason& reason = judgement.reasons[i];
+    if (manner().json) {
+      item({}, jsonLine(judgement, entries[i], reason, spared));
+    } else {
+      printTreeLine(judgement, entries[i], reason, spared);
+    }
+  }
+}
+
+std::array<std::size_t, 3> countsByKind(const Entries& entries) {
+  std::array<std::size_t, 3> counts{};
+  for (const Entry* entry : entries) ++counts[static_cast<std::size_t>(entry->kind)];
+  return counts;
+}
+
+void printFilter(const Judgement& judgement, std::size_t position) {
+  const FilterEffect& effect = judgement.filters[position - 1];
+  const auto [files, folders, links] = countsByKind(effect.heldBack);
+  Json object{{"type", "filter"},   {"filter", position}, {"kind", wordOf(effect.kind)}, {"files", files},
+              {"folders", folders}, {"links", links},     {"spared", effect.spared},     {"labels", Json::array()}};
+  for (const std::size_t label : effect.labelsRemoved) object["labels"].push_back(jsonOf(judgement.labels[label]));
+  std::string text = nameOfFilter(judgement, position) + ": ";
+  if (isFileKind(effect.kind)) {
+    text += fmt::format("{}, {} and {} held back, {} spared", counted(files, "file", "files"),
+                        counted(folders, "folder", "folders"), counted(links, "link", "links"),
+                        counted(effect.spared, "folder", "folders"));
+  } else {
+    text += effect.labelsRemoved.empty() ? "no label removed"
+                                         : "labels removed: " + namesOf(judgement, effect.labelsRemoved);
+  }
+  item(text, object);
+}
+
+void printSummary(const folder_host::WorkingCopy& copy, const Judgement& judgement) {
+  const std::size_t shared = judgement.shared.size();
+  const auto& risks = judgement.found.risks;
+  const std::size_t all = copy.listing().entries.size();
+  const std::string refusal =
+      risks.empty()
+          ? ""
+          : fmt::format(" A share is refused for the reasons above, or as far as allowed by {}.", allowingFlags(risks));
+  Json object{{"type", "summary"}, {"entries", all}, {"shared", shared}, {"refused", !risks.empty()}};
+  putPath(object, "project", copy.root());
+  object["labels"] = jsonOf(judgement.leaving);
+  item(fmt::format("Of the project {}, {} of {} {} shared.{}", inQuotes(copy.root()), shared,
+                   counted(all, "entry", "entries"), shared == 1 ? "is" : "are", refusal),
+       object);
+  if (!manner().json) line(textOf(judgement.leaving));
+}
+
+// "'drafts/' is shared: no filter of profile 'public' selects it"
+std::string answer(const Judgement& judgement, const Entry& entry, const Reason& reason, const Spared* spared) {
+  const std::string profile = "profile " + inQuotes(judgement.name);
+  const std::string name = inQuotes(nameOf(entry));
+  if (reason.rule != Reason::Rule::none) {
+    return fmt::format("{} is held back: {}, {}", name, profile, textOf(judgement, reason));
+  }
+  if (spared != nullptr) return fmt::format("{} is shared: {}, {}", name, profile, textOf(judgement, *spared));
+  return fmt::format("{} is shared: no filter of {} selects it", name, profile);
+}
+
+// By name.
+std::vector<folder_host::LabelRecord> labelsOf(const folder_host::LabelStore& store, const std::string& path) {
+  std::set<std::u16string> uuids;
+  for (const auto& label : store.labelsOf(path)) uuids.insert(label.getUUID());
+  std::vector<folder_host::LabelRecord> labels;
+  for (folder_host::LabelRecord& label : store.list()) {
+    if (uuids.count(label.uuid) != 0) labels.push_back(std::move(label));
+  }
+  return labels;
+}
+
+}  // namespace
+
+void previewProfile(const std::string& word) {
+  const auto copy = openProject().workingCopy();
+  const Judgement judgement = judge(*copy, *findProfile(*managerOf(*copy), word));
+  printTree(*copy, judgement);
+  for (std::size_t i = 1; i <= judgement.filters.size(); ++i) printFilter(judgement, i);
+  printSkipped(copy->listing());
+  printNotes(judgement.found.notes);
+  printRisks(judgement.found.risks);
+  printSummary(*copy, judgement);
+}
+
+void explainPath(const std::string& named, const std::string& word) {
+  const FolderProject project = openProject();
+  const std::string path = project.locate(named);
+  const auto copy = project.workingCopy();
+  const Judgement judgement = judge(*copy, *findProfile(*managerOf(*copy), word));
+  const auto index = copy->table().find(path);
+  if (!index) {
+    throw Refusal(folder_host::errors::PATH_NOT_AN_ENTRY,
+                  fmt::format("{} is no file, folder or link of the project", inQuotes(named)));
+  }
+  const Entry& entry = copy->listing().entries[*index];
+  const Reason& reason = judgement.reasons[*index];
+  const Spared* spared = sparedOf(judgement, entry);
+  Json object = jsonLine(judgement, entry, reason, spared);
+  object["profile"] = {{"uuid", utf8(judgement.uuid)}, {"name", utf8(judgement.name)}};
+  object["labels"] = Json::array();
+  for (const auto& label : labelsOf(copy->getLabelManager(), path)) object["labels"].push_back(jsonOf(label));
+  item(answer(judgement, entry, reason, spared), object);
+  if (manner().json) return;
+  for (const folder_host::LabelRecord& label : labelsOf(copy->getLabelManager(), path))
+    line("label  " + freeName(nameOf(label)));
+}
+
+}  // namespace project_share

@@ -1,0 +1,174 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <optional>
+#include <set>
+
+#include "Interruption.h"
+#include "Refusal.h"
+#include "commands/Commands.h"
+#include "folder_host/share/HandOut.h"
+#include "judgement/Judge.h"
+#include "output/Output.h"
+#include "output/ProgressLine.h"
+#include "output/Report.h"
+#include "receipt/Receipt.h"
+#include "settings/OpenProject.h"
+#include "words/Lookup.h"
+#include "words/TypedCommand.h"
+
+namespace project_share {
+
+using folder_host::Descriptor;
+using folder_host::FolderProject;
+using folder_host::Progress;
+using folder_host::WorkingCopy;
+
+namespace {
+
+// As it was written.
+std::string wordOf(const Allowed& allowed) { return allowed.identifier + (allowed.path ? "=" + *allowed.path : ""); }
+
+Allowances allowancesOf(const std::vector<Allowed>& all) {
+  Allowances allowances;
+  for (const Allowed& allowed : all) {
+    allowed.path ? allowances.allow(allowed.identifier, *allowed.path) : allowances.allow(allowed.identifier);
+  }
+  return allowances;
+}
+
+// Notes what was allowed and is not among the risks. ENTRY_CHANGED is known only when all is copied, and of
+// NESTED_PROJECT some is found only then, which nobody tells.
+void addIdleAllowances(const ShareWords& words, const std::vector<Risk>& risks, bool afterwards,
+                       std::vector<Risk>& notes) {
+  for (const Allowed& allowed : words.allowed) {
+    if ((allowed.identifier == folder_host::errors::ENTRY_CHANGED) != afterwards) continue;
+    if (allowed.identifier == folder_host::errors::NESTED_PROJECT) continue;
+    const Allowances alone = allowancesOf({allowed});
+    const bool isUsed = std::any_of(risks.begin(), risks.end(), [&](const Risk& risk) {
+      const auto isAllowed = [&](const std::string& path) { return alone.allows(risk.identifier, path); };
+      const auto& others = risk.otherPaths;
+      return isAllowed(risk.path) || std::any_of(others.begin(), others.end(), isAllowed);
+    });
+    if (isUsed) continue;
+    notes.push_back({risks::ALLOW_IDLE.identifier,
+                     {},
+                     fmt::format("--allow {} allows nothing here; leave it out", wordOf(allowed))});
+  }
+}
+
+void refuseRisks(const Findings& found, const ShareWords& words) {
+  const Allowances allowances = allowancesOf(words.allowed);
+  std::vector<Risk> refused = refusedAmong(found.risks, allowances);
+  if (words.strict) {
+    for (Risk& note : refusedAmong(found.notes, allowances)) refused.push_back(std::move(note));
+  }
+  if (refused.empty()) return;
+  printRisks(refused);
+  const std::string flags = allowingFlags(refused);
+  throw Refusal(refusals::SHARE_REFUSED, fmt::format("{} found; put right what standard output lists{}",
+                                                     counted(refused.size(), "risk", "risks"),
+                                                     flags.empty() ? "" : ", or allow it with " + flags));
+}
+
+folder_host::HandedOut handOut(const Judgement& judgement, const folder_host::Place& place, const ShareWords& words,
+                               std::optional<Receipt>& receipt, const Interruption& interruption) {
+  ProgressLine copied("copied");
+  folder_host::HandOutOptions options;
+  options.allowed = allowancesOf(words.allowed);
+  options.onProgress = [&](const Progress& progress) {
+    interruption.check();
+    copied.show(progress);
+  };
+  options.beforePublication = [&](const Descriptor& folder) {
+    interruption.check();
+    if (!receipt) return;
+    ProgressLine checked("noted");
+    std::set<std::string> allowed;
+    for (const Allowed& one : words.allowed) allowed.insert(utf8(wordOf(one)));
+    receipt->write(judgement, allowed, folder, [&](const Progress& progress) {
+      interruption.check();
+      checked.show(progress);
+    });
+  };
+  folder_host::HandedOut result = folder_host::handOut(*judgement.copy, place, options);
+  if (receipt) receipt->publish();
+  return result;
+}
+
+// "2 files and 1 folder"
+std::string textOf(const folder_host::HandedOut& result) {
+  std::string text = counted(result.files, "file", "files");
+  if (result.folders > 0) text += (result.links > 0 ? ", " : " and ") + counted(result.folders, "folder", "folders");
+  if (result.links > 0) text += " and " + counted(result.links, "link", "links");
+  return text;
+}
+
+void printSpared(const Judgement& judgement, const Spared& spared) {
+  Json object{{"type", "spared"}};
+  object.update(jsonOf(*spared.folder));
+  object["spared"] = jsonOf(judgement, spared);
+  item(fmt::format("spared: {}  {}", freeName(nameOf(*spared.folder)), textOf(judgement, spared)), object);
+}
+
+void report(const Judgement& judgement, const folder_host::HandedOut& result, const ShareWords& words) {
+  if (manner().quiet) return;
+  const folder_host::Listing& listing = judgement.copy->listing();
+  printSkipped(listing);
+  for (const Spared& spared : judgement.spared) {
+    if (!spared.isDropped) printSpared(judgement, spared);
+  }
+  std::vector<Risk> allowed = judgement.found.risks, notes = judgement.found.notes;
+  for (const std::string& path : result.changed) {
+    allowed.push_back({folder_host::errors::ENTRY_CHANGED, path,
+                       inQuotes(path) + " was changed meanwhile, and was shared as it was read"});
+  }
+  addIdleAllowances(words, allowed, true, notes);
+  printNotes(notes);
+  printRisks(allowed, "allowed: ", {{"allowed", true}});
+  const std::size_t heldBack = listing.entries.size() - judgement.shared.size();
+  Json object{{"type", "shared"},      {"files", result.files}, {"folders", result.folders},
+              {"links", result.links}, {"bytes", result.bytes}, {"heldBack", heldBack}};
+  putPath(object, "destination", words.destination);
+  putPath(object, "project", judgement.copy->root());
+  object["labels"] = jsonOf(judgement.leaving);
+  item(fmt::format("Shared {} ({}) of the project {} to {}; {} held back.{}", textOf(result),
+                   counted(result.bytes, "byte", "bytes"), inQuotes(judgement.copy->root()),
+                   inQuotes(words.destination), counted(heldBack, "entry", "entries"),
+                   words.receipt.empty() ? "" : fmt::format(" The receipt is {}.", inQuotes(words.receipt))),
+       object);
+  if (!manner().json) line(textOf(judgement.leaving));
+}
+
+std::shared_ptr<profiles::ExportProfile> profileOf(WorkingCopy& copy, const ShareWords& words) {
+  const auto manager = managerOf(copy);
+  try {
+    return findProfile(*manager, *words.profile);
+  } catch (const Refusal&) {
+    if (!namesProfile(*manager, words.destination)) throw;
+  }
+  throw Refusal(
+      refusals::PROFILE_NOT_FOUND,
+      fmt::format("there is no profile {}, but {} is one: PROFILE comes before DEST: {}", inQuotes(*words.profile),
+                  inQuotes(words.destination), commandOf({"share", words.destination, *words.profile})));
+}
+
+}  // namespace
+
+void share(const ShareWords& words) {
+  const FolderProject project = openProject();
+  const auto copy = project.workingCopy();
+  const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
+  const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
+  Judgement judgement = profile ? judge(*copy, *profile) : judgeWhole(*copy);
+  addIdleAllowances(words, judgement.found.risks, false, judgement.found.notes);
+  refuseRisks(judgement.found, words);
+  const Interruption interruption;  // goes last: what was begun is cleaned up before
+  std::optional<Receipt> receipt;
+  if (!words.receipt.empty()) receipt.emplace(*copy, place, words.receipt);
+  const folder_host::HandedOut result = handOut(judgement, place, words, receipt, interruption);
+  project.confirm();
+  report(judgement, result, words);
+}
+
+}  // namespace project_share

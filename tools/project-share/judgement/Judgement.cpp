@@ -1,0 +1,226 @@
+#include "judgement/Judgement.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <stdexcept>
+#include <unordered_map>
+#include <utility>
+
+#include "folder_host/share/Strip.h"
+#include "judgement/SelectionProbe.h"
+#include "project/sharing/profiles/ExportProfileTransformation.h"
+#include "words/Lookup.h"
+
+namespace project_share {
+
+using folder_host::Entry;
+using folder_host::EntryKind;
+using folder_host::EntryTable;
+using folder_host::LabelRecord;
+using folder_host::Selection;
+using folder_host::Turn;
+using folder_host::WorkingCopy;
+using profiles::ExportFilter;
+
+namespace {
+
+using Indices = std::vector<std::size_t>;
+
+project::management::FileLabel fileLabel(const LabelRecord& label) {
+  return {project::management::CategoryIdentifier(label.categoryUUID),
+          project::management::LabelIdentifier(label.uuid, label.kept ? 0 : 1)};
+}
+
+// Tells by which filter and by which labels each entry is held back. What is held back is known from the turns of the
+// transformation; why is asked of the filters themselves, each with the labels that the entries had when its turn came.
+class Explanation {
+ public:
+  Explanation(const WorkingCopy& project, Judgement& judgement) : project_(project), judgement_(judgement) {
+    judgement_.reasons.resize(project.table().size());
+    judgement_.dropped.resize(project.table().size());
+    heldBack_.resize(project.table().size());
+    removed_.resize(judgement_.labels.size());
+    for (std::size_t i = 0; i < judgement_.labels.size(); ++i) labelIndices_[judgement_.labels[i].uuid] = i;
+  }
+
+  void run(const Filters& filters, const std::vector<Turn>& turns) {
+    auto turn = turns.begin();
+    for (const auto& filter : filters) {
+      const std::u16string kind = filter->getType();
+      judgement_.filters.push_back({kind, {}, 0, {}, false});
+      const bool isOfFiles = isFileKind(kind);
+      Indices selected;
+      if (isOfFiles) selected = selectedBy(*filter);
+      judgement_.filters.back().matches = isOfFiles ? matchesAlone(*filter, selected) : removesAny(*filter);
+      if (!isOfFiles && filter->getItems().empty()) continue;  // it asks for nothing, and has no turn
+      const auto of = isOfFiles ? Turn::Of::files : Turn::Of::labels;
+      if (turn == turns.end() || turn->of != of) throw std::logic_error("a filter did not take its turn");
+      isOfFiles ? explain(*filter, selected, turn->heldBack) : note(turn->labelsRemoved);
+      ++turn;
+    }
+    if (turn != turns.end()) throw std::logic_error("a turn was taken by no filter");
+  }
+
+  void addHostRules(const folder_host::HostRemovals& removals) {
+    for (const std::size_t link : removals.links) judgement_.reasons[link].rule = Reason::Rule::link;
+    for (const std::size_t folder : removals.emptied) judgement_.reasons[folder].rule = Reason::Rule::emptied;
+  }
+
+  // Each file that is shared tells the folders above it, up to the first that has been told.
+  void addSpared() {
+    const EntryTable& table = project_.table();
+    std::vector<const Entry*> because(table.size());
+    for (const Entry* entry : judgement_.shared) {
+      if (entry->kind == EntryKind::folder) continue;
+      for (auto at = table.parentOf(indexOf(entry)); at != EntryTable::ROOT; at = table.parentOf(at)) {
+        if (because[at] != nullptr) break;
+        because[at] = entry;
+      }
+    }
+    for (const Entry* entry : judgement_.shared) {
+      const std::size_t index = indexOf(entry);
+      if (because[index] == nullptr || !isSpared(index)) continue;
+      const auto dropped = dropped_.find(index);
+      const Reason& reason = dropped != dropped_.end() ? dropped->second : spared_.at(index);
+      judgement_.spared.push_back({entry, dropped != dropped_.end(), reason.filter, because[index], reason.labels});
+    }
+  }
+
+ private:
+  std::size_t indexOf(const Entry* entry) const {
+    return static_cast<std::size_t>(entry - project_.listing().entries.data());
+  }
+
+  // The labels that the entry has, less those that filters have removed.
+  Labels labelsOf(std::size_t entry) const {
+    Labels labels = project_.labelsOf(entry);
+    const auto isRemoved = [&](const auto& label) { return removed_[labelIndices_.at(label.getUUID())]; };
+    labels.erase(std::remove_if(labels.begin(), labels.end(), isRemoved), labels.end());
+    return labels;
+  }
+
+  // Of the entries that are not held back yet, those that the filter selects by their labels.
+  Indices selectedBy(ExportFilter& filter) const {
+    Indices asked;
+    for (std::size_t i = 0; i < heldBack_.size(); ++i) {
+      if (!heldBack_[i]) asked.push_back(i);
+    }
+    const Selection selected =
+        project_share::selectedBy(filter, asked.size(), [&](std::size_t i) { return labelsOf(asked[i]); });
+    Indices result;
+    for (std::size_t i = 0; i < asked.size(); ++i) {
+      if (selected[i]) result.push_back(asked[i]);
+    }
+    return result;
+  }
+
+  // Whether the filter would select anything, were it the only one. `selected` is what it does select, in its turn.
+  bool matchesAlone(ExportFilter& filter, const Indices& selected) {
+    const bool drops = filter.getType() == profiles::EXCLUDE_FILES_WITH_LABEL;
+    if (judgement_.filters.size() == 1) {  // it is the first, and so it is alone
+      for (const std::size_t entry : selected) judgement_.dropped[entry] = judgement_.dropped[entry] || drops;
+      return !selected.empty();
+    }
+    const Selection alone = project_share::selectedBy(filter, project_.table().size(),
+                                                      [&](std::size_t entry) { return project_.labelsOf(entry); });
+    for (std::size_t i = 0; drops && i < alone.size(); ++i) judgement_.dropped[i] = judgement_.dropped[i] || alone[i];
+    return std::find(alone.begin(), alone.end(), true) != alone.end();
+  }
+
+  bool removesAny(ExportFilter& filter) const {
+    Labels all;
+    for (const LabelRecord& label : judgement_.labels) all.push_back(fileLabel(label));
+    return takesAwayAny(filter, all);
+  }
+
+  // What the filter selects and does not hold back is spared, until a later filter holds it back.
+  void explain(ExportFilter& filter, const Indices& selected, const Indices& heldBack) {
+    FilterEffect& effect = judgement_.filters.back();
+    for (const std::size_t entry : selected) spared_[entry] = {Reason::Rule::filter, position(), {}};
+    addSufficientLabels(filter, selected);
+    if (effect.kind == profiles::EXCLUDE_FILES_WITH_LABEL) {
+      for (const std::size_t entry : selected) {
+        if (project_.table()[entry].kind == EntryKind::folder) dropped_[entry] = spared_[entry];
+      }
+    }
+    for (const std::size_t entry : heldBack) {
+      heldBack_[entry] = true;
+      effect.heldBack.push_back(&project_.table()[entry]);
+      const auto noted = spared_.find(entry);
+      Reason& reason = judgement_.reasons[entry];
+      reason = noted != spared_.end() ? std::move(noted->second) : Reason{Reason::Rule::folder, position(), {}};
+      if (noted != spared_.end()) spared_.erase(noted);
+    }
+    for (const std::size_t entry : selected) effect.spared += !heldBack_[entry] && isSpared(entry) ? 1U : 0U;
+  }
+
+  // Each label of each entry is tried alone.
+  void addSufficientLabels(ExportFilter& filter, const Indices& selected) {
+    std::vector<std::pair<std::size_t, std::size_t>> tries;  // of an entry, by one label
+    for (const std::size_t entry : selected) {
+      for (const auto& label : labelsOf(entry)) tries.emplace_back(entry, labelIndices_.at(label.getUUID()));
+    }
+    if (tries.empty()) return;
+    const auto labelOf = [&](std::size_t i) { return Labels{fileLabel(judgement_.labels[tries[i].second])}; };
+    const Selection suffices = project_share::selectedBy(filter, tries.size(), labelOf);
+    for (std::size_t i = 0; i < tries.size(); ++i) {
+      if (suffices[i]) spared_[tries[i].first].labels.push_back(tries[i].second);
+    }
+  }
+
+  void note(const std::vector<std::u16string>& labelsRemoved) {
+    Indices& indices = judgement_.filters.back().labelsRemoved;
+    for (const std::u16string& uuid : labelsRemoved) {
+      indices.push_back(labelIndices_.at(uuid));
+      removed_[indices.back()] = true;
+    }
+    std::sort(indices.begin(), indices.end());
+  }
+
+  // By a label: a folder that a keep-files filter selects for the want of one is merely on the way to what is shared.
+  bool isSpared(std::size_t entry) const {
+    const auto noted = spared_.find(entry);
+    return dropped_.count(entry) != 0 || (noted != spared_.end() && !noted->second.labels.empty());
+  }
+
+  std::size_t position() const { return judgement_.filters.size(); }
+
+  const WorkingCopy& project_;
+  Judgement& judgement_;
+  std::map<std::u16string, std::size_t> labelIndices_;  // of Judgement::labels, by UUID
+  Selection heldBack_;                                  // by the filters so far
+  std::vector<bool> removed_;                           // labels, likewise
+  std::unordered_map<std::size_t, Reason> spared_;      // what was selected and is not held back yet
+  std::unordered_map<std::size_t, Reason> dropped_;     // folders that a drop-files filter selected
+};
+
+}  // namespace
+
+Judgement judged(const WorkingCopy& project, const std::u16string& uuid, const Filters& filters) {
+  Judgement judgement;
+  judgement.uuid = uuid;
+  judgement.labels = project.labels().list();
+  const auto copy = project.clone();
+  const auto stripped = folder_host::strip(copy, profiles::ExportProfileTransformation(uuid));
+  judgement.copy = copy;
+  judgement.shared = copy->entries();
+  Explanation explanation(project, judgement);
+  explanation.run(filters, stripped.turns);
+  explanation.addHostRules(stripped.byHost);
+  explanation.addSpared();
+  const auto leaving = copy->labelsThatLeave();
+  for (const LabelRecord& label : judgement.labels) {
+    const auto found = leaving.find(label.uuid);
+    if (found != leaving.end()) judgement.leaving.push_back({label, found->second});
+  }
+  return judgement;
+}
+
+std::string nameOfFilter(const Judgement& judgement, std::size_t position) {
+  return fmt::format("filter {}, {}", position, wordOf(judgement.filters[position - 1].kind));
+}
+
+}  // namespace project_share
