@@ -106,7 +106,7 @@ std::string WorkingCopy::storeOfWhatIsLeft() {
         copy->run("INSERT INTO category VALUES(?, ?)", {toBlob(label.categoryUUID), toBlob(label.categoryName)});
       }
       copy->run("INSERT INTO label VALUES(?, ?, ?, CAST(? AS INTEGER))",
-                {toBlob(label.uuid), toBlob(label.categoryUUID), toBlob(label.name), label.kept ? "1" : "0"});
+                {toBlob(label.uuid), toBlob(label.categoryUUID), toBlob(label.name), label.isProtected ? "1" : "0"});
     }
     for (const auto& [entry, label] : attachmentsThatLeave()) {
       copy->run("INSERT INTO attachment VALUES(?, ?)", {entry, toBlob(label)});

@@ -128,8 +128,9 @@ void LabelStore::rename(const std::u16string& labelUUID, const std::u16string& n
   });
 }
 
-void LabelStore::setKept(const std::u16string& labelUUID, bool kept) {
-  const char* sql = kept ? "UPDATE label SET kept = 1 WHERE uuid = ?" : "UPDATE label SET kept = 0 WHERE uuid = ?";
+void LabelStore::setProtected(const std::u16string& labelUUID, bool isProtected) {
+  const char* sql =
+      isProtected ? "UPDATE label SET kept = 1 WHERE uuid = ?" : "UPDATE label SET kept = 0 WHERE uuid = ?";
   store_->atomically([&] { requireChange(store_->run(sql, {toBlob(labelUUID)})); });
 }
 

@@ -18,7 +18,7 @@ struct LabelRecord {
   std::u16string name;
   std::u16string categoryUUID;
   std::u16string categoryName;
-  bool kept = false;  // no filter may remove it
+  bool isProtected = false;  // no filter may remove it
 };
 
 // The labels of one project and the entries that they are attached to, in the project's store. A category's
@@ -52,7 +52,7 @@ class LabelStore : public project::management::LabelManager {
   void rename(const std::u16string& labelUUID, const std::u16string& name);
 
   // Whether filters may not remove the label from a copy. Error: LABEL_NOT_FOUND.
-  void setKept(const std::u16string& labelUUID, bool kept);
+  void setProtected(const std::u16string& labelUUID, bool isProtected);
 
   // Takes the label off every path and removes it, and its category when that is empty then. Error: LABEL_NOT_FOUND.
   void erase(const std::u16string& labelUUID);

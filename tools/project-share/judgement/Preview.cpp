@@ -32,7 +32,7 @@ Entries missing(const Entries& before, const Entries& after) {
 
 project::management::FileLabel fileLabel(const LabelRecord& label) {
   return {project::management::CategoryIdentifier(label.categoryUUID),
-          project::management::LabelIdentifier(label.uuid, label.kept ? 0 : 1)};
+          project::management::LabelIdentifier(label.uuid, label.isProtected ? 0 : 1)};
 }
 
 class Previewing {
