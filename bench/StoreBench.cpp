@@ -18,16 +18,10 @@ namespace {
 using project::metadata::MetadataNodeSpecification;
 using Kind = StoreCall::Kind;
 
-folder_host::StoreDatabase emptyStore() {
-  folder_host::StoreDatabase store = folder_host::openInMemory();
-  folder_host::createTables(store.database);
-  return store;
-}
-
 // One connection with both ways to it. It only grows, as the numbers of profiles do.
 class Stored {
  public:
-  Stored() : Stored(emptyStore()) {}
+  Stored() : Stored(folder_host::emptyStore()) {}
 
   void grow(std::size_t profiles) {
     for (; profiles_ < profiles; ++profiles_) {

@@ -17,9 +17,9 @@ using project::management::LabelIdentifier;
 
 namespace {
 
-// `kept` as the store has it: 0 where a filter may remove the label.
-LabelIdentifier labelOf(const std::string& uuid, const std::string& kept) {
-  return LabelIdentifier(fromBlob(uuid), kept == "0" ? 1 : 0);
+// Both as the store has them; `isProtected` is "0" where a filter may remove the label.
+LabelIdentifier labelOf(const std::string& uuid, const std::string& isProtected) {
+  return LabelIdentifier(fromBlob(uuid), isProtected == "0" ? 1 : 0);
 }
 
 std::string categoryNamed(Store& store, const std::u16string& name) {
@@ -82,7 +82,7 @@ void LabelStore::removeCategory(const CategoryIdentifier& category) {
 
 std::vector<LabelIdentifier> LabelStore::getLabels(const CategoryIdentifier& category) const {
   std::vector<LabelIdentifier> labels;
-  const char* sql = "SELECT uuid, kept FROM label WHERE category = ? ORDER BY uuid";
+  const char* sql = "SELECT uuid, protected FROM label WHERE category = ? ORDER BY uuid";
   for (const Store::Row& row : store_->query(sql, {toBlob(category.toString())})) {
     labels.push_back(labelOf(row[0], row[1]));
   }
@@ -101,7 +101,7 @@ void LabelStore::removeLabel(const CategoryIdentifier& category, const LabelIden
 std::vector<LabelRecord> LabelStore::list() const {
   std::vector<LabelRecord> labels;
   const char* sql =
-      "SELECT label.uuid, label.name, c.uuid, c.name, kept FROM label JOIN category c ON c.uuid = category "
+      "SELECT label.uuid, label.name, c.uuid, c.name, protected FROM label JOIN category c ON c.uuid = category "
       "ORDER BY c.name, label.name, label.uuid";
   for (const Store::Row& row : store_->query(sql)) {
     labels.push_back({fromBlob(row[0]), fromBlob(row[1]), fromBlob(row[2]), fromBlob(row[3]), row[4] != "0"});
@@ -130,7 +130,7 @@ void LabelStore::rename(const std::u16string& labelUUID, const std::u16string& n
 
 void LabelStore::setProtected(const std::u16string& labelUUID, bool isProtected) {
   const char* sql =
-      isProtected ? "UPDATE label SET kept = 1 WHERE uuid = ?" : "UPDATE label SET kept = 0 WHERE uuid = ?";
+      isProtected ? "UPDATE label SET protected = 1 WHERE uuid = ?" : "UPDATE label SET protected = 0 WHERE uuid = ?";
   store_->atomically([&] { requireChange(store_->run(sql, {toBlob(labelUUID)})); });
 }
 
@@ -170,7 +170,7 @@ std::size_t LabelStore::detach(const std::u16string& labelUUID, const std::vecto
 std::vector<FileLabel> LabelStore::labelsOf(const std::string& path) const {
   std::vector<FileLabel> labels;
   const char* sql =
-      "SELECT label.category, label.uuid, label.kept FROM attachment a JOIN label ON label.uuid = a.label "
+      "SELECT label.category, label.uuid, label.protected FROM attachment a JOIN label ON label.uuid = a.label "
       "WHERE a.path = ? ORDER BY label.uuid";
   for (const Store::Row& row : store_->query(sql, {path})) {
     labels.emplace_back(CategoryIdentifier(fromBlob(row[0])), labelOf(row[1], row[2]));
