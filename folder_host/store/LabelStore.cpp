@@ -1,5 +1,6 @@
 #include "folder_host/store/LabelStore.h"
 
+#include <set>
 #include <utility>
 
 #include "folder_host/Error.h"
@@ -185,11 +186,32 @@ std::vector<std::string> LabelStore::pathsOf(const std::u16string& labelUUID) co
   return paths;
 }
 
-std::vector<std::pair<std::string, std::u16string>> LabelStore::attachments() const {
-  std::vector<std::pair<std::string, std::u16string>> all;
+std::vector<Attachment> LabelStore::attachments() const {
+  std::vector<Attachment> all;
   const char* sql = "SELECT path, label FROM attachment WHERE label IN (SELECT uuid FROM label) ORDER BY path, label";
   for (Store::Row& row : store_->query(sql)) all.emplace_back(std::move(row[0]), fromBlob(row[1]));
   return all;
+}
+
+// Put together from what it is to hold: whatever else this store holds, now or in a later version, is not in it.
+std::string LabelStore::imageWith(const std::vector<Attachment>& attachments) const {
+  std::set<std::u16string> attached, categories;
+  for (const auto& [path, label] : attachments) attached.insert(label);
+  const auto copy = Store::inMemory();
+  copy->atomically([&] {
+    for (const LabelRecord& label : list()) {
+      if (attached.count(label.uuid) == 0) continue;
+      if (categories.insert(label.categoryUUID).second) {
+        copy->run("INSERT INTO category VALUES(?, ?)", {toBlob(label.categoryUUID), toBlob(label.categoryName)});
+      }
+      copy->run("INSERT INTO label VALUES(?, ?, ?, CAST(? AS INTEGER))",
+                {toBlob(label.uuid), toBlob(label.categoryUUID), toBlob(label.name), label.isProtected ? "1" : "0"});
+    }
+    for (const auto& [path, label] : attachments) {
+      copy->run("INSERT INTO attachment VALUES(?, ?)", {path, toBlob(label)});
+    }
+  });
+  return copy->image();
 }
 
 }  // namespace folder_host

@@ -21,6 +21,9 @@ struct LabelRecord {
   bool isProtected = false;  // no filter may remove it
 };
 
+// A path, and the UUID of a label that it has.
+using Attachment = std::pair<std::string, std::u16string>;
+
 // The labels of one project and the entries that they are attached to, in the project's store. A category's
 // identifying text is its UUID. Paths are relative to the project's folder, as bytes; that there is such an entry is
 // the caller's concern. Every change is atomic by itself; open a write scope of the store around several.
@@ -66,8 +69,12 @@ class LabelStore : public project::management::LabelManager {
   std::vector<project::management::FileLabel> labelsOf(const std::string& path) const;
   // Every path that the label is attached to, entry or not, sorted by bytes.
   std::vector<std::string> pathsOf(const std::u16string& labelUUID) const;
-  // Of all labels: each path with the UUID of a label, sorted by both.
-  std::vector<std::pair<std::string, std::u16string>> attachments() const;
+  // Of all labels, sorted by path and label.
+  std::vector<Attachment> attachments() const;
+
+  // The bytes of a store that holds these attachments, each once, of labels that are here; these labels and their
+  // categories; and nothing else.
+  std::string imageWith(const std::vector<Attachment>& attachments) const;
 
  private:
   std::shared_ptr<Store> store_;
