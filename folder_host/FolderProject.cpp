@@ -185,9 +185,14 @@ std::string FolderProject::locate(const std::string& named) const {
 
 Listing FolderProject::list() const { return listFolder(root_); }
 
+// The folder first: nobody has to wait for it with what they want to write, and whatever comes into the project from
+// then on is not shared. A label that is attached meanwhile only holds back more. Where a file is moved meanwhile and
+// its label with it, the listing has its old path, which no label holds back any more, but the file is not found there,
+// and what is put there in its place is another one: whoever reads it refuses it as changed. The other way round, a
+// file that came between with its label would be listed, and its label not known.
 std::shared_ptr<WorkingCopy> FolderProject::workingCopy() const {
-  const auto scope = store_->beginRead();
-  return std::make_shared<WorkingCopy>(root_, store_->memoryCopy(), std::make_shared<const Listing>(list()));
+  auto listing = std::make_shared<const Listing>(list());
+  return std::make_shared<WorkingCopy>(root_, store_->memoryCopy(), std::move(listing));
 }
 
 }  // namespace folder_host

@@ -57,7 +57,8 @@ class FolderProject {
 
   Listing list() const;
 
-  // Store and list of entries, read in one read scope. Errors: those of listFolder.
+  // What the folder holds, and then the store, whose labels may so be newer than the entries. Errors: those of
+  // listFolder, STORE_FAILED.
   std::shared_ptr<WorkingCopy> workingCopy() const;
 
  private:
