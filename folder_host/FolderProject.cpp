@@ -40,11 +40,11 @@ std::string nearestProject(fs::path folder, const Counts& counts) {
 }
 
 std::string resolvedFolder(const std::string& folder) {
-  std::error_code error;
-  const fs::path resolved = fs::canonical(folder, error);
-  if (!error && !fs::is_directory(resolved, error) && !error) error = std::make_error_code(std::errc::not_a_directory);
-  if (error) throw systemFailure(errors::NOT_A_PROJECT, "there is no folder", folder, error.value());
-  return resolved.string();
+  return attempt(errors::NOT_A_PROJECT, "there is no folder", folder, [&] {
+    const fs::path resolved = fs::canonical(folder);
+    if (!fs::is_directory(resolved)) throw std::system_error(ENOTDIR, std::generic_category());
+    return resolved.string();
+  });
 }
 
 // A stranger's project further up would else keep everybody below it from having one.
@@ -58,7 +58,7 @@ void refuseProject(const std::string& root, const Trust& trust) {
 void fill(const StagingFolder& staging) {
   const Descriptor file = openBeneath(staging.content(), STORE_NAME, O_WRONLY | O_CREAT | O_EXCL, 0600);
   writeAll(file, Store::inMemory()->image());
-  if (::fsync(file.get()) != 0) throwErrno();
+  check(::fsync(file.get()));
 }
 
 // The store's folder gets its name when it is whole: a folder is a project or it is none. It is opened as anyone will

@@ -30,7 +30,15 @@ class Descriptor {
   int descriptor_;
 };
 
+// The system's error of the call that was made last.
 [[noreturn]] void throwErrno();
+
+// What a system call gave; below 0, that is its error.
+template <class Result>
+Result check(Result result) {
+  if (result < 0) throwErrno();
+  return result;
+}
 
 // Opens a folder by any path, links included.
 Descriptor openFolder(const std::string& folder);

@@ -25,10 +25,6 @@ constexpr std::string_view PREFIX = ".project-share-";
 constexpr std::string_view LOCK = ".lock";
 constexpr std::size_t UUID_LENGTH = 36;
 
-void check(int result) {
-  if (result != 0) throwErrno();
-}
-
 std::string lockNameOf(const std::string& name) { return name + std::string(LOCK); }
 
 std::string lockTextOf(const std::string& name) { return "Something is being put together in " + name + "\n"; }
@@ -50,8 +46,7 @@ std::string nameBehind(const std::string& lock) {
 
 std::string readStart(const Descriptor& file) {
   std::array<char, 256> bytes{};
-  const ssize_t length = ::pread(file.get(), bytes.data(), bytes.size(), 0);
-  if (length < 0) throwErrno();
+  const ssize_t length = check(::pread(file.get(), bytes.data(), bytes.size(), 0));
   return {bytes.data(), static_cast<std::size_t>(length)};
 }
 

@@ -53,8 +53,8 @@ class Use {
 
 }  // namespace
 
-std::shared_ptr<Store> Store::open(const std::string& file, const std::function<void(const Descriptor&)>& check) {
-  return std::make_shared<Store>(openStoreFile(file, check));
+std::shared_ptr<Store> Store::open(const std::string& file, const std::function<void(const Descriptor&)>& checkFolder) {
+  return std::make_shared<Store>(openStoreFile(file, checkFolder));
 }
 
 std::shared_ptr<Store> Store::inMemory() {

@@ -34,9 +34,9 @@ class Store : public std::enable_shared_from_this<Store> {
 
   // Only to be read where the file or its medium allows no writing. Errors: STORE_UNREADABLE (no such file, none of
   // ours, damaged), STORE_TOO_NEW; the file is then as it was.
-  // `check` as in openStoreFile.
+  // `checkFolder` as in openStoreFile.
   static std::shared_ptr<Store> open(const std::string& file,
-                                     const std::function<void(const Descriptor&)>& check = nullptr);
+                                     const std::function<void(const Descriptor&)>& checkFolder = nullptr);
   // An empty one that has no file.
   static std::shared_ptr<Store> inMemory();
 

@@ -8,9 +8,7 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cstddef>
-#include <system_error>
 #include <utility>
 
 #include "folder_host/Error.h"
@@ -23,6 +21,7 @@ namespace folder_host {
 namespace {
 
 constexpr int BUSY_TIMEOUT_MS = 30000;
+constexpr const char* OPENING = "cannot open the store";
 
 // SQLite takes no longer paths, the journal's beside the store included.
 void checkLength(const std::string& file) {
@@ -33,9 +32,7 @@ void checkLength(const std::string& file) {
 
 void checkRegularFile(const std::string& file) {
   struct stat status {};
-  if (::lstat(file.c_str(), &status) != 0) {
-    throw systemFailure(errors::STORE_UNREADABLE, "cannot open the store", file, errno);
-  }
+  attempt(errors::STORE_UNREADABLE, OPENING, file, [&] { check(::lstat(file.c_str(), &status)); });
   if (!S_ISREG(status.st_mode)) throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is not a file");
   // A few kilobytes could else take all memory. Disks that compress do not by so much.
   constexpr off_t BLOCK = 512, MUCH = off_t{1} << 24U, MOST_TO_ONE = 256;
@@ -144,16 +141,11 @@ Error storeFailure(int result) { return storeFailure(result, sqlite3_errstr(resu
 
 Error storeFailure(const SQLite::Exception& error) { return storeFailure(error.getErrorCode(), error.what()); }
 
-StoreDatabase openStoreFile(const std::string& file, const std::function<void(const Descriptor&)>& check) {
+StoreDatabase openStoreFile(const std::string& file, const std::function<void(const Descriptor&)>& checkFolder) {
   checkLength(file);
   checkRegularFile(file);
-  std::unique_ptr<StoreVfs> vfs;
-  try {
-    vfs = std::make_unique<StoreVfs>(file);
-  } catch (const std::system_error& error) {
-    throw systemFailure(errors::STORE_UNREADABLE, "cannot open the store", file, error.code().value());
-  }
-  if (check) check(vfs->folder());
+  auto vfs = attempt(errors::STORE_UNREADABLE, OPENING, file, [&] { return std::make_unique<StoreVfs>(file); });
+  if (checkFolder) checkFolder(vfs->folder());
   try {
     SQLite::Database database = connect(*vfs);
     database.exec("BEGIN");

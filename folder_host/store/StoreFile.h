@@ -29,8 +29,9 @@ struct StoreDatabase {
 // from now on.
 // Errors: STORE_UNREADABLE, STORE_TOO_NEW, STORE_FAILED (locked for too long, or it cannot be brought up to date),
 // PATH_TOO_LONG. Then the file is as it was, but for what a journal of its own restores.
-// Before anything in the file is looked at, `check` is given its folder; what it throws passes.
-StoreDatabase openStoreFile(const std::string& file, const std::function<void(const Descriptor&)>& check = nullptr);
+// Before anything in the file is looked at, `checkFolder` is given its folder; what it throws passes.
+StoreDatabase openStoreFile(const std::string& file,
+                            const std::function<void(const Descriptor&)>& checkFolder = nullptr);
 
 // A store with nothing in it, in memory. Errors: SQLite::Exception.
 StoreDatabase emptyStore();
