@@ -55,8 +55,9 @@ void refuseProject(const std::string& root, const Trust& trust) {
   throw Error(errors::ALREADY_A_PROJECT, inQuotes(project) + " is a project already");
 }
 
-void fill(const StagingFolder& staging) {
-  const Descriptor file = openBeneath(staging.content(), STORE_NAME, O_WRONLY | O_CREAT | O_EXCL, 0600);
+// The file is closed here: closing it when SQLite has it open would drop the locks on it.
+void writeStore(const Publication& publication) {
+  const Descriptor file = openBeneath(publication.content(), STORE_NAME, O_WRONLY | O_CREAT | O_EXCL, 0600);
   writeAll(file, Store::inMemory()->image());
   check(::fsync(file.get()));
 }
@@ -64,13 +65,13 @@ void fill(const StagingFolder& staging) {
 // The store's folder gets its name when it is whole: a folder is a project or it is none. It is opened as anyone will
 // open it, and goes again where that fails.
 std::shared_ptr<Store> makeStore(const Descriptor& root, const std::string& path) {
-  StagingFolder staging(root);
-  fill(staging);
-  staging.publishOverEmpty(STORE_FOLDER);
+  Publication publication(root);
+  writeStore(publication);
+  publication.publishOverEmpty(STORE_FOLDER);
   try {
     return Store::open(path + "/" + STORE_FILE);
   } catch (...) {
-    staging.takeBack();
+    publication.takeBack();
     throw;
   }
 }
@@ -79,7 +80,7 @@ std::shared_ptr<Store> makeStore(const Descriptor& root, const std::string& path
 std::shared_ptr<Store> makeProject(const std::string& root, const Trust& trust) {
   try {
     const Descriptor folder = openFolder(root);
-    StagingFolder::removeAbandoned(folder);
+    Publication::removeAbandoned(folder);
     refuseProject(root, trust);
     requireTrusted(root, trust);
     return makeStore(folder, root);

@@ -69,7 +69,7 @@ void writeStore(WorkingCopy& copy, const Descriptor& target, mode_t mode) {
   if (::fchmod(folder.get(), mode | 0700U) != 0) throwErrno();
 }
 
-void assemble(WorkingCopy& copy, const StagingFolder& staging, const ShareOptions& options, ShareResult& result) {
+void assemble(WorkingCopy& copy, const Publication& staging, const ShareOptions& options, ShareResult& result) {
   const std::vector<const Entry*> entries = copy.entries();
   Progress progress = allOf(entries);
   const auto tell = [&](std::size_t copied, std::uint64_t bytes) {
@@ -88,8 +88,8 @@ void assemble(WorkingCopy& copy, const StagingFolder& staging, const ShareOption
 }
 
 void publish(WorkingCopy& copy, const Place& place, const ShareOptions& options, ShareResult& result) {
-  StagingFolder::removeAbandoned(place.parent);
-  StagingFolder staging(place.parent);
+  Publication::removeAbandoned(place.parent);
+  Publication staging(place.parent);
   assemble(copy, staging, options, result);
   if (options.beforePublication) options.beforePublication(copy, staging.content());
   staging.publish(place.name);
