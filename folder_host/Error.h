@@ -5,7 +5,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "folder_host/text/Quoted.h"
+#include "folder_host/text/Printable.h"
 
 namespace folder_host {
 

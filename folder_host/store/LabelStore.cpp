@@ -6,7 +6,7 @@
 #include "folder_host/Error.h"
 #include "folder_host/store/Blob.h"
 #include "folder_host/store/Store.h"
-#include "folder_host/text/Quoted.h"
+#include "folder_host/text/Printable.h"
 #include "folder_host/text/Utf.h"
 #include "project/metadata/MetadataManager.h"
 
