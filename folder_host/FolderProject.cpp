@@ -63,7 +63,7 @@ void writeStore(const Publication& publication) {
 }
 
 // The store's folder gets its name when it is whole: a folder is a project or it is none. It is opened as anyone will
-// open it, and goes again where that fails.
+// open it, and loses the name where that fails.
 std::shared_ptr<Store> makeStore(const Descriptor& root, const std::string& path) {
   Publication publication(root);
   writeStore(publication);

@@ -124,7 +124,7 @@ Publication::Lock Publication::makeLock(const Descriptor& parent) {
   }
 }
 
-// Handed on to the private constructor, so that the lock goes when there can be no folder.
+// Handed on to the private constructor, so that the lock is removed where no folder can be made.
 Publication::Publication(const Descriptor& parent) : Publication(parent, makeLock(parent)) {
   writeAll(lock_.file, lockTextOf(lock_.name));
   check(::mkdirat(parent_.get(), lock_.name.c_str(), 0700));

@@ -8,8 +8,9 @@ namespace folder_host {
 
 // Puts something together in a folder of its own, the staging folder, before it gets its name: a copy, a receipt, a
 // project's store. Whoever looks finds it whole or not at all. The staging folder lies in the folder that is to hold
-// the result, so that one rename is enough, and nobody but its owner may look into it (0700). When this object goes,
-// the staging folder goes with all that it holds, unless it got its name. Everything here fails with std::system_error.
+// the result, so that one rename is enough, and nobody but its owner may look into it (0700). When this object is
+// destroyed, the staging folder is removed with all that it holds, unless it got its name. Everything here fails with
+// std::system_error.
 //
 // A process that is killed leaves its staging folder, `.project-share-UUID`, to be removed by the next one
 // (removeAbandoned), which must touch neither what another process is at work on nor what is a person's own. So beside
@@ -44,7 +45,7 @@ class Publication {
   // durable stays.
   void publishFile(const std::string& file, const std::string& name);
 
-  // Takes the name of the staging folder back, as far as that can be done: then it goes with this object.
+  // Takes the name of the staging folder back, as far as that can be done: it is removed with this object then.
   void takeBack();
 
   // Removes what killed processes left in `parent`, as far as that can be done.
