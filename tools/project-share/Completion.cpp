@@ -1,5 +1,7 @@
 #include "Completion.h"
 
+#include <fmt/format.h>
+
 #include <cstdio>
 #include <filesystem>
 #include <map>
@@ -120,7 +122,7 @@ Candidates candidatesFor(const std::string& expected, const std::string& word) {
 
 std::string offer(const Candidates& candidates, const std::string& before = {}) {
   std::string lines = "words\n";
-  for (const auto& [candidate, meaning] : candidates) lines.append(before).append(candidate + "\t" + meaning + "\n");
+  for (const auto& [candidate, meaning] : candidates) lines += fmt::format("{}{}\t{}\n", before, candidate, meaning);
   return lines;
 }
 

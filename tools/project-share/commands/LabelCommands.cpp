@@ -178,8 +178,8 @@ void protectLabel(const std::string& word, bool isProtected) {
   const FolderProject project = openProject();
   const LabelRecord label = edit(project, [&] {
     LabelRecord found = LabelIndex(project.labels().list()).named(word);
-    project.labels().setKept(found.uuid, isProtected);
-    found.kept = isProtected;
+    project.labels().setProtected(found.uuid, isProtected);
+    found.isProtected = isProtected;
     return found;
   });
   done(fmt::format("Filters may {} remove label {}.", isProtected ? "not" : "now", inQuotes(nameOf(label))),

@@ -151,6 +151,7 @@ void addFilter(const std::string& word, const std::string& kindWord, const std::
     const auto profile = findProfile(*manager, word);
     const LabelIndex known(project.labels().list());
     std::vector<ExportStrategyItem> items;
+    items.reserve(labels.size());
     for (const std::string& label : labels) items.push_back(itemOf(known.named(label)));
     const std::u16string& kind = kindNamed(kindWord).text;
     const auto filter = filterOf(*profile, kind);

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "folder_host/files/Listing.h"
-#include "folder_host/text/Quoted.h"
+#include "folder_host/text/Printable.h"
 
 namespace project_share {
 
