@@ -2,8 +2,9 @@
 
 #include <stdexcept>
 
-#include "folder_host/NodeKey.h"
-#include "folder_host/Text.h"
+#include "folder_host/store/Blob.h"
+#include "folder_host/store/NodeKey.h"
+#include "folder_host/text/Utf.h"
 
 namespace bench {
 

@@ -7,9 +7,9 @@
 #include "InTurns.h"
 #include "StoreCalls.h"
 #include "Suite.h"
-#include "folder_host/MetadataStore.h"
-#include "folder_host/Store.h"
-#include "folder_host/StoreFile.h"
+#include "folder_host/store/MetadataStore.h"
+#include "folder_host/store/Store.h"
+#include "folder_host/store/StoreFile.h"
 
 namespace bench {
 

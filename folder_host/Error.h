@@ -2,6 +2,9 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
+
+#include "folder_host/text/Quoted.h"
 
 namespace folder_host {
 
@@ -17,6 +20,9 @@ class Error : public std::runtime_error {
  private:
   const char* identifier_;  // one of the constants below
 };
+
+// The refusal of what the system would not do: "cannot read 'a/b': Permission denied". `code` is an errno.
+Error systemFailure(const char* identifier, const std::string& attempt, std::string_view path, int code);
 
 // Every identifier, once. They are never given another meaning.
 namespace errors {

@@ -12,10 +12,10 @@
 #include <utility>
 #include <vector>
 
-#include "folder_host/Descriptor.h"
-#include "folder_host/Failure.h"
-#include "folder_host/StagingFolder.h"
-#include "folder_host/Store.h"
+#include "folder_host/Error.h"
+#include "folder_host/files/Descriptor.h"
+#include "folder_host/files/Publication.h"
+#include "folder_host/store/Store.h"
 
 namespace folder_host {
 

@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "folder_host/Entry.h"
-#include "folder_host/LabelStore.h"
-#include "folder_host/MetadataStore.h"
-#include "folder_host/Ownership.h"
-#include "folder_host/WorkingCopy.h"
+#include "folder_host/files/Listing.h"
+#include "folder_host/files/Ownership.h"
+#include "folder_host/share/WorkingCopy.h"
+#include "folder_host/store/LabelStore.h"
+#include "folder_host/store/MetadataStore.h"
 #include "project/metadata/MetadataScopeGuard.h"
 
 namespace folder_host {

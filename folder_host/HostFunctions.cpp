@@ -8,7 +8,7 @@
 
 #include "fl/filesystem/path.h"
 #include "folder_host/MessageCatalogue.h"
-#include "folder_host/Text.h"
+#include "folder_host/text/Utf.h"
 #include "foundation/core/diag/stacktrace_base.h"
 #include "foundation/core/except/IMsgIDException.h"
 #include "project/metadata/MetadataManager.h"

@@ -4,8 +4,8 @@
 #include <array>
 #include <cstddef>
 
-#include "folder_host/Quoted.h"
-#include "folder_host/Text.h"
+#include "folder_host/text/Quoted.h"
+#include "folder_host/text/Utf.h"
 
 namespace folder_host {
 

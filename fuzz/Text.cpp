@@ -1,11 +1,12 @@
 // Bytes that are file names, and texts of any units.
 
-#include "folder_host/Text.h"
+#include "folder_host/store/Blob.h"
+#include "folder_host/text/Utf.h"
 
 #include "Fuzz.h"
-#include "folder_host/FoldedName.h"
-#include "folder_host/Quoted.h"
-#include "folder_host/Shown.h"
+#include "folder_host/text/FoldedName.h"
+#include "folder_host/text/Printable.h"
+#include "folder_host/text/Quoted.h"
 
 using namespace folder_host;
 

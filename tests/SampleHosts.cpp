@@ -1,8 +1,9 @@
 #include "SampleHosts.h"
 
-#include "folder_host/Store.h"
-#include "folder_host/Text.h"
-#include "folder_host/WorkingCopy.h"
+#include "folder_host/share/WorkingCopy.h"
+#include "folder_host/store/Blob.h"
+#include "folder_host/store/Store.h"
+#include "folder_host/text/Utf.h"
 #include "foundation/core/except/IMsgIDException.h"
 
 namespace samples {

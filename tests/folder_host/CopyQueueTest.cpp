@@ -1,4 +1,4 @@
-#include "folder_host/CopyQueue.h"
+#include "folder_host/share/CopyQueue.h"
 
 #include <algorithm>
 

@@ -10,8 +10,8 @@
 #include <sstream>
 #include <system_error>
 
-#include "folder_host/Descriptor.h"
-#include "folder_host/Text.h"
+#include "folder_host/files/Descriptor.h"
+#include "folder_host/text/Utf.h"
 
 namespace folder_host {
 

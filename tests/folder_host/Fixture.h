@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "folder_host/Entry.h"
 #include "folder_host/Error.h"
-#include "folder_host/WorkingCopy.h"
+#include "folder_host/files/Listing.h"
+#include "folder_host/share/WorkingCopy.h"
 #include "project/sharing/SerializationData.h"
 #include "project/sharing/TransformationHierarchy.h"
 

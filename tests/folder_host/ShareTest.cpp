@@ -5,9 +5,9 @@
 #include <thread>
 
 #include "Fixture.h"
-#include "folder_host/Descriptor.h"
 #include "folder_host/FolderProject.h"
-#include "folder_host/Sharing.h"
+#include "folder_host/files/Descriptor.h"
+#include "folder_host/share/HandOut.h"
 
 namespace folder_host {
 

@@ -1,11 +1,12 @@
-#include "folder_host/Store.h"
+#include "folder_host/store/Store.h"
 
 #include <SQLiteCpp/Exception.h>
 
 #include "Fixture.h"
-#include "folder_host/LabelStore.h"
-#include "folder_host/MetadataStore.h"
-#include "folder_host/Text.h"
+#include "folder_host/store/Blob.h"
+#include "folder_host/store/LabelStore.h"
+#include "folder_host/store/MetadataStore.h"
+#include "folder_host/text/Utf.h"
 
 namespace folder_host {
 

@@ -1,12 +1,12 @@
-#include "folder_host/Traces.h"
+#include "folder_host/share/Traces.h"
 
 #include <algorithm>
 #include <memory>
 
 #include "Fixture.h"
 #include "folder_host/FolderProject.h"
-#include "folder_host/SideNames.h"
-#include "folder_host/Twins.h"
+#include "folder_host/share/SideNames.h"
+#include "folder_host/share/Twins.h"
 
 namespace folder_host {
 

@@ -1,4 +1,4 @@
-#include "folder_host/TreeCopy.h"
+#include "folder_host/share/TreeCopy.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "Fixture.h"
-#include "folder_host/Permissions.h"
+#include "folder_host/files/Permissions.h"
 
 namespace folder_host {
 

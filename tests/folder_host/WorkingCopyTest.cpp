@@ -1,11 +1,11 @@
-#include "folder_host/WorkingCopy.h"
+#include "folder_host/share/WorkingCopy.h"
 
 #include <algorithm>
 
 #include "Fixture.h"
-#include "folder_host/Hazards.h"
-#include "folder_host/Store.h"
-#include "folder_host/Text.h"
+#include "folder_host/share/Risks.h"
+#include "folder_host/store/Store.h"
+#include "folder_host/text/Utf.h"
 
 namespace folder_host {
 

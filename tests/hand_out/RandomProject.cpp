@@ -6,11 +6,12 @@
 #include <random>
 
 #include "CanaryScanner.h"
-#include "folder_host/Descriptor.h"
 #include "folder_host/Fixture.h"
 #include "folder_host/FolderProject.h"
-#include "folder_host/Store.h"
-#include "folder_host/Text.h"
+#include "folder_host/files/Descriptor.h"
+#include "folder_host/store/Blob.h"
+#include "folder_host/store/Store.h"
+#include "folder_host/text/Utf.h"
 #include "project/sharing/profiles/ExportProfile.h"
 #include "project/sharing/profiles/ExportProfileManager.h"
 

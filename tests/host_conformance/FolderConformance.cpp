@@ -5,7 +5,7 @@
 
 #include "folder_host/Fixture.h"
 #include "folder_host/FolderProject.h"
-#include "folder_host/Text.h"
+#include "folder_host/text/Utf.h"
 #include "host_conformance/HostConformance.h"
 
 namespace folder_host {

@@ -9,12 +9,13 @@
 #include <system_error>
 #include <vector>
 
-#include "Assessment.h"
-#include "Commands.h"
-#include "Lookup.h"
-#include "OpenProject.h"
-#include "Output.h"
 #include "Refusal.h"
+#include "commands/Commands.h"
+#include "judgement/Judgement.h"
+#include "output/Output.h"
+#include "settings/OpenProject.h"
+#include "words/Lookup.h"
+#include "words/TypedCommand.h"
 
 namespace project_share {
 
@@ -249,7 +250,7 @@ void addShareCommands(CLI::App& app, Words& words) {
 void goTo(const std::string& folder) {
   std::error_code error;
   std::filesystem::current_path(folder, error);
-  if (!error) manner().folder = std::filesystem::current_path(error).string();
+  if (!error) invocation().folder = std::filesystem::current_path(error).string();
   if (!error) return;
   throw Refusal(folder_host::errors::NOT_A_PROJECT, "cannot work in " + inQuotes(folder) + ": " + error.message());
 }
@@ -260,7 +261,7 @@ void addOptions(CLI::App& app) {
       ->type_name("DIR");
   app.add_flag("--json", manner().json, "Write one JSON object a line");
   app.add_flag("--quiet", manner().quiet, "Write nothing but what was asked for");
-  app.add_flag("--trust", manner().trusting, "Open the project although it belongs to another user");
+  app.add_flag("--trust", invocation().trusting, "Open the project although it belongs to another user");
   app.set_version_flag("--version", "project-share " PROJECT_SHARE_VERSION, "Print the version and exit");
 }
 
@@ -291,6 +292,7 @@ int parse(CLI::App& app, std::vector<std::string> words) {
 
 int runCommandLine(int argc, char** argv) {
   manner() = usualManner();
+  invocation() = {};
   Words words;
   CLI::App app("Hands out copies of a folder without what is labelled to stay", "project-share");
   app.require_subcommand(1);

@@ -3,10 +3,10 @@
 #include <stdexcept>
 
 #include "CommandLine.h"
-#include "Output.h"
 #include "Refusal.h"
-#include "folder_host/Text.h"
+#include "folder_host/text/Utf.h"
 #include "foundation/core/except/IMsgIDException.h"
+#include "output/Output.h"
 
 namespace {
 

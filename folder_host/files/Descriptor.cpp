@@ -1,0 +1,118 @@
+#include "folder_host/files/Descriptor.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+namespace folder_host {
+
+namespace {
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { ::closedir(folder); }
+};
+
+mode_t typeOf(int folder, const dirent& item) {
+  if (item.d_type != DT_UNKNOWN) return DTTOIF(static_cast<mode_t>(item.d_type));
+  struct stat status {};
+  if (::fstatat(folder, item.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) throwErrno();
+  return status.st_mode & static_cast<mode_t>(S_IFMT);
+}
+
+bool isDots(const std::string& name) { return name == "." || name == ".."; }
+
+}  // namespace
+
+Descriptor::Descriptor(Descriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
+  std::swap(descriptor_, other.descriptor_);
+  return *this;
+}
+
+Descriptor::~Descriptor() {
+  if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+int Descriptor::release() noexcept { return std::exchange(descriptor_, -1); }
+
+void throwErrno() { throw std::system_error(errno, std::generic_category()); }
+
+Descriptor openFolder(const std::string& folder) {
+  Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (opened.get() < 0) throwErrno();
+  return opened;
+}
+
+Descriptor openBeneath(const Descriptor& folder, const std::string& path, int flags, mode_t mode) {
+  open_how how{};
+  how.flags = static_cast<__u64>(flags | O_CLOEXEC | O_NOFOLLOW);
+  how.mode = mode;
+  how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
+  Descriptor opened(static_cast<int>(::syscall(SYS_openat2, folder.get(), path.c_str(), &how, sizeof how)));
+  if (opened.get() < 0) throwErrno();
+  return opened;
+}
+
+struct stat statusOf(const Descriptor& descriptor) {
+  struct stat status {};
+  if (::fstat(descriptor.get(), &status) != 0) throwErrno();
+  return status;
+}
+
+struct stat statusIn(const Descriptor& folder, const std::string& name) {
+  struct stat status {};
+  if (::fstatat(folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) throwErrno();
+  return status;
+}
+
+FileId idOf(const struct stat& status) noexcept { return {status.st_dev, status.st_ino}; }
+
+void writeAll(const Descriptor& file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(file.get(), bytes.data(), bytes.size());
+    if (written >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno != EINTR) {
+      throwErrno();
+    }
+  }
+}
+
+std::vector<FolderItem> readFolder(const Descriptor& folder) {
+  Descriptor own(::openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (own.get() < 0) throwErrno();
+  const std::unique_ptr<DIR, CloseFolder> stream(::fdopendir(own.get()));
+  if (stream == nullptr) throwErrno();
+  own.release();
+  std::vector<FolderItem> items;
+  errno = 0;
+  while (const dirent* item = ::readdir(stream.get())) {
+    if (!isDots(item->d_name)) items.push_back({item->d_name, typeOf(folder.get(), *item)});
+    errno = 0;
+  }
+  if (errno != 0) throwErrno();
+  return items;
+}
+
+std::string readLink(const Descriptor& folder, const std::string& name) {
+  std::array<char, PATH_MAX> target{};
+  const ssize_t length = ::readlinkat(folder.get(), name.c_str(), target.data(), target.size());
+  if (length < 0) throwErrno();
+  return {target.data(), static_cast<std::size_t>(length)};
+}
+
+std::string joined(const std::string& folder, const std::string& name) {
+  return folder.empty() ? name : folder + "/" + name;
+}
+
+}  // namespace folder_host

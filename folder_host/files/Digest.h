@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "folder_host/files/Descriptor.h"
+
+namespace folder_host {
+
+// The SHA-256, as hexadecimal digits, of a file that is open for reading and stands at its beginning: of all of it, or
+// of so many bytes at the most. `onBytes` is told of what was read; what it throws passes. Fails with
+// std::system_error.
+std::string sha256Of(const Descriptor& file, const std::function<void(std::uint64_t)>& onBytes,
+                     std::uint64_t most = UINT64_MAX);
+
+}  // namespace folder_host

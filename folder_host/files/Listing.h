@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "folder_host/files/Identity.h"
+
+namespace folder_host {
+
+// Where a project's store lies in its folder: no entry.
+inline constexpr const char* STORE_FOLDER = ".project";
+inline constexpr const char* STORE_NAME = "store.db";
+inline constexpr const char* STORE_FILE = ".project/store.db";
+// By this number, the application's id of an SQLite file, a store is known under any name.
+inline constexpr std::uint32_t STORE_ID = 0x50736872;
+
+enum class EntryKind { file, folder, link };
+
+// One entry of a project, as it stood when the folder was listed.
+struct Entry {
+  std::string path;  // relative to the project's folder, as the bytes on disk, '/' between names
+  EntryKind kind;
+  std::string target;      // of a link: where it points, as it stands on disk; else empty
+  FileId id = {};          // of what stood there
+  std::uint64_t size = 0;  // of a file, in bytes; else 0
+  timespec changed = {};   // when anything of what stood there was changed last
+};
+
+// The order of a tree: a folder before what lies in it, and that before the folder's next neighbour.
+bool beforeInTree(const std::string& path, const std::string& other);
+
+// What a project's folder holds.
+struct Listing {
+  std::vector<Entry> entries;             // sorted by the bytes of their paths; the project's folder is not among them
+  std::vector<std::string> skipped = {};  // FIFOs, sockets, devices: no entries
+  FileId root = {};                       // of the project's folder
+  std::vector<FileId> folders = {};       // of that, its store's and all that are listed, whatever their names; sorted
+};
+
+// Lists the folder without following links. The store of the folder itself (`.project`) is no entry; a `.project`
+// further down is listed like anything else.
+// Errors: ENTRY_CHANGED (a folder was replaced meanwhile), ENTRY_UNREADABLE, PATH_TOO_LONG.
+Listing listFolder(const std::string& folder);
+
+}  // namespace folder_host

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "folder_host/files/Descriptor.h"
+#include "folder_host/files/Listing.h"
+
+namespace folder_host {
+
+// Where something is or will be: a name in a folder that is there.
+struct Place {
+  Descriptor parent;
+  std::string parentPath;  // without links in it
+  std::string name;
+
+  std::string path() const;
+};
+
+// The place that a person names; slashes and "/." at the end count for nothing, and no link at the end is followed.
+// Errors: std::system_error where there is no folder to hold it.
+Place placeOf(const std::string& named);
+
+// Whether there is something, be it a dangling link. Errors: std::system_error.
+bool isTaken(const Place& place);
+
+// Whether something would lie in one of these folders, sorted, or below, by what they are: a folder can have several
+// names. Errors: std::system_error.
+bool liesIn(const Place& place, const std::vector<FileId>& folders);
+
+// Whether what a person names is this place, at which nothing is yet, or lies below it. Names that case alone tells
+// apart are one name: on some disks they are.
+bool isWithin(const std::string& named, const Place& place);
+
+}  // namespace folder_host

@@ -1,0 +1,249 @@
+#include "folder_host/files/Publication.h"
+
+#include <fcntl.h>
+#include <stdio.h>  // NOLINT(modernize-deprecated-headers): renameat2 is no part of <cstdio>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <exception>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "folder_host/text/Utf.h"
+#include "project/metadata/MetadataManager.h"
+
+namespace folder_host {
+
+namespace {
+
+constexpr std::string_view PREFIX = ".project-share-";
+constexpr std::string_view LOCK = ".lock";
+constexpr std::size_t UUID_LENGTH = 36;
+
+void check(int result) {
+  if (result != 0) throwErrno();
+}
+
+std::string lockNameOf(const std::string& name) { return name + std::string(LOCK); }
+
+std::string lockTextOf(const std::string& name) { return "Something is being put together in " + name + "\n"; }
+
+// Which folder that is: one that was given its name since is another.
+std::string identityTextOf(const struct stat& folder) {
+  return "It is " + std::to_string(folder.st_dev) + ":" + std::to_string(folder.st_ino) + "\n";
+}
+
+// The name of the folder that a file of this name is the lock of; empty where it can be none.
+std::string nameBehind(const std::string& lock) {
+  if (lock.size() != PREFIX.size() + UUID_LENGTH + LOCK.size()) return {};
+  const std::string name = lock.substr(0, PREFIX.size() + UUID_LENGTH);
+  const auto isDigit = [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || c == '-'; };
+  const bool ours = lockNameOf(name) == lock && name.compare(0, PREFIX.size(), PREFIX) == 0 &&
+                    std::all_of(name.begin() + PREFIX.size(), name.end(), isDigit);
+  return ours ? name : std::string();
+}
+
+std::string readStart(const Descriptor& file) {
+  std::array<char, 256> bytes{};
+  const ssize_t length = ::pread(file.get(), bytes.data(), bytes.size(), 0);
+  if (length < 0) throwErrno();
+  return {bytes.data(), static_cast<std::size_t>(length)};
+}
+
+// Lets the owner do what has to be done in it, by what it is: its name may lead elsewhere by now.
+void openUp(const Descriptor& folder) {
+  if ((statusOf(folder).st_mode & 0700U) == 0700U) return;
+  check(::chmod(("/proc/self/fd/" + std::to_string(folder.get())).c_str(), 0700));
+}
+
+Descriptor openBelow(const Descriptor& top, const std::string& folder) {
+  return openBeneath(top, folder.empty() ? "." : folder, O_PATH | O_DIRECTORY);
+}
+
+void removeContent(const Descriptor& top) {
+  openUp(top);
+  std::vector<std::string> folders = {""};
+  for (std::size_t next = 0; next < folders.size(); ++next) {
+    const Descriptor folder = openBelow(top, folders[next]);
+    openUp(folder);
+    for (const FolderItem& item : readFolder(folder)) {
+      if (item.type == S_IFDIR) {
+        folders.push_back(joined(folders[next], item.name));
+      } else {
+        check(::unlinkat(folder.get(), item.name.c_str(), 0));
+      }
+    }
+  }
+  for (std::size_t last = folders.size() - 1; last > 0; --last) {
+    const std::string& path = folders[last];
+    const std::size_t name = path.rfind('/') + 1;  // npos + 1 is 0
+    const Descriptor above = openBelow(top, path.substr(0, name));
+    check(::unlinkat(above.get(), path.c_str() + name, AT_REMOVEDIR));
+  }
+}
+
+// Some file systems know no rename that refuses to replace. Better known before there is anything to be lost.
+bool canRefuseToReplace(const Descriptor& folder) {
+  openBeneath(folder, "probe", O_WRONLY | O_CREAT | O_EXCL, 0600);
+  const bool can = ::renameat2(folder.get(), "probe", folder.get(), "probed", RENAME_NOREPLACE) == 0;
+  if (!can && errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) throwErrno();
+  check(::unlinkat(folder.get(), can ? "probed" : "probe", 0));
+  return can;
+}
+
+// The system call that knows flags is the one that some file systems refuse.
+void rename(const Descriptor& from, const std::string& old, const Descriptor& to, const std::string& name,
+            bool replaces) {
+  const char* source = old.c_str();
+  check(replaces ? ::renameat(from.get(), source, to.get(), name.c_str())
+                 : ::renameat2(from.get(), source, to.get(), name.c_str(), RENAME_NOREPLACE));
+}
+
+void refuse(int code) { throw std::system_error(code, std::generic_category()); }
+
+void sync(const Descriptor& descriptor) { check(::fsync(descriptor.get())); }
+
+bool isMine(const struct stat& status, mode_t type) {
+  return status.st_uid == ::geteuid() && (status.st_mode & static_cast<mode_t>(S_IFMT)) == type;
+}
+
+}  // namespace
+
+// Between making the file and locking it, another process may take it for one that was left: then once more.
+StagingFolder::Lock StagingFolder::makeLock(const Descriptor& parent) {
+  while (true) {
+    std::string name = std::string(PREFIX) + toBytes(project::metadata::generateUUID());
+    Descriptor file = openBeneath(parent, lockNameOf(name), O_RDWR | O_CREAT | O_EXCL, 0600);
+    if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) continue;
+    try {
+      if (statusOf(file).st_nlink > 0) return {std::move(name), std::move(file)};
+    } catch (const std::system_error&) {
+      ::unlinkat(parent.get(), lockNameOf(name).c_str(), 0);
+      throw;
+    }
+  }
+}
+
+// Handed on to the private constructor, so that the lock goes when there can be no folder.
+StagingFolder::StagingFolder(const Descriptor& parent) : StagingFolder(parent, makeLock(parent)) {
+  writeAll(lock_.file, lockTextOf(lock_.name));
+  check(::mkdirat(parent_.get(), lock_.name.c_str(), 0700));
+  folder_ = openBeneath(parent_, lock_.name, O_RDONLY | O_DIRECTORY);
+  writeAll(lock_.file, identityTextOf(statusOf(folder_)));
+  refusesToReplace_ = canRefuseToReplace(folder_);
+}
+
+StagingFolder::StagingFolder(const Descriptor& parent, Lock lock) : parent_(parent), lock_(std::move(lock)) {}
+
+StagingFolder::~StagingFolder() {
+  const bool isHere = published_.empty();
+  try {
+    if (isHere && folder_.get() >= 0) removeContent(folder_);
+  } catch (const std::exception&) {  // what cannot be removed now is what the next process finds
+    return;
+  }
+  if (isHere && ::unlinkat(parent_.get(), lock_.name.c_str(), AT_REMOVEDIR) != 0 && errno != ENOENT) return;
+  // By whatever name it goes on: it stands for no folder any more, and for none that somebody gives this name.
+  static_cast<void>(::ftruncate(lock_.file.get(), 0) == 0);
+  ::unlinkat(parent_.get(), lockNameOf(lock_.name).c_str(), 0);
+}
+
+void StagingFolder::syncContent() const { check(::syncfs(folder_.get())); }
+
+// Only an empty folder gives way to a folder: what was put in there since it was made is safe.
+void StagingFolder::publish(const std::string& name) {
+  if (refusesToReplace_) return nameFolder(name, false);
+  check(::mkdirat(parent_.get(), name.c_str(), 0700));
+  try {
+    nameFolder(name, true);
+  } catch (const std::system_error&) {
+    ::unlinkat(parent_.get(), name.c_str(), AT_REMOVEDIR);
+    throw;
+  }
+}
+
+void StagingFolder::publishOverEmpty(const std::string& name) { nameFolder(name, true); }
+
+void StagingFolder::nameFolder(const std::string& name, bool replaces) {
+  sync(folder_);
+  try {
+    rename(parent_, lock_.name, parent_, name, replaces);
+  } catch (const std::system_error& error) {
+    const int code = error.code().value();
+    refuse(code == ENOTEMPTY || code == ENOTDIR ? EEXIST : code);
+  }
+  published_ = name;
+  try {
+    sync(parent_);
+  } catch (const std::system_error&) {
+    takeBack();
+    throw;
+  }
+}
+
+void StagingFolder::takeBack() {
+  const bool isBack = ::renameat(parent_.get(), published_.c_str(), parent_.get(), lock_.name.c_str()) == 0;
+  if (isBack) published_.clear();
+}
+
+void StagingFolder::publishFile(const std::string& file, const std::string& name) {
+  refusesToReplace_ ? rename(folder_, file, parent_, name, false) : replaceOwn(file, name);
+  sync(parent_);
+}
+
+void StagingFolder::replaceOwn(const std::string& file, const std::string& name) {
+  const Descriptor own = openBeneath(parent_, name, O_WRONLY | O_CREAT | O_EXCL, 0600);
+  const auto isAsMade = [&] {
+    const struct stat there = statusIn(parent_, name);
+    return idOf(there) == idOf(statusOf(own)) && there.st_size == 0;
+  };
+  if (!isAsMade()) refuse(EEXIST);
+  try {
+    rename(folder_, file, parent_, name, true);
+  } catch (const std::system_error&) {
+    if (isAsMade()) ::unlinkat(parent_.get(), name.c_str(), 0);
+    throw;
+  }
+}
+
+void StagingFolder::removeAbandoned(const Descriptor& parent) {
+  const auto asFarAsPossible = [](const auto& act) {
+    try {
+      act();
+    } catch (const std::system_error&) {  // it stays, as before
+    }
+  };
+  asFarAsPossible([&] {
+    for (const FolderItem& item : readFolder(parent)) {
+      const std::string name = nameBehind(item.name);
+      if (!name.empty() && item.type == S_IFREG) asFarAsPossible([&] { removeBehind(parent, name); });
+    }
+  });
+}
+
+// A process that was killed may have left a lock without its whole text: then nothing is in its folder yet, or no more.
+// What was given the folder's name later, by whoever may write beside it, is another folder, and stays.
+void StagingFolder::removeBehind(const Descriptor& parent, const std::string& name) {
+  const Descriptor lock = openBeneath(parent, lockNameOf(name), O_RDONLY | O_NONBLOCK);
+  const std::string text = readStart(lock);
+  const std::string begin = lockTextOf(name);
+  if (!isMine(statusOf(lock), S_IFREG) || begin.compare(0, text.size(), text.substr(0, begin.size())) != 0) return;
+  if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return;
+  struct stat status {};
+  if (::fstatat(parent.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
+    const Descriptor folder = openBeneath(parent, name, O_PATH | O_DIRECTORY);
+    if (!isMine(statusOf(folder), S_IFDIR)) return;
+    if (text == begin + identityTextOf(statusOf(folder))) removeContent(folder);
+    check(::unlinkat(parent.get(), name.c_str(), AT_REMOVEDIR));
+  } else if (errno != ENOENT) {
+    return;  // without its lock, nobody would find it again
+  }
+  check(::unlinkat(parent.get(), lockNameOf(name).c_str(), 0));
+}
+
+}  // namespace folder_host

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "folder_host/files/Listing.h"
+
+namespace folder_host {
+
+// The files and links that are to be copied, portion by portion in the order of the listing, and how far that is. May
+// be used by several threads at once; the entries outlive it.
+//
+// Of several failures the one that counts is the first in the order of the listing, as if one thread alone had copied:
+// what comes before a failure is still copied, what comes after it no more.
+class CopyQueue {
+ public:
+  struct Portion {
+    std::size_t begin;
+    std::size_t end;  // where it begins, when nothing is left to be done
+  };
+
+  explicit CopyQueue(const std::vector<const Entry*>& entries) : entries_(entries), end_(entries.size()) {}
+
+  const Entry& operator[](std::size_t index) const noexcept { return *entries_[index]; }
+
+  // The next entries that lie in one folder, folders among them: few enough that no thread waits long for another.
+  Portion take();
+
+  // Whether the entry is still to be copied.
+  bool isWanted(std::size_t index) const noexcept { return index < end_; }
+
+  // Nothing from this entry on is to be copied any more.
+  void fail(std::size_t index, std::exception_ptr failure);
+  void stop() { fail(0, nullptr); }
+  // Throws the failure that counts.
+  void rethrow() const;
+
+  // Notes that the entry changed while it was copied.
+  void addChanged(std::size_t index);
+  // The paths of those, in the order of the listing. Not to be called while others are at work.
+  std::vector<std::string> changed() const;
+
+  void addEntry() noexcept { ++done_; }
+  void addBytes(std::uint64_t bytes) noexcept { bytes_ += bytes; }
+  std::size_t entries() const noexcept { return done_; }
+  std::uint64_t bytes() const noexcept { return bytes_; }
+
+ private:
+  const std::vector<const Entry*>& entries_;
+  std::mutex mutex_;  // of next_, failure_ and changed_, and of whoever changes end_
+  std::size_t next_ = 0;
+  std::exception_ptr failure_;
+  std::set<std::size_t> changed_;
+  std::atomic<std::size_t> end_;
+  std::atomic<std::size_t> done_ = 0;
+  std::atomic<std::uint64_t> bytes_ = 0;
+};
+
+}  // namespace folder_host

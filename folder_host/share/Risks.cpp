@@ -1,0 +1,98 @@
+#include "folder_host/share/Risks.h"
+
+#include <algorithm>
+#include <string_view>
+#include <tuple>
+#include <utility>
+
+#include "folder_host/Error.h"
+#include "folder_host/files/EntryTable.h"
+#include "folder_host/share/SideNames.h"
+#include "folder_host/text/FoldedName.h"
+
+namespace folder_host {
+
+namespace {
+
+using Entries = std::vector<const Entry*>;
+
+std::string_view folderOf(const std::string& path) {
+  const std::size_t separator = path.rfind('/');
+  return separator == std::string::npos ? std::string_view() : std::string_view(path).substr(0, separator);
+}
+
+std::string_view nameOf(const std::string& path) {
+  return std::string_view(path).substr(path.rfind('/') + 1);  // npos + 1 is 0
+}
+
+// By its name alone; a plain file of that name is a file, but a backup or an archive of the folder is more.
+bool isStoreFolder(const Entry& entry) {
+  const std::string_view name = nameOf(entry.path);
+  if (foldedName(name) == STORE_FOLDER) return entry.kind != EntryKind::file && entry.path != name;
+  const std::vector<Original> originals = originalsOf(name);
+  return std::any_of(originals.begin(), originals.end(),
+                     [](const Original& original) { return !original.isStem && original.name == STORE_FOLDER; });
+}
+
+void addNestedProjects(const Entries& left, std::vector<Hazard>& hazards) {
+  for (const Entry* entry : left) {
+    if (!isStoreFolder(*entry)) continue;
+    hazards.push_back({errors::NESTED_PROJECT, entry->path,
+                       inQuotes(entry->path) + " is where a project keeps its store, with rules and names that would "
+                                               "leave"});
+  }
+}
+
+// Name by name: what is no UTF-8 in one leaves the others to be folded.
+std::string foldedPath(std::string_view path) {
+  std::string folded;
+  while (true) {
+    const std::size_t end = path.find('/');
+    folded += foldedName(path.substr(0, end));
+    if (end == std::string_view::npos) return folded;
+    folded += '/';
+    path.remove_prefix(end + 1);
+  }
+}
+
+// Below folders that collide, names that differ are not named again.
+void addCollisions(const Entries& left, std::vector<Hazard>& hazards) {
+  const Entry store{STORE_FOLDER, EntryKind::folder, {}};  // the copy has one too
+  std::vector<std::pair<std::string, const Entry*>> folded{{store.path, &store}};
+  folded.reserve(left.size() + 1);
+  for (const Entry* entry : left) folded.emplace_back(foldedPath(entry->path), entry);
+  std::sort(folded.begin(), folded.end(), [](const auto& a, const auto& b) {
+    return std::tie(a.first, a.second->path) < std::tie(b.first, b.second->path);
+  });
+  for (std::size_t i = 1; i < folded.size(); ++i) {
+    const std::string& one = folded[i - 1].second->path;
+    const std::string& other = folded[i].second->path;
+    if (folded[i - 1].first != folded[i].first || folderOf(one) != folderOf(other)) continue;
+    hazards.push_back({errors::NAMES_COLLIDE, one,
+                       inQuotes(one) + " and " + inQuotes(other) +
+                           " become one where upper and lower case are the same; rename one"});
+  }
+}
+
+}  // namespace
+
+std::vector<GonePath> labelledGonePaths(const WorkingCopy& copy) {
+  std::vector<GonePath> gone;
+  for (auto& [path, label] : copy.labels().attachments()) {
+    if (copy.table().find(path)) continue;
+    if (gone.empty() || gone.back().path != path) gone.push_back({path, {}});
+    gone.back().labels.push_back(label);
+  }
+  std::sort(gone.begin(), gone.end(), [](const auto& a, const auto& b) { return beforeInTree(a.path, b.path); });
+  return gone;
+}
+
+std::vector<Hazard> hazardsAmongLeft(const WorkingCopy& copy) {
+  std::vector<Hazard> hazards;
+  const Entries left = copy.entries();
+  addNestedProjects(left, hazards);
+  addCollisions(left, hazards);
+  return hazards;
+}
+
+}  // namespace folder_host

@@ -1,0 +1,194 @@
+#include "folder_host/store/LabelStore.h"
+
+#include <utility>
+
+#include "folder_host/Error.h"
+#include "folder_host/store/Blob.h"
+#include "folder_host/store/Store.h"
+#include "folder_host/text/Quoted.h"
+#include "folder_host/text/Utf.h"
+#include "project/metadata/MetadataManager.h"
+
+namespace folder_host {
+
+using project::management::CategoryIdentifier;
+using project::management::FileLabel;
+using project::management::LabelIdentifier;
+
+namespace {
+
+// `kept` as the store has it: 0 where a filter may remove the label.
+LabelIdentifier labelOf(const std::string& uuid, const std::string& kept) {
+  return LabelIdentifier(fromBlob(uuid), kept == "0" ? 1 : 0);
+}
+
+std::string categoryNamed(Store& store, const std::u16string& name) {
+  const auto rows = store.query("SELECT min(uuid) FROM category WHERE name = ?", {toBlob(name)});
+  if (!rows.front().front().empty()) return rows.front().front();
+  std::string uuid = toBlob(project::metadata::generateUUID());
+  store.run("INSERT INTO category VALUES(?, ?)", {uuid, toBlob(name)});
+  return uuid;
+}
+
+// In any category of that name: two of one name would be one to a person.
+void checkNames(Store& store, const std::u16string& categoryName, const std::u16string& name,
+                const std::u16string& itself = {}) {
+  if (categoryName.empty() || name.empty()) {
+    throw Error(errors::NAME_EMPTY, "a label and its category need a name each");
+  }
+  const char* sql =
+      "SELECT 1 FROM label JOIN category c ON c.uuid = category WHERE c.name = ? AND label.name = ? AND label.uuid <> "
+      "?";
+  if (!store.query(sql, {toBlob(categoryName), toBlob(name), toBlob(itself)}).empty()) {
+    throw Error(errors::LABEL_NAME_TAKEN,
+                "there is already a label " + inQuotes(categoryName + u"/" + name) + "; choose another name");
+  }
+}
+
+void requireChange(std::size_t changed) {
+  if (changed == 0) throw Error(errors::LABEL_NOT_FOUND, "there is no such label");
+}
+
+// The category, as its UUID and name are stored, of a label.
+Store::Row categoryOf(Store& store, const std::u16string& labelUUID) {
+  const char* sql = "SELECT c.uuid, c.name FROM label JOIN category c ON c.uuid = category WHERE label.uuid = ?";
+  const auto rows = store.query(sql, {toBlob(labelUUID)});
+  requireChange(rows.size());
+  return rows.front();
+}
+
+}  // namespace
+
+LabelStore::LabelStore(std::shared_ptr<Store> store) : store_(std::move(store)) {}
+
+LabelStore::~LabelStore() = default;
+
+std::vector<CategoryIdentifier> LabelStore::getCategories() const {
+  std::vector<CategoryIdentifier> categories;
+  for (const Store::Row& row : store_->query("SELECT uuid FROM category ORDER BY uuid")) {
+    categories.emplace_back(fromBlob(row[0]));
+  }
+  return categories;
+}
+
+void LabelStore::removeCategory(const CategoryIdentifier& category) {
+  const std::string uuid = toBlob(category.toString());
+  store_->atomically([&] {
+    store_->run("DELETE FROM attachment WHERE label IN (SELECT uuid FROM label WHERE category = ?)", {uuid});
+    store_->run("DELETE FROM label WHERE category = ?", {uuid});
+    store_->run("DELETE FROM category WHERE uuid = ?", {uuid});
+  });
+}
+
+std::vector<LabelIdentifier> LabelStore::getLabels(const CategoryIdentifier& category) const {
+  std::vector<LabelIdentifier> labels;
+  const char* sql = "SELECT uuid, kept FROM label WHERE category = ? ORDER BY uuid";
+  for (const Store::Row& row : store_->query(sql, {toBlob(category.toString())})) {
+    labels.push_back(labelOf(row[0], row[1]));
+  }
+  return labels;
+}
+
+void LabelStore::removeLabel(const CategoryIdentifier& category, const LabelIdentifier& label, bool /*flag*/) {
+  const std::string uuid = toBlob(label.getUUID());
+  store_->atomically([&] {
+    const std::size_t removed =
+        store_->run("DELETE FROM label WHERE uuid = ? AND category = ?", {uuid, toBlob(category.toString())});
+    if (removed > 0) store_->run("DELETE FROM attachment WHERE label = ?", {uuid});
+  });
+}
+
+std::vector<LabelRecord> LabelStore::list() const {
+  std::vector<LabelRecord> labels;
+  const char* sql =
+      "SELECT label.uuid, label.name, c.uuid, c.name, kept FROM label JOIN category c ON c.uuid = category "
+      "ORDER BY c.name, label.name, label.uuid";
+  for (const Store::Row& row : store_->query(sql)) {
+    labels.push_back({fromBlob(row[0]), fromBlob(row[1]), fromBlob(row[2]), fromBlob(row[3]), row[4] != "0"});
+  }
+  return labels;
+}
+
+LabelRecord LabelStore::create(const std::u16string& categoryName, const std::u16string& name) {
+  LabelRecord label{project::metadata::generateUUID(), name, {}, categoryName};
+  store_->atomically([&] {
+    checkNames(*store_, categoryName, name);
+    const std::string category = categoryNamed(*store_, categoryName);
+    label.categoryUUID = fromBlob(category);
+    store_->run("INSERT INTO label(uuid, category, name) VALUES(?, ?, ?)",
+                {toBlob(label.uuid), category, toBlob(name)});
+  });
+  return label;
+}
+
+void LabelStore::rename(const std::u16string& labelUUID, const std::u16string& name) {
+  store_->atomically([&] {
+    checkNames(*store_, fromBlob(categoryOf(*store_, labelUUID)[1]), name, labelUUID);
+    store_->run("UPDATE label SET name = ? WHERE uuid = ?", {toBlob(name), toBlob(labelUUID)});
+  });
+}
+
+void LabelStore::setKept(const std::u16string& labelUUID, bool kept) {
+  const char* sql = kept ? "UPDATE label SET kept = 1 WHERE uuid = ?" : "UPDATE label SET kept = 0 WHERE uuid = ?";
+  store_->atomically([&] { requireChange(store_->run(sql, {toBlob(labelUUID)})); });
+}
+
+void LabelStore::erase(const std::u16string& labelUUID) {
+  store_->atomically([&] {
+    const CategoryIdentifier category(fromBlob(categoryOf(*store_, labelUUID)[0]));
+    removeLabel(category, LabelIdentifier(labelUUID), false);
+    if (getLabels(category).empty()) removeCategory(category);
+  });
+}
+
+std::size_t LabelStore::attach(const std::u16string& labelUUID, const std::vector<std::string>& paths) {
+  const std::string label = toBlob(labelUUID);
+  std::size_t attached = 0;
+  store_->atomically([&] {
+    if (store_->query("SELECT 1 FROM label WHERE uuid = ?", {label}).empty()) {
+      throw Error(errors::LABEL_NOT_FOUND, "there is no such label");
+    }
+    for (const std::string& path : paths) {
+      attached += store_->run("INSERT INTO attachment VALUES(?, ?) ON CONFLICT(path, label) DO NOTHING", {path, label});
+    }
+  });
+  return attached;
+}
+
+std::size_t LabelStore::detach(const std::u16string& labelUUID, const std::vector<std::string>& paths) {
+  const std::string label = toBlob(labelUUID);
+  std::size_t detached = 0;
+  store_->atomically([&] {
+    for (const std::string& path : paths) {
+      detached += store_->run("DELETE FROM attachment WHERE path = ? AND label = ?", {path, label});
+    }
+  });
+  return detached;
+}
+
+std::vector<FileLabel> LabelStore::labelsOf(const std::string& path) const {
+  std::vector<FileLabel> labels;
+  const char* sql =
+      "SELECT label.category, label.uuid, label.kept FROM attachment a JOIN label ON label.uuid = a.label "
+      "WHERE a.path = ? ORDER BY label.uuid";
+  for (const Store::Row& row : store_->query(sql, {path})) {
+    labels.emplace_back(CategoryIdentifier(fromBlob(row[0])), labelOf(row[1], row[2]));
+  }
+  return labels;
+}
+
+std::vector<std::string> LabelStore::pathsOf(const std::u16string& labelUUID) const {
+  std::vector<std::string> paths;
+  const char* sql = "SELECT path FROM attachment WHERE label = ? ORDER BY path";
+  for (Store::Row& row : store_->query(sql, {toBlob(labelUUID)})) paths.push_back(std::move(row[0]));
+  return paths;
+}
+
+std::vector<std::pair<std::string, std::u16string>> LabelStore::attachments() const {
+  std::vector<std::pair<std::string, std::u16string>> all;
+  const char* sql = "SELECT path, label FROM attachment WHERE label IN (SELECT uuid FROM label) ORDER BY path, label";
+  for (Store::Row& row : store_->query(sql)) all.emplace_back(std::move(row[0]), fromBlob(row[1]));
+  return all;
+}
+
+}  // namespace folder_host

@@ -1,0 +1,124 @@
+#include "folder_host/store/Scopes.h"
+
+#include <sqlite3.h>
+
+#include <exception>
+#include <string>
+#include <utility>
+
+#include "folder_host/Error.h"
+#include "folder_host/store/StoreFile.h"
+
+namespace folder_host {
+
+using project::metadata::MetadataScopeGuard;
+
+struct Scopes::Scope {
+  enum class Level { transaction, savepoint, counted };
+
+  bool write = false;
+  int exceptions = 0;  // those in flight when it began
+  Level level = Level::counted;
+  bool stands = false;  // it is among the store's scopes
+  bool ended = false;
+  bool rolledBack = false;
+};
+
+Scopes::Scopes(SQLite::Database& database)
+    : database_(database), savepoint_(database, "SAVEPOINT inner"), release_(database, "RELEASE inner") {}
+
+Scopes::~Scopes() = default;
+
+// The guard is made first and the transaction last: whatever fails between them finds a scope that ends like any other
+// that an exception leaves.
+MetadataScopeGuard Scopes::begin(bool write, std::shared_ptr<void> keepAlive) {
+  confirm();
+  if (write) requireWritable();
+  const auto scope = std::make_shared<Scope>();
+  scope->write = write;
+  scope->exceptions = std::uncaught_exceptions();
+  MetadataScopeGuard guard([this, scope, keptAlive = std::move(keepAlive)] { end(*scope); });
+  scopes_.push_back(scope);
+  scope->stands = true;
+  enter(*scope);
+  return guard;
+}
+
+void Scopes::requireWritable() const {
+  if (scopes_.empty()) return;
+  if (!scopes_.front()->write) {
+    throw Error(errors::WRITE_IN_READ_SCOPE, "the project's store cannot be changed within a read scope");
+  }
+  if (sqlite3_get_autocommit(database_.getHandle()) != 0) {
+    throw storeFailure(SQLITE_ABORT, "an earlier failure has undone the changes of this scope");
+  }
+}
+
+void Scopes::enter(Scope& scope) {
+  try {
+    if (scopes_.size() == 1) {
+      scope.level = Scope::Level::transaction;
+      database_.exec(scope.write ? "BEGIN IMMEDIATE" : "BEGIN");
+      // A deferred transaction sees the state of its first read.
+      if (!scope.write) database_.execAndGet("SELECT count(*) FROM sqlite_schema");
+    } else if (scope.write) {
+      savepoint_.tryReset();
+      savepoint_.exec();
+      scope.level = Scope::Level::savepoint;
+    }
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+}
+
+void Scopes::end(Scope& scope) noexcept {
+  if (!scope.stands) return;
+  scope.ended = true;
+  scope.rolledBack = std::uncaught_exceptions() > scope.exceptions;
+  while (!scopes_.empty() && scopes_.back()->ended) {
+    finish(*scopes_.back());
+    scopes_.pop_back();
+  }
+}
+
+void Scopes::finish(const Scope& scope) noexcept {
+  if (scope.level == Scope::Level::counted) return;
+  if (scope.rolledBack) return undo(scope);
+  const int result = scope.level == Scope::Level::transaction ? commit() : release();
+  if (result == SQLITE_OK) return;
+  remember(result);
+  undo(scope);
+}
+
+// A lock that could not be given back, which is done last, leaves the changes as kept as they are.
+int Scopes::commit() noexcept {
+  const int result = database_.tryExec("COMMIT");
+  const int detail = result == SQLITE_OK ? SQLITE_OK : database_.getExtendedErrorCode();
+  return detail == SQLITE_IOERR_UNLOCK || detail == SQLITE_IOERR_RDLOCK ? SQLITE_OK : result;
+}
+
+int Scopes::release() noexcept {
+  release_.tryReset();
+  const int result = release_.tryExecuteStep();
+  return result == SQLITE_DONE ? SQLITE_OK : result;
+}
+
+void Scopes::undo(const Scope& scope) noexcept {
+  // After some failures SQLite has rolled back by itself.
+  if (sqlite3_get_autocommit(database_.getHandle()) != 0) return;
+  const bool whole = scope.level == Scope::Level::transaction;
+  const int result = database_.tryExec(whole ? "ROLLBACK" : "ROLLBACK TO inner; RELEASE inner");
+  if (result != SQLITE_OK) remember(result);
+}
+
+void Scopes::remember(int result) noexcept {
+  if (failure_ == SQLITE_OK) failure_ = result;
+}
+
+void Scopes::confirm() {
+  const int failure = std::exchange(failure_, SQLITE_OK);
+  if (failure == SQLITE_OK) return;
+  throw storeFailure(failure, std::string("changes were not kept: ") + sqlite3_errstr(failure));
+}
+
+}  // namespace folder_host

@@ -1,0 +1,78 @@
+#include "folder_host/store/Soundness.h"
+
+#include <SQLiteCpp/Column.h>
+#include <SQLiteCpp/Statement.h>
+
+#include <climits>
+#include <string>
+#include <string_view>
+
+#include "folder_host/files/Listing.h"
+#include "folder_host/store/NodeKey.h"
+
+namespace folder_host {
+
+namespace {
+
+// Rows with a value of another type than ours, half a character, or nothing that they belong to.
+constexpr const char* STRAYS = R"(
+SELECT EXISTS(SELECT 1 FROM node WHERE typeof(parent) <> 'blob' OR typeof(type) <> 'blob' OR length(type) % 2
+              OR typeof(location) <> 'blob' OR length(location) % 2)
+    OR EXISTS(SELECT 1 FROM node_value WHERE typeof(node) <> 'blob' OR typeof(key) <> 'blob' OR length(key) % 2
+              OR typeof(value) <> 'blob' OR length(value) % 2)
+    OR EXISTS(SELECT 1 FROM category WHERE typeof(uuid) <> 'blob' OR length(uuid) % 2
+              OR typeof(name) <> 'blob' OR length(name) % 2)
+    OR EXISTS(SELECT 1 FROM label WHERE typeof(uuid) <> 'blob' OR length(uuid) % 2
+              OR typeof(name) <> 'blob' OR length(name) % 2 OR typeof(kept) <> 'integer' OR kept NOT IN (0, 1)
+              OR category NOT IN (SELECT uuid FROM category))
+    OR EXISTS(SELECT 1 FROM attachment WHERE typeof(path) <> 'blob' OR label NOT IN (SELECT uuid FROM label)))";
+
+// Whether it is a path that an entry can have.
+bool isEntryPath(std::string_view path) {
+  if (path.size() >= PATH_MAX || path.find('\0') != std::string_view::npos) return false;
+  if (path.substr(0, path.find('/')) == STORE_FOLDER) return false;
+  while (true) {
+    const std::string_view name = path.substr(0, path.find('/'));
+    if (name.empty() || name == "." || name == "..") return false;
+    if (name.size() == path.size()) return true;
+    path.remove_prefix(name.size() + 1);
+  }
+}
+
+bool allAreEntryPaths(SQLite::Database& database) {
+  SQLite::Statement paths(database, "SELECT path FROM attachment");
+  while (paths.executeStep()) {
+    if (!isEntryPath(paths.getColumn(0).getString())) return false;
+  }
+  return true;
+}
+
+// Whether there is a node for each key that the query gives; the root, whose key is empty, is always there.
+bool allAreNodes(SQLite::Database& database, const char* sql) {
+  SQLite::Statement keys(database, sql);
+  SQLite::Statement node(database, "SELECT 1 FROM node WHERE parent = ? AND type = ? AND location = ?");
+  while (keys.executeStep()) {
+    const std::string key = keys.getColumn(0).getString();
+    if (key.empty()) continue;
+    const auto parts = splitNodeKey(key);
+    if (!parts) return false;
+    node.reset();
+    for (int i = 0; i < 3; ++i) {
+      const std::string& part = (*parts)[static_cast<std::size_t>(i)];
+      node.bind(i + 1, part.data(), static_cast<int>(part.size()));
+    }
+    if (!node.executeStep()) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool isSound(SQLite::Database& database) {
+  return database.execAndGet("PRAGMA integrity_check(1)").getString() == "ok" &&
+         database.execAndGet(STRAYS).getInt() == 0 && allAreEntryPaths(database) &&
+         allAreNodes(database, "SELECT DISTINCT parent FROM node") &&
+         allAreNodes(database, "SELECT DISTINCT node FROM node_value");
+}
+
+}  // namespace folder_host

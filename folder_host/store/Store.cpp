@@ -1,0 +1,145 @@
+#include "folder_host/store/Store.h"
+
+#include <SQLiteCpp/Backup.h>
+#include <SQLiteCpp/Column.h>
+#include <sqlite3.h>
+
+#include <limits>
+#include <memory>
+#include <utility>
+
+#include "folder_host/Error.h"
+
+namespace folder_host {
+
+using project::metadata::MetadataScopeGuard;
+
+namespace {
+
+void bindValues(SQLite::Statement& statement, Store::Values values) {
+  int index = 0;
+  for (const std::string_view value : values) {
+    if (value.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+      throw storeFailure(SQLITE_TOOBIG);
+    }
+    // A null pointer would bind NULL in the place of an empty blob.
+    statement.bindNoCopy(++index, value.empty() ? "" : value.data(), static_cast<int>(value.size()));
+  }
+}
+
+Store::Row readRow(const SQLite::Statement& statement) {
+  Store::Row row;
+  row.reserve(static_cast<std::size_t>(statement.getColumnCount()));
+  for (int column = 0; column < statement.getColumnCount(); ++column) {
+    row.push_back(statement.getColumn(column).getString());
+  }
+  return row;
+}
+
+struct Release {
+  void operator()(unsigned char* bytes) const { sqlite3_free(bytes); }
+};
+
+// Leaves a cached statement without locks, whatever happens; its values are bound anew for each use.
+class Use {
+ public:
+  explicit Use(SQLite::Statement& statement) : statement_(statement) {}
+  ~Use() { statement_.tryReset(); }
+  Use(const Use&) = delete;
+  Use& operator=(const Use&) = delete;
+
+ private:
+  SQLite::Statement& statement_;
+};
+
+}  // namespace
+
+std::shared_ptr<Store> Store::open(const std::string& file, const std::function<void(const Descriptor&)>& check) {
+  return std::make_shared<Store>(openStoreFile(file, check));
+}
+
+std::shared_ptr<Store> Store::inMemory() {
+  try {
+    StoreDatabase memory = openInMemory();
+    createTables(memory.database);
+    return std::make_shared<Store>(std::move(memory));
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+}
+
+Store::Store(StoreDatabase store)
+    : vfs_(std::move(store.vfs)), database_(std::move(store.database)), scopes_(database_) {}
+
+Store::~Store() = default;
+
+std::shared_ptr<Store> Store::memoryCopy() {
+  const MetadataScopeGuard scope = beginRead();
+  try {
+    StoreDatabase memory = openInMemory();
+    const int result = SQLite::Backup(memory.database, database_).executeStep();
+    if (result != SQLITE_DONE) throw storeFailure(result);
+    return std::make_shared<Store>(std::move(memory));
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+}
+
+std::string Store::image() {
+  confirm();
+  try {
+    database_.exec("VACUUM");
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+  sqlite3_int64 size = 0;
+  const std::unique_ptr<unsigned char, Release> bytes(sqlite3_serialize(database_.getHandle(), "main", &size, 0));
+  if (!bytes) throw storeFailure(SQLITE_NOMEM);
+  return {reinterpret_cast<const char*>(bytes.get()), static_cast<std::size_t>(size)};
+}
+
+MetadataScopeGuard Store::beginRead() { return scopes_.begin(false, shared_from_this()); }
+
+MetadataScopeGuard Store::beginWrite() { return scopes_.begin(true, shared_from_this()); }
+
+void Store::confirm() { scopes_.confirm(); }
+
+std::optional<int> Store::version() const noexcept {
+  if (sqlite3_txn_state(database_.getHandle(), nullptr) == SQLITE_TXN_WRITE) return std::nullopt;
+  return sqlite3_total_changes(database_.getHandle());
+}
+
+SQLite::Statement& Store::prepared(const char* sql) {
+  const auto known = statements_.find(sql);
+  if (known != statements_.end()) return known->second;
+  return statements_.emplace(sql, SQLite::Statement(database_, sql)).first->second;
+}
+
+std::vector<Store::Row> Store::query(const char* sql, Values values) {
+  confirm();
+  try {
+    SQLite::Statement& statement = prepared(sql);
+    const Use use(statement);
+    bindValues(statement, values);
+    std::vector<Row> rows;
+    while (statement.executeStep()) rows.push_back(readRow(statement));
+    return rows;
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+}
+
+std::size_t Store::run(const char* sql, Values values) {
+  confirm();
+  scopes_.requireWritable();
+  try {
+    SQLite::Statement& statement = prepared(sql);
+    const Use use(statement);
+    bindValues(statement, values);
+    return static_cast<std::size_t>(statement.exec());
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+}
+
+}  // namespace folder_host

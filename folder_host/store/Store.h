@@ -1,0 +1,88 @@
+#pragma once
+
+#include <SQLiteCpp/Database.h>
+#include <SQLiteCpp/Statement.h>
+
+#include <cstddef>
+#include <functional>
+#include <initializer_list>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "folder_host/store/Scopes.h"
+#include "folder_host/store/StoreFile.h"
+#include "project/metadata/MetadataScopeGuard.h"
+
+namespace folder_host {
+
+// One connection to a project's store. Used by one thread at a time; several connections, in this or in other
+// processes, may have the same file open. Every call may throw STORE_FAILED (STORE_UNREADABLE where the file turns out
+// to be damaged).
+//
+// The outermost scope is a transaction, a write scope within a write scope a savepoint, a read scope within any other
+// nothing of its own. A write scope is rolled back when it ends while an exception passes. The scopes that began later
+// end earlier: a scope whose guard goes before theirs ends with the last of them. A transaction that could not be
+// committed when its guard went is rolled back and remembered: the next call throws STORE_FAILED for it, once.
+class Store : public std::enable_shared_from_this<Store> {
+ public:
+  using Row = std::vector<std::string>;
+  using Values = std::initializer_list<std::string_view>;
+
+  // Only to be read where the file or its medium allows no writing. Errors: STORE_UNREADABLE (no such file, none of
+  // ours, damaged), STORE_TOO_NEW; the file is then as it was.
+  // `check` as in openStoreFile.
+  static std::shared_ptr<Store> open(const std::string& file,
+                                     const std::function<void(const Descriptor&)>& check = nullptr);
+  // An empty one that has no file.
+  static std::shared_ptr<Store> inMemory();
+
+  explicit Store(StoreDatabase store);
+  ~Store();
+  Store(const Store&) = delete;
+  Store& operator=(const Store&) = delete;
+
+  // The same content in a store that has no file.
+  std::shared_ptr<Store> memoryCopy();
+  // The bytes of a store file with the content of this one, which has no file: no byte of what was removed is in them.
+  // No scope is open.
+  std::string image();
+
+  project::metadata::MetadataScopeGuard beginRead();
+  // Errors: WRITE_IN_READ_SCOPE when the outermost scope is a read scope: it could not wait for other writers.
+  project::metadata::MetadataScopeGuard beginWrite();
+
+  // Throws the failure of a commit that nobody has been told of yet.
+  void confirm();
+
+  // Makes the changes of `edit` in a write scope of their own: all of them or, where it throws, none.
+  template <class Edit>
+  void atomically(const Edit& edit) {
+    {
+      const auto scope = beginWrite();
+      edit();
+    }
+    confirm();
+  }
+
+  // The rows of a query, each column as bytes (numbers as their digits). The values are bound as blobs, in order.
+  std::vector<Row> query(const char* sql, Values values = {});
+  // The number of rows changed. Errors: WRITE_IN_READ_SCOPE, as beginWrite.
+  std::size_t run(const char* sql, Values values = {});
+  // Of a store that only this object writes to: as long as this is the same number, so is the content. None while there
+  // are changes that may still be rolled back.
+  std::optional<int> version() const noexcept;
+
+ private:
+  SQLite::Statement& prepared(const char* sql);
+
+  std::unique_ptr<StoreVfs> vfs_;  // null in memory
+  SQLite::Database database_;
+  std::map<std::string, SQLite::Statement, std::less<>> statements_;
+  Scopes scopes_;
+};
+
+}  // namespace folder_host

@@ -1,0 +1,68 @@
+#include "folder_host/text/Printable.h"
+
+#include <utf8proc.h>
+
+#include <algorithm>
+
+#include "folder_host/text/Utf.h"
+
+namespace folder_host {
+
+namespace {
+
+constexpr char32_t EMPTY_BRAILLE = 0x2800;
+constexpr char32_t EMPTY_NOTE = 0x1D159;
+
+const utf8proc_property_t& propertyOf(char32_t point) {
+  return *utf8proc_get_property(static_cast<utf8proc_int32_t>(point));
+}
+
+bool isEmojiStyle(char32_t point, char32_t before) {
+  return (point == 0xFE0E || point == 0xFE0F) &&
+         propertyOf(before).boundclass == UTF8PROC_BOUNDCLASS_EXTENDED_PICTOGRAPHIC;
+}
+
+std::string numbered(const char* begin, char32_t value, unsigned digits) {
+  std::string text = begin;
+  while (digits-- > 0) text += "0123456789abcdef"[(value >> (4 * digits)) & 0xFU];
+  return text;
+}
+
+std::string escaped(char32_t point) {
+  if (point == '\n') return "\\n";
+  if (point == '\t') return "\\t";
+  if (point == '\\') return "\\\\";
+  if (point < 0x80) return numbered("\\x", point, 2);
+  return point < 0x10000 ? numbered("\\u", point, 4) : numbered("\\U", point, 8);
+}
+
+}  // namespace
+
+bool isUnseen(char32_t point) {
+  if (point < 0x7F) return point < 0x20;
+  const utf8proc_property_t& property = propertyOf(point);
+  return property.ignorable || point == EMPTY_BRAILLE || point == EMPTY_NOTE ||
+         property.category == UTF8PROC_CATEGORY_CC || property.category == UTF8PROC_CATEGORY_CF ||
+         property.category == UTF8PROC_CATEGORY_ZL || property.category == UTF8PROC_CATEGORY_ZP;
+}
+
+std::string shown(std::string_view bytes) {
+  std::string result;
+  result.reserve(bytes.size());
+  char32_t before = 0;
+  while (!bytes.empty()) {
+    const Character first = firstCharacter(bytes);
+    if (!first.isValid) {
+      result += numbered("\\x", first.point, 2);
+    } else if (first.point == '\\' || (isUnseen(first.point) && !isEmojiStyle(first.point, before))) {
+      result += escaped(first.point);
+    } else {
+      result += bytes.substr(0, first.length);
+    }
+    before = first.point;
+    bytes.remove_prefix(first.length);
+  }
+  return result;
+}
+
+}  // namespace folder_host

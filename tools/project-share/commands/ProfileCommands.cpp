@@ -1,0 +1,214 @@
+#include <fmt/format.h>
+
+#include "Refusal.h"
+#include "commands/Commands.h"
+#include "commands/Edit.h"
+#include "folder_host/text/Utf.h"
+#include "output/Output.h"
+#include "settings/OpenProject.h"
+#include "words/Looks.h"
+#include "words/Lookup.h"
+
+namespace project_share {
+
+using folder_host::FolderProject;
+using profiles::ExportFilter;
+using profiles::ExportProfile;
+using profiles::ExportProfileManager;
+using profiles::ExportStrategyItem;
+
+namespace {
+
+// A name that is free for the profile of this UUID (empty: for a new one).
+std::u16string freeName(ExportProfileManager& manager, const std::string& word, const std::u16string& uuid = {}) {
+  std::u16string name = folder_host::fromBytes(word);
+  if (name.empty()) throw Refusal(folder_host::errors::NAME_EMPTY, "a profile needs a name");
+  Looks looks;
+  for (const auto& profile : manager.getProfiles()) {
+    if (profile->getUUID() != uuid) looks.add(nameOf(*profile));
+  }
+  if (const auto other = looks.add(name)) {
+    throw Refusal(refusals::PROFILE_NAME_TAKEN,
+                  fmt::format("there is already a profile {}{}; choose another name", inQuotes(*other),
+                              *other == word ? "" : ", which looks the same"));
+  }
+  return name;
+}
+
+// Empty where there is none.
+std::shared_ptr<ExportFilter> filterOf(const ExportProfile& profile, const std::u16string& kind) {
+  for (const auto& filter : profile.getFilters()) {
+    if (filter->getType() == kind) return filter;
+  }
+  return nullptr;
+}
+
+// Whether the profile had a filter of this kind before.
+bool addItems(ExportProfile& profile, const std::u16string& kind, const std::vector<ExportStrategyItem>& items) {
+  const auto filter = filterOf(profile, kind);
+  if (!filter) {
+    profile.addFilter(kind, items);
+    return false;
+  }
+  filter->addItems(items);
+  return true;
+}
+
+std::vector<ExportStrategyItem> itemsOf(const folder_host::LabelStore& store, const std::vector<std::string>& words) {
+  const std::vector<folder_host::LabelRecord> labels = store.list();
+  std::vector<ExportStrategyItem> items;
+  for (const std::string& word : words) {
+    const folder_host::LabelRecord label = findLabel(labels, word);
+    items.emplace_back(label.categoryUUID, label.uuid);
+  }
+  return items;
+}
+
+// A label that is gone is named by its UUID, as `profile show` gives it.
+ExportStrategyItem itemIn(const ExportFilter& filter, const std::vector<folder_host::LabelRecord>& labels,
+                          const std::string& word) {
+  const std::u16string text = folder_host::fromBytes(word);
+  for (const ExportStrategyItem& item : filter.getItems()) {
+    if (item.labelUUID == text || nameOf(item, labels) == word) return item;
+  }
+  throw Refusal(refusals::LABEL_NOT_IN_FILTER, fmt::format("the filter does not name {}", inQuotes(word)));
+}
+
+void removeItems(ExportFilter& filter, const std::vector<folder_host::LabelRecord>& labels,
+                 const std::vector<std::string>& words) {
+  for (const std::string& word : words) filter.removeItems({itemIn(filter, labels, word)});
+}
+
+// Of a label that is gone, what is known.
+Json itemJson(const ExportStrategyItem& item, const std::vector<folder_host::LabelRecord>& labels) {
+  for (const auto& label : labels) {
+    if (label.uuid == item.labelUUID && label.categoryUUID == item.category) return jsonOf(label);
+  }
+  return {{"uuid", utf8(item.labelUUID)}, {"gone", true}};
+}
+
+Json shownAsJson(const ExportProfile& profile, const std::vector<folder_host::LabelRecord>& labels) {
+  Json object = jsonOf(profile);
+  object["filters"] = Json::array();
+  for (const auto& filter : profile.getFilters()) {
+    Json items = Json::array();
+    for (const ExportStrategyItem& item : filter->getItems()) items.push_back(itemJson(item, labels));
+    object["filters"].push_back({{"kind", wordOf(filter->getType())}, {"labels", items}});
+  }
+  return object;
+}
+
+}  // namespace
+
+void createProfile(const std::string& word) {
+  const FolderProject project = openProject();
+  const auto manager = profiles::createManager(project.metadata());
+  const auto uuid = edit(project, [&] { return manager->createProfile(freeName(*manager, word))->getUUID(); });
+  done(fmt::format("Created profile {} ({}).", inQuotes(word), freeName(uuid)),
+       {{"uuid", utf8(uuid)}, {"name", utf8(word)}});
+}
+
+void listProfiles() {
+  const FolderProject project = openProject();
+  const auto scope = project.metadata()->beginReadScope();
+  for (const auto& profile : profilesByName(*profiles::createManager(project.metadata()))) {
+    const std::size_t filters = profile->getFilters().size();
+    Json object{{"type", "profile"}};
+    object.update(jsonOf(*profile));
+    object["filters"] = filters;
+    item(fmt::format("{}  {}  {}", freeName(profile->getUUID()), freeName(nameOf(*profile)),
+                     counted(filters, "filter", "filters")),
+         object);
+  }
+}
+
+void showProfile(const std::string& word) {
+  const FolderProject project = openProject();
+  const auto scope = project.metadata()->beginReadScope();
+  const auto profile = findProfile(*profiles::createManager(project.metadata()), word);
+  const auto labels = project.labels().list();
+  if (manner().json) return item({}, shownAsJson(*profile, labels));
+  line(fmt::format("{} ({})", freeName(nameOf(*profile)), freeName(profile->getUUID())));
+  std::size_t position = 0;
+  for (const auto& filter : profile->getFilters()) {
+    line(fmt::format("  {}. {}", ++position, wordOf(filter->getType())));
+    for (const NamedLabel& label : namedBy(*filter, labels)) line("     " + textOf(label));
+  }
+}
+
+void renameProfile(const std::string& word, const std::string& name) {
+  const FolderProject project = openProject();
+  const auto manager = profiles::createManager(project.metadata());
+  const auto uuid = edit(project, [&] {
+    const auto profile = findProfile(*manager, word);
+    profile->setName(freeName(*manager, name, profile->getUUID()));
+    return profile->getUUID();
+  });
+  done(fmt::format("Renamed profile {} to {} ({}).", inQuotes(word), inQuotes(name), freeName(uuid)),
+       {{"uuid", utf8(uuid)}, {"name", utf8(name)}});
+}
+
+void duplicateProfile(const std::string& word, const std::string& name) {
+  const FolderProject project = openProject();
+  const auto manager = profiles::createManager(project.metadata());
+  const auto uuid = edit(project, [&] {
+    const auto original = findProfile(*manager, word);
+    const auto copy = manager->createProfile(freeName(*manager, name));
+    for (const auto& filter : original->getFilters()) copy->addFilter(filter->getType(), filter->getItems());
+    copy->save();
+    return copy->getUUID();
+  });
+  done(fmt::format("Duplicated profile {} as {} ({}).", inQuotes(word), inQuotes(name), freeName(uuid)),
+       {{"uuid", utf8(uuid)}, {"name", utf8(name)}});
+}
+
+void deleteProfile(const std::string& word) {
+  const FolderProject project = openProject();
+  const auto manager = profiles::createManager(project.metadata());
+  const auto uuid = edit(project, [&] {
+    const auto profile = findProfile(*manager, word);
+    manager->deleteProfile(profile);
+    return profile->getUUID();
+  });
+  done(fmt::format("Deleted profile {} ({}).", inQuotes(word), freeName(uuid)), {{"uuid", utf8(uuid)}});
+}
+
+void addFilter(const std::string& word, const std::string& kindWord, const std::vector<std::string>& labels) {
+  const FolderProject project = openProject();
+  const auto manager = profiles::createManager(project.metadata());
+  const bool wasThere = edit(project, [&] {
+    const auto profile = findProfile(*manager, word);
+    const bool there = addItems(*profile, kindOf(kindWord), itemsOf(project.labels(), labels));
+    profile->save();
+    return there;
+  });
+  const std::string what = counted(labels.size(), "label", "labels");
+  done(wasThere ? fmt::format("Added {} to the {} filter that profile {} has already.", what, kindWord, inQuotes(word))
+                : fmt::format("Added a {} filter with {} to profile {}.", kindWord, what, inQuotes(word)),
+       {{"kind", kindWord}, {"labels", labels.size()}, {"wasThere", wasThere}});
+}
+
+void removeFilter(const std::string& word, const std::string& kindWord, const std::vector<std::string>& labels) {
+  const FolderProject project = openProject();
+  const auto manager = profiles::createManager(project.metadata());
+  const bool isGone = edit(project, [&] {
+    const auto profile = findProfile(*manager, word);
+    const auto filter = filterOf(*profile, kindOf(kindWord));
+    if (!filter) {
+      throw Refusal(refusals::FILTER_NOT_FOUND,
+                    fmt::format("profile {} has no {} filter; 'project-share profile show' shows what it has",
+                                inQuotes(word), kindWord));
+    }
+    removeItems(*filter, project.labels().list(), labels);
+    const bool whole = labels.empty();
+    if (whole) profile->removeFilter(filter);
+    profile->save();
+    return whole;
+  });
+  done(isGone ? fmt::format("Removed the {} filter from profile {}.", kindWord, inQuotes(word))
+              : fmt::format("Removed {} from the {} filter of profile {}.", counted(labels.size(), "label", "labels"),
+                            kindWord, inQuotes(word)),
+       {{"kind", kindWord}, {"labels", labels.size()}, {"wholeFilter", isGone}});
+}
+
+}  // namespace project_share

@@ -1,0 +1,82 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "Refusal.h"
+#include "commands/Commands.h"
+#include "folder_host/FolderProject.h"
+#include "folder_host/files/Ownership.h"
+#include "output/Output.h"
+#include "settings/TrustedProjects.h"
+#include "words/Lookup.h"
+
+namespace project_share {
+
+using folder_host::FolderProject;
+
+namespace {
+
+void remember(const std::string& root, const std::vector<uid_t>& owners) {
+  changeTrustedProjects([&](TrustedProjects& projects) {
+    for (const uid_t owner : owners) {
+      const TrustedProject project{root, owner};
+      if (std::find(projects.begin(), projects.end(), project) == projects.end()) projects.push_back(project);
+    }
+  });
+}
+
+Json jsonOf(const std::string& root, const std::vector<uid_t>& owners) {
+  Json object;
+  putPath(object, "project", root);
+  object["owners"] = owners;
+  return object;
+}
+
+// The project that the folder belongs to or, where it is one no more, the folder.
+std::string rootOrFolder(const std::string& folder) {
+  try {
+    return FolderProject::rootOf(folder);
+  } catch (const Refusal&) {
+    std::error_code error;
+    const auto known = std::filesystem::weakly_canonical(std::filesystem::absolute(folder), error);
+    return error ? folder : known.string();
+  }
+}
+
+}  // namespace
+
+void trustProject(const std::string& folder) {
+  const std::string root = FolderProject::rootOf(folder);
+  const std::vector<uid_t> owners = folder_host::strangersOwning(root);
+  std::string names;
+  for (const uid_t owner : owners) {
+    // What nobody can look at is not trusted for good.
+    if (owner == folder_host::UNKNOWN_OWNER) folder_host::requireTrusted(root, nullptr);
+    names += (names.empty() ? "" : " and ") + inQuotes(folder_host::userName(owner));
+  }
+  if (owners.empty()) {
+    return done(fmt::format("The project {} belongs to you or to root: it is opened anyway.", inQuotes(root)),
+                jsonOf(root, owners));
+  }
+  remember(root, owners);
+  done(fmt::format("The project {} is opened from now on, though it belongs to {}.", inQuotes(root), names),
+       jsonOf(root, owners));
+}
+
+void forgetProject(const std::string& folder) {
+  const std::string root = rootOrFolder(folder);
+  std::vector<uid_t> owners;
+  changeTrustedProjects([&](TrustedProjects& projects) {
+    const auto others =
+        std::stable_partition(projects.begin(), projects.end(), [&](const auto& one) { return one.root != root; });
+    for (auto one = others; one != projects.end(); ++one) owners.push_back(one->owner);
+    projects.erase(others, projects.end());
+    if (owners.empty()) {
+      throw Refusal(refusals::NOT_TRUSTED, fmt::format("{} is not trusted: nothing to forget", inQuotes(root)));
+    }
+  });
+  done(fmt::format("The project {} is trusted no more.", inQuotes(root)), jsonOf(root, owners));
+}
+
+}  // namespace project_share

@@ -1,0 +1,132 @@
+#include <fcntl.h>
+#include <fmt/format.h>
+
+#include <map>
+#include <system_error>
+
+#include "Refusal.h"
+#include "commands/Commands.h"
+#include "folder_host/files/Digest.h"
+#include "folder_host/files/Listing.h"
+#include "folder_host/text/Quoted.h"
+#include "output/Json.h"
+#include "output/Output.h"
+#include "output/ProgressLine.h"
+#include "receipt/ReceiptReader.h"
+
+namespace project_share {
+
+using folder_host::Descriptor;
+using folder_host::Entry;
+using folder_host::EntryKind;
+
+namespace {
+
+// What stands at the copy's paths, the store's folder included, less what was found to be as it left.
+class Copy {
+ public:
+  explicit Copy(const std::string& folder) {
+    add(folder_host::listFolder(folder), "");
+    folder_ = folder_host::openFolder(folder);
+    struct stat status {};
+    if (::fstatat(folder_.get(), folder_host::STORE_FOLDER, &status, AT_SYMLINK_NOFOLLOW) != 0) return;
+    const EntryKind kind = S_ISDIR(status.st_mode) ? EntryKind::folder : EntryKind::file;
+    const bool isEntry = S_ISDIR(status.st_mode) || S_ISREG(status.st_mode);
+    add(isEntry ? folder_host::Listing{{{folder_host::STORE_FOLDER, kind, {}}}, {}}
+                : folder_host::Listing{{}, {folder_host::STORE_FOLDER}},
+        "");
+    if (kind == EntryKind::folder) {
+      add(folder_host::listFolder(folder + "/" + folder_host::STORE_FOLDER), folder_host::STORE_FOLDER);
+    }
+    for (const auto& [path, entry] : entries_) progress_.allBytes += entry.size;
+    progress_.allEntries = entries_.size();
+  }
+
+  void check(const HandedOut& noted) {
+    const auto found = entries_.find(noted.path);
+    if (found == entries_.end()) return differ("missing", noted.path);
+    ++progress_.entries;
+    if (!isAsNoted(found->second, noted)) differ("changed", noted.path);
+    entries_.erase(found);
+  }
+
+  // Gives how much differs in all.
+  std::size_t finish() {
+    for (const auto& [path, entry] : entries_) differ("added", path);
+    return differences_;
+  }
+
+ private:
+  // A pipe, a socket or a device never went out.
+  void add(const folder_host::Listing& listing, const std::string& prefix) {
+    for (const std::string& path : listing.skipped) differ("added", folder_host::joined(prefix, path));
+    for (const Entry& entry : listing.entries) {
+      Entry whole = entry;
+      whole.path = folder_host::joined(prefix, entry.path);
+      entries_.emplace(whole.path, std::move(whole));
+    }
+  }
+
+  bool isAsNoted(const Entry& entry, const HandedOut& noted) {
+    if (entry.kind != noted.kind || entry.target != noted.target) return false;
+    if (entry.kind != EntryKind::file) return true;
+    const Descriptor file = openFile(entry.path);
+    return noted.size == static_cast<std::uint64_t>(statusOf(file).st_size) &&
+           noted.sha256 == digestOf(file, entry.path);
+  }
+
+  Descriptor openFile(const std::string& path) const {
+    try {
+      return openBeneath(folder_, path, O_RDONLY | O_NONBLOCK);
+    } catch (const std::system_error& error) {
+      throw unreadable(path, error);
+    }
+  }
+
+  std::string digestOf(const Descriptor& file, const std::string& path) {
+    try {
+      return folder_host::sha256Of(file, [&](std::uint64_t bytes) {
+        progress_.bytes += bytes;
+        line_.show(progress_);
+      });
+    } catch (const std::system_error& error) {
+      throw unreadable(path, error);
+    }
+  }
+
+  static Refusal unreadable(const std::string& path, const std::system_error& error) {
+    return {folder_host::errors::ENTRY_UNREADABLE,
+            fmt::format("cannot read {}: {}", folder_host::inQuotes(path), error.code().message())};
+  }
+
+  void differ(const char* how, const std::string& path) {
+    ++differences_;
+    Json object{{"type", how}};
+    putPath(object, "path", path);
+    item(fmt::format("{:7}  {}", how, folder_host::freeName(path)), object);
+  }
+
+  Descriptor folder_;
+  std::map<std::string, Entry> entries_;
+  folder_host::Progress progress_;
+  ProgressLine line_{"checked"};
+  std::size_t differences_ = 0;
+};
+
+}  // namespace
+
+void verifyCopy(const std::string& folder, const std::string& file) {
+  ReceiptReader receipt(file);
+  const std::string time = receipt.judge();
+  Copy copy(folder);
+  receipt.forEach([&](const HandedOut& noted) { copy.check(noted); });
+  const std::size_t differences = copy.finish();
+  if (differences > 0) {
+    throw Refusal(refusals::COPY_DIFFERS, fmt::format("{} from what was handed out, listed on standard output",
+                                                      counted(differences, "difference", "differences")));
+  }
+  done(fmt::format("{} is what was handed out at {}.", folder_host::inQuotes(folder), folder_host::freeName(time)),
+       {{"type", "verified"}, {"time", time}});
+}
+
+}  // namespace project_share

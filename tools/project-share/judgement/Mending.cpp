@@ -1,0 +1,69 @@
+#include "judgement/Mending.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+
+#include "words/Lookup.h"
+
+namespace project_share {
+
+using folder_host::LabelRecord;
+
+Mending::Mending(const Filters& filters, const folder_host::WorkingCopy& copy) : copy_(copy) {
+  std::set<std::pair<std::u16string, std::u16string>> dropped;
+  for (const auto& filter : filters) {
+    keeps_ = keeps_ || filter->getType() == profiles::INCLUDE_FILES_WITH_LABEL;
+    if (filter->getType() != profiles::EXCLUDE_FILES_WITH_LABEL) continue;
+    for (const auto& item : filter->getItems()) dropped.emplace(item.category, item.labelUUID);
+  }
+  for (LabelRecord& label : copy.labels().list()) {
+    if (dropped.count({label.categoryUUID, label.uuid}) != 0) dropped_.push_back(label);
+    if (keeps_) labels_.emplace(label.uuid, std::move(label));
+  }
+}
+
+std::string Mending::commandFor(const char* action, const LabelRecord& label, const Paths& paths) const {
+  std::vector<std::string> words{"label", action, nameOf(label)};
+  for (const std::string& path : paths) {
+    words.push_back(fromHere(copy_.root(), path));
+  }
+  if (std::all_of(words.begin(), words.end(), isTyped)) return commandOf(words);
+  return std::string(action) +
+         " the label by its UUID and the path by --stdin -0, as they cannot be typed as they look";
+}
+
+std::string Mending::attach(const LabelRecord& label, const Paths& paths) const {
+  return commandFor("attach", label, paths);
+}
+
+std::string Mending::detach(const LabelRecord& label, const Paths& paths) const {
+  return commandFor("detach", label, paths);
+}
+
+std::string Mending::detachFolderOnly(const LabelRecord& label, const std::string& path) const {
+  return commandOf({"label", "detach", nameOf(label), fromHere(copy_.root(), path)}, "--folder-only");
+}
+
+std::vector<std::u16string> Mending::droppingLabelsOf(const std::string& path) const {
+  std::vector<std::u16string> uuids;
+  for (const auto& label : copy_.labels().labelsOf(path)) {
+    const std::u16string uuid = label.getUUID();
+    const auto is = [&](const LabelRecord& record) { return record.uuid == uuid; };
+    if (std::any_of(dropped_.begin(), dropped_.end(), is)) uuids.push_back(uuid);
+  }
+  return uuids;
+}
+
+std::string Mending::holdBack(const Paths& paths) const {
+  if (!dropped_.empty()) return "hold it back: " + attach(dropped_.front(), paths);
+  std::string commands;
+  for (const auto& carried : copy_.labels().labelsOf(paths.front())) {
+    const auto label = labels_.find(carried.getUUID());
+    if (label != labels_.end()) commands += (commands.empty() ? "" : " && ") + detach(label->second, paths);
+  }
+  return commands.empty() ? "move it out of the project" : "hold it back: " + commands;
+}
+
+}  // namespace project_share

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "folder_host/share/WorkingCopy.h"
+#include "project/sharing/profiles/ExportFilter.h"
+#include "words/TypedCommand.h"
+
+namespace project_share {
+
+using Paths = std::vector<std::string>;
+using Filters = std::vector<std::shared_ptr<project::sharing::profiles::ExportFilter>>;
+
+// How to hold back, or let go, what filters judge.
+class Mending {
+ public:
+  // The copy, as it is before any filter, outlives this object.
+  Mending(const Filters& filters, const folder_host::WorkingCopy& copy);
+
+  std::string attach(const folder_host::LabelRecord& label, const Paths& paths) const;
+  std::string detach(const folder_host::LabelRecord& label, const Paths& paths) const;
+  std::string detachFolderOnly(const folder_host::LabelRecord& label, const std::string& path) const;
+
+  // The labels of the path by which drop-files filters hold it back: UUIDs, sorted.
+  std::vector<std::u16string> droppingLabelsOf(const std::string& path) const;
+
+  // Attaches a label of a drop-files filter or, where there is none, takes off those by which a keep-files filter
+  // shares the entries. Without either, what else can be done. There is a path at least.
+  std::string holdBack(const Paths& paths) const;
+
+ private:
+  std::string commandFor(const char* action, const folder_host::LabelRecord& label, const Paths& paths) const;
+
+  const folder_host::WorkingCopy& copy_;
+  std::vector<folder_host::LabelRecord> dropped_;              // named by drop-files filters; by name
+  std::map<std::u16string, folder_host::LabelRecord> labels_;  // by UUID; empty without a keep-files filter
+  bool keeps_ = false;
+};
+
+}  // namespace project_share

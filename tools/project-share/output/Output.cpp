@@ -1,0 +1,78 @@
+#include "output/Output.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+#include "Refusal.h"
+#include "folder_host/text/Printable.h"
+
+namespace project_share {
+
+namespace {
+
+bool isSet(const char* variable) {
+  const char* value = std::getenv(variable);  // NOLINT(concurrency-mt-unsafe): the tool has one thread
+  return value != nullptr && *value != '\0';
+}
+
+bool isDumb() {
+  const char* terminal = std::getenv("TERM");  // NOLINT(concurrency-mt-unsafe): the tool has one thread
+  return terminal == nullptr || std::string_view(terminal) == "dumb";
+}
+
+std::string coloured(const std::string& text, Tone tone) {
+  if (!manner().colour || tone == Tone::plain) return text;
+  return fmt::format("\x1b[{}m{}\x1b[0m", tone == Tone::going ? 31 : 33, text);
+}
+
+void put(const std::string& text) {
+  std::fwrite(text.data(), 1, text.size(), stdout);
+  std::fputc('\n', stdout);
+}
+
+}  // namespace
+
+Manner& manner() {
+  static Manner current;
+  return current;
+}
+
+Manner usualManner() {
+  Manner usual;
+  usual.colour = ::isatty(STDOUT_FILENO) == 1 && !isDumb() && !isSet("NO_COLOR");
+  usual.progress = ::isatty(STDERR_FILENO) == 1 && !isDumb();
+  return usual;
+}
+
+std::string counted(std::size_t count, const char* one, const char* many) {
+  return fmt::format("{} {}", count, count == 1 ? one : many);
+}
+
+void line(const std::string& text, Tone tone) { put(coloured(folder_host::shown(text), tone)); }
+
+void item(const std::string& text, const Json& object, Tone tone) {
+  if (manner().json) return put(written(object));
+  line(text, tone);
+}
+
+void done(const std::string& text, const Json& object) {
+  if (!manner().quiet) item(text, object);
+}
+
+int complain(int code, const std::string& identifier, const std::string& message) {
+  std::fflush(stdout);  // what was found comes before what is made of it
+  std::fprintf(stderr, "%s\n", folder_host::shown("project-share: " + identifier + ": " + message).c_str());
+  return code;
+}
+
+void finishOutput() {
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    throw Refusal(refusals::OUTPUT_FAILED, "the command is done, but standard output did not take its whole report");
+  }
+}
+
+}  // namespace project_share

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+
+#include "output/Json.h"
+
+// What the tool writes, for people or, one JSON object a line, for programs. Texts come here as they are, with whatever
+// names they hold; here, and nowhere else, they are escaped (folder_host/text/Printable.h), so that each is one line
+// and steers no terminal.
+namespace project_share {
+
+struct Manner {
+  bool json = false;
+  bool quiet = false;     // nothing but what was asked for
+  bool colour = false;    // on standard output
+  bool progress = false;  // on standard error
+};
+
+// How this run writes; set before the first line.
+Manner& manner();
+
+// What suits the terminals and the environment: NO_COLOR, TERM=dumb.
+Manner usualManner();
+
+// "1 file", "2 files".
+std::string counted(std::size_t count, const char* one, const char* many);
+
+// What a line for people is about, shown by its colour.
+enum class Tone { plain, going, warning };
+
+// Write to standard output: a line for people, or the object in the place of it.
+void line(const std::string& text, Tone tone = Tone::plain);
+void item(const std::string& text, const Json& object, Tone tone = Tone::plain);
+
+// What a command did, where nobody asked for quiet.
+void done(const std::string& text, const Json& object);
+
+// Writes the one line for a failure to standard error, and gives the code back.
+int complain(int code, const std::string& identifier, const std::string& message);
+
+// Throws OUTPUT_FAILED when something did not reach standard output; what the command did is done then.
+void finishOutput();
+
+}  // namespace project_share

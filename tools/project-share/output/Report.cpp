@@ -1,0 +1,126 @@
+#include "output/Report.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "output/Output.h"
+#include "words/Lookup.h"
+
+namespace project_share {
+
+std::string namesOf(const Preview& preview, std::vector<std::size_t> labels) {
+  std::sort(labels.begin(), labels.end());  // as they are listed, by name
+  std::string names;
+  for (const std::size_t label : labels) names += (names.empty() ? "" : ", ") + freeName(nameOf(preview.labels[label]));
+  return names;
+}
+
+namespace {
+
+// Why the filter selects what carries these labels.
+std::string selection(const Preview& preview, std::size_t filter, const std::vector<std::size_t>& labels) {
+  const std::string begin = nameOfFilter(preview, filter) + ": ";
+  if (labels.empty()) return begin + "without a label";
+  const bool keeps = preview.filters[filter - 1].kind == profiles::INCLUDE_FILES_WITH_LABEL;
+  return begin + (keeps ? "not listed: " : "") + namesOf(preview, labels);
+}
+
+}  // namespace
+
+std::string textOf(const Preview& preview, const Reason& reason) {
+  switch (reason.rule) {
+    case Reason::Rule::none:
+      return {};
+    case Reason::Rule::filter:
+      return selection(preview, reason.filter, reason.labels);
+    case Reason::Rule::folder:
+      return nameOfFilter(preview, reason.filter) + ": lies in a folder that goes";
+    case Reason::Rule::link:
+      return "a link to what is not handed out";
+    case Reason::Rule::emptied:
+      return "nothing left in it";
+  }
+  return {};
+}
+
+std::string textOf(const Preview& preview, const Spared& spared) {
+  return fmt::format("{}, but {} below it stays", selection(preview, spared.filter, spared.labels),
+                     inQuotes(spared.because->path));
+}
+
+Json jsonOf(const Preview& preview, const Reason& reason) {
+  if (reason.rule == Reason::Rule::link) return {{"rule", "link"}};
+  if (reason.rule == Reason::Rule::emptied) return {{"rule", "emptied"}};
+  const bool byFolder = reason.rule == Reason::Rule::folder;
+  Json object{{"rule", byFolder ? "folder" : "filter"},
+              {"filter", reason.filter},
+              {"kind", wordOf(preview.filters[reason.filter - 1].kind)}};
+  object["labels"] = Json::array();
+  for (const std::size_t label : reason.labels) object["labels"].push_back(jsonOf(preview.labels[label]));
+  return object;
+}
+
+Json jsonOf(const Preview& preview, const Spared& spared) {
+  Json object = jsonOf(preview, Reason{Reason::Rule::filter, spared.filter, spared.labels});
+  putPath(object, "because", spared.because->path);
+  return object;
+}
+
+const Spared* sparedOf(const Preview& preview, const folder_host::Entry& entry) {
+  const auto spared = std::lower_bound(preview.spared.begin(), preview.spared.end(), &entry,
+                                       [](const Spared& one, const folder_host::Entry* e) { return one.folder < e; });
+  return spared != preview.spared.end() && spared->folder == &entry ? &*spared : nullptr;
+}
+
+void printHazards(const std::vector<folder_host::Hazard>& hazards, const std::string& prefix, const Json& more) {
+  for (const auto& hazard : hazards) {
+    Json object = jsonOf(hazard);
+    object.update(more);
+    item(fmt::format("{}{}: {}", prefix, hazard.identifier, hazard.message), object, Tone::warning);
+  }
+}
+
+void printNotes(const std::vector<folder_host::Hazard>& notes, const std::string& prefix, const Json& more) {
+  Json note{{"type", "note"}};
+  note.update(more);
+  printHazards(notes, prefix, note);
+}
+
+std::string textOf(const std::vector<LeavingLabel>& leaving) {
+  if (leaving.empty()) return "No label leaves with the copy.";
+  std::string names;
+  for (const auto& [label, entries] : leaving) {
+    names += fmt::format("{} {} on {}", names.empty() ? "" : ",", inQuotes(nameOf(label)),
+                         counted(entries, "entry", "entries"));
+  }
+  return fmt::format("Labels that leave with the copy:{}.", names);
+}
+
+Json jsonOf(const std::vector<LeavingLabel>& leaving) {
+  Json labels = Json::array();
+  for (const auto& [label, entries] : leaving) {
+    labels.push_back(jsonOf(label));
+    labels.back()["entries"] = entries;
+  }
+  return labels;
+}
+
+void printLabel(const folder_host::LabelRecord& label, std::size_t paths) {
+  Json object{{"type", "label"}};
+  object.update(jsonOf(label));
+  object["paths"] = paths;
+  item(fmt::format("{}  {}  {}{}", freeName(label.uuid), freeName(nameOf(label)), counted(paths, "path", "paths"),
+                   label.kept ? ", kept" : ""),
+       object);
+}
+
+void printSkipped(const folder_host::Listing& listing) {
+  for (const std::string& path : listing.skipped) {
+    Json object{{"type", "skipped"}};
+    putPath(object, "path", path);
+    item(fmt::format("skipped {}: no file, folder or link", inQuotes(path)), object);
+  }
+}
+
+}  // namespace project_share

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <functional>
+#include <set>
+#include <string>
+
+#include "folder_host/files/Descriptor.h"
+#include "folder_host/files/Place.h"
+#include "folder_host/files/Publication.h"
+#include "folder_host/share/HandOut.h"
+#include "folder_host/share/WorkingCopy.h"
+#include "judgement/Judgement.h"
+
+namespace project_share {
+
+// What went out, what did not, and why: a JSON file for the sender, for nobody else's eyes. It is put together beside
+// its place and gets its name when the copy is there; until then it goes when this object goes.
+class Receipt {
+ public:
+  // Of a share of the project to the place `copy`. Errors: RECEIPT_EXISTS; RECEIPT_MISPLACED (in the project, where the
+  // next share would hand it out, or in the place of the copy or below it); RECEIPT_FAILED.
+  Receipt(const folder_host::WorkingCopy& project, const folder_host::Place& copy, std::string file);
+  Receipt(const Receipt&) = delete;
+  Receipt& operator=(const Receipt&) = delete;
+
+  // Writes all of it, from the folder that holds the copy. Errors: RECEIPT_FAILED.
+  void write(const Assessment& assessment, const std::set<std::string>& allowed, const folder_host::WorkingCopy& left,
+             const folder_host::Descriptor& copy, const std::function<void(const folder_host::Progress&)>& onProgress);
+
+  // To be called when the copy is there. Error: RECEIPT_FAILED, also where the name was taken meanwhile.
+  void publish();
+
+ private:
+  void put(const std::string& text);
+  void flush();
+
+  std::string file_;
+  std::string destination_;
+  folder_host::Place place_;
+  folder_host::StagingFolder staging_;
+  folder_host::Descriptor descriptor_;
+  std::string buffer_;
+};
+
+}  // namespace project_share

@@ -1,0 +1,44 @@
+#include "settings/OpenProject.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Refusal.h"
+#include "output/Output.h"
+#include "settings/TrustedProjects.h"
+#include "words/TypedCommand.h"
+
+namespace project_share {
+
+using folder_host::FolderProject;
+
+namespace {
+
+bool isTrusted(const std::string& root, uid_t owner) {
+  if (invocation().trusting) return true;
+  const TrustedProjects trusted = trustedProjects();
+  return std::find(trusted.begin(), trusted.end(), TrustedProject{root, owner}) != trusted.end();
+}
+
+template <class Open>
+FolderProject orHowTo(const std::string& folder, const Open& open) {
+  try {
+    return open();
+  } catch (const Refusal& error) {
+    if (std::strcmp(error.identifier(), folder_host::errors::STORE_UNTRUSTED) != 0) throw;
+    throw Refusal(error.identifier(), std::string(error.what()) +
+                                          ", by --trust this once, from now on by: " + commandOf({"trust", folder}));
+  }
+}
+
+}  // namespace
+
+FolderProject openProject() {
+  return orHowTo(".", [] { return FolderProject::open(".", isTrusted); });
+}
+
+FolderProject makeProject(const std::string& folder) {
+  return orHowTo(folder, [&] { return FolderProject::init(folder, isTrusted); });
+}
+
+}  // namespace project_share

@@ -1,0 +1,34 @@
+#include "words/StoredFilters.h"
+
+#include <fmt/format.h>
+
+#include <set>
+
+#include "project/metadata/MetadataPath.h"
+#include "words/Lookup.h"
+
+namespace project_share {
+
+using project::metadata::MetadataPath;
+using project::metadata::MetadataPathBuilder;
+
+std::vector<std::string> skippedIn(const profiles::ExportProfile& profile,
+                                   project::metadata::MetadataManager& metadata) {
+  std::set<std::u16string> known;
+  for (const auto& filter : profile.getFilters()) known.insert(filter->getType());
+  std::vector<std::string> skipped;
+  const MetadataPath node =
+      MetadataPathBuilder().add(u"Export", u"Root").add(u"ExportProfile", profile.getUUID()).build();
+  for (const MetadataPath& filter : metadata.getChildPaths(node)) {
+    const std::u16string kind = filter.getLeaf().getLocation();
+    if (known.count(kind) == 0) skipped.push_back(fmt::format("a filter of the unknown kind {}", inQuotes(kind)));
+    for (const MetadataPath& item : metadata.getChildPaths(filter)) {
+      if (item.getLeaf().getType() == u"Filter") continue;
+      skipped.push_back(fmt::format("an item of its {} filter, of the unknown type {}", wordOf(kind),
+                                    inQuotes(item.getLeaf().getType())));
+    }
+  }
+  return skipped;
+}
+
+}  // namespace project_share

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// Commands as they are typed into a shell.
+namespace project_share {
+
+// What the options of this run say about where it works; commands that it tells have the same.
+struct Invocation {
+  std::string folder;     // that the user named to work in, absolute; empty: none
+  bool trusting = false;  // of the project's owner, whoever that is
+};
+Invocation& invocation();
+
+// "project-share label attach audience/internal 'a b'", for two words and more. Where one of them is shown in another
+// way than it is typed, what to do instead: typed as it looks, it would name something else. The option stands behind
+// the first two.
+std::string commandOf(const std::vector<std::string>& words, const std::string& option = {});
+
+// A path of the project as it is found from the working directory.
+std::string fromHere(const std::string& root, const std::string& path);
+
+// Whether a word is shown as it is typed.
+bool isTyped(const std::string& word);
+
+}  // namespace project_share
