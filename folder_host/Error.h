@@ -45,7 +45,7 @@ inline constexpr const char* DESTINATION_IN_PROJECT = "destination-in-project";
 inline constexpr const char* DESTINATION_UNUSABLE = "destination-unusable";
 inline constexpr const char* ENTRY_CHANGED = "entry-changed";
 inline constexpr const char* ENTRY_UNREADABLE = "entry-unreadable";
-inline constexpr const char* KEPT_BELOW_REMOVED = "kept-below-removed";
+inline constexpr const char* SHARED_BELOW_HELD_BACK = "shared-below-held-back";
 inline constexpr const char* NAMES_COLLIDE = "names-collide";
 inline constexpr const char* COPY_FAILED = "copy-failed";
 }  // namespace errors

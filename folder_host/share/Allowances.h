@@ -7,7 +7,7 @@
 
 namespace folder_host {
 
-// The hazards in spite of which to share.
+// The risks in spite of which to share.
 class Allowances {
  public:
   Allowances() = default;

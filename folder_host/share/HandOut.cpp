@@ -27,9 +27,9 @@ Place resolve(const std::string& destination) {
   }
 }
 
-void refuse(const std::vector<Hazard>& hazards, const ShareOptions& options) {
-  for (const Hazard& hazard : hazards) {
-    if (!options.allowed.allows(hazard.identifier, hazard.path)) throw Error(hazard.identifier, hazard.message);
+void refuse(const std::vector<Risk>& risks, const ShareOptions& options) {
+  for (const Risk& risk : risks) {
+    if (!options.allowed.allows(risk.identifier, risk.path)) throw Error(risk.identifier, risk.message);
   }
 }
 
@@ -115,7 +115,7 @@ ShareResult share(const std::shared_ptr<WorkingCopy>& copy,
                   const ShareOptions& options) {
   const Place place = checkDestination(*copy, destination);
   const HostRemovals removals = transform(copy, transformation);
-  refuse(hazardsAmongLeft(*copy), options);
+  refuse(risksAmong(*copy), options);
   ShareResult result = countOf(copy->entries());
   result.removals = removals;
   try {

@@ -52,7 +52,7 @@ Place checkDestination(const WorkingCopy& copy, const std::string& destination);
 // which is absent or complete afterwards, whatever interrupts it; what killed processes left beside it is cleaned up.
 // Only what is left is read from the project's folder. The destination opens as a project of its own. Whether labels
 // on gone paths, or what lies beside what is held back (Traces, Twins), speak against it is for the caller to judge.
-// Errors: those of checkDestination, the hazards of hazardsAmongLeft that are not allowed, NESTED_PROJECT (by its first
+// Errors: those of checkDestination, the risks of risksAmong that are not allowed, NESTED_PROJECT (by its first
 // bytes a file is a store or a receipt, whatever its name), ENTRY_CHANGED (an entry is not what it was when it was
 // listed), ENTRY_UNREADABLE, COPY_FAILED, and what the transformation and the functions of the options throw.
 ShareResult share(const std::shared_ptr<WorkingCopy>& copy,

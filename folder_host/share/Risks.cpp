@@ -34,12 +34,12 @@ bool isStoreFolder(const Entry& entry) {
                      [](const Original& original) { return !original.isStem && original.name == STORE_FOLDER; });
 }
 
-void addNestedProjects(const Entries& left, std::vector<Hazard>& hazards) {
+void addNestedProjects(const Entries& left, std::vector<Risk>& risks) {
   for (const Entry* entry : left) {
     if (!isStoreFolder(*entry)) continue;
-    hazards.push_back({errors::NESTED_PROJECT, entry->path,
-                       inQuotes(entry->path) + " is where a project keeps its store, with rules and names that would "
-                                               "leave"});
+    risks.push_back({errors::NESTED_PROJECT, entry->path,
+                     inQuotes(entry->path) + " is where a project keeps its store, with rules and names that would "
+                                             "leave"});
   }
 }
 
@@ -56,7 +56,7 @@ std::string foldedPath(std::string_view path) {
 }
 
 // Below folders that collide, names that differ are not named again.
-void addCollisions(const Entries& left, std::vector<Hazard>& hazards) {
+void addCollisions(const Entries& left, std::vector<Risk>& risks) {
   const Entry store{STORE_FOLDER, EntryKind::folder, {}};  // the copy has one too
   std::vector<std::pair<std::string, const Entry*>> folded{{store.path, &store}};
   folded.reserve(left.size() + 1);
@@ -68,16 +68,16 @@ void addCollisions(const Entries& left, std::vector<Hazard>& hazards) {
     const std::string& one = folded[i - 1].second->path;
     const std::string& other = folded[i].second->path;
     if (folded[i - 1].first != folded[i].first || folderOf(one) != folderOf(other)) continue;
-    hazards.push_back({errors::NAMES_COLLIDE, one,
-                       inQuotes(one) + " and " + inQuotes(other) +
-                           " become one where upper and lower case are the same; rename one"});
+    risks.push_back({errors::NAMES_COLLIDE, one,
+                     inQuotes(one) + " and " + inQuotes(other) +
+                         " become one where upper and lower case are the same; rename one"});
   }
 }
 
 }  // namespace
 
-std::vector<GonePath> labelledGonePaths(const WorkingCopy& copy) {
-  std::vector<GonePath> gone;
+std::vector<MissingPath> labelledMissingPaths(const WorkingCopy& copy) {
+  std::vector<MissingPath> gone;
   for (auto& [path, label] : copy.labels().attachments()) {
     if (copy.table().find(path)) continue;
     if (gone.empty() || gone.back().path != path) gone.push_back({path, {}});
@@ -87,12 +87,12 @@ std::vector<GonePath> labelledGonePaths(const WorkingCopy& copy) {
   return gone;
 }
 
-std::vector<Hazard> hazardsAmongLeft(const WorkingCopy& copy) {
-  std::vector<Hazard> hazards;
+std::vector<Risk> risksAmong(const WorkingCopy& copy) {
+  std::vector<Risk> risks;
   const Entries left = copy.entries();
-  addNestedProjects(left, hazards);
-  addCollisions(left, hazards);
-  return hazards;
+  addNestedProjects(left, risks);
+  addCollisions(left, risks);
+  return risks;
 }
 
 }  // namespace folder_host

@@ -10,7 +10,7 @@ namespace folder_host {
 
 // A reason not to hand out a project as it stands: nothing failed, but something may leave that was not meant to, or
 // may be lost on the way.
-struct Hazard {
+struct Risk {
   const char* identifier;                    // one of the errors' constants
   std::string path;                          // of the entry that it is about; empty where it is about none
   std::string message;                       // one line for people
@@ -18,17 +18,17 @@ struct Hazard {
 };
 
 // A path at which there is no entry, and labels that it carries all the same.
-struct GonePath {
+struct MissingPath {
   std::string path;
   std::vector<std::u16string> labels;  // UUIDs, sorted
 };
 
 // What was renamed or moved has lost its labels: they stand at paths at which nothing is. In the order of a tree. To be
 // asked before a transformation takes labels away.
-std::vector<GonePath> labelledGonePaths(const WorkingCopy& copy);
+std::vector<MissingPath> labelledMissingPaths(const WorkingCopy& copy);
 
 // What is amiss with the entries that are left. NESTED_PROJECT: another project's store would leave. NAMES_COLLIDE: two
 // names in a folder become one where case, or the way in which accents are written, makes no difference.
-std::vector<Hazard> hazardsAmongLeft(const WorkingCopy& copy);
+std::vector<Risk> risksAmong(const WorkingCopy& copy);
 
 }  // namespace folder_host

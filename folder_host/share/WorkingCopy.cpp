@@ -165,7 +165,7 @@ std::vector<bool> WorkingCopy::withAllBelow(const std::vector<path>& entries) co
     const std::size_t parent = table_->parentOf(i);
     if (gone_[i] || going[i] || parent == EntryTable::ROOT || !going[parent]) continue;
     if ((*table_)[i].kind != EntryKind::folder) {
-      throw Error(errors::KEPT_BELOW_REMOVED, inQuotes((*table_)[i].path) + " would stay in a folder that goes");
+      throw Error(errors::SHARED_BELOW_HELD_BACK, inQuotes((*table_)[i].path) + " would stay in a folder that goes");
     }
     going[i] = true;
   }

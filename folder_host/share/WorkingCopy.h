@@ -73,8 +73,8 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   fl::filesystem::path getRootFolder() override;
   std::vector<project::management::FileLabel> getFileLabels(const fl::filesystem::path& entry) override;
   bool isFolder(const fl::filesystem::path& entry) override;
-  // Removes each entry and what lies below it. A file or a link below that is not itself listed: KEPT_BELOW_REMOVED,
-  // and nothing is removed. Gives what was removed, in the order of the listing.
+  // Removes each entry and what lies below it. A file or a link below that is not itself listed:
+  // SHARED_BELOW_HELD_BACK, and nothing is removed. Gives what was removed, in the order of the listing.
   std::vector<fl::filesystem::path> removeFiles(const std::vector<fl::filesystem::path>& entries) override;
 
   WorkingCopy(std::string root, std::shared_ptr<Store> store, std::shared_ptr<const EntryTable> table,

@@ -45,7 +45,7 @@ TEST(WorkingCopy, AFolderDoesNotGoWithoutTheFilesInIt) {
   const auto copy = copyOf(all);
   const auto remove = [&](const Names& names) { return copy->getFileManager().removeFiles(at(*copy, names)); };
   for (const Names& removed : {Names{"a"}, Names{"a", "a/x", "b"}}) {
-    EXPECT_EQ(refusalOf([&] { remove(removed); }), errors::KEPT_BELOW_REMOVED);
+    EXPECT_EQ(refusalOf([&] { remove(removed); }), errors::SHARED_BELOW_HELD_BACK);
     EXPECT_EQ(remove({"c", "a/c", ""}), std::vector<path>());
     EXPECT_EQ(namesOf(copy->entries()), without(all, {}));
   }
@@ -80,16 +80,16 @@ TEST(WorkingCopy, LinksAndEmptiedFoldersGoByTheHostsRules) {
   }
 }
 
-TEST(Hazards, LabelsOnGonePathsAreFoundInTheOrderOfATree) {
+TEST(Risks, LabelsOnMissingPathsAreFoundInTheOrderOfATree) {
   const auto copy = copyOf({"b"});
   LabelStore& labels = copy->getLabelManager();
   labels.attach(labels.create(u"Access", u"Secret").uuid, {"a/x", "a-b", "a", "b"});
   Names found;
-  for (const GonePath& gone : labelledGonePaths(*copy)) found.push_back(gone.path);
+  for (const MissingPath& gone : labelledMissingPaths(*copy)) found.push_back(gone.path);
   EXPECT_EQ(found, (Names{"a", "a/x", "a-b"}));
 }
 
-TEST(Hazards, AreToldOfWhatIsLeft) {
+TEST(Risks, AreToldOfWhatIsLeft) {
   const std::string accented = "\xC3\xA9";     // one character
   const std::string decomposed = "E\xCC\x81";  // the letter and its accent, in upper case
   const struct {
@@ -113,7 +113,7 @@ TEST(Hazards, AreToldOfWhatIsLeft) {
     const auto copy = copyOf(row.entries);
     copy->getFileManager().removeFiles(at(*copy, row.removed));
     Names told;
-    for (const Hazard& one : hazardsAmongLeft(*copy)) told.push_back(std::string(one.identifier) + " " + one.path);
+    for (const Risk& one : risksAmong(*copy)) told.push_back(std::string(one.identifier) + " " + one.path);
     EXPECT_EQ(told, row.expected);
   }
 }

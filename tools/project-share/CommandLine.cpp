@@ -121,10 +121,10 @@ void addLabelCommands(CLI::App& app, Words& words) {
   add("delete", "Delete a label that no profile names", "label delete audience/partners")->callback([&] {
     deleteLabel(words.label);
   });
-  add("keep", "Let no filter remove the label", "label keep audience/everyone")->callback([&] {
+  add("protect", "Let no filter remove the label", "label protect audience/everyone")->callback([&] {
     keepLabel(words.label, true);
   });
-  add("release", "Let filters remove the label", "label release audience/everyone")->callback([&] {
+  add("unprotect", "Let filters remove the label", "label unprotect audience/everyone")->callback([&] {
     keepLabel(words.label, false);
   });
   addAttachCommands(group, words);
@@ -170,7 +170,7 @@ void addProfileCommands(CLI::App& app, Words& words) {
 }
 
 void requireAllowable(const std::string& identifier) {
-  const auto& all = allowableHazards();
+  const auto& all = allowableRisks();
   if (std::find(all.begin(), all.end(), identifier) != all.end()) return;
   throw CLI::ParseError(fmt::format("--allow takes {}", fmt::join(all, ", ")), WRONG_USAGE);
 }
@@ -234,7 +234,7 @@ void addShareCommands(CLI::App& app, Words& words) {
       addWord(share, "--receipt", words.receipt, "A JSON file to be made, for you: what went out, what not, and why")
           ->required(false);
   share->footer(share->get_footer() +
-                fmt::format("\n\nReasons that --allow takes:\n  {{{}}}", fmt::join(allowableHazards(), ",")));
+                fmt::format("\n\nReasons that --allow takes:\n  {{{}}}", fmt::join(allowableRisks(), ",")));
   share->callback([&words, receipt] {
     if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
     project_share::share(shareWordsOf(words));

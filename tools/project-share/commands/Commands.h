@@ -46,7 +46,7 @@ void previewProfile(const std::string& profile);
 // Why one path stays or goes.
 void explainPath(const std::string& path, const std::string& profile);
 
-// What one --allow names: all hazards of a kind, or the one at a path.
+// What one --allow names: all risks of a kind, or the one at a path.
 struct Allowed {
   std::string identifier;
   std::optional<std::string> path;
@@ -56,7 +56,7 @@ struct ShareWords {
   std::optional<std::string> profile;  // none: the whole project
   std::string destination;
   std::vector<Allowed> allowed;
-  bool strict = false;  // notes are hazards, too
+  bool strict = false;  // notes are risks, too
   std::string receipt;  // a file to be made; empty: none
 };
 void share(const ShareWords& words);

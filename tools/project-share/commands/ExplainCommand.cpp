@@ -70,7 +70,7 @@ void printFilter(ExportFilter& filter, std::size_t position, const std::vector<f
   Json object{{"filter", position}, {"kind", wordOf(kind)}, {"meaning", meaningOf(kind)}, {"labels", Json::array()}};
   std::vector<std::string> lines{fmt::format("  {}. {}: {}", position, wordOf(kind), meaningOf(kind))};
   for (const NamedLabel& label : namedBy(filter, labels)) {
-    object["labels"].push_back(utf8(label.name) + (label.isGone ? " (gone)" : ""));
+    object["labels"].push_back(utf8(label.name) + (label.isDeleted ? " (gone)" : ""));
     lines.push_back("       " + textOf(label));
   }
   if (items.empty()) lines.emplace_back("       (none)");

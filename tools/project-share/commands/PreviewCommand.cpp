@@ -95,10 +95,10 @@ void printSummary(const folder_host::WorkingCopy& copy, const Assessment& assess
   const std::size_t stays = assessment.preview.stays.size();
   const std::size_t all = copy.listing().entries.size();
   const std::string refusal =
-      assessment.hazards.empty() ? ""
-                                 : fmt::format(" A share is refused for the reasons above, or as far as allowed by {}.",
-                                               allowingFlags(assessment.hazards));
-  Json object{{"type", "summary"}, {"entries", all}, {"stay", stays}, {"refused", !assessment.hazards.empty()}};
+      assessment.risks.empty() ? ""
+                               : fmt::format(" A share is refused for the reasons above, or as far as allowed by {}.",
+                                             allowingFlags(assessment.risks));
+  Json object{{"type", "summary"}, {"entries", all}, {"stay", stays}, {"refused", !assessment.risks.empty()}};
   putPath(object, "project", copy.root());
   object["labels"] = jsonOf(assessment.leaving);
   item(fmt::format("Of the project {}, {} of {} stay.{}", inQuotes(copy.root()), stays,
@@ -138,7 +138,7 @@ void previewProfile(const std::string& word) {
   for (std::size_t i = 1; i <= assessment.preview.filters.size(); ++i) printFilter(assessment.preview, i);
   printSkipped(copy->listing());
   printNotes(assessment.notes);
-  printHazards(assessment.hazards);
+  printRisks(assessment.risks);
   printSummary(*copy, assessment);
 }
 

@@ -191,7 +191,7 @@ void addFilter(const std::string& word, const std::string& kindWord, const std::
 void removeFilter(const std::string& word, const std::string& kindWord, const std::vector<std::string>& labels) {
   const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
-  const bool isGone = edit(project, [&] {
+  const bool isDeleted = edit(project, [&] {
     const auto profile = findProfile(*manager, word);
     const auto filter = filterOf(*profile, kindOf(kindWord));
     if (!filter) {
@@ -205,10 +205,10 @@ void removeFilter(const std::string& word, const std::string& kindWord, const st
     profile->save();
     return whole;
   });
-  done(isGone ? fmt::format("Removed the {} filter from profile {}.", kindWord, inQuotes(word))
-              : fmt::format("Removed {} from the {} filter of profile {}.", counted(labels.size(), "label", "labels"),
-                            kindWord, inQuotes(word)),
-       {{"kind", kindWord}, {"labels", labels.size()}, {"wholeFilter", isGone}});
+  done(isDeleted ? fmt::format("Removed the {} filter from profile {}.", kindWord, inQuotes(word))
+                 : fmt::format("Removed {} from the {} filter of profile {}.",
+                               counted(labels.size(), "label", "labels"), kindWord, inQuotes(word)),
+       {{"kind", kindWord}, {"labels", labels.size()}, {"wholeFilter", isDeleted}});
 }
 
 }  // namespace project_share

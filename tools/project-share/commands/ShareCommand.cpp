@@ -40,18 +40,18 @@ Allowances allowancesOf(const std::vector<Allowed>& all) {
   return allowances;
 }
 
-// What was allowed and is not among the hazards. ENTRY_CHANGED is known only when all is copied, and of NESTED_PROJECT
+// What was allowed and is not among the risks. ENTRY_CHANGED is known only when all is copied, and of NESTED_PROJECT
 // some is found only then, which nobody tells.
-std::vector<Hazard> idleAllowances(const ShareWords& words, const std::vector<Hazard>& hazards, bool afterwards) {
-  std::vector<Hazard> idle;
+std::vector<Risk> idleAllowances(const ShareWords& words, const std::vector<Risk>& risks, bool afterwards) {
+  std::vector<Risk> idle;
   for (const Allowed& allowed : words.allowed) {
     if ((allowed.identifier == folder_host::errors::ENTRY_CHANGED) != afterwards) continue;
     if (allowed.identifier == folder_host::errors::NESTED_PROJECT) continue;
     const Allowances alone = allowancesOf({allowed});
-    const bool isUsed = std::any_of(hazards.begin(), hazards.end(), [&](const Hazard& hazard) {
-      const auto isAllowed = [&](const std::string& path) { return alone.allows(hazard.identifier, path); };
-      const auto& others = hazard.otherPaths;
-      return isAllowed(hazard.path) || std::any_of(others.begin(), others.end(), isAllowed);
+    const bool isUsed = std::any_of(risks.begin(), risks.end(), [&](const Risk& risk) {
+      const auto isAllowed = [&](const std::string& path) { return alone.allows(risk.identifier, path); };
+      const auto& others = risk.otherPaths;
+      return isAllowed(risk.path) || std::any_of(others.begin(), others.end(), isAllowed);
     });
     if (isUsed) continue;
     idle.push_back(
@@ -60,14 +60,14 @@ std::vector<Hazard> idleAllowances(const ShareWords& words, const std::vector<Ha
   return idle;
 }
 
-void refuseHazards(const Assessment& assessment, const ShareWords& words) {
+void refuseRisks(const Assessment& assessment, const ShareWords& words) {
   const Allowances allowances = allowancesOf(words.allowed);
-  std::vector<Hazard> refused = refusedAmong(assessment.hazards, allowances);
-  for (Hazard& note : refusedAmong(words.strict ? assessment.notes : std::vector<Hazard>(), allowances)) {
+  std::vector<Risk> refused = refusedAmong(assessment.risks, allowances);
+  for (Risk& note : refusedAmong(words.strict ? assessment.notes : std::vector<Risk>(), allowances)) {
     refused.push_back(std::move(note));
   }
   if (refused.empty()) return;
-  printHazards(refused);
+  printRisks(refused);
   const std::string flags = allowingFlags(refused);
   throw Refusal(refusals::SHARE_REFUSED, fmt::format("{} not to share; put right what standard output lists{}",
                                                      counted(refused.size(), "reason", "reasons"),
@@ -136,13 +136,13 @@ void report(const Assessment& assessment, const WorkingCopy& copy, const ShareRe
     if (!spared.isDropped) printSpared(assessment.preview, spared);
   }
   printNotes(assessment.notes);
-  std::vector<Hazard> allowed = assessment.hazards;
+  std::vector<Risk> allowed = assessment.risks;
   for (const std::string& path : result.changed) {
     allowed.push_back(
         {folder_host::errors::ENTRY_CHANGED, path, inQuotes(path) + " was changed and went as it was read"});
   }
   printNotes(idleAllowances(words, allowed, true));
-  printHazards(allowed, "allowed: ", {{"allowed", true}});
+  printRisks(allowed, "allowed: ", {{"allowed", true}});
   const std::size_t out = copy.listing().entries.size() - assessment.preview.stays.size();
   Json object{{"type", "shared"},      {"files", result.files}, {"folders", result.folders},
               {"links", result.links}, {"bytes", result.bytes}, {"heldBack", out}};
@@ -178,8 +178,8 @@ void share(const ShareWords& words) {
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
   const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
   Assessment assessment = profile ? assess(*copy, *profile) : assessWhole(*copy);
-  for (Hazard& idle : idleAllowances(words, assessment.hazards, false)) assessment.notes.push_back(std::move(idle));
-  refuseHazards(assessment, words);
+  for (Risk& idle : idleAllowances(words, assessment.risks, false)) assessment.notes.push_back(std::move(idle));
+  refuseRisks(assessment, words);
   const Interruption interruption;  // goes last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
   if (!words.receipt.empty()) receipt.emplace(*copy, place, words.receipt);

@@ -49,13 +49,13 @@ void printProfile(const WorkingCopy& copy, const profiles::ExportProfile& profil
   const Assessment assessment = assess(copy, profile);
   const std::string prefix = fmt::format("profile {}: ", freeName(assessment.name));
   const Json more{{"profile", jsonOf(profile)}};
-  printNotes(refusedAmong(assessment.notes, {refusals::LABEL_ON_GONE_PATH}), prefix, more);  // told of already
-  printHazards(assessment.hazards, prefix, more);
+  printNotes(refusedAmong(assessment.notes, {refusals::LABEL_ON_MISSING_PATH}), prefix, more);  // told of already
+  printRisks(assessment.risks, prefix, more);
 }
 
 // A name that can be taken for another, and a label that no filter goes by.
-std::vector<Hazard> doubtfulNames(const std::vector<LabelRecord>& labels, profiles::ExportProfileManager& manager) {
-  std::vector<Hazard> notes;
+std::vector<Risk> doubtfulNames(const std::vector<LabelRecord>& labels, profiles::ExportProfileManager& manager) {
+  std::vector<Risk> notes;
   const auto add = [&](const char* what, const std::optional<std::string>& one, const std::string& other,
                        const std::string& command) {
     if (!one) return;
@@ -100,7 +100,7 @@ void showStatus() {
   for (const LabelRecord& label : records) printLabel(label, paths[label.uuid]);
   printUnlabelled(unlabelled);
   printSkipped(copy->listing());
-  printNotes(gonePaths(*copy));
+  printNotes(missingPaths(*copy));
   printNotes(doubtfulNames(records, *managerOf(*copy)));
   for (const auto& profile : listed) printProfile(*copy, *profile);
   const std::size_t entries = copy->listing().entries.size();

@@ -26,7 +26,7 @@ _project_share() {
 
   case "${given[0]-} ${given[1]-}" in
     " ") words="init trust status label profile preview why share verify" ;;
-    "label ") words="create list rename delete keep release attach detach" ;;
+    "label ") words="create list rename delete protect unprotect attach detach" ;;
     "profile ") words="create list show explain rename duplicate delete add-filter remove-filter" ;;
     "label list" | "profile list" | "profile create") ;;
     "label create") names=label ;;
@@ -51,7 +51,7 @@ _project_share() {
   COMPREPLY=()
   case ${COMP_WORDS[COMP_CWORD - 1]} in
     --allow)
-      words="folder-spared label-on-gone-path label-gone filter-skipped history-inside leftover same-content"
+      words="folder-spared label-on-missing-path label-deleted filter-skipped history-inside leftover same-content"
       words+=" nested-project label-leaves label-protected nothing-shared names-collide entry-changed" names=
       ;;
     --profile) names=profile ;;

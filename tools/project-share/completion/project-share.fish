@@ -55,12 +55,12 @@ $offer 1 '^label' -a create -d 'Create labels'
 $offer 1 '^label' -a list -d 'List the labels'
 $offer 1 '^label' -a rename -d 'Give a label another name'
 $offer 1 '^label' -a delete -d 'Delete a label that no profile names'
-$offer 1 '^label' -a keep -d 'Let no filter remove the label'
-$offer 1 '^label' -a release -d 'Let filters remove the label'
+$offer 1 '^label' -a protect -d 'Let no filter remove the label'
+$offer 1 '^label' -a unprotect -d 'Let filters remove the label'
 $offer 1 '^label' -a attach -d 'Attach a label to files, links and folders'
 $offer 1 '^label' -a detach -d 'Take a label off files, links and folders'
 $offer '*' '^label create' -a '(__project_share_names label)'
-$offer 2 '^label (rename|delete|keep|release|attach|detach)' -a '(__project_share_names label)'
+$offer 2 '^label (rename|delete|protect|unprotect|attach|detach)' -a '(__project_share_names label)'
 $offer '*' '^label (attach|detach) .' -F
 $offer '*' '^label (attach|detach)' -l folder-only -d 'The folders alone, not what lies below them'
 $offer '*' '^label (attach|detach)' -l stdin -d 'Read the paths from standard input'
@@ -85,7 +85,7 @@ $offer '*' '^why' -l profile -xa '(__project_share_names profile)' -d 'Name or U
 $offer '*' '^share' -l whole -d 'Everything, without a profile'
 $offer '*' '^share' -l strict -d 'Refuse where a filter takes nothing out'
 $offer '*' '^share' -l receipt -rF -d 'A JSON file to be made, for you'
-$offer '*' '^share' -l allow -x -d 'Share in spite of this reason' -a 'folder-spared label-on-gone-path label-gone
+$offer '*' '^share' -l allow -x -d 'Share in spite of this reason' -a 'folder-spared label-on-missing-path label-deleted
     filter-skipped history-inside leftover same-content nested-project label-leaves label-protected nothing-shared
     names-collide entry-changed'
 $offer '*' '^trust' -l forget -d 'Trust the project no more'

@@ -20,9 +20,9 @@
 
 namespace project_share {
 
-using folder_host::GonePath;
 using folder_host::inQuotes;
 using folder_host::LabelRecord;
+using folder_host::MissingPath;
 using folder_host::WorkingCopy;
 using profiles::ExportProfile;
 
@@ -59,22 +59,22 @@ std::vector<LeavingLabel> leavingLabels(const WorkingCopy& left) {
   return labels;
 }
 
-Hazard nothingShared() {
+Risk nothingShared() {
   return {refusals::NOTHING_SHARED, {}, "no entry would be shared; 'project-share preview PROFILE' tells why"};
 }
 
 // Labels, of those that concern, on paths at which nothing is: what was renamed or moved has lost them. Of a folder
 // that is gone, with what was below it, the folder alone, unless there were other labels below.
-std::vector<Hazard> gonePathHazards(const std::vector<GonePath>& gone, const std::vector<LabelRecord>& all,
-                                    const Mending& mending, const std::function<bool(const LabelRecord&)>& concerns) {
+std::vector<Risk> missingPathRisks(const std::vector<MissingPath>& gone, const std::vector<LabelRecord>& all,
+                                   const Mending& mending, const std::function<bool(const LabelRecord&)>& concerns) {
   if (gone.empty()) return {};
   std::map<std::u16string, const LabelRecord*> concerned;
   for (const LabelRecord& label : all) {
     if (concerns(label)) concerned.emplace(label.uuid, &label);
   }
-  std::vector<Hazard> hazards;
-  const GonePath* folder = nullptr;  // that was told of last
-  for (const GonePath& one : gone) {
+  std::vector<Risk> risks;
+  const MissingPath* folder = nullptr;  // that was told of last
+  for (const MissingPath& one : gone) {
     const auto& [path, labels] = one;
     const bool isBelow = folder != nullptr && path.compare(0, folder->path.size() + 1, folder->path + "/") == 0;
     std::string told, commands;
@@ -87,15 +87,15 @@ std::vector<Hazard> gonePathHazards(const std::vector<GonePath>& gone, const std
     }
     if (told.empty()) continue;
     if (!isBelow) folder = &one;
-    hazards.push_back({refusals::LABEL_ON_GONE_PATH, path,
-                       fmt::format("{} is gone but labelled {}; where it was renamed or moved, label what it is now; "
-                                   "then: {}",
-                                   inQuotes(path), told, commands)});
+    risks.push_back({refusals::LABEL_ON_MISSING_PATH, path,
+                     fmt::format("{} is gone but labelled {}; where it was renamed or moved, label what it is now; "
+                                 "then: {}",
+                                 inQuotes(path), told, commands)});
   }
-  return hazards;
+  return risks;
 }
 
-// The hazards and notes of one share, from the filters themselves to what they leave.
+// The risks and notes of one share, from the filters themselves to what they leave.
 class Assessing {
  public:
   Assessing(const WorkingCopy& copy, const ExportProfile& profile)
@@ -111,7 +111,7 @@ class Assessing {
   Assessment run() {
     const auto clone = copy_.clone();
     weighFilters(*clone->getMetadataManager());
-    weighGonePaths();
+    weighMissingPaths();
     noteIdleLabels();
     assessment_.preview = previewOf(profile_.getFilters(), *clone);
     assessment_.leaving = leavingLabels(*clone);
@@ -124,16 +124,14 @@ class Assessing {
 
  private:
   void add(const char* identifier, const std::string& path, const std::string& message) {
-    assessment_.hazards.push_back({identifier, path, message});
+    assessment_.risks.push_back({identifier, path, message});
   }
 
   void note(const char* identifier, const std::string& path, const std::string& message) {
     assessment_.notes.push_back({identifier, path, message});
   }
 
-  void append(std::vector<Hazard> hazards) {
-    std::move(hazards.begin(), hazards.end(), std::back_inserter(assessment_.hazards));
-  }
+  void append(std::vector<Risk> risks) { std::move(risks.begin(), risks.end(), std::back_inserter(assessment_.risks)); }
 
   // A filter selects nothing by a label that is gone, and one of an unknown kind does nothing.
   void weighFilters(project::metadata::MetadataManager& metadata) {
@@ -145,7 +143,7 @@ class Assessing {
         if (known.count({category, uuid}) != 0) continue;
         const std::string kind = wordOf(filter->getType());
         const std::string label = folder_host::toBytes(uuid);
-        add(refusals::LABEL_GONE, {},
+        add(refusals::LABEL_DELETED, {},
             fmt::format("the {} filter names the label {}, which is gone; take it out: {}", kind, inQuotes(label),
                         commandOf({"profile", "remove-filter", profile, kind, label})));
       }
@@ -156,11 +154,11 @@ class Assessing {
   }
 
   // Losing a label lets something out only where a drop-files filter names it.
-  void weighGonePaths() {
-    const std::vector<GonePath> gone = labelledGonePaths(copy_);
-    append(gonePathHazards(gone, labels_, mending_, [&](const auto& label) { return names(dropped_, label); }));
+  void weighMissingPaths() {
+    const std::vector<MissingPath> gone = labelledMissingPaths(copy_);
+    append(missingPathRisks(gone, labels_, mending_, [&](const auto& label) { return names(dropped_, label); }));
     assessment_.notes =
-        gonePathHazards(gone, labels_, mending_, [&](const auto& label) { return !names(dropped_, label); });
+        missingPathRisks(gone, labels_, mending_, [&](const auto& label) { return !names(dropped_, label); });
   }
 
   // A file that lies in a folder that is to go takes the folder with it, whatever its own labels are. Told of the
@@ -194,17 +192,17 @@ class Assessing {
 
   void weighWhatIsLeft(WorkingCopy& left) {
     const Preview& preview = assessment_.preview;
-    for (Hazard& hazard : hazardsAmongLeft(left)) {
-      if (std::string_view(hazard.identifier) == folder_host::errors::NESTED_PROJECT) {
-        hazard.message += "; " + mending_.holdBack({hazard.path});
+    for (Risk& risk : risksAmong(left)) {
+      if (std::string_view(risk.identifier) == folder_host::errors::NESTED_PROJECT) {
+        risk.message += "; " + mending_.holdBack({risk.path});
       }
-      assessment_.hazards.push_back(std::move(hazard));
+      assessment_.risks.push_back(std::move(risk));
     }
-    append(storeHazards(preview, left, mending_));
+    append(storeRisks(preview, left, mending_));
     const bool holdsBack = std::any_of(preview.filters.begin(), preview.filters.end(),
                                        [](const FilterEffect& filter) { return !filter.gone.empty(); });
-    if (holdsBack) append(traceHazards(preview, left, mending_));
-    if (preview.stays.empty()) assessment_.hazards.push_back(nothingShared());
+    if (holdsBack) append(traceRisks(preview, left, mending_));
+    if (preview.stays.empty()) assessment_.risks.push_back(nothingShared());
   }
 
   // The name of what was to be held back is in the copy then.
@@ -215,7 +213,7 @@ class Assessing {
       if (names(removed, label)) {
         add(refusals::LABEL_PROTECTED, {},
             fmt::format("{} leaves, though a drop-labels filter names it, because no filter may remove it; let it: {}",
-                        nameInQuotes(label), commandOf({"label", "release", nameOf(label)})));
+                        nameInQuotes(label), commandOf({"label", "unprotect", nameOf(label)})));
       } else if (names(dropped_, label)) {
         add(refusals::LABEL_LEAVES, {},
             fmt::format("{}, by which files are held back, leaves with what stays; remove it from the copy: {}",
@@ -275,25 +273,25 @@ Assessment assess(const WorkingCopy& copy, const ExportProfile& profile) {
   return Assessing(copy, profile).run();
 }
 
-std::vector<Hazard> gonePaths(const WorkingCopy& copy) {
-  return gonePathHazards(labelledGonePaths(copy), copy.labels().list(), Mending({}, copy),
-                         [](const LabelRecord&) { return true; });
+std::vector<Risk> missingPaths(const WorkingCopy& copy) {
+  return missingPathRisks(labelledMissingPaths(copy), copy.labels().list(), Mending({}, copy),
+                          [](const LabelRecord&) { return true; });
 }
 
 Assessment assessWhole(const WorkingCopy& copy) {
   const auto clone = copy.clone();
   Assessment assessment{{}, profiles::getWholeProjectUUID(), previewOf({}, *clone), leavingLabels(*clone), {}, {}};
-  assessment.hazards = hazardsAmongLeft(*clone);
-  if (assessment.preview.stays.empty()) assessment.hazards.push_back(nothingShared());
+  assessment.risks = risksAmong(*clone);
+  if (assessment.preview.stays.empty()) assessment.risks.push_back(nothingShared());
   return assessment;
 }
 
-const std::vector<std::string>& allowableHazards() {
+const std::vector<std::string>& allowableRisks() {
   static const std::vector<std::string> all{
-      refusals::LABEL_GONE,
+      refusals::LABEL_DELETED,
       refusals::FILTER_SKIPPED,
       refusals::FOLDER_SPARED,
-      refusals::LABEL_ON_GONE_PATH,
+      refusals::LABEL_ON_MISSING_PATH,
       refusals::HISTORY_INSIDE,
       refusals::LEFTOVER,
       refusals::SAME_CONTENT,
@@ -307,21 +305,21 @@ const std::vector<std::string>& allowableHazards() {
   return all;
 }
 
-std::vector<Hazard> refusedAmong(const std::vector<Hazard>& hazards, const Allowances& allowed) {
-  std::vector<Hazard> refused;
-  for (const Hazard& hazard : hazards) {
-    const auto isAllowed = [&](const std::string& path) { return allowed.allows(hazard.identifier, path); };
-    const auto& others = hazard.otherPaths;
-    if (!isAllowed(hazard.path) || !std::all_of(others.begin(), others.end(), isAllowed)) refused.push_back(hazard);
+std::vector<Risk> refusedAmong(const std::vector<Risk>& risks, const Allowances& allowed) {
+  std::vector<Risk> refused;
+  for (const Risk& risk : risks) {
+    const auto isAllowed = [&](const std::string& path) { return allowed.allows(risk.identifier, path); };
+    const auto& others = risk.otherPaths;
+    if (!isAllowed(risk.path) || !std::all_of(others.begin(), others.end(), isAllowed)) refused.push_back(risk);
   }
   return refused;
 }
 
-std::string allowingFlags(const std::vector<Hazard>& hazards) {
+std::string allowingFlags(const std::vector<Risk>& risks) {
   std::set<std::string> identifiers;
-  for (const Hazard& hazard : hazards) {
-    const auto& all = allowableHazards();
-    if (std::find(all.begin(), all.end(), hazard.identifier) != all.end()) identifiers.insert(hazard.identifier);
+  for (const Risk& risk : risks) {
+    const auto& all = allowableRisks();
+    if (std::find(all.begin(), all.end(), risk.identifier) != all.end()) identifiers.insert(risk.identifier);
   }
   std::string flags;
   for (const std::string& identifier : identifiers) flags += (flags.empty() ? "" : " ") + ("--allow " + identifier);

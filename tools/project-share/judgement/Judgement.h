@@ -10,7 +10,7 @@
 namespace project_share {
 
 using folder_host::Allowances;
-using folder_host::Hazard;
+using folder_host::Risk;
 
 // A label that leaves with the copy, and how many of the entries that leave carry it.
 struct LeavingLabel {
@@ -24,8 +24,8 @@ struct Assessment {
   std::u16string uuid;
   Preview preview;
   std::vector<LeavingLabel> leaving;  // by name
-  std::vector<Hazard> hazards;
-  std::vector<Hazard> notes;  // hazards only to the strict
+  std::vector<Risk> risks;
+  std::vector<Risk> notes;  // risks only to the strict
 };
 
 // Of a clone: the copy itself still has everything afterwards, and has to outlive the assessment. Content is read from
@@ -34,16 +34,16 @@ Assessment assess(const folder_host::WorkingCopy& copy, const project::sharing::
 // Without a profile, everything leaves.
 Assessment assessWhole(const folder_host::WorkingCopy& copy);
 
-// LABEL_ON_GONE_PATH for every label, whatever a profile makes of it.
-std::vector<Hazard> gonePaths(const folder_host::WorkingCopy& copy);
+// LABEL_ON_MISSING_PATH for every label, whatever a profile makes of it.
+std::vector<Risk> missingPaths(const folder_host::WorkingCopy& copy);
 
-// The identifiers of all hazards that can be allowed.
-const std::vector<std::string>& allowableHazards();
+// The identifiers of all risks that can be allowed.
+const std::vector<std::string>& allowableRisks();
 
 // Those that are not allowed.
-std::vector<Hazard> refusedAmong(const std::vector<Hazard>& hazards, const Allowances& allowed);
+std::vector<Risk> refusedAmong(const std::vector<Risk>& risks, const Allowances& allowed);
 
 // "--allow a --allow b": what would allow them all, as far as anything does.
-std::string allowingFlags(const std::vector<Hazard>& hazards);
+std::string allowingFlags(const std::vector<Risk>& risks);
 
 }  // namespace project_share

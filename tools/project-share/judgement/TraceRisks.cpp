@@ -16,9 +16,9 @@
 namespace project_share {
 
 using folder_host::EntryTable;
-using folder_host::Hazard;
 using folder_host::inQuotes;
 using folder_host::LabelRecord;
+using folder_host::Risk;
 using folder_host::Selection;
 
 namespace {
@@ -49,20 +49,20 @@ class Traces {
     }
   }
 
-  std::vector<Hazard> find() {
+  std::vector<Risk> find() {
     addHistories();
     addLeftovers();
     addTwins();
-    return std::move(hazards_);
+    return std::move(risks_);
   }
 
  private:
   const std::string& pathOf(std::size_t entry) const { return copy_.table()[entry].path; }
 
   void add(const char* identifier, const std::vector<std::size_t>& entries, const std::string& message) {
-    Hazard hazard{identifier, pathOf(entries.front()), namesOf(entries) + message};
-    for (std::size_t i = 1; i < entries.size(); ++i) hazard.otherPaths.push_back(pathOf(entries[i]));
-    hazards_.push_back(std::move(hazard));
+    Risk risk{identifier, pathOf(entries.front()), namesOf(entries) + message};
+    for (std::size_t i = 1; i < entries.size(); ++i) risk.otherPaths.push_back(pathOf(entries[i]));
+    risks_.push_back(std::move(risk));
   }
 
   void addHistories() {
@@ -179,24 +179,24 @@ class Traces {
   Selection dropped_;                              // by a drop-files filter
   std::map<std::u16string, std::size_t> indices_;  // of Preview::labels, by UUID
   std::map<std::size_t, Labels> labelsWithin_;     // once asked for
-  std::vector<Hazard> hazards_;
+  std::vector<Risk> risks_;
 };
 
 }  // namespace
 
-std::vector<Hazard> traceHazards(const Preview& preview, folder_host::WorkingCopy& copy, const Mending& mending) {
+std::vector<Risk> traceRisks(const Preview& preview, folder_host::WorkingCopy& copy, const Mending& mending) {
   return Traces(preview, copy, mending).find();
 }
 
-std::vector<Hazard> storeHazards(const Preview& preview, const folder_host::WorkingCopy& copy, const Mending& mending) {
-  std::vector<Hazard> hazards;
+std::vector<Risk> storeRisks(const Preview& preview, const folder_host::WorkingCopy& copy, const Mending& mending) {
+  std::vector<Risk> risks;
   for (const std::size_t entry : storesAmong(copy.root(), copy.table(), sharedIn(preview))) {
     const std::string& path = copy.table()[entry].path;
-    hazards.push_back({folder_host::errors::NESTED_PROJECT, path,
-                       inQuotes(path) + " is a project's store or a receipt, with rules and names that would leave; " +
-                           mending.holdBack({path})});
+    risks.push_back({folder_host::errors::NESTED_PROJECT, path,
+                     inQuotes(path) + " is a project's store or a receipt, with rules and names that would leave; " +
+                         mending.holdBack({path})});
   }
-  return hazards;
+  return risks;
 }
 
 }  // namespace project_share

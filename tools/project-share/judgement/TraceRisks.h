@@ -11,11 +11,11 @@ namespace project_share {
 // What is held back and could leave by another way, given the preview of a share by a profile that holds something
 // back: HISTORY_INSIDE, LEFTOVER, SAME_CONTENT, each about what would be shared. The copy is as it was before any
 // filter.
-std::vector<folder_host::Hazard> traceHazards(const Preview& preview, folder_host::WorkingCopy& copy,
-                                              const Mending& mending);
+std::vector<folder_host::Risk> traceRisks(const Preview& preview, folder_host::WorkingCopy& copy,
+                                          const Mending& mending);
 
 // NESTED_PROJECT: stores and receipts under any name among what would be shared.
-std::vector<folder_host::Hazard> storeHazards(const Preview& preview, const folder_host::WorkingCopy& copy,
-                                              const Mending& mending);
+std::vector<folder_host::Risk> storeRisks(const Preview& preview, const folder_host::WorkingCopy& copy,
+                                          const Mending& mending);
 
 }  // namespace project_share

@@ -83,15 +83,15 @@ Json jsonOf(const folder_host::LabelRecord& label) {
           {"kept", label.kept}};
 }
 
-Json jsonOf(const folder_host::Hazard& hazard) {
-  Json object{{"type", "hazard"}, {"identifier", hazard.identifier}};
-  if (!hazard.path.empty()) putPath(object, "path", hazard.path);
-  for (const std::string& path : hazard.otherPaths) {
+Json jsonOf(const folder_host::Risk& risk) {
+  Json object{{"type", "risk"}, {"identifier", risk.identifier}};
+  if (!risk.path.empty()) putPath(object, "path", risk.path);
+  for (const std::string& path : risk.otherPaths) {
     Json other;
     putPath(other, "path", path);
     object["others"].push_back(other);
   }
-  object["message"] = utf8(hazard.message);
+  object["message"] = utf8(risk.message);
   return object;
 }
 

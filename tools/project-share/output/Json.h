@@ -34,7 +34,7 @@ std::optional<std::string> bytesOf(const std::string& hex);
 const char* wordOf(folder_host::EntryKind kind);  // "file", "folder", "link"
 
 Json jsonOf(const folder_host::LabelRecord& label);
-Json jsonOf(const folder_host::Hazard& hazard);
+Json jsonOf(const folder_host::Risk& risk);
 Json jsonOf(const project::sharing::profiles::ExportProfile& profile);  // name and UUID
 Json jsonOf(const folder_host::Entry& entry);                           // path and kind
 

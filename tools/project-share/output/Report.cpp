@@ -73,18 +73,18 @@ const Spared* sparedOf(const Preview& preview, const folder_host::Entry& entry) 
   return spared != preview.spared.end() && spared->folder == &entry ? &*spared : nullptr;
 }
 
-void printHazards(const std::vector<folder_host::Hazard>& hazards, const std::string& prefix, const Json& more) {
-  for (const auto& hazard : hazards) {
-    Json object = jsonOf(hazard);
+void printRisks(const std::vector<folder_host::Risk>& risks, const std::string& prefix, const Json& more) {
+  for (const auto& risk : risks) {
+    Json object = jsonOf(risk);
     object.update(more);
-    item(fmt::format("{}{}: {}", prefix, hazard.identifier, hazard.message), object, Tone::warning);
+    item(fmt::format("{}{}: {}", prefix, risk.identifier, risk.message), object, Tone::warning);
   }
 }
 
-void printNotes(const std::vector<folder_host::Hazard>& notes, const std::string& prefix, const Json& more) {
+void printNotes(const std::vector<folder_host::Risk>& notes, const std::string& prefix, const Json& more) {
   Json note{{"type", "note"}};
   note.update(more);
-  printHazards(notes, prefix, note);
+  printRisks(notes, prefix, note);
 }
 
 std::string textOf(const std::vector<LeavingLabel>& leaving) {

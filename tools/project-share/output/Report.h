@@ -25,10 +25,10 @@ Json jsonOf(const Preview& preview, const Spared& spared);
 const Spared* sparedOf(const Preview& preview, const folder_host::Entry& entry);
 
 // With `prefix` before each line, and with the fields of `more` in each object.
-void printHazards(const std::vector<folder_host::Hazard>& hazards, const std::string& prefix = {},
-                  const Json& more = Json::object());
+void printRisks(const std::vector<folder_host::Risk>& risks, const std::string& prefix = {},
+                const Json& more = Json::object());
 // What is no reason to refuse by itself.
-void printNotes(const std::vector<folder_host::Hazard>& notes, const std::string& prefix = {},
+void printNotes(const std::vector<folder_host::Risk>& notes, const std::string& prefix = {},
                 const Json& more = Json::object());
 // "Labels that leave with the copy: 'audience/everyone' on 2 entries."
 std::string textOf(const std::vector<LeavingLabel>& leaving);

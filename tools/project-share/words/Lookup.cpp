@@ -119,7 +119,7 @@ std::vector<std::shared_ptr<profiles::ExportProfile>> profilesByName(profiles::E
   return sorted;
 }
 
-std::string textOf(const NamedLabel& label) { return freeName(label.name) + (label.isGone ? "  (gone)" : ""); }
+std::string textOf(const NamedLabel& label) { return freeName(label.name) + (label.isDeleted ? "  (gone)" : ""); }
 
 std::vector<NamedLabel> namedBy(const profiles::ExportFilter& filter, const std::vector<LabelRecord>& labels) {
   std::map<profiles::ExportStrategyItem, std::string> known;
@@ -127,8 +127,8 @@ std::vector<NamedLabel> namedBy(const profiles::ExportFilter& filter, const std:
   std::vector<NamedLabel> named;
   for (const auto& item : filter.getItems()) {
     const auto found = known.find(item);
-    const bool isGone = found == known.end();
-    named.push_back({isGone ? folder_host::toBytes(item.labelUUID) : found->second, isGone});
+    const bool isDeleted = found == known.end();
+    named.push_back({isDeleted ? folder_host::toBytes(item.labelUUID) : found->second, isDeleted});
   }
   std::sort(named.begin(), named.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
   return named;

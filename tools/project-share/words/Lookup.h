@@ -57,7 +57,7 @@ std::vector<std::shared_ptr<profiles::ExportProfile>> profilesByName(profiles::E
 // A label that a filter names; of one that is gone the name is its UUID.
 struct NamedLabel {
   std::string name;
-  bool isGone;
+  bool isDeleted;
 };
 
 // As it stands in a list: "audience/internal", "UUID  (gone)".
