@@ -10,6 +10,9 @@
 
 namespace folder_host {
 
+// Which entries of a table are meant, by index.
+using Selection = std::vector<bool>;
+
 // A listing with its entries found by path, in logarithmic time whatever their names are (a hash without a key could be
 // aimed at by crafted ones), and each entry's folder in constant time. Never changes.
 class EntryTable {

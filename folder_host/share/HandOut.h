@@ -3,18 +3,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "folder_host/files/Place.h"
 #include "folder_host/share/Allowances.h"
 #include "folder_host/share/WorkingCopy.h"
-#include "project/sharing/TransformationHierarchy.h"
 
 namespace folder_host {
-
-class Descriptor;
 
 // How much of a copy is written; what was counted when the project was listed is the whole.
 struct Progress {
@@ -24,23 +20,23 @@ struct Progress {
   std::uint64_t allBytes = 0;
 };
 
-struct ShareOptions {
-  // ENTRY_CHANGED: a file that changes after it was listed goes as it is read.
+struct HandOutOptions {
+  // ENTRY_CHANGED: a file that changes after it was listed goes as it is read. NESTED_PROJECT: a file that by its first
+  // bytes is a store or a receipt goes.
   Allowances allowed;
-  // Called often. What it throws stops the share.
+  // Called often. What it throws stops the hand-out.
   std::function<void(const Progress&)> onProgress;
-  // Called with what is left of the project and the folder that holds its copy, whole and durable, before that gets its
-  // name. What it throws stops the share.
-  std::function<void(const WorkingCopy&, const Descriptor&)> beforePublication;
+  // Called with the folder that holds the copy, whole and durable, before that gets its name. What it throws stops the
+  // hand-out.
+  std::function<void(const Descriptor&)> beforePublication;
 };
 
-struct ShareResult {
+struct HandedOut {
   std::size_t files = 0;
   std::size_t folders = 0;
   std::size_t links = 0;
   std::uint64_t bytes = 0;
   std::vector<std::string> changed;  // files and links that did so after they were listed, in the order of the listing
-  HostRemovals removals;
 };
 
 // Refuses what can be no destination of this project, before any work is done, and gives its place. Errors:
@@ -48,15 +44,12 @@ struct ShareResult {
 // DESTINATION_UNUSABLE (the folder that would hold it is not there).
 Place checkDestination(const WorkingCopy& copy, const std::string& destination);
 
-// Runs the transformation over the working copy, applies the host's rules, and writes what is left to `destination`,
-// which is absent or complete afterwards, whatever interrupts it; what killed processes left beside it is cleaned up.
-// Only what is left is read from the project's folder. The destination opens as a project of its own. Whether labels
-// on gone paths, or what lies beside what is held back (Traces, Twins), speak against it is for the caller to judge.
-// Errors: those of checkDestination, the risks of risksAmong that are not allowed, NESTED_PROJECT (by its first
-// bytes a file is a store or a receipt, whatever its name), ENTRY_CHANGED (an entry is not what it was when it was
-// listed), ENTRY_UNREADABLE, COPY_FAILED, and what the transformation and the functions of the options throw.
-ShareResult share(const std::shared_ptr<WorkingCopy>& copy,
-                  const project::sharing::TransformationHierarchy& transformation, const std::string& destination,
-                  const ShareOptions& options = {});
+// Writes what the copy shares to the place, which is free or holds the complete copy afterwards, whatever interrupts
+// it; what killed processes left beside it is cleaned up. It knows no rule: what is shared, and whether anything speaks
+// against it, has been judged (strip, risksAmong, Traces, Twins). It reads what is shared from the project's folder and
+// nothing else, and refuses what is no longer what was listed. The copy opens as a project of its own.
+// Errors: DESTINATION_EXISTS (taken meanwhile), those of EntryReader, COPY_FAILED, and what the functions of the
+// options throw.
+HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOptions& options = {});
 
 }  // namespace folder_host

@@ -17,7 +17,7 @@ namespace {
 
 using Indices = std::vector<std::size_t>;
 
-// Follows links by name, as the system would, over the entries that are left. Where each leads is found once, however
+// Follows links by name, as the system would, over the entries that are shared. Where each leads is found once, however
 // many others lead over it: crafted links would else lead over each other again and again.
 class Links {
  public:
@@ -31,7 +31,7 @@ class Links {
     Indices passed;
   };
 
-  Links(const EntryTable& entries, const std::vector<bool>& gone) : entries_(entries), gone_(gone) {}
+  Links(const EntryTable& entries, const Selection& heldBack) : entries_(entries), heldBack_(heldBack) {}
 
   const Way& follow(std::size_t link) {
     if (ways_.count(link) == 0) walk(link);
@@ -91,7 +91,7 @@ class Links {
     } else if (!name.empty() && name != ".") {
       const auto next =
           entries_.find(joined(at == EntryTable::ROOT ? std::string() : entries_[at].path, std::string(name)));
-      if (!next || gone_[*next]) return lost(walk);
+      if (!next || heldBack_[*next]) return lost(walk);
       const bool isLink = entries_[*next].kind == EntryKind::link;
       if (isLink && ways_.count(*next) == 0) return next;
       if (isLink && !join(walk.way, ways_.at(*next))) return lost(walk);
@@ -117,17 +117,17 @@ class Links {
   }
 
   const EntryTable& entries_;
-  const std::vector<bool>& gone_;
+  const std::vector<bool>& heldBack_;
   std::unordered_map<std::size_t, Way> ways_;  // by the link
   std::vector<Walk> walks_;                    // each was met on the way of the one before
 };
 
-// A link that goes may empty its folder, and a folder that goes takes the links that lead over it: each removal is
-// followed up until nothing more goes, in a time that grows with the entries and the links' ways.
+// A link that is held back may empty its folder, and a folder that is takes the links that lead over it with it: each
+// removal is followed up until there is no other, in a time that grows with the entries and the links' ways.
 class Removal {
  public:
-  Removal(const EntryTable& entries, std::vector<bool>& gone)
-      : entries_(entries), gone_(gone), held_(entries.size()), left_(entries.size()) {}
+  Removal(const EntryTable& entries, Selection& heldBack)
+      : entries_(entries), heldBack_(heldBack), held_(entries.size()), shared_(entries.size()) {}
 
   HostRemovals run() {
     countChildren();
@@ -143,14 +143,14 @@ class Removal {
       const std::size_t parent = entries_.parentOf(i);
       if (parent == EntryTable::ROOT) continue;
       held_[parent] = true;
-      if (!gone_[i]) ++left_[parent];
+      if (!heldBack_[i]) ++shared_[parent];
     }
   }
 
   void removeLinks() {
-    Links links(entries_, gone_);
+    Links links(entries_, heldBack_);
     for (std::size_t i = 0; i < entries_.size(); ++i) {
-      if (gone_[i] || entries_[i].kind != EntryKind::link) continue;
+      if (heldBack_[i] || entries_[i].kind != EntryKind::link) continue;
       const Links::Way& way = links.follow(i);
       if (!way.leads) remove(i);
       for (const std::size_t entry : way.passed) linksOver_.emplace_back(entry, i);
@@ -160,13 +160,13 @@ class Removal {
 
   void removeEmptied() {
     for (std::size_t i = 0; i < entries_.size(); ++i) {
-      if (held_[i] && left_[i] == 0) remove(i);
+      if (held_[i] && shared_[i] == 0) remove(i);
     }
   }
 
   void remove(std::size_t entry) {
-    if (gone_[entry]) return;
-    gone_[entry] = true;
+    if (heldBack_[entry]) return;
+    heldBack_[entry] = true;
     removed_.push_back(entry);
   }
 
@@ -174,7 +174,7 @@ class Removal {
     for (std::size_t next = 0; next < removed_.size(); ++next) {
       const std::size_t entry = removed_[next];
       const std::size_t parent = entries_.parentOf(entry);
-      if (parent != EntryTable::ROOT && --left_[parent] == 0) remove(parent);
+      if (parent != EntryTable::ROOT && --shared_[parent] == 0) remove(parent);
       auto over = std::lower_bound(linksOver_.begin(), linksOver_.end(), std::pair(entry, std::size_t{0}));
       for (; over != linksOver_.end() && over->first == entry; ++over) remove(over->second);
     }
@@ -185,23 +185,23 @@ class Removal {
     std::sort(removed_.begin(), removed_.end());
     for (const std::size_t entry : removed_) {
       const bool link = entries_[entry].kind == EntryKind::link;
-      (link ? removals.links : removals.emptied).push_back(entries_[entry].path);
+      (link ? removals.links : removals.emptied).push_back(entry);
     }
     return removals;
   }
 
   const EntryTable& entries_;
-  std::vector<bool>& gone_;
+  std::vector<bool>& heldBack_;
   std::vector<bool> held_;                                      // folders with anything in them in the listing
-  std::vector<std::size_t> left_;                               // how many entries of a folder are left
+  std::vector<std::size_t> shared_;                             // how many entries of a folder are shared
   std::vector<std::pair<std::size_t, std::size_t>> linksOver_;  // an entry, and a link whose way leads over it; sorted
   Indices removed_;
 };
 
 }  // namespace
 
-HostRemovals removeByHostRules(const EntryTable& entries, std::vector<bool>& gone) {
-  return Removal(entries, gone).run();
+HostRemovals holdBackByHostRules(const EntryTable& entries, Selection& heldBack) {
+  return Removal(entries, heldBack).run();
 }
 
 }  // namespace folder_host

@@ -1,20 +1,20 @@
 #pragma once
 
-#include <string>
+#include <cstddef>
 #include <vector>
 
 #include "folder_host/files/EntryTable.h"
 
 namespace folder_host {
 
-// What leaves a copy by the host's own rules, after the transformation.
+// What is held back by the host's own rules, after the transformation: indices of the table, ascending.
 struct HostRemovals {
-  std::vector<std::string> links;    // whose target leaves the project, goes, or is not there
-  std::vector<std::string> emptied;  // folders that held something, all of which went
+  std::vector<std::size_t> links;    // whose target lies outside the project, is held back, or is not there
+  std::vector<std::size_t> emptied;  // folders that held something, nothing of which is shared
 };
 
-// Takes out of a project of which `gone` has left already what the host does not hand out: see
-// WorkingCopy::applyHostRules. What goes is marked in `gone`. Of a folder that is marked all that lies in it is.
-HostRemovals removeByHostRules(const EntryTable& entries, std::vector<bool>& gone);
+// Of a project of which `heldBack` is held back already, marks there what the host does not hand out either: see
+// WorkingCopy::applyHostRules. Of a folder that is marked before, all that lies in it is.
+HostRemovals holdBackByHostRules(const EntryTable& entries, Selection& heldBack);
 
 }  // namespace folder_host

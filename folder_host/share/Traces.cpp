@@ -1,16 +1,15 @@
 #include "folder_host/share/Traces.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <system_error>
 #include <utility>
 
 #include "folder_host/files/Descriptor.h"
-#include "folder_host/share/CopySteps.h"
 #include "folder_host/share/SideNames.h"
+#include "folder_host/share/read/FirstBytes.h"
+#include "folder_host/share/read/Source.h"
 #include "folder_host/text/FoldedName.h"
 
 namespace folder_host {
@@ -160,45 +159,14 @@ std::vector<Leftover> leftoversAmong(const EntryTable& entries, const Selection&
   return found;
 }
 
-std::string firstBytesOf(const Descriptor& file) {
-  std::array<char, 160> bytes{};
-  const ssize_t length = ::pread(file.get(), bytes.data(), bytes.size(), 0);
-  if (length < 0) throwErrno();
-  return {bytes.data(), static_cast<std::size_t>(length)};
-}
-
-bool firstBytesTell(std::string_view first) {
-  constexpr std::string_view DATABASE("SQLite format 3\0", 16);
-  constexpr std::size_t ID_AT = 68;
-  if (first.substr(0, DATABASE.size()) == DATABASE && first.size() >= ID_AT + 4) {
-    std::uint32_t id = 0;
-    for (std::size_t i = ID_AT; i < ID_AT + 4; ++i) id = (id << 8U) | static_cast<unsigned char>(first[i]);
-    return id == STORE_ID;
-  }
-  for (const std::string_view archived : {".project/", "./.project/"}) {  // the first name of a tar file
-    if (first.substr(0, archived.size()) == archived) return true;
-  }
-  if (first.find("CREATE TABLE node(parent BLOB") != std::string_view::npos) return true;
-  const auto take = [&first](std::string_view word) {
-    first.remove_prefix(std::min(first.find_first_not_of(" \t\r\n"), first.size()));
-    const bool there = first.substr(0, word.size()) == word;
-    first.remove_prefix(there ? word.size() : 0);
-    return there;
-  };
-  take("\xef\xbb\xbf");
-  return take("{") && take("\"receipt\"") && take(":");
-}
-
 std::vector<std::size_t> storesAmong(const std::string& root, const EntryTable& entries, const Selection& shared) {
   std::vector<std::size_t> found;
-  const Descriptor folder = reading(root, [&] { return openFolder(root); });
-  struct stat store {};
-  const bool hasStore = ::fstatat(folder.get(), STORE_FILE, &store, AT_SYMLINK_NOFOLLOW) == 0;
+  const Source source(root);
   for (std::size_t i = 0; i < entries.size(); ++i) {
     const Entry& entry = entries[i];
     if (!shared[i] || entry.kind != EntryKind::file || !canBeStore(entry)) continue;
-    if (hasStore && entry.id == idOf(store)) continue;
-    if (firstBytesTell(firstBytesOf(folder, entry))) found.push_back(i);
+    if (entry.id == source.store) continue;
+    if (firstBytesTell(firstBytesOf(source.folder, entry))) found.push_back(i);
   }
   return found;
 }

@@ -2,18 +2,13 @@
 
 #include <cstddef>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "folder_host/files/Descriptor.h"
 #include "folder_host/files/EntryTable.h"
 
 // What is held back is mostly also somewhere else: here is found what of a project that would be shared may hold it, by
 // names, by places, and by the first bytes of files. Entries are meant by their index in the table.
 namespace folder_host {
-
-// Which entries of a table are meant.
-using Selection = std::vector<bool>;
 
 // Where earlier states of files are kept (see isHistory); also a folder that a version control has made its own under
 // whatever name, by what lies in it. Of what lies in one of them the topmost alone.
@@ -28,12 +23,6 @@ struct Leftover {
 // on purpose: they count where what they are made of, or something in it, is among what was `dropped`.
 std::vector<Leftover> leftoversAmong(const EntryTable& entries, const Selection& shared, const Selection& heldBack,
                                      const Selection& dropped);
-
-// As many as firstBytesTell needs, or all of them. Fails with std::system_error.
-std::string firstBytesOf(const Descriptor& file);
-
-// Whether a file that begins so is a project's store, a dump of one, or a receipt, whatever its name.
-bool firstBytesTell(std::string_view first);
 
 // Files that are a store or a receipt by their first bytes, of those that can be by their size or their name: no others
 // are read. A file that cannot be read is none; the project's own store is never opened.

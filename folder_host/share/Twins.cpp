@@ -10,7 +10,7 @@
 
 #include "folder_host/files/Descriptor.h"
 #include "folder_host/files/Digest.h"
-#include "folder_host/share/CopySteps.h"
+#include "folder_host/share/read/Source.h"
 
 namespace folder_host {
 
@@ -20,38 +20,25 @@ using Indices = std::vector<std::size_t>;
 
 constexpr std::uint64_t BLOCK = 4096;
 
-// Reads the content of a project's files.
-class Contents {
- public:
-  explicit Contents(const std::string& root) : root_(reading(root, [&] { return openFolder(root); })) {
-    struct stat store {};
-    if (::fstatat(root_.get(), STORE_FILE, &store, AT_SYMLINK_NOFOLLOW) == 0) store_ = idOf(store);
+// The digest of a file's first block, or of the whole file; empty where it cannot be read.
+std::string digestOf(const Source& source, const Entry& file, bool whole) {
+  if (file.id == source.store) return {};
+  try {
+    const Descriptor opened = openBeneath(source.folder, file.path, O_RDONLY | O_NONBLOCK);
+    const struct stat status = statusOf(opened);
+    if (!S_ISREG(status.st_mode) || !(idOf(status) == file.id)) return {};
+    return sha256Of(
+        opened, [](std::uint64_t) {}, whole ? UINT64_MAX : BLOCK);
+  } catch (const std::system_error&) {
+    return {};
   }
-
-  // The digest of the first block, or of the whole file; empty where it cannot be read.
-  std::string digestOf(const Entry& file, bool whole) const {
-    if (file.id == store_) return {};
-    try {
-      const Descriptor opened = openBeneath(root_, file.path, O_RDONLY | O_NONBLOCK);
-      const struct stat status = statusOf(opened);
-      if (!S_ISREG(status.st_mode) || !(idOf(status) == file.id)) return {};
-      return sha256Of(
-          opened, [](std::uint64_t) {}, whole ? UINT64_MAX : BLOCK);
-    } catch (const std::system_error&) {
-      return {};
-    }
-  }
-
- private:
-  Descriptor root_;
-  FileId store_;
-};
+}
 
 // Files of one size.
 class Group {
  public:
-  Group(const EntryTable& entries, const Selection& heldBack, const Contents& contents)
-      : entries_(entries), heldBack_(heldBack), contents_(contents) {}
+  Group(const EntryTable& entries, const Selection& heldBack, const Source& source)
+      : entries_(entries), heldBack_(heldBack), source_(source) {}
 
   void compare(const Indices& files, std::vector<Twins>& found) const { compare(files, false, found); }
 
@@ -62,7 +49,7 @@ class Group {
     std::map<FileId, std::string> read;  // names of one file
     for (const std::size_t file : files) {
       std::string& digest = read[entries_[file].id];
-      if (digest.empty()) digest = contents_.digestOf(entries_[file], whole);
+      if (digest.empty()) digest = digestOf(source_, entries_[file], whole);
       byDigest[digest].push_back(file);
     }
     const auto unread = byDigest.find({});
@@ -94,7 +81,7 @@ class Group {
 
   const EntryTable& entries_;
   const Selection& heldBack_;
-  const Contents& contents_;
+  const Source& source_;
 };
 
 }  // namespace
@@ -111,8 +98,8 @@ std::vector<Twins> twinsAmong(const std::string& root, const EntryTable& entries
     if (size != bySize.end()) mixed[size->first].push_back(i);
   }
   std::vector<Twins> found;
-  const Contents contents(root);
-  const Group group(entries, heldBack, contents);
+  const Source source(root);
+  const Group group(entries, heldBack, source);
   for (auto& [size, files] : mixed) {
     const Indices& held = bySize[size];
     files.insert(files.end(), held.begin(), held.end());
@@ -122,6 +109,6 @@ std::vector<Twins> twinsAmong(const std::string& root, const EntryTable& entries
   return found;
 }
 
-std::string digestOf(const std::string& root, const Entry& file) { return Contents(root).digestOf(file, true); }
+std::string digestOf(const std::string& root, const Entry& file) { return digestOf(Source(root), file, true); }
 
 }  // namespace folder_host

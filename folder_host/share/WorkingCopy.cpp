@@ -20,21 +20,21 @@ WorkingCopy::WorkingCopy(std::string root, std::shared_ptr<Store> store, std::sh
     : WorkingCopy(std::move(root), std::move(store), std::make_shared<const EntryTable>(std::move(listing)), {}) {}
 
 WorkingCopy::WorkingCopy(std::string root, std::shared_ptr<Store> store, std::shared_ptr<const EntryTable> table,
-                         std::vector<bool> gone)
+                         Selection heldBack)
     : root_(std::move(root)),
       prefix_(fromBytes(root_ == "/" ? root_ : root_ + "/")),
       store_(std::move(store)),
       table_(std::move(table)),
-      gone_(std::move(gone)),
+      heldBack_(std::move(heldBack)),
       metadata_(std::make_shared<MetadataStore>(store_)),
       labels_(store_) {
-  gone_.resize(table_->size());
+  heldBack_.resize(table_->size());
 }
 
 WorkingCopy::~WorkingCopy() = default;
 
 std::shared_ptr<WorkingCopy> WorkingCopy::clone() const {
-  return std::shared_ptr<WorkingCopy>(new WorkingCopy(root_, store_->memoryCopy(), table_, gone_));
+  return std::shared_ptr<WorkingCopy>(new WorkingCopy(root_, store_->memoryCopy(), table_, heldBack_));
 }
 
 LabelStore& WorkingCopy::getLabelManager() { return labels_; }
@@ -49,26 +49,22 @@ const Listing& WorkingCopy::listing() const { return table_->listing(); }
 
 const EntryTable& WorkingCopy::table() const { return *table_; }
 
-std::vector<const Entry*> WorkingCopy::entriesThatAre(bool gone) const {
+std::vector<const Entry*> WorkingCopy::entries() const {
   std::vector<const Entry*> entries;
-  for (std::size_t i = 0; i < gone_.size(); ++i) {
-    if (gone_[i] == gone) entries.push_back(&(*table_)[i]);
+  for (std::size_t i = 0; i < heldBack_.size(); ++i) {
+    if (!heldBack_[i]) entries.push_back(&(*table_)[i]);
   }
   return entries;
 }
 
-std::vector<const Entry*> WorkingCopy::entries() const { return entriesThatAre(false); }
+Selection WorkingCopy::labelled() const { return EntryLabels(*table_, labels_).labelled(table_->size()); }
 
-std::vector<const Entry*> WorkingCopy::gone() const { return entriesThatAre(true); }
-
-std::vector<bool> WorkingCopy::labelled() { return EntryLabels(*table_, labels_).labelled(table_->size()); }
-
-std::vector<project::management::FileLabel> WorkingCopy::labelsOf(const Entry& entry) {
+std::vector<project::management::FileLabel> WorkingCopy::labelsOf(std::size_t entry) const {
   const std::optional<int> version = store_->version();
-  if (!version) return labels_.labelsOf(entry.path);
+  if (!version) return labels_.labelsOf((*table_)[entry].path);
   if (version != entryLabelsOf_) entryLabels_ = std::make_unique<EntryLabels>(*table_, labels_);
   entryLabelsOf_ = version;
-  return entryLabels_->of(static_cast<std::size_t>(&entry - listing().entries.data()));
+  return entryLabels_->of(entry);
 }
 
 std::string WorkingCopy::relative(const path& entry) const {
@@ -76,15 +72,15 @@ std::string WorkingCopy::relative(const path& entry) const {
   return text.compare(0, prefix_.size(), prefix_) == 0 ? toBytes(text.substr(prefix_.size())) : std::string();
 }
 
-HostRemovals WorkingCopy::applyHostRules() { return removeByHostRules(*table_, gone_); }
+HostRemovals WorkingCopy::applyHostRules() { return holdBackByHostRules(*table_, heldBack_); }
 
 std::vector<std::pair<std::string, std::u16string>> WorkingCopy::attachmentsThatLeave() const {
   auto attachments = labels_.attachments();
-  const auto stays = [&](const auto& attachment) {
+  const auto isHeldBack = [&](const auto& attachment) {
     const auto entry = table_->find(attachment.first);
-    return !entry || gone_[*entry];
+    return !entry || heldBack_[*entry];
   };
-  attachments.erase(std::remove_if(attachments.begin(), attachments.end(), stays), attachments.end());
+  attachments.erase(std::remove_if(attachments.begin(), attachments.end(), isHeldBack), attachments.end());
   return attachments;
 }
 
@@ -94,8 +90,8 @@ std::map<std::u16string, std::size_t> WorkingCopy::labelsThatLeave() const {
   return leaving;
 }
 
-// What is handed out is put together from what may leave: whatever else a store holds, now or later, stays behind.
-std::string WorkingCopy::storeOfWhatIsLeft() {
+// What is handed out is put together from what may leave: whatever else a store holds, now or later, is not in it.
+std::string WorkingCopy::storeOfWhatIsShared() const {
   const auto leaving = labelsThatLeave();
   std::set<std::u16string> categories;
   const auto copy = Store::inMemory();
@@ -117,9 +113,9 @@ std::string WorkingCopy::storeOfWhatIsLeft() {
 
 std::vector<path> WorkingCopy::getFiles() {
   std::vector<path> files;
-  files.reserve(gone_.size());
-  for (std::size_t i = 0; i < gone_.size(); ++i) {
-    if (!gone_[i]) files.push_back(pathOf(i));
+  files.reserve(heldBack_.size());
+  for (std::size_t i = 0; i < heldBack_.size(); ++i) {
+    if (!heldBack_[i]) files.push_back(pathOf(i));
   }
   return files;
 }
@@ -129,7 +125,7 @@ path WorkingCopy::getRootFolder() { return path(fromBytes(root_), true); }
 std::vector<project::management::FileLabel> WorkingCopy::getFileLabels(const path& entry) {
   const auto found = find(entry);
   if (!found) return {};
-  return labelsOf((*table_)[*found]);
+  return labelsOf(*found);
 }
 
 bool WorkingCopy::isFolder(const path& entry) {
@@ -138,38 +134,39 @@ bool WorkingCopy::isFolder(const path& entry) {
 }
 
 std::vector<path> WorkingCopy::removeFiles(const std::vector<path>& entries) {
-  const std::vector<bool> going = withAllBelow(entries);
-  std::vector<path> removed;
-  for (std::size_t i = 0; i < going.size(); ++i) {
-    if (going[i]) removed.push_back(pathOf(i));
+  const Selection removed = withAllBelow(entries);
+  std::vector<path> paths;
+  for (std::size_t i = 0; i < removed.size(); ++i) {
+    if (removed[i]) paths.push_back(pathOf(i));
   }
-  for (std::size_t i = 0; i < going.size(); ++i) gone_[i] = gone_[i] || going[i];
-  return removed;
+  for (std::size_t i = 0; i < removed.size(); ++i) heldBack_[i] = heldBack_[i] || removed[i];  // nothing fails any more
+  return paths;
 }
 
 std::optional<std::size_t> WorkingCopy::find(const path& entry) const {
   const auto found = table_->find(relative(entry));
   // Several texts may stand for the same bytes; only the one that was given out names the entry.
-  return found && !gone_[*found] && pathOf(*found) == entry ? found : std::nullopt;
+  return found && !heldBack_[*found] && pathOf(*found) == entry ? found : std::nullopt;
 }
 
 path WorkingCopy::pathOf(std::size_t entry) const { return path(prefix_ + fromBytes((*table_)[entry].path), true); }
 
 // A folder stands before what lies in it, so one pass carries a removal all the way down.
-std::vector<bool> WorkingCopy::withAllBelow(const std::vector<path>& entries) const {
-  std::vector<bool> going(gone_.size());
+Selection WorkingCopy::withAllBelow(const std::vector<path>& entries) const {
+  Selection removed(heldBack_.size());
   for (const path& entry : entries) {
-    if (const auto found = find(entry)) going[*found] = true;
+    if (const auto found = find(entry)) removed[*found] = true;
   }
-  for (std::size_t i = 0; i < going.size(); ++i) {
+  for (std::size_t i = 0; i < removed.size(); ++i) {
     const std::size_t parent = table_->parentOf(i);
-    if (gone_[i] || going[i] || parent == EntryTable::ROOT || !going[parent]) continue;
+    if (heldBack_[i] || removed[i] || parent == EntryTable::ROOT || !removed[parent]) continue;
     if ((*table_)[i].kind != EntryKind::folder) {
-      throw Error(errors::SHARED_BELOW_HELD_BACK, inQuotes((*table_)[i].path) + " would stay in a folder that goes");
+      throw Error(errors::SHARED_BELOW_HELD_BACK,
+                  inQuotes((*table_)[i].path) + " would be shared in a folder that is held back");
     }
-    going[i] = true;
+    removed[i] = true;
   }
-  return going;
+  return removed;
 }
 
 }  // namespace folder_host

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "folder_host/files/Listing.h"
+#include "folder_host/files/EntryTable.h"
 #include "folder_host/share/HostRules.h"
 #include "folder_host/store/LabelStore.h"
 #include "folder_host/store/MetadataStore.h"
@@ -17,7 +17,6 @@
 namespace folder_host {
 
 class EntryLabels;
-class EntryTable;
 class Store;
 
 // The project that a transformation acts on: a private copy of the store in memory and the list of entries, taken
@@ -42,31 +41,31 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   const Listing& listing() const;
   const EntryTable& table() const;
 
-  // The entries that are left, in the order of the listing.
+  // The entries that are shared as things stand, in the order of the listing; at first, all.
   std::vector<const Entry*> entries() const;
-  // Those that are not.
-  std::vector<const Entry*> gone() const;
+  // Which entries of the listing are held back, by index.
+  const Selection& heldBack() const noexcept { return heldBack_; }
 
-  // Which entries of the listing, by index, carry a label.
-  std::vector<bool> labelled();
-  // Of an entry of the listing, whether it is left or not.
-  std::vector<project::management::FileLabel> labelsOf(const Entry& entry);
+  // Which entries of the listing carry a label, by index.
+  Selection labelled() const;
+  // Of an entry of the listing, by its index, whether it is shared or held back; by label UUID.
+  std::vector<project::management::FileLabel> labelsOf(std::size_t entry) const;
 
   // The relative bytes of a path that getFiles gave; of any other path, empty.
   std::string relative(const fl::filesystem::path& entry) const;
 
-  // Takes out what the host itself does not hand out: links that do not lead, inside the project, to something that
-  // stays, and folders that held something, all of which went; what becomes so by that goes too. A folder that was
-  // empty before stays. Gives each in the order of the listing.
+  // Holds back what the host itself does not hand out: links that do not lead, inside the project, to something that is
+  // shared, and folders that held something of which nothing is shared; and whatever becomes so by that. A folder that
+  // was empty before is shared. Gives each in the order of the listing.
   HostRemovals applyHostRules();
 
-  // The labels that leave with the entries that are left, by UUID, each with the number of those that carry it. One
-  // that is attached to nothing that is left does not leave.
+  // The labels that leave with the entries that are shared, by UUID, each with the number of those that carry it. A
+  // label that is attached to nothing that is shared does not leave.
   std::map<std::u16string, std::size_t> labelsThatLeave() const;
 
   // The bytes of a handed-out copy's store: the labels that leave, with their categories and their attachments to the
-  // entries that are left; no metadata. No byte of anything else is in them. Errors: STORE_FAILED.
-  std::string storeOfWhatIsLeft();
+  // entries that are shared; no metadata. No byte of anything else is in them. Errors: STORE_FAILED.
+  std::string storeOfWhatIsShared() const;
 
  private:
   std::vector<fl::filesystem::path> getFiles() override;
@@ -78,23 +77,22 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   std::vector<fl::filesystem::path> removeFiles(const std::vector<fl::filesystem::path>& entries) override;
 
   WorkingCopy(std::string root, std::shared_ptr<Store> store, std::shared_ptr<const EntryTable> table,
-              std::vector<bool> gone);
+              Selection heldBack);
 
   std::optional<std::size_t> find(const fl::filesystem::path& entry) const;
-  std::vector<const Entry*> entriesThatAre(bool gone) const;
   std::vector<std::pair<std::string, std::u16string>> attachmentsThatLeave() const;
   fl::filesystem::path pathOf(std::size_t entry) const;
-  std::vector<bool> withAllBelow(const std::vector<fl::filesystem::path>& entries) const;
+  Selection withAllBelow(const std::vector<fl::filesystem::path>& entries) const;
 
   std::string root_;
   std::u16string prefix_;  // of the text of every entry
   std::shared_ptr<Store> store_;
   std::shared_ptr<const EntryTable> table_;  // shared with clones
-  std::vector<bool> gone_;                   // by the table's indices
+  Selection heldBack_;                       // by the table's indices
   std::shared_ptr<MetadataStore> metadata_;
   LabelStore labels_;
-  std::unique_ptr<const EntryLabels> entryLabels_;
-  std::optional<int> entryLabelsOf_;  // this version of the store
+  mutable std::unique_ptr<const EntryLabels> entryLabels_;
+  mutable std::optional<int> entryLabelsOf_;  // this version of the store
 };
 
 }  // namespace folder_host

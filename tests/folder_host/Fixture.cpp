@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "folder_host/files/Descriptor.h"
+#include "folder_host/share/Strip.h"
 #include "folder_host/text/Utf.h"
 
 namespace folder_host {
@@ -99,6 +100,13 @@ Transformation::~Transformation() = default;
 
 void Transformation::apply(project::sharing::SerializationData& data) const {
   if (change_) change_(*data.projectManagers.at(data.projectPath));
+}
+
+HandedOut share(const std::shared_ptr<WorkingCopy>& copy, const project::sharing::TransformationHierarchy& change,
+                const std::string& destination, const HandOutOptions& options) {
+  const Place place = checkDestination(*copy, destination);
+  strip(copy, change);
+  return handOut(*copy, place, options);
 }
 
 TemporaryFolder::TemporaryFolder() {

@@ -11,6 +11,7 @@
 
 #include "folder_host/Error.h"
 #include "folder_host/files/Listing.h"
+#include "folder_host/share/HandOut.h"
 #include "folder_host/share/WorkingCopy.h"
 #include "project/sharing/SerializationData.h"
 #include "project/sharing/TransformationHierarchy.h"
@@ -48,6 +49,10 @@ class Transformation final : public project::sharing::TransformationHierarchy {
  private:
   Change change_;
 };
+
+// Judges by the transformation alone, and hands out what is shared then.
+HandedOut share(const std::shared_ptr<WorkingCopy>& copy, const project::sharing::TransformationHierarchy& change,
+                const std::string& destination, const HandOutOptions& options = {});
 
 // A folder of its own, without links on its path, that goes with it.
 struct TemporaryFolder {

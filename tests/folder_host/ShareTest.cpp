@@ -38,13 +38,13 @@ class ShareTest : public FolderTest {
     fs::create_directory(in("out"));
   }
 
-  ShareResult shareAs(const std::string& destination, const Transformation::Change& change = nullptr,
-                      const ShareOptions& options = {}) const {
+  HandedOut shareAs(const std::string& destination, const Transformation::Change& change = nullptr,
+                    const HandOutOptions& options = {}) const {
     return share(project_.workingCopy(), Transformation(change), destination, options);
   }
 
   // Of a share to a place that is free.
-  std::string refusal(const Transformation::Change& change = nullptr, const ShareOptions& options = {}) const {
+  std::string refusal(const Transformation::Change& change = nullptr, const HandOutOptions& options = {}) const {
     return refusalOf([&] { shareAs(in("out/copy"), change, options); });
   }
 
@@ -79,7 +79,7 @@ TEST_F(ShareTest, ModesAndTimesAreKeptAndSetIdBitsNot) {
 TEST_F(ShareTest, AnEntryThatIsNotWhatItWasStopsTheShareAndLeavesNothing) {
   put("outside/x", "must not leave");
   fs::create_symlink("b", in("p/l"));
-  ShareOptions allowing;
+  HandOutOptions allowing;
   allowing.allowed = {errors::ENTRY_CHANGED};
   const auto replace = [&](const std::string& path, const std::function<void(const std::string&)>& make) {
     return [this, path, make](ProjectManager&) { fs::remove_all(in(path)), make(in(path)); };
@@ -117,7 +117,7 @@ TEST_F(ShareTest, AnEntryThatIsNotWhatItWasStopsTheShareAndLeavesNothing) {
 }
 
 TEST_F(ShareTest, AFileThatChangesWhileItIsCopiedStopsTheShareUnlessAllowed) {
-  ShareOptions options;
+  HandOutOptions options;
   options.onProgress = [&](const Progress& progress) {
     EXPECT_EQ(progress.allEntries, 4U);
     EXPECT_EQ(progress.allBytes, 6U);

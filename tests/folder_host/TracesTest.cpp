@@ -1,4 +1,5 @@
 #include "folder_host/share/Traces.h"
+#include "folder_host/share/read/FirstBytes.h"
 
 #include <algorithm>
 #include <memory>

@@ -11,6 +11,7 @@
 
 #include "Fixture.h"
 #include "folder_host/files/Permissions.h"
+#include "folder_host/share/sinks/FolderSink.h"
 
 namespace folder_host {
 
@@ -39,15 +40,21 @@ class TreeCopyTest : public FolderTest {
     return "p/folder" + std::to_string(i / 70) + "/file" + std::to_string(i % 70 / 10) + std::to_string(i % 10);
   }
 
-  void copy(TreeCopy::Options options = {}) {
-    fs::remove_all(in("copy"));
-    fs::create_directory(in("copy"));
-    const Descriptor target = openFolder(in("copy"));
+  void copy(const CopyProgress& onProgress = nullptr, const Allowances& allowed = {}) {
     std::vector<const Entry*> entries;
     for (const Entry& entry : listing_.entries) entries.push_back(&entry);
-    TreeCopy tree(in("p"), target, std::move(options));
-    tree.copy(entries);
-    tree.finishFolders();
+    copyFrom(in("p"), entries, onProgress, allowed);
+  }
+
+  void copyFrom(const std::string& root, const std::vector<const Entry*>& entries,
+                const CopyProgress& onProgress = nullptr, const Allowances& allowed = {}) {
+    fs::remove_all(in("copy"));
+    const Descriptor parent = openFolder(in("."));
+    StagingFolder publication(parent);
+    FolderSink sink(publication);
+    copyTree(Source(root, allowed), entries, sink, onProgress);
+    sink.finish();
+    publication.publish("copy");
   }
 
   Listing listing_;
@@ -70,12 +77,10 @@ TEST_F(TreeCopyTest, EverythingArrivesWithItsContentAndIsTold) {
   const auto caller = std::this_thread::get_id();
   std::size_t entries = 0;
   std::uint64_t bytes = 0, all = 0;
-  TreeCopy::Options options;
-  options.onProgress = [&](std::size_t entriesNow, std::uint64_t bytesNow) {
+  copy([&](std::size_t entriesNow, std::uint64_t bytesNow) {
     EXPECT_TRUE(std::this_thread::get_id() == caller && entriesNow >= entries && bytesNow >= bytes);
     entries = entriesNow, bytes = bytesNow;
-  };
-  copy(options);
+  });
   EXPECT_EQ(entries, listing_.entries.size());
   for (const Entry& entry : listing_.entries) all += entry.size;
   EXPECT_EQ(bytes, all) << "is told in the caller's thread to the end";
@@ -98,16 +103,14 @@ TEST_F(TreeCopyTest, AFileWithHolesThatChangesIsNoticed) {
     const std::uintmax_t content = 5U << 16U;
     const auto make = [&] { put("p/file", std::string(content, 'x')), fs::resize_file(in("p/file"), 5000000), list(); };
     fs::remove_all(in("p")), make();
-    TreeCopy::Options options;
     bool isLarge = true;
-    options.onProgress = [&](std::size_t, std::uint64_t bytes) {
+    const CopyProgress change = [&](std::size_t, std::uint64_t bytes) {
       if (bytes > 0 && std::exchange(isLarge, false)) fs::resize_file(in("p/file"), size);
     };
-    EXPECT_EQ(refusalOf([&] { copy(options); }), errors::ENTRY_CHANGED) << size;
+    EXPECT_EQ(refusalOf([&] { copy(change); }), errors::ENTRY_CHANGED) << size;
     make();
     isLarge = true;
-    options.allowed.allow(errors::ENTRY_CHANGED);
-    copy(options);
+    copy(change, {errors::ENTRY_CHANGED});
     EXPECT_EQ(fs::file_size(in("copy/file")), std::max<std::uintmax_t>(size, content))
         << "what was read, to its new end";
   }
@@ -142,18 +145,16 @@ TEST_F(TreeCopyTest, ContentWithoutASizeArrives) {
   ASSERT_EQ(::stat("/proc/sys/kernel/ostype", &status), 0);
   ASSERT_EQ(status.st_size, 0);
   const Entry entry{"ostype", EntryKind::file, {}, {status.st_dev, status.st_ino}, 0, status.st_ctim};
-  fs::create_directory(in("copy"));
-  TreeCopy("/proc/sys/kernel", openFolder(in("copy")), {}).copy({&entry});
+  copyFrom("/proc/sys/kernel", {&entry});
   EXPECT_EQ(read(in("copy/ostype")), "Linux\n");
 }
 
 TEST_F(TreeCopyTest, WhatProgressThrowsEndsItWithNoThreadLeft) {
   for (const std::size_t when : {0U, 9U, 300U}) {
-    TreeCopy::Options options;
-    options.onProgress = [&](std::size_t entries, std::uint64_t) {
+    const CopyProgress stop = [&](std::size_t entries, std::uint64_t) {
       if (entries >= when) throw std::out_of_range("on purpose");
     };
-    EXPECT_THROW(copy(options), std::out_of_range) << when;
+    EXPECT_THROW(copy(stop), std::out_of_range) << when;
     EXPECT_EQ(threads(), alone_);
   }
 }
@@ -164,13 +165,12 @@ TEST_F(TreeCopyTest, ASecondThreadHelpsAndTakesNoSignal) {
   isCaller = true;
   const auto before = std::signal(SIGUSR1, [](int) { elsewhere = elsewhere + (isCaller ? 0 : 1); });
   std::size_t most = 0;
-  TreeCopy::Options options;
-  options.onProgress = [&](std::size_t entries, std::uint64_t) {
+  const CopyProgress look = [&](std::size_t entries, std::uint64_t) {
     if (entries % 50 == 0 || most <= alone_) most = std::max(most, threads());
     ::kill(::getpid(), SIGUSR1);
   };
   // On a busy machine it may be done before this one looks.
-  for (int i = 0; i < 20 && most <= alone_; ++i) copy(options);
+  for (int i = 0; i < 20 && most <= alone_; ++i) copy(look);
   std::signal(SIGUSR1, before);
   EXPECT_EQ(most, alone_ + 1);
   EXPECT_EQ(elsewhere, 0);

@@ -18,6 +18,12 @@ std::shared_ptr<WorkingCopy> copyOf(const Names& names, const std::string& root 
   return std::make_shared<WorkingCopy>(root, Store::inMemory(), listingOf(names));
 }
 
+Names namesOf(const WorkingCopy& copy, const std::vector<std::size_t>& entries) {
+  Names names;
+  for (const std::size_t entry : entries) names.push_back(copy.table()[entry].path);
+  return names;
+}
+
 Names without(const Names& names, const Names& dropped) {
   Names left = namesOf(copyOf(names)->entries());
   for (const std::string& name : dropped) left.erase(std::remove(left.begin(), left.end(), name), left.end());
@@ -40,7 +46,7 @@ TEST(WorkingCopy, KnowsItsEntriesByTheTextsOfTheirPathsAndNoOthers) {
 }
 
 // The suite for hosts tries what may be removed.
-TEST(WorkingCopy, AFolderDoesNotGoWithoutTheFilesInIt) {
+TEST(WorkingCopy, AFolderIsNotHeldBackWithoutTheFilesInIt) {
   const Names all = {"a/", "a-b", "a/x", "a/y/", "a/y/z", "b"};
   const auto copy = copyOf(all);
   const auto remove = [&](const Names& names) { return copy->getFileManager().removeFiles(at(*copy, names)); };
@@ -53,13 +59,13 @@ TEST(WorkingCopy, AFolderDoesNotGoWithoutTheFilesInIt) {
       << "and with the folders in it";
 }
 
-TEST(WorkingCopy, LinksAndEmptiedFoldersGoByTheHostsRules) {
+TEST(WorkingCopy, LinksAndEmptiedFoldersAreHeldBackByTheHostsRules) {
   const struct {
     const char* title;
     Names entries, removed, links, emptied;
   } rows[] = {
       {"a link to nothing", {"l>a", "m>.project/store.db", "n>"}, {}, {"l", "m", "n"}, {}},
-      {"links to a link that goes", {"a", "l>m", "m>n", "n>a"}, {"a"}, {"l", "m", "n"}, {}},
+      {"links to a link that is held back", {"a", "l>m", "m>n", "n>a"}, {"a"}, {"l", "m", "n"}, {}},
       {"a link over a linked folder", {"d/", "d/x", "l>d", "m>l/x", "n>l/../d/x", "o>l/y"}, {}, {"o"}, {}},
       {"a link over a file", {"a", "l>a/.", "m>a/../a", "n>a/"}, {}, {"l", "m", "n"}, {}},
       {"a folder that is emptied", {"a-b", "a/", "a/b/", "a/b/x"}, {"a/b/x"}, {}, {"a", "a/b"}},
@@ -72,11 +78,11 @@ TEST(WorkingCopy, LinksAndEmptiedFoldersGoByTheHostsRules) {
     const auto copy = copyOf(row.entries);
     copy->getFileManager().removeFiles(at(*copy, row.removed));
     const HostRemovals removals = copy->applyHostRules();
-    EXPECT_EQ(removals.links, row.links);
-    EXPECT_EQ(removals.emptied, row.emptied);
-    Names gone = row.removed;
-    for (const Names& names : {row.links, row.emptied}) gone.insert(gone.end(), names.begin(), names.end());
-    EXPECT_EQ(namesOf(copy->entries()), without(row.entries, gone));
+    EXPECT_EQ(namesOf(*copy, removals.links), row.links);
+    EXPECT_EQ(namesOf(*copy, removals.emptied), row.emptied);
+    Names heldBack = row.removed;
+    for (const Names& names : {row.links, row.emptied}) heldBack.insert(heldBack.end(), names.begin(), names.end());
+    EXPECT_EQ(namesOf(copy->entries()), without(row.entries, heldBack));
   }
 }
 
@@ -85,11 +91,11 @@ TEST(Risks, LabelsOnMissingPathsAreFoundInTheOrderOfATree) {
   LabelStore& labels = copy->getLabelManager();
   labels.attach(labels.create(u"Access", u"Secret").uuid, {"a/x", "a-b", "a", "b"});
   Names found;
-  for (const MissingPath& gone : labelledMissingPaths(*copy)) found.push_back(gone.path);
+  for (const MissingPath& missing : labelledMissingPaths(*copy)) found.push_back(missing.path);
   EXPECT_EQ(found, (Names{"a", "a/x", "a-b"}));
 }
 
-TEST(Risks, AreToldOfWhatIsLeft) {
+TEST(Risks, AreToldOfWhatIsShared) {
   const std::string accented = "\xC3\xA9";     // one character
   const std::string decomposed = "E\xCC\x81";  // the letter and its accent, in upper case
   const struct {

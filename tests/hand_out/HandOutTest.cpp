@@ -34,7 +34,7 @@ class HandOutTest : public FolderTest {
     const std::string before = everythingIn(in("p"));
     const auto left = project.workingCopy();
     strip(*left, *createManager(project.metadata())->getProfileByUUID(planted.profile));
-    const ShareResult told = share(project.workingCopy(), ExportProfileTransformation(planted.profile), in("copy"));
+    const HandedOut told = share(project.workingCopy(), ExportProfileTransformation(planted.profile), in("copy"));
     EXPECT_EQ(told.files + told.folders + told.links, left->entries().size());
     EXPECT_TRUE(everythingIn(in("p")) == before) << "the project was changed";
     expectCopyOf(*left, planted);
@@ -51,7 +51,7 @@ class HandOutTest : public FolderTest {
       (ofFiles ? plain::applyFileFilter : plain::applyLabelFilter)(kind, items, copy);
       for (const LabelRecord& label : copy.getLabelManager().list()) {
         const auto item = std::find(items.begin(), items.end(), ExportStrategyItem(label.categoryUUID, label.uuid));
-        counts_["kept labels that a filter drops"] += kind == EXCLUDE_LABEL && item != items.end();
+        counts_["protected labels that a filter drops"] += kind == EXCLUDE_LABEL && item != items.end();
       }
     }
     copy.applyHostRules();
@@ -71,7 +71,7 @@ class HandOutTest : public FolderTest {
     EXPECT_TRUE(createManager(FolderProject::open(in("copy")).metadata())->getProfiles().empty());
   }
 
-  // Of a link the name alone: where it leads to stays as well. A label leaves with what carries it.
+  // Of a link the name alone: where it leads to is shared as well. A label leaves with what carries it.
   std::set<int> canariesOf(WorkingCopy& left, const Planted& planted) const {
     std::string bytes;
     for (const Entry* entry : left.entries()) {
@@ -86,11 +86,13 @@ class HandOutTest : public FolderTest {
 
   void count(const LabelStore& all, WorkingCopy& left) {
     const LabelStore& labels = left.getLabelManager();
-    counts_["labels that go"] += all.list().size() - labels.list().size();
-    counts_["categories that go"] += all.getCategories().size() - labels.getCategories().size();
-    const auto isLink = [](const Entry* entry) { return entry->kind == EntryKind::link; };
-    for (const Entry* entry : left.entries()) ++counts_[isLink(entry) ? "links that stay" : "others that stay"];
-    for (const Entry* entry : left.gone()) ++counts_[isLink(entry) ? "links that go" : "others that go"];
+    counts_["labels removed"] += all.list().size() - labels.list().size();
+    counts_["categories removed"] += all.getCategories().size() - labels.getCategories().size();
+    const auto isLink = [](const Entry& entry) { return entry.kind == EntryKind::link; };
+    for (std::size_t i = 0; i < left.table().size(); ++i) {
+      const std::string what = isLink(left.table()[i]) ? "links" : "others";
+      ++counts_[what + (left.heldBack()[i] ? " held back" : " shared")];
+    }
   }
 
   std::map<std::string, std::size_t> counts_;
@@ -109,8 +111,9 @@ TEST_F(HandOutTest, ACopyHoldsWhatMayLeaveAndNothingElse) {
   }
   environment::noteSurvived("hand_out.shares", HasFailure() ? shared - 1 : shared, shared);
   if (HasFailure() || projects < enough) return;
-  for (const char* what : {"others that stay", "others that go", "links that stay", "links that go", "labels that go",
-                           "categories that go", "kept labels that a filter drops", "deleted names in the store"}) {
+  for (const char* what :
+       {"others shared", "others held back", "links shared", "links held back", "labels removed", "categories removed",
+        "protected labels that a filter drops", "deleted names in the store"}) {
     EXPECT_GT(counts_[what], 0U) << what;
   }
 }

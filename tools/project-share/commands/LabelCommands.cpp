@@ -89,7 +89,7 @@ LabelRecord namedLabel(const std::vector<LabelRecord>& labels, const std::string
 
 Risk linkNote(const FolderProject& project, const LabelRecord& label, const Paths& links) {
   const std::string more = links.size() == 1 ? "" : fmt::format(" (and {} more)", links.size() - 1);
-  return {refusals::LABEL_ON_LINK, links.front(),
+  return {risks::LABEL_ON_LINK.identifier, links.front(),
           fmt::format("{}{} is a link, and the label is about the link alone; for what it leads to: {}",
                       inQuotes(links.front()), more,
                       commandOf({"label", "attach", nameOf(label), fromHere(project.root(), links.front()) + "/"}))};

@@ -7,7 +7,7 @@
 #include "Refusal.h"
 #include "commands/Commands.h"
 #include "folder_host/files/EntryTable.h"
-#include "judgement/Judgement.h"
+#include "judgement/Judge.h"
 #include "output/Output.h"
 #include "output/Report.h"
 #include "settings/OpenProject.h"
@@ -35,35 +35,35 @@ std::string indented(const Entry& entry) {
   return std::string(2 * depth, ' ') + freeName(name + (entry.kind == EntryKind::folder ? "/" : ""));
 }
 
-// One line an entry of the tree: '-' goes, '~' stays only for the sake of what is below it.
-void printTreeLine(const Preview& preview, const Entry& entry, const Reason& reason, const Spared* spared) {
+// One line an entry of the tree: '-' is held back, '~' is shared only for the sake of what is below it.
+void printTreeLine(const Judgement& judgement, const Entry& entry, const Reason& reason, const Spared* spared) {
   if (reason.rule != Reason::Rule::none) {
-    line(fmt::format("- {}  {}", indented(entry), textOf(preview, reason)), Tone::going);
+    line(fmt::format("- {}  {}", indented(entry), textOf(judgement, reason)), Tone::heldBack);
   } else if (spared != nullptr) {
-    line(fmt::format("~ {}  {}", indented(entry), textOf(preview, *spared)), Tone::warning);
+    line(fmt::format("~ {}  {}", indented(entry), textOf(judgement, *spared)), Tone::warning);
   } else {
     line("  " + indented(entry));
   }
 }
 
-Json jsonLine(const Preview& preview, const Entry& entry, const Reason& reason, const Spared* spared) {
+Json jsonLine(const Judgement& judgement, const Entry& entry, const Reason& reason, const Spared* spared) {
   Json object{{"type", "entry"}};
   object.update(jsonOf(entry));
-  object["stays"] = reason.rule == Reason::Rule::none;
-  if (reason.rule != Reason::Rule::none) object["why"] = jsonOf(preview, reason);
-  if (spared != nullptr) object["spared"] = jsonOf(preview, *spared);
+  object["shared"] = reason.rule == Reason::Rule::none;
+  if (reason.rule != Reason::Rule::none) object["reason"] = jsonOf(judgement, reason);
+  if (spared != nullptr) object["spared"] = jsonOf(judgement, *spared);
   return object;
 }
 
-void printTree(const folder_host::WorkingCopy& copy, const Preview& preview) {
+void printTree(const folder_host::WorkingCopy& copy, const Judgement& judgement) {
   const std::vector<Entry>& entries = copy.listing().entries;
   for (const std::size_t i : treeOrder(entries)) {
-    const Spared* spared = sparedOf(preview, entries[i]);
-    const Reason& reason = preview.reasons[i];
+    const Spared* spared = sparedOf(judgement, entries[i]);
+    const Reason& reason = judgement.reasons[i];
     if (manner().json) {
-      item({}, jsonLine(preview, entries[i], reason, spared));
+      item({}, jsonLine(judgement, entries[i], reason, spared));
     } else {
-      printTreeLine(preview, entries[i], reason, spared);
+      printTreeLine(judgement, entries[i], reason, spared);
     }
   }
 }
@@ -74,48 +74,50 @@ std::array<std::size_t, 3> countsByKind(const Entries& entries) {
   return counts;
 }
 
-void printFilter(const Preview& preview, std::size_t position) {
-  const FilterEffect& effect = preview.filters[position - 1];
-  const auto [files, folders, links] = countsByKind(effect.gone);
+void printFilter(const Judgement& judgement, std::size_t position) {
+  const FilterEffect& effect = judgement.filters[position - 1];
+  const auto [files, folders, links] = countsByKind(effect.heldBack);
   Json object{{"type", "filter"},   {"filter", position}, {"kind", wordOf(effect.kind)}, {"files", files},
               {"folders", folders}, {"links", links},     {"spared", effect.spared},     {"labels", Json::array()}};
-  for (const std::size_t label : effect.labelsGone) object["labels"].push_back(jsonOf(preview.labels[label]));
-  std::string text = nameOfFilter(preview, position) + ": ";
+  for (const std::size_t label : effect.labelsRemoved) object["labels"].push_back(jsonOf(judgement.labels[label]));
+  std::string text = nameOfFilter(judgement, position) + ": ";
   if (isFileKind(effect.kind)) {
-    text += fmt::format("{}, {} and {} go, {} spared", counted(files, "file", "files"),
+    text += fmt::format("{}, {} and {} held back, {} spared", counted(files, "file", "files"),
                         counted(folders, "folder", "folders"), counted(links, "link", "links"),
                         counted(effect.spared, "folder", "folders"));
   } else {
-    text += effect.labelsGone.empty() ? "no label goes" : "labels go: " + namesOf(preview, effect.labelsGone);
+    text += effect.labelsRemoved.empty() ? "no label removed"
+                                         : "labels removed: " + namesOf(judgement, effect.labelsRemoved);
   }
   item(text, object);
 }
 
-void printSummary(const folder_host::WorkingCopy& copy, const Assessment& assessment) {
-  const std::size_t stays = assessment.preview.stays.size();
+void printSummary(const folder_host::WorkingCopy& copy, const Judgement& judgement) {
+  const std::size_t shared = judgement.shared.size();
+  const auto& risks = judgement.found.risks;
   const std::size_t all = copy.listing().entries.size();
   const std::string refusal =
-      assessment.risks.empty() ? ""
-                               : fmt::format(" A share is refused for the reasons above, or as far as allowed by {}.",
-                                             allowingFlags(assessment.risks));
-  Json object{{"type", "summary"}, {"entries", all}, {"stay", stays}, {"refused", !assessment.risks.empty()}};
+      risks.empty()
+          ? ""
+          : fmt::format(" A share is refused for the reasons above, or as far as allowed by {}.", allowingFlags(risks));
+  Json object{{"type", "summary"}, {"entries", all}, {"shared", shared}, {"refused", !risks.empty()}};
   putPath(object, "project", copy.root());
-  object["labels"] = jsonOf(assessment.leaving);
-  item(fmt::format("Of the project {}, {} of {} stay.{}", inQuotes(copy.root()), stays,
-                   counted(all, "entry", "entries"), refusal),
+  object["labels"] = jsonOf(judgement.leaving);
+  item(fmt::format("Of the project {}, {} of {} {} shared.{}", inQuotes(copy.root()), shared,
+                   counted(all, "entry", "entries"), shared == 1 ? "is" : "are", refusal),
        object);
-  if (!manner().json) line(textOf(assessment.leaving));
+  if (!manner().json) line(textOf(judgement.leaving));
 }
 
-// "'drafts/' stays: no filter of profile 'public' selects it"
-std::string answer(const Assessment& assessment, const Entry& entry, const Reason& reason, const Spared* spared) {
-  const std::string profile = "profile " + inQuotes(assessment.name);
+// "'drafts/' is shared: no filter of profile 'public' selects it"
+std::string answer(const Judgement& judgement, const Entry& entry, const Reason& reason, const Spared* spared) {
+  const std::string profile = "profile " + inQuotes(judgement.name);
   const std::string name = inQuotes(nameOf(entry));
   if (reason.rule != Reason::Rule::none) {
-    return fmt::format("{} goes: {}, {}", name, profile, textOf(assessment.preview, reason));
+    return fmt::format("{} is held back: {}, {}", name, profile, textOf(judgement, reason));
   }
-  if (spared != nullptr) return fmt::format("{} stays: {}, {}", name, profile, textOf(assessment.preview, *spared));
-  return fmt::format("{} stays: no filter of {} selects it", name, profile);
+  if (spared != nullptr) return fmt::format("{} is shared: {}, {}", name, profile, textOf(judgement, *spared));
+  return fmt::format("{} is shared: no filter of {} selects it", name, profile);
 }
 
 // By name.
@@ -133,33 +135,33 @@ std::vector<folder_host::LabelRecord> labelsOf(const folder_host::LabelStore& st
 
 void previewProfile(const std::string& word) {
   const auto copy = openProject().workingCopy();
-  const Assessment assessment = assess(*copy, *findProfile(*managerOf(*copy), word));
-  printTree(*copy, assessment.preview);
-  for (std::size_t i = 1; i <= assessment.preview.filters.size(); ++i) printFilter(assessment.preview, i);
+  const Judgement judgement = judge(*copy, *findProfile(*managerOf(*copy), word));
+  printTree(*copy, judgement);
+  for (std::size_t i = 1; i <= judgement.filters.size(); ++i) printFilter(judgement, i);
   printSkipped(copy->listing());
-  printNotes(assessment.notes);
-  printRisks(assessment.risks);
-  printSummary(*copy, assessment);
+  printNotes(judgement.found.notes);
+  printRisks(judgement.found.risks);
+  printSummary(*copy, judgement);
 }
 
 void explainPath(const std::string& named, const std::string& word) {
   const FolderProject project = openProject();
   const std::string path = project.locate(named);
   const auto copy = project.workingCopy();
-  const Assessment assessment = assess(*copy, *findProfile(*managerOf(*copy), word));
+  const Judgement judgement = judge(*copy, *findProfile(*managerOf(*copy), word));
   const auto index = copy->table().find(path);
   if (!index) {
     throw Refusal(folder_host::errors::PATH_NOT_AN_ENTRY,
                   fmt::format("{} is no file, folder or link of the project", inQuotes(named)));
   }
   const Entry& entry = copy->listing().entries[*index];
-  const Reason& reason = assessment.preview.reasons[*index];
-  const Spared* spared = sparedOf(assessment.preview, entry);
-  Json object = jsonLine(assessment.preview, entry, reason, spared);
-  object["profile"] = {{"uuid", utf8(assessment.uuid)}, {"name", utf8(assessment.name)}};
+  const Reason& reason = judgement.reasons[*index];
+  const Spared* spared = sparedOf(judgement, entry);
+  Json object = jsonLine(judgement, entry, reason, spared);
+  object["profile"] = {{"uuid", utf8(judgement.uuid)}, {"name", utf8(judgement.name)}};
   object["labels"] = Json::array();
   for (const auto& label : labelsOf(copy->getLabelManager(), path)) object["labels"].push_back(jsonOf(label));
-  item(answer(assessment, entry, reason, spared), object);
+  item(answer(judgement, entry, reason, spared), object);
   if (manner().json) return;
   for (const folder_host::LabelRecord& label : labelsOf(copy->getLabelManager(), path))
     line("label  " + freeName(nameOf(label)));

@@ -3,28 +3,25 @@
 #include <algorithm>
 #include <optional>
 #include <set>
-#include <stdexcept>
 
 #include "Interruption.h"
 #include "Refusal.h"
 #include "commands/Commands.h"
 #include "folder_host/share/HandOut.h"
-#include "judgement/Judgement.h"
-#include "judgement/Mending.h"
+#include "judgement/Judge.h"
 #include "output/Output.h"
 #include "output/ProgressLine.h"
 #include "output/Report.h"
-#include "project/sharing/profiles/ExportProfileTransformation.h"
 #include "receipt/Receipt.h"
 #include "settings/OpenProject.h"
 #include "words/Lookup.h"
+#include "words/TypedCommand.h"
 
 namespace project_share {
 
 using folder_host::Descriptor;
 using folder_host::FolderProject;
 using folder_host::Progress;
-using folder_host::ShareResult;
 using folder_host::WorkingCopy;
 
 namespace {
@@ -40,10 +37,10 @@ Allowances allowancesOf(const std::vector<Allowed>& all) {
   return allowances;
 }
 
-// What was allowed and is not among the risks. ENTRY_CHANGED is known only when all is copied, and of NESTED_PROJECT
-// some is found only then, which nobody tells.
-std::vector<Risk> idleAllowances(const ShareWords& words, const std::vector<Risk>& risks, bool afterwards) {
-  std::vector<Risk> idle;
+// Notes what was allowed and is not among the risks. ENTRY_CHANGED is known only when all is copied, and of
+// NESTED_PROJECT some is found only then, which nobody tells.
+void addIdleAllowances(const ShareWords& words, const std::vector<Risk>& risks, bool afterwards,
+                       std::vector<Risk>& notes) {
   for (const Allowed& allowed : words.allowed) {
     if ((allowed.identifier == folder_host::errors::ENTRY_CHANGED) != afterwards) continue;
     if (allowed.identifier == folder_host::errors::NESTED_PROJECT) continue;
@@ -54,107 +51,93 @@ std::vector<Risk> idleAllowances(const ShareWords& words, const std::vector<Risk
       return isAllowed(risk.path) || std::any_of(others.begin(), others.end(), isAllowed);
     });
     if (isUsed) continue;
-    idle.push_back(
-        {refusals::ALLOW_IDLE, {}, fmt::format("--allow {} allows nothing here; leave it out", wordOf(allowed))});
+    notes.push_back({risks::ALLOW_IDLE.identifier,
+                     {},
+                     fmt::format("--allow {} allows nothing here; leave it out", wordOf(allowed))});
   }
-  return idle;
 }
 
-void refuseRisks(const Assessment& assessment, const ShareWords& words) {
+void refuseRisks(const Findings& found, const ShareWords& words) {
   const Allowances allowances = allowancesOf(words.allowed);
-  std::vector<Risk> refused = refusedAmong(assessment.risks, allowances);
-  for (Risk& note : refusedAmong(words.strict ? assessment.notes : std::vector<Risk>(), allowances)) {
-    refused.push_back(std::move(note));
+  std::vector<Risk> refused = refusedAmong(found.risks, allowances);
+  if (words.strict) {
+    for (Risk& note : refusedAmong(found.notes, allowances)) refused.push_back(std::move(note));
   }
   if (refused.empty()) return;
   printRisks(refused);
   const std::string flags = allowingFlags(refused);
-  throw Refusal(refusals::SHARE_REFUSED, fmt::format("{} not to share; put right what standard output lists{}",
-                                                     counted(refused.size(), "reason", "reasons"),
+  throw Refusal(refusals::SHARE_REFUSED, fmt::format("{} found; put right what standard output lists{}",
+                                                     counted(refused.size(), "risk", "risks"),
                                                      flags.empty() ? "" : ", or allow it with " + flags));
 }
 
-// What is handed out is what was shown and weighed, or nothing is.
-void requireAsAssessed(const Assessment& assessment, const WorkingCopy& left) {
-  const auto leaving = left.labelsThatLeave();
-  const bool same = leaving.size() == assessment.leaving.size() &&
-                    std::all_of(assessment.leaving.begin(), assessment.leaving.end(), [&](const LeavingLabel& one) {
-                      const auto found = leaving.find(one.label.uuid);
-                      return found != leaving.end() && found->second == one.entries;
-                    });
-  if (!same || left.entries() != assessment.preview.stays) {
-    throw std::logic_error("the share is not what its preview was");
-  }
-}
-
-ShareResult run(const Assessment& assessment, const std::shared_ptr<WorkingCopy>& copy, const ShareWords& words,
-                std::optional<Receipt>& receipt, const Interruption& interruption) {
+folder_host::HandedOut handOut(const Judgement& judgement, const folder_host::Place& place, const ShareWords& words,
+                               std::optional<Receipt>& receipt, const Interruption& interruption) {
   ProgressLine copied("copied");
-  folder_host::ShareOptions options;
+  folder_host::HandOutOptions options;
   options.allowed = allowancesOf(words.allowed);
   options.onProgress = [&](const Progress& progress) {
     interruption.check();
     copied.show(progress);
   };
-  options.beforePublication = [&](const WorkingCopy& left, const Descriptor& folder) {
+  options.beforePublication = [&](const Descriptor& folder) {
     interruption.check();
-    requireAsAssessed(assessment, left);
     if (!receipt) return;
     ProgressLine checked("noted");
     std::set<std::string> allowed;
     for (const Allowed& one : words.allowed) allowed.insert(utf8(wordOf(one)));
-    receipt->write(assessment, allowed, left, folder, [&](const Progress& progress) {
+    receipt->write(judgement, allowed, folder, [&](const Progress& progress) {
       interruption.check();
       checked.show(progress);
     });
   };
-  ShareResult result =
-      folder_host::share(copy, profiles::ExportProfileTransformation(assessment.uuid), words.destination, options);
+  folder_host::HandedOut result = folder_host::handOut(*judgement.copy, place, options);
   if (receipt) receipt->publish();
   return result;
 }
 
 // "2 files and 1 folder"
-std::string textOf(const ShareResult& result) {
+std::string textOf(const folder_host::HandedOut& result) {
   std::string text = counted(result.files, "file", "files");
   if (result.folders > 0) text += (result.links > 0 ? ", " : " and ") + counted(result.folders, "folder", "folders");
   if (result.links > 0) text += " and " + counted(result.links, "link", "links");
   return text;
 }
 
-void printSpared(const Preview& preview, const Spared& spared) {
+void printSpared(const Judgement& judgement, const Spared& spared) {
   Json object{{"type", "spared"}};
   object.update(jsonOf(*spared.folder));
-  object["spared"] = jsonOf(preview, spared);
-  item(fmt::format("spared: {}  {}", freeName(nameOf(*spared.folder)), textOf(preview, spared)), object);
+  object["spared"] = jsonOf(judgement, spared);
+  item(fmt::format("spared: {}  {}", freeName(nameOf(*spared.folder)), textOf(judgement, spared)), object);
 }
 
-void report(const Assessment& assessment, const WorkingCopy& copy, const ShareResult& result, const ShareWords& words) {
+void report(const Judgement& judgement, const folder_host::HandedOut& result, const ShareWords& words) {
   if (manner().quiet) return;
-  printSkipped(copy.listing());
-  for (const Spared& spared : assessment.preview.spared) {
-    if (!spared.isDropped) printSpared(assessment.preview, spared);
+  const folder_host::Listing& listing = judgement.copy->listing();
+  printSkipped(listing);
+  for (const Spared& spared : judgement.spared) {
+    if (!spared.isDropped) printSpared(judgement, spared);
   }
-  printNotes(assessment.notes);
-  std::vector<Risk> allowed = assessment.risks;
+  std::vector<Risk> allowed = judgement.found.risks, notes = judgement.found.notes;
   for (const std::string& path : result.changed) {
-    allowed.push_back(
-        {folder_host::errors::ENTRY_CHANGED, path, inQuotes(path) + " was changed and went as it was read"});
+    allowed.push_back({folder_host::errors::ENTRY_CHANGED, path,
+                       inQuotes(path) + " was changed meanwhile, and was shared as it was read"});
   }
-  printNotes(idleAllowances(words, allowed, true));
+  addIdleAllowances(words, allowed, true, notes);
+  printNotes(notes);
   printRisks(allowed, "allowed: ", {{"allowed", true}});
-  const std::size_t out = copy.listing().entries.size() - assessment.preview.stays.size();
+  const std::size_t heldBack = listing.entries.size() - judgement.shared.size();
   Json object{{"type", "shared"},      {"files", result.files}, {"folders", result.folders},
-              {"links", result.links}, {"bytes", result.bytes}, {"heldBack", out}};
+              {"links", result.links}, {"bytes", result.bytes}, {"heldBack", heldBack}};
   putPath(object, "destination", words.destination);
-  putPath(object, "project", copy.root());
-  object["labels"] = jsonOf(assessment.leaving);
+  putPath(object, "project", judgement.copy->root());
+  object["labels"] = jsonOf(judgement.leaving);
   item(fmt::format("Shared {} ({}) of the project {} to {}; {} held back.{}", textOf(result),
-                   counted(result.bytes, "byte", "bytes"), inQuotes(copy.root()), inQuotes(words.destination),
-                   counted(out, "entry", "entries"),
+                   counted(result.bytes, "byte", "bytes"), inQuotes(judgement.copy->root()),
+                   inQuotes(words.destination), counted(heldBack, "entry", "entries"),
                    words.receipt.empty() ? "" : fmt::format(" The receipt is {}.", inQuotes(words.receipt))),
        object);
-  if (!manner().json) line(textOf(assessment.leaving));
+  if (!manner().json) line(textOf(judgement.leaving));
 }
 
 std::shared_ptr<profiles::ExportProfile> profileOf(WorkingCopy& copy, const ShareWords& words) {
@@ -177,15 +160,15 @@ void share(const ShareWords& words) {
   const auto copy = project.workingCopy();
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
   const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
-  Assessment assessment = profile ? assess(*copy, *profile) : assessWhole(*copy);
-  for (Risk& idle : idleAllowances(words, assessment.risks, false)) assessment.notes.push_back(std::move(idle));
-  refuseRisks(assessment, words);
+  Judgement judgement = profile ? judge(*copy, *profile) : judgeWhole(*copy);
+  addIdleAllowances(words, judgement.found.risks, false, judgement.found.notes);
+  refuseRisks(judgement.found, words);
   const Interruption interruption;  // goes last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
   if (!words.receipt.empty()) receipt.emplace(*copy, place, words.receipt);
-  const ShareResult result = run(assessment, copy, words, receipt, interruption);
+  const folder_host::HandedOut result = handOut(judgement, place, words, receipt, interruption);
   project.confirm();
-  report(assessment, *copy, result, words);
+  report(judgement, result, words);
 }
 
 }  // namespace project_share

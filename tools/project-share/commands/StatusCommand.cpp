@@ -5,11 +5,11 @@
 #include <optional>
 #include <set>
 
-#include "Refusal.h"
 #include "commands/Commands.h"
 #include "folder_host/text/Utf.h"
-#include "judgement/Judgement.h"
+#include "judgement/Judge.h"
 #include "judgement/Mending.h"
+#include "judgement/ProfileRisks.h"
 #include "output/Output.h"
 #include "output/Report.h"
 #include "settings/OpenProject.h"
@@ -45,12 +45,13 @@ void printUnlabelled(const Entries& unlabelled) {
   }
 }
 
-void printProfile(const WorkingCopy& copy, const profiles::ExportProfile& profile) {
-  const Assessment assessment = assess(copy, profile);
-  const std::string prefix = fmt::format("profile {}: ", freeName(assessment.name));
+void printProfile(WorkingCopy& copy, const profiles::ExportProfile& profile) {
+  const Judgement judgement = judge(copy, profile);
+  const std::string prefix = fmt::format("profile {}: ", freeName(judgement.name));
   const Json more{{"profile", jsonOf(profile)}};
-  printNotes(refusedAmong(assessment.notes, {refusals::LABEL_ON_MISSING_PATH}), prefix, more);  // told of already
-  printRisks(assessment.risks, prefix, more);
+  printNotes(refusedAmong(judgement.found.notes, {risks::LABEL_ON_MISSING_PATH.identifier}), prefix,
+             more);  // it has been told
+  printRisks(judgement.found.risks, prefix, more);
 }
 
 // A name that can be taken for another, and a label that no filter goes by.
@@ -59,7 +60,7 @@ std::vector<Risk> doubtfulNames(const std::vector<LabelRecord>& labels, profiles
   const auto add = [&](const char* what, const std::optional<std::string>& one, const std::string& other,
                        const std::string& command) {
     if (!one) return;
-    notes.push_back({refusals::LOOKS_ALIKE,
+    notes.push_back({risks::LOOKS_ALIKE.identifier,
                      {},
                      fmt::format("the {} {} and {} look alike; give one another name: {}", what, inQuotes(*one),
                                  inQuotes(other), command)});
@@ -81,7 +82,7 @@ std::vector<Risk> doubtfulNames(const std::vector<LabelRecord>& labels, profiles
   forEachItem(manager, [&](const auto&, const auto&, const auto& item) { named.insert(item.labelUUID); });
   for (const LabelRecord& label : labels) {
     if (named.count(label.uuid) != 0) continue;
-    notes.push_back({refusals::LABEL_UNNAMED, {}, fmt::format("no profile names {}", inQuotes(nameOf(label)))});
+    notes.push_back({risks::LABEL_UNNAMED.identifier, {}, fmt::format("no profile names {}", inQuotes(nameOf(label)))});
   }
   return notes;
 }

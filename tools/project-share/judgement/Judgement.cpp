@@ -3,327 +3,224 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <functional>
 #include <iterator>
 #include <map>
-#include <set>
-#include <string_view>
+#include <stdexcept>
+#include <unordered_map>
+#include <utility>
 
-#include "Refusal.h"
-#include "folder_host/Error.h"
-#include "folder_host/text/Utf.h"
-#include "judgement/Mending.h"
-#include "judgement/TraceRisks.h"
+#include "folder_host/share/Strip.h"
+#include "judgement/SelectionProbe.h"
 #include "project/sharing/profiles/ExportProfileTransformation.h"
 #include "words/Lookup.h"
-#include "words/StoredFilters.h"
 
 namespace project_share {
 
-using folder_host::inQuotes;
+using folder_host::Entry;
+using folder_host::EntryKind;
+using folder_host::EntryTable;
 using folder_host::LabelRecord;
-using folder_host::MissingPath;
+using folder_host::Selection;
+using folder_host::Turn;
 using folder_host::WorkingCopy;
-using profiles::ExportProfile;
+using profiles::ExportFilter;
 
 namespace {
 
-using Items = std::set<std::pair<std::u16string, std::u16string>>;  // category and UUID
+using Indices = std::vector<std::size_t>;
 
-Items itemsOf(const profiles::ExportFilter& filter) {
-  Items items;
-  for (const auto& item : filter.getItems()) items.emplace(item.category, item.labelUUID);
-  return items;
+project::management::FileLabel fileLabel(const LabelRecord& label) {
+  return {project::management::CategoryIdentifier(label.categoryUUID),
+          project::management::LabelIdentifier(label.uuid, label.kept ? 0 : 1)};
 }
 
-// Of all filters of one kind.
-Items itemsOf(const ExportProfile& profile, const std::u16string& kind) {
-  Items items;
-  for (const auto& filter : profile.getFilters()) {
-    if (filter->getType() == kind) items.merge(itemsOf(*filter));
-  }
-  return items;
-}
-
-bool names(const Items& items, const LabelRecord& label) { return items.count({label.categoryUUID, label.uuid}) != 0; }
-
-std::string nameInQuotes(const LabelRecord& label) { return inQuotes(nameOf(label)); }
-
-std::vector<LeavingLabel> leavingLabels(const WorkingCopy& left) {
-  const auto leaving = left.labelsThatLeave();
-  std::vector<LeavingLabel> labels;
-  for (LabelRecord& label : left.labels().list()) {
-    const auto found = leaving.find(label.uuid);
-    if (found != leaving.end()) labels.push_back({std::move(label), found->second});
-  }
-  return labels;
-}
-
-Risk nothingShared() {
-  return {refusals::NOTHING_SHARED, {}, "no entry would be shared; 'project-share preview PROFILE' tells why"};
-}
-
-// Labels, of those that concern, on paths at which nothing is: what was renamed or moved has lost them. Of a folder
-// that is gone, with what was below it, the folder alone, unless there were other labels below.
-std::vector<Risk> missingPathRisks(const std::vector<MissingPath>& gone, const std::vector<LabelRecord>& all,
-                                   const Mending& mending, const std::function<bool(const LabelRecord&)>& concerns) {
-  if (gone.empty()) return {};
-  std::map<std::u16string, const LabelRecord*> concerned;
-  for (const LabelRecord& label : all) {
-    if (concerns(label)) concerned.emplace(label.uuid, &label);
-  }
-  std::vector<Risk> risks;
-  const MissingPath* folder = nullptr;  // that was told of last
-  for (const MissingPath& one : gone) {
-    const auto& [path, labels] = one;
-    const bool isBelow = folder != nullptr && path.compare(0, folder->path.size() + 1, folder->path + "/") == 0;
-    std::string told, commands;
-    for (const std::u16string& uuid : labels) {
-      const auto label = concerned.find(uuid);
-      if (label == concerned.end()) continue;
-      if (isBelow && std::binary_search(folder->labels.begin(), folder->labels.end(), uuid)) continue;
-      told += (told.empty() ? "" : ", ") + nameInQuotes(*label->second);
-      commands += (commands.empty() ? "" : " && ") + mending.detach(*label->second, {path});
-    }
-    if (told.empty()) continue;
-    if (!isBelow) folder = &one;
-    risks.push_back({refusals::LABEL_ON_MISSING_PATH, path,
-                     fmt::format("{} is gone but labelled {}; where it was renamed or moved, label what it is now; "
-                                 "then: {}",
-                                 inQuotes(path), told, commands)});
-  }
-  return risks;
-}
-
-// The risks and notes of one share, from the filters themselves to what they leave.
-class Assessing {
+// Tells by which filter and by which labels each entry is held back. What is held back is known from the turns of the
+// transformation; why is asked of the filters themselves, each with the labels that the entries had when its turn came.
+class Explanation {
  public:
-  Assessing(const WorkingCopy& copy, const ExportProfile& profile)
-      : copy_(copy),
-        profile_(profile),
-        mending_(profile.getFilters(), copy),
-        labels_(copy.labels().list()),
-        dropped_(itemsOf(profile, profiles::EXCLUDE_FILES_WITH_LABEL)) {
-    assessment_.name = nameOf(profile);
-    assessment_.uuid = profile.getUUID();
+  Explanation(const WorkingCopy& project, Judgement& judgement) : project_(project), judgement_(judgement) {
+    judgement_.reasons.resize(project.table().size());
+    judgement_.dropped.resize(project.table().size());
+    heldBack_.resize(project.table().size());
+    removed_.resize(judgement_.labels.size());
+    for (std::size_t i = 0; i < judgement_.labels.size(); ++i) labelIndices_[judgement_.labels[i].uuid] = i;
   }
 
-  Assessment run() {
-    const auto clone = copy_.clone();
-    weighFilters(*clone->getMetadataManager());
-    weighMissingPaths();
-    noteIdleLabels();
-    assessment_.preview = previewOf(profile_.getFilters(), *clone);
-    assessment_.leaving = leavingLabels(*clone);
-    noteIdleFilters();
-    weighSparedFolders();
-    weighWhatIsLeft(*clone);
-    weighLeavingLabels();
-    return std::move(assessment_);
+  void run(const Filters& filters, const std::vector<Turn>& turns) {
+    auto turn = turns.begin();
+    for (const auto& filter : filters) {
+      const std::u16string kind = filter->getType();
+      judgement_.filters.push_back({kind, {}, 0, {}, false});
+      const bool isOfFiles = isFileKind(kind);
+      Indices selected;
+      if (isOfFiles) selected = selectedBy(*filter);
+      judgement_.filters.back().matches = isOfFiles ? matchesAlone(*filter, selected) : removesAny(*filter);
+      if (!isOfFiles && filter->getItems().empty()) continue;  // it asks for nothing, and has no turn
+      const auto of = isOfFiles ? Turn::Of::files : Turn::Of::labels;
+      if (turn == turns.end() || turn->of != of) throw std::logic_error("a filter did not take its turn");
+      isOfFiles ? explain(*filter, selected, turn->heldBack) : note(turn->labelsRemoved);
+      ++turn;
+    }
+    if (turn != turns.end()) throw std::logic_error("a turn was taken by no filter");
+  }
+
+  void addHostRules(const folder_host::HostRemovals& removals) {
+    for (const std::size_t link : removals.links) judgement_.reasons[link].rule = Reason::Rule::link;
+    for (const std::size_t folder : removals.emptied) judgement_.reasons[folder].rule = Reason::Rule::emptied;
+  }
+
+  // Each file that is shared tells the folders above it, up to the first that has been told.
+  void addSpared() {
+    const EntryTable& table = project_.table();
+    std::vector<const Entry*> because(table.size());
+    for (const Entry* entry : judgement_.shared) {
+      if (entry->kind == EntryKind::folder) continue;
+      for (auto at = table.parentOf(indexOf(entry)); at != EntryTable::ROOT; at = table.parentOf(at)) {
+        if (because[at] != nullptr) break;
+        because[at] = entry;
+      }
+    }
+    for (const Entry* entry : judgement_.shared) {
+      const std::size_t index = indexOf(entry);
+      if (because[index] == nullptr || !isSpared(index)) continue;
+      const auto dropped = dropped_.find(index);
+      const Reason& reason = dropped != dropped_.end() ? dropped->second : spared_.at(index);
+      judgement_.spared.push_back({entry, dropped != dropped_.end(), reason.filter, because[index], reason.labels});
+    }
   }
 
  private:
-  void add(const char* identifier, const std::string& path, const std::string& message) {
-    assessment_.risks.push_back({identifier, path, message});
+  std::size_t indexOf(const Entry* entry) const {
+    return static_cast<std::size_t>(entry - project_.listing().entries.data());
   }
 
-  void note(const char* identifier, const std::string& path, const std::string& message) {
-    assessment_.notes.push_back({identifier, path, message});
+  // The labels that the entry has, less those that filters have removed.
+  Labels labelsOf(std::size_t entry) const {
+    Labels labels = project_.labelsOf(entry);
+    const auto isRemoved = [&](const auto& label) { return removed_[labelIndices_.at(label.getUUID())]; };
+    labels.erase(std::remove_if(labels.begin(), labels.end(), isRemoved), labels.end());
+    return labels;
   }
 
-  void append(std::vector<Risk> risks) { std::move(risks.begin(), risks.end(), std::back_inserter(assessment_.risks)); }
+  // Of the entries that are not held back yet, those that the filter selects by their labels.
+  Indices selectedBy(ExportFilter& filter) const {
+    Indices asked;
+    for (std::size_t i = 0; i < heldBack_.size(); ++i) {
+      if (!heldBack_[i]) asked.push_back(i);
+    }
+    const Selection selected =
+        project_share::selectedBy(filter, asked.size(), [&](std::size_t i) { return labelsOf(asked[i]); });
+    Indices result;
+    for (std::size_t i = 0; i < asked.size(); ++i) {
+      if (selected[i]) result.push_back(asked[i]);
+    }
+    return result;
+  }
 
-  // A filter selects nothing by a label that is gone, and one of an unknown kind does nothing.
-  void weighFilters(project::metadata::MetadataManager& metadata) {
-    Items known;
-    for (const LabelRecord& label : labels_) known.emplace(label.categoryUUID, label.uuid);
-    const std::string profile = folder_host::toBytes(assessment_.name);
-    for (const auto& filter : profile_.getFilters()) {
-      for (const auto& [category, uuid] : itemsOf(*filter)) {
-        if (known.count({category, uuid}) != 0) continue;
-        const std::string kind = wordOf(filter->getType());
-        const std::string label = folder_host::toBytes(uuid);
-        add(refusals::LABEL_DELETED, {},
-            fmt::format("the {} filter names the label {}, which is gone; take it out: {}", kind, inQuotes(label),
-                        commandOf({"profile", "remove-filter", profile, kind, label})));
+  // Whether the filter would select anything, were it the only one. `selected` is what it does select, in its turn.
+  bool matchesAlone(ExportFilter& filter, const Indices& selected) {
+    const bool drops = filter.getType() == profiles::EXCLUDE_FILES_WITH_LABEL;
+    if (judgement_.filters.size() == 1) {  // it is the first, and so it is alone
+      for (const std::size_t entry : selected) judgement_.dropped[entry] = judgement_.dropped[entry] || drops;
+      return !selected.empty();
+    }
+    const Selection alone = project_share::selectedBy(filter, project_.table().size(),
+                                                      [&](std::size_t entry) { return project_.labelsOf(entry); });
+    for (std::size_t i = 0; drops && i < alone.size(); ++i) judgement_.dropped[i] = judgement_.dropped[i] || alone[i];
+    return std::find(alone.begin(), alone.end(), true) != alone.end();
+  }
+
+  bool removesAny(ExportFilter& filter) const {
+    Labels all;
+    for (const LabelRecord& label : judgement_.labels) all.push_back(fileLabel(label));
+    return takesAwayAny(filter, all);
+  }
+
+  // What the filter selects and does not hold back is spared, until a later filter holds it back.
+  void explain(ExportFilter& filter, const Indices& selected, const Indices& heldBack) {
+    FilterEffect& effect = judgement_.filters.back();
+    for (const std::size_t entry : selected) spared_[entry] = {Reason::Rule::filter, position(), {}};
+    addSufficientLabels(filter, selected);
+    if (effect.kind == profiles::EXCLUDE_FILES_WITH_LABEL) {
+      for (const std::size_t entry : selected) {
+        if (project_.table()[entry].kind == EntryKind::folder) dropped_[entry] = spared_[entry];
       }
     }
-    for (const std::string& what : skippedIn(profile_, metadata)) {
-      add(refusals::FILTER_SKIPPED, {}, fmt::format("the profile holds {}, which does nothing here", what));
+    for (const std::size_t entry : heldBack) {
+      heldBack_[entry] = true;
+      effect.heldBack.push_back(&project_.table()[entry]);
+      const auto noted = spared_.find(entry);
+      Reason& reason = judgement_.reasons[entry];
+      reason = noted != spared_.end() ? std::move(noted->second) : Reason{Reason::Rule::folder, position(), {}};
+      if (noted != spared_.end()) spared_.erase(noted);
+    }
+    for (const std::size_t entry : selected) effect.spared += !heldBack_[entry] && isSpared(entry) ? 1U : 0U;
+  }
+
+  // Each label of each entry is tried alone.
+  void addSufficientLabels(ExportFilter& filter, const Indices& selected) {
+    std::vector<std::pair<std::size_t, std::size_t>> tries;  // of an entry, by one label
+    for (const std::size_t entry : selected) {
+      for (const auto& label : labelsOf(entry)) tries.emplace_back(entry, labelIndices_.at(label.getUUID()));
+    }
+    if (tries.empty()) return;
+    const auto labelOf = [&](std::size_t i) { return Labels{fileLabel(judgement_.labels[tries[i].second])}; };
+    const Selection suffices = project_share::selectedBy(filter, tries.size(), labelOf);
+    for (std::size_t i = 0; i < tries.size(); ++i) {
+      if (suffices[i]) spared_[tries[i].first].labels.push_back(tries[i].second);
     }
   }
 
-  // Losing a label lets something out only where a drop-files filter names it.
-  void weighMissingPaths() {
-    const std::vector<MissingPath> gone = labelledMissingPaths(copy_);
-    append(missingPathRisks(gone, labels_, mending_, [&](const auto& label) { return names(dropped_, label); }));
-    assessment_.notes =
-        missingPathRisks(gone, labels_, mending_, [&](const auto& label) { return !names(dropped_, label); });
-  }
-
-  // A file that lies in a folder that is to go takes the folder with it, whatever its own labels are. Told of the
-  // topmost folder for each such file.
-  void weighSparedFolders() {
-    std::set<const folder_host::Entry*> told;
-    for (const Spared& spared : assessment_.preview.spared) {
-      if (!spared.isDropped || !told.insert(spared.because).second) continue;
-      const LabelRecord& label = assessment_.preview.labels[spared.labels.front()];
-      const std::string& folder = spared.folder->path;
-      add(refusals::FOLDER_SPARED, folder,
-          fmt::format(
-              "{} carries {} and stays all the same, because of what in it does not carry it: {}; take the label "
-              "off the folder alone: {}; or label all of it: {}",
-              inQuotes(folder), nameInQuotes(label), staysBelow(folder), mending_.detachFolderOnly(label, folder),
-              mending_.attach(label, {folder})));
+  void note(const std::vector<std::u16string>& labelsRemoved) {
+    Indices& indices = judgement_.filters.back().labelsRemoved;
+    for (const std::u16string& uuid : labelsRemoved) {
+      indices.push_back(labelIndices_.at(uuid));
+      removed_[indices.back()] = true;
     }
+    std::sort(indices.begin(), indices.end());
   }
 
-  std::string staysBelow(const std::string& folder) const {
-    constexpr std::size_t MOST = 20;
-    std::string names;
-    std::size_t count = 0;
-    for (const folder_host::Entry* entry : assessment_.preview.stays) {
-      const bool isBelow = entry->path.compare(0, folder.size() + 1, folder + "/") == 0;
-      if (!isBelow || entry->kind == folder_host::EntryKind::folder) continue;
-      if (++count <= MOST) names += (names.empty() ? "" : ", ") + inQuotes(entry->path);
-    }
-    return count <= MOST ? names : fmt::format("{} and {} more", names, count - MOST);
+  // By a label: a folder that a keep-files filter selects for the want of one is merely on the way to what is shared.
+  bool isSpared(std::size_t entry) const {
+    const auto noted = spared_.find(entry);
+    return dropped_.count(entry) != 0 || (noted != spared_.end() && !noted->second.labels.empty());
   }
 
-  void weighWhatIsLeft(WorkingCopy& left) {
-    const Preview& preview = assessment_.preview;
-    for (Risk& risk : risksAmong(left)) {
-      if (std::string_view(risk.identifier) == folder_host::errors::NESTED_PROJECT) {
-        risk.message += "; " + mending_.holdBack({risk.path});
-      }
-      assessment_.risks.push_back(std::move(risk));
-    }
-    append(storeRisks(preview, left, mending_));
-    const bool holdsBack = std::any_of(preview.filters.begin(), preview.filters.end(),
-                                       [](const FilterEffect& filter) { return !filter.gone.empty(); });
-    if (holdsBack) append(traceRisks(preview, left, mending_));
-    if (preview.stays.empty()) assessment_.risks.push_back(nothingShared());
-  }
+  std::size_t position() const { return judgement_.filters.size(); }
 
-  // The name of what was to be held back is in the copy then.
-  void weighLeavingLabels() {
-    const Items removed = itemsOf(profile_, profiles::EXCLUDE_LABEL);
-    const std::string profile = folder_host::toBytes(assessment_.name);
-    for (const auto& [label, entries] : assessment_.leaving) {
-      if (names(removed, label)) {
-        add(refusals::LABEL_PROTECTED, {},
-            fmt::format("{} leaves, though a drop-labels filter names it, because no filter may remove it; let it: {}",
-                        nameInQuotes(label), commandOf({"label", "unprotect", nameOf(label)})));
-      } else if (names(dropped_, label)) {
-        add(refusals::LABEL_LEAVES, {},
-            fmt::format("{}, by which files are held back, leaves with what stays; remove it from the copy: {}",
-                        nameInQuotes(label),
-                        commandOf({"profile", "add-filter", profile, "drop-labels", nameOf(label)})));
-      }
-    }
-  }
-
-  // Labels of a drop-files filter that hold nothing back, beside others that do.
-  void noteIdleLabels() {
-    std::set<std::u16string> attached;
-    for (const auto& attachment : copy_.labels().attachments()) attached.insert(attachment.second);
-    for (const auto& filter : profile_.getFilters()) {
-      if (filter->getType() != profiles::EXCLUDE_FILES_WITH_LABEL) continue;
-      const Items items = itemsOf(*filter);
-      const auto isIdle = [&](const LabelRecord& label) {
-        return names(items, label) && attached.count(label.uuid) == 0;
-      };
-      const auto idle = std::count_if(labels_.begin(), labels_.end(), isIdle);
-      if (static_cast<std::size_t>(idle) >= items.size()) continue;  // the filter is told of
-      for (const LabelRecord& label : labels_) {
-        if (!isIdle(label)) continue;
-        note(refusals::LABEL_IDLE, {},
-             fmt::format("the drop-files filter names {}, which hangs on nothing", nameInQuotes(label)));
-      }
-    }
-  }
-
-  void noteIdleFilters() {
-    const Preview& preview = assessment_.preview;
-    for (std::size_t i = 0; i < preview.filters.size(); ++i) {
-      if (!preview.filters[i].matches)
-        note(refusals::FILTER_IDLE, {}, nameOfFilter(preview, i + 1) + ", takes nothing out");
-    }
-    if (preview.filters.empty()) note(refusals::FILTER_IDLE, {}, "the profile has no filter: everything leaves");
-  }
-
-  const WorkingCopy& copy_;
-  const ExportProfile& profile_;
-  const Mending mending_;
-  const std::vector<LabelRecord> labels_;
-  const Items dropped_;  // named by drop-files filters
-  Assessment assessment_;
+  const WorkingCopy& project_;
+  Judgement& judgement_;
+  std::map<std::u16string, std::size_t> labelIndices_;  // of Judgement::labels, by UUID
+  Selection heldBack_;                                  // by the filters so far
+  std::vector<bool> removed_;                           // labels, likewise
+  std::unordered_map<std::size_t, Reason> spared_;      // what was selected and is not held back yet
+  std::unordered_map<std::size_t, Reason> dropped_;     // folders that a drop-files filter selected
 };
 
 }  // namespace
 
-// By the reserved UUID everything would be shared, whatever the profile's filters are.
-Assessment assess(const WorkingCopy& copy, const ExportProfile& profile) {
-  if (profile.getUUID() == profiles::getWholeProjectUUID()) {
-    throw Refusal(refusals::PROFILE_DAMAGED,
-                  fmt::format("the profile {} has the UUID that means the whole project: duplicate it under another "
-                              "name, and delete it",
-                              inQuotes(nameOf(profile))));
+Judgement judged(const WorkingCopy& project, const std::u16string& uuid, const Filters& filters) {
+  Judgement judgement;
+  judgement.uuid = uuid;
+  judgement.labels = project.labels().list();
+  const auto copy = project.clone();
+  const auto stripped = folder_host::strip(copy, profiles::ExportProfileTransformation(uuid));
+  judgement.copy = copy;
+  judgement.shared = copy->entries();
+  Explanation explanation(project, judgement);
+  explanation.run(filters, stripped.turns);
+  explanation.addHostRules(stripped.byHost);
+  explanation.addSpared();
+  const auto leaving = copy->labelsThatLeave();
+  for (const LabelRecord& label : judgement.labels) {
+    const auto found = leaving.find(label.uuid);
+    if (found != leaving.end()) judgement.leaving.push_back({label, found->second});
   }
-  return Assessing(copy, profile).run();
+  return judgement;
 }
 
-std::vector<Risk> missingPaths(const WorkingCopy& copy) {
-  return missingPathRisks(labelledMissingPaths(copy), copy.labels().list(), Mending({}, copy),
-                          [](const LabelRecord&) { return true; });
-}
-
-Assessment assessWhole(const WorkingCopy& copy) {
-  const auto clone = copy.clone();
-  Assessment assessment{{}, profiles::getWholeProjectUUID(), previewOf({}, *clone), leavingLabels(*clone), {}, {}};
-  assessment.risks = risksAmong(*clone);
-  if (assessment.preview.stays.empty()) assessment.risks.push_back(nothingShared());
-  return assessment;
-}
-
-const std::vector<std::string>& allowableRisks() {
-  static const std::vector<std::string> all{
-      refusals::LABEL_DELETED,
-      refusals::FILTER_SKIPPED,
-      refusals::FOLDER_SPARED,
-      refusals::LABEL_ON_MISSING_PATH,
-      refusals::HISTORY_INSIDE,
-      refusals::LEFTOVER,
-      refusals::SAME_CONTENT,
-      folder_host::errors::NESTED_PROJECT,
-      refusals::LABEL_LEAVES,
-      refusals::LABEL_PROTECTED,
-      folder_host::errors::NAMES_COLLIDE,
-      refusals::NOTHING_SHARED,
-      folder_host::errors::ENTRY_CHANGED,
-  };
-  return all;
-}
-
-std::vector<Risk> refusedAmong(const std::vector<Risk>& risks, const Allowances& allowed) {
-  std::vector<Risk> refused;
-  for (const Risk& risk : risks) {
-    const auto isAllowed = [&](const std::string& path) { return allowed.allows(risk.identifier, path); };
-    const auto& others = risk.otherPaths;
-    if (!isAllowed(risk.path) || !std::all_of(others.begin(), others.end(), isAllowed)) refused.push_back(risk);
-  }
-  return refused;
-}
-
-std::string allowingFlags(const std::vector<Risk>& risks) {
-  std::set<std::string> identifiers;
-  for (const Risk& risk : risks) {
-    const auto& all = allowableRisks();
-    if (std::find(all.begin(), all.end(), risk.identifier) != all.end()) identifiers.insert(risk.identifier);
-  }
-  std::string flags;
-  for (const std::string& identifier : identifiers) flags += (flags.empty() ? "" : " ") + ("--allow " + identifier);
-  return flags;
+std::string nameOfFilter(const Judgement& judgement, std::size_t position) {
+  return fmt::format("filter {}, {}", position, wordOf(judgement.filters[position - 1].kind));
 }
 
 }  // namespace project_share

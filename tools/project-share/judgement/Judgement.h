@@ -1,49 +1,80 @@
 #pragma once
 
+#include <cstddef>
+#include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "folder_host/share/Risks.h"
-#include "judgement/Preview.h"
+#include "folder_host/share/WorkingCopy.h"
+#include "judgement/Risks.h"
+#include "project/sharing/profiles/ExportFilter.h"
 
 namespace project_share {
 
-using folder_host::Allowances;
-using folder_host::Risk;
+using Entries = std::vector<const folder_host::Entry*>;
+using Filters = std::vector<std::shared_ptr<project::sharing::profiles::ExportFilter>>;
 
-// A label that leaves with the copy, and how many of the entries that leave carry it.
+// Why an entry is held back.
+struct Reason {
+  enum class Rule {
+    none,     // it is shared
+    filter,   // a filter selects it by its labels
+    folder,   // it lies in a folder that a filter takes out
+    link,     // the host: a link to what is not handed out
+    emptied,  // the host: a folder of which nothing is shared
+  };
+  Rule rule = Rule::none;
+  std::size_t filter = 0;  // from 1
+  // Those of its labels that suffice for the filter: indices into Judgement::labels. Empty: it carries none.
+  std::vector<std::size_t> labels;
+};
+
+// A folder that a filter selects by its labels, and that is shared for the sake of what is shared below it.
+struct Spared {
+  const folder_host::Entry* folder;
+  bool isDropped;                     // a drop-files filter selects it
+  std::size_t filter;                 // the last that selects it, from 1; of drop-files filters, where one does
+  const folder_host::Entry* because;  // the first file or link below it that is shared
+  std::vector<std::size_t> labels;    // those by which the filter selects it: indices into Judgement::labels
+};
+
+// What one filter of the profile takes out, given what those before it have left.
+struct FilterEffect {
+  std::u16string kind;
+  Entries heldBack;                        // in the order of the listing
+  std::size_t spared = 0;                  // folders that it selects by their labels and that are shared after it
+  std::vector<std::size_t> labelsRemoved;  // indices into Judgement::labels
+  bool matches = false;                    // it would take out something, were it the only one
+};
+
+// A label that leaves with the copy, and how many of the entries that are shared carry it.
 struct LeavingLabel {
   folder_host::LabelRecord label;
   std::size_t entries;
 };
 
-// What a share by one profile would do, and the reasons not to do it as things stand.
-struct Assessment {
-  std::u16string name;  // of the profile
-  std::u16string uuid;
-  Preview preview;
-  std::vector<LeavingLabel> leaving;  // by name
-  std::vector<Risk> risks;
-  std::vector<Risk> notes;  // risks only to the strict
+// What a share by one profile is: made once, and read by whatever tells of it or hands it out. Entries are those of the
+// project's listing, by pointer, or by index where there is one item for each.
+struct Judgement {
+  std::u16string name;                                   // of the profile
+  std::u16string uuid;                                   // likewise
+  std::shared_ptr<const folder_host::WorkingCopy> copy;  // what is shared: the profile and the host's rules applied
+  Entries shared;                                        // its entries, in the order of the listing
+  std::vector<folder_host::LabelRecord> labels;          // of the project
+  std::vector<FilterEffect> filters;                     // as the profile applies them
+  std::vector<Reason> reasons;                           // of every entry of the listing
+  folder_host::Selection dropped;                        // a drop-files filter selects the entry by its labels
+  std::vector<Spared> spared;                            // of the folders that are shared, in the order of the listing
+  std::vector<LeavingLabel> leaving;                     // by name
+  Findings found;                                        // what speaks against it, and what is worth knowing
 };
 
-// Of a clone: the copy itself still has everything afterwards, and has to outlive the assessment. Content is read from
-// the project's folder where it has to be compared.
-Assessment assess(const folder_host::WorkingCopy& copy, const project::sharing::profiles::ExportProfile& profile);
-// Without a profile, everything leaves.
-Assessment assessWhole(const folder_host::WorkingCopy& copy);
+// Judged, and nothing found yet. The library judges: its transformation is run over a clone of the project, as any host
+// runs it, and what each filter did is told from what it changed; `filters` are those of the profile of that UUID, and
+// are asked why. The project is as it was.
+Judgement judged(const folder_host::WorkingCopy& project, const std::u16string& uuid, const Filters& filters);
 
-// LABEL_ON_MISSING_PATH for every label, whatever a profile makes of it.
-std::vector<Risk> missingPaths(const folder_host::WorkingCopy& copy);
-
-// The identifiers of all risks that can be allowed.
-const std::vector<std::string>& allowableRisks();
-
-// Those that are not allowed.
-std::vector<Risk> refusedAmong(const std::vector<Risk>& risks, const Allowances& allowed);
-
-// "--allow a --allow b": what would allow them all, as far as anything does.
-std::string allowingFlags(const std::vector<Risk>& risks);
+// "filter 1, drop-files"
+std::string nameOfFilter(const Judgement& judgement, std::size_t position);
 
 }  // namespace project_share

@@ -6,15 +6,15 @@
 #include <vector>
 
 #include "folder_host/share/WorkingCopy.h"
+#include "judgement/Judgement.h"
 #include "project/sharing/profiles/ExportFilter.h"
 #include "words/TypedCommand.h"
 
 namespace project_share {
 
 using Paths = std::vector<std::string>;
-using Filters = std::vector<std::shared_ptr<project::sharing::profiles::ExportFilter>>;
 
-// How to hold back, or let go, what filters judge.
+// How to hold back, or to share, what filters judge.
 class Mending {
  public:
   // The copy, as it is before any filter, outlives this object.

@@ -26,7 +26,7 @@ bool isDumb() {
 
 std::string coloured(const std::string& text, Tone tone) {
   if (!manner().colour || tone == Tone::plain) return text;
-  return fmt::format("\x1b[{}m{}\x1b[0m", tone == Tone::going ? 31 : 33, text);
+  return fmt::format("\x1b[{}m{}\x1b[0m", tone == Tone::heldBack ? 31 : 33, text);
 }
 
 void put(const std::string& text) {

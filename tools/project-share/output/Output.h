@@ -26,7 +26,7 @@ Manner usualManner();
 std::string counted(std::size_t count, const char* one, const char* many);
 
 // What a line for people is about, shown by its colour.
-enum class Tone { plain, going, warning };
+enum class Tone { plain, heldBack, warning };
 
 // Write to standard output: a line for people, or the object in the place of it.
 void line(const std::string& text, Tone tone = Tone::plain);

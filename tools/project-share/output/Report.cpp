@@ -9,71 +9,72 @@
 
 namespace project_share {
 
-std::string namesOf(const Preview& preview, std::vector<std::size_t> labels) {
+std::string namesOf(const Judgement& judgement, std::vector<std::size_t> labels) {
   std::sort(labels.begin(), labels.end());  // as they are listed, by name
   std::string names;
-  for (const std::size_t label : labels) names += (names.empty() ? "" : ", ") + freeName(nameOf(preview.labels[label]));
+  for (const std::size_t label : labels)
+    names += (names.empty() ? "" : ", ") + freeName(nameOf(judgement.labels[label]));
   return names;
 }
 
 namespace {
 
 // Why the filter selects what carries these labels.
-std::string selection(const Preview& preview, std::size_t filter, const std::vector<std::size_t>& labels) {
-  const std::string begin = nameOfFilter(preview, filter) + ": ";
+std::string selection(const Judgement& judgement, std::size_t filter, const std::vector<std::size_t>& labels) {
+  const std::string begin = nameOfFilter(judgement, filter) + ": ";
   if (labels.empty()) return begin + "without a label";
-  const bool keeps = preview.filters[filter - 1].kind == profiles::INCLUDE_FILES_WITH_LABEL;
-  return begin + (keeps ? "not listed: " : "") + namesOf(preview, labels);
+  const bool keeps = judgement.filters[filter - 1].kind == profiles::INCLUDE_FILES_WITH_LABEL;
+  return begin + (keeps ? "not listed: " : "") + namesOf(judgement, labels);
 }
 
 }  // namespace
 
-std::string textOf(const Preview& preview, const Reason& reason) {
+std::string textOf(const Judgement& judgement, const Reason& reason) {
   switch (reason.rule) {
     case Reason::Rule::none:
       return {};
     case Reason::Rule::filter:
-      return selection(preview, reason.filter, reason.labels);
+      return selection(judgement, reason.filter, reason.labels);
     case Reason::Rule::folder:
-      return nameOfFilter(preview, reason.filter) + ": lies in a folder that goes";
+      return nameOfFilter(judgement, reason.filter) + ": lies in a folder that is held back";
     case Reason::Rule::link:
       return "a link to what is not handed out";
     case Reason::Rule::emptied:
-      return "nothing left in it";
+      return "nothing in it is shared";
   }
   return {};
 }
 
-std::string textOf(const Preview& preview, const Spared& spared) {
-  return fmt::format("{}, but {} below it stays", selection(preview, spared.filter, spared.labels),
+std::string textOf(const Judgement& judgement, const Spared& spared) {
+  return fmt::format("{}, but {} below it is shared", selection(judgement, spared.filter, spared.labels),
                      inQuotes(spared.because->path));
 }
 
-Json jsonOf(const Preview& preview, const Reason& reason) {
+Json jsonOf(const Judgement& judgement, const Reason& reason) {
   if (reason.rule == Reason::Rule::link) return {{"rule", "link"}};
   if (reason.rule == Reason::Rule::emptied) return {{"rule", "emptied"}};
   const bool byFolder = reason.rule == Reason::Rule::folder;
   Json object{{"rule", byFolder ? "folder" : "filter"},
               {"filter", reason.filter},
-              {"kind", wordOf(preview.filters[reason.filter - 1].kind)}};
+              {"kind", wordOf(judgement.filters[reason.filter - 1].kind)}};
   object["labels"] = Json::array();
-  for (const std::size_t label : reason.labels) object["labels"].push_back(jsonOf(preview.labels[label]));
+  for (const std::size_t label : reason.labels) object["labels"].push_back(jsonOf(judgement.labels[label]));
   return object;
 }
 
-Json jsonOf(const Preview& preview, const Spared& spared) {
-  Json object = jsonOf(preview, Reason{Reason::Rule::filter, spared.filter, spared.labels});
+Json jsonOf(const Judgement& judgement, const Spared& spared) {
+  Json object = jsonOf(judgement, Reason{Reason::Rule::filter, spared.filter, spared.labels});
   putPath(object, "because", spared.because->path);
   return object;
 }
 
-const Spared* sparedOf(const Preview& preview, const folder_host::Entry& entry) {
-  const auto spared = std::lower_bound(preview.spared.begin(), preview.spared.end(), &entry,
+const Spared* sparedOf(const Judgement& judgement, const folder_host::Entry& entry) {
+  const auto spared = std::lower_bound(judgement.spared.begin(), judgement.spared.end(), &entry,
                                        [](const Spared& one, const folder_host::Entry* e) { return one.folder < e; });
-  return spared != preview.spared.end() && spared->folder == &entry ? &*spared : nullptr;
+  return spared != judgement.spared.end() && spared->folder == &entry ? &*spared : nullptr;
 }
 
-void printRisks(const std::vector<folder_host::Risk>& risks, const std::string& prefix, const Json& more) {
+void printRisks(const std::vector<Risk>& risks, const std::string& prefix, const Json& more) {
   for (const auto& risk : risks) {
     Json object = jsonOf(risk);
     object.update(more);
@@ -81,7 +82,7 @@ void printRisks(const std::vector<folder_host::Risk>& risks, const std::string& 
   }
 }
 
-void printNotes(const std::vector<folder_host::Risk>& notes, const std::string& prefix, const Json& more) {
+void printNotes(const std::vector<Risk>& notes, const std::string& prefix, const Json& more) {
   Json note{{"type", "note"}};
   note.update(more);
   printRisks(notes, prefix, note);
@@ -111,7 +112,7 @@ void printLabel(const folder_host::LabelRecord& label, std::size_t paths) {
   object.update(jsonOf(label));
   object["paths"] = paths;
   item(fmt::format("{}  {}  {}{}", freeName(label.uuid), freeName(nameOf(label)), counted(paths, "path", "paths"),
-                   label.kept ? ", kept" : ""),
+                   label.kept ? ", protected" : ""),
        object);
 }
 

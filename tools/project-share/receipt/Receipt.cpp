@@ -60,16 +60,16 @@ Place placeOfReceipt(const folder_host::WorkingCopy& project, const Place& copy,
 
 std::string now() { return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(std::time(nullptr))); }
 
-Json headOf(const Assessment& assessment, const std::set<std::string>& allowed, const std::string& destination) {
+Json headOf(const Judgement& judgement, const std::set<std::string>& allowed, const std::string& destination) {
   Json head{{"receipt", 1}, {"time", now()}};
-  const bool whole = assessment.uuid == profiles::getWholeProjectUUID();
-  head["profile"] = whole ? Json() : Json{{"uuid", utf8(assessment.uuid)}, {"name", utf8(assessment.name)}};
+  const bool whole = judgement.uuid == profiles::getWholeProjectUUID();
+  head["profile"] = whole ? Json() : Json{{"uuid", utf8(judgement.uuid)}, {"name", utf8(judgement.name)}};
   putPath(head, "destination", destination);
   head["allowed"] = allowed;
-  head["labelsHeldBack"] = Json::array();
-  for (const FilterEffect& filter : assessment.preview.filters) {
-    for (const std::size_t label : filter.labelsGone) {
-      head["labelsHeldBack"].push_back(jsonOf(assessment.preview.labels[label]));
+  head["labelsRemoved"] = Json::array();
+  for (const FilterEffect& filter : judgement.filters) {
+    for (const std::size_t label : filter.labelsRemoved) {
+      head["labelsRemoved"].push_back(jsonOf(judgement.labels[label]));
     }
   }
   return head;
@@ -78,10 +78,10 @@ Json headOf(const Assessment& assessment, const std::set<std::string>& allowed, 
 // Hashes what was written, not what was read.
 class Outgoing {
  public:
-  Outgoing(const Entries& left, const Descriptor& copy, const std::function<void(const Progress&)>& onProgress)
+  Outgoing(const Entries& shared, const Descriptor& copy, const std::function<void(const Progress&)>& onProgress)
       : copy_(copy), onProgress_(onProgress) {
-    progress_.allEntries = left.size();
-    for (const Entry* entry : left) progress_.allBytes += entry->size;
+    progress_.allEntries = shared.size();
+    for (const Entry* entry : shared) progress_.allBytes += entry->size;
   }
 
   Json describe(const Entry& entry) {
@@ -122,28 +122,27 @@ Receipt::Receipt(const folder_host::WorkingCopy& project, const Place& copy, std
       descriptor_(orFailed(
           file_, [&] { return openBeneath(staging_.content(), CONTENT, O_WRONLY | O_CREAT | O_EXCL, 0600); })) {}
 
-void Receipt::write(const Assessment& assessment, const std::set<std::string>& allowed,
-                    const folder_host::WorkingCopy& left, const Descriptor& copy,
+void Receipt::write(const Judgement& judgement, const std::set<std::string>& allowed, const Descriptor& copy,
                     const std::function<void(const Progress&)>& onProgress) {
-  const Entries entries = left.entries();
+  const Entries& entries = judgement.shared;
   Outgoing outgoing(entries, copy, onProgress);
-  std::string head = written(headOf(assessment, allowed, destination_), 1);
+  std::string head = written(headOf(judgement, allowed, destination_), 1);
   head.resize(head.rfind('\n'));  // it goes on
   put(head + ",\n \"handedOut\": [");
   put("\n  " + written(outgoing.describe({folder_host::STORE_FOLDER, EntryKind::folder, {}})));
   put(",\n  " + written(outgoing.describe({folder_host::STORE_FILE, EntryKind::file, {}})));
   for (const Entry* entry : entries) put(",\n  " + written(outgoing.describe(*entry)));
   put("\n ],\n \"heldBack\": [");
-  const auto& all = left.listing().entries;
+  const auto& all = judgement.copy->listing().entries;
   const char* separator = "\n  ";
   for (std::size_t i = 0; i < all.size(); ++i) {
-    const Reason& reason = assessment.preview.reasons[i];
+    const Reason& reason = judgement.reasons[i];
     if (reason.rule == Reason::Rule::none) continue;
     Json object = jsonOf(all[i]);
-    object["why"] = jsonOf(assessment.preview, reason);
+    object["reason"] = jsonOf(judgement, reason);
     put(std::exchange(separator, ",\n  ") + written(object));
   }
-  put("\n ],\n \"labels\": " + written(jsonOf(assessment.leaving)) + "\n}\n");
+  put("\n ],\n \"labels\": " + written(jsonOf(judgement.leaving)) + "\n}\n");
   flush();
   if (::fsync(descriptor_.get()) != 0) throw failed(file_, errno);
 }

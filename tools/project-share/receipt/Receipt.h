@@ -24,8 +24,8 @@ class Receipt {
   Receipt& operator=(const Receipt&) = delete;
 
   // Writes all of it, from the folder that holds the copy. Errors: RECEIPT_FAILED.
-  void write(const Assessment& assessment, const std::set<std::string>& allowed, const folder_host::WorkingCopy& left,
-             const folder_host::Descriptor& copy, const std::function<void(const folder_host::Progress&)>& onProgress);
+  void write(const Judgement& judgement, const std::set<std::string>& allowed, const folder_host::Descriptor& copy,
+             const std::function<void(const folder_host::Progress&)>& onProgress);
 
   // To be called when the copy is there. Error: RECEIPT_FAILED, also where the name was taken meanwhile.
   void publish();

@@ -79,20 +79,20 @@ bool isProfile(const Part& value) {
 
 bool isLabel(const Part& value) {
   return has(value, "uuid", isText) && has(value, "category", isText) && has(value, "name", isText) &&
-         has(value, "kept", isFlag);
+         has(value, "protected", isFlag);
 }
 
 bool areLabels(const Part& value) { return isList(value) && std::all_of(value.begin(), value.end(), isLabel); }
 
 bool isLeavingLabel(const Part& value) { return isLabel(value) && has(value, "entries", isCount); }
 
-bool isWhy(const Part& value) {
+bool isReason(const Part& value) {
   if (!has(value, "rule", isText)) return false;
   if (value.at("rule") != "filter" && value.at("rule") != "folder") return true;
   return has(value, "filter", isCount) && has(value, "kind", isText) && has(value, "labels", areLabels);
 }
 
-bool isHeldBack(const Part& value) { return pathIn(value, "path") && kindIn(value) && has(value, "why", isWhy); }
+bool isHeldBack(const Part& value) { return pathIn(value, "path") && kindIn(value) && has(value, "reason", isReason); }
 
 // What a part is and, where it is a list, what its elements are.
 struct Shape {
@@ -109,7 +109,7 @@ const std::map<std::string, Shape>& shapes() {
       {"destination", {isText}},
       {"destinationHex", {isHex, isAnything, false}},
       {"allowed", {isList, isText}},
-      {"labelsHeldBack", {isList, isLabel}},
+      {"labelsRemoved", {isList, isLabel}},
       {"handedOut", {isList, isHandedOut}},
       {"heldBack", {isList, isHeldBack}},
       {"labels", {isList, isLeavingLabel}},

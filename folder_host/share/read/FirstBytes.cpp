@@ -1,0 +1,43 @@
+#include "folder_host/share/read/FirstBytes.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "folder_host/files/Listing.h"
+
+namespace folder_host {
+
+std::string firstBytesOf(const Descriptor& file) {
+  std::array<char, 160> bytes{};
+  const ssize_t length = ::pread(file.get(), bytes.data(), bytes.size(), 0);
+  if (length < 0) throwErrno();
+  return {bytes.data(), static_cast<std::size_t>(length)};
+}
+
+bool firstBytesTell(std::string_view first) {
+  constexpr std::string_view DATABASE("SQLite format 3\0", 16);
+  constexpr std::size_t ID_AT = 68;
+  if (first.substr(0, DATABASE.size()) == DATABASE && first.size() >= ID_AT + 4) {
+    std::uint32_t id = 0;
+    for (std::size_t i = ID_AT; i < ID_AT + 4; ++i) id = (id << 8U) | static_cast<unsigned char>(first[i]);
+    return id == STORE_ID;
+  }
+  for (const std::string_view archived : {".project/", "./.project/"}) {  // the first name of a tar file
+    if (first.substr(0, archived.size()) == archived) return true;
+  }
+  if (first.find("CREATE TABLE node(parent BLOB") != std::string_view::npos) return true;
+  const auto take = [&first](std::string_view word) {
+    first.remove_prefix(std::min(first.find_first_not_of(" \t\r\n"), first.size()));
+    const bool there = first.substr(0, word.size()) == word;
+    first.remove_prefix(there ? word.size() : 0);
+    return there;
+  };
+  take("\xef\xbb\xbf");
+  return take("{") && take("\"receipt\"") && take(":");
+}
+
+}  // namespace folder_host

@@ -1,0 +1,131 @@
+#include "folder_host/share/read/Source.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include "folder_host/files/Permissions.h"
+#include "folder_host/share/read/FirstBytes.h"
+
+namespace folder_host {
+
+namespace {
+
+template <class Read>
+auto reading(const std::string& path, const Read& read) {
+  try {
+    return read();
+  } catch (const std::system_error& error) {
+    throw unreadable(path, error.code().value());
+  }
+}
+
+void requireListed(const Entry& entry, mode_t type, const struct stat& status) {
+  if ((status.st_mode & static_cast<mode_t>(S_IFMT)) != type || !(idOf(status) == entry.id)) throw changed(entry.path);
+}
+
+// Of the very thing that was listed.
+bool isAsListed(const Entry& entry, const struct stat& status) {
+  const bool sized = entry.kind != EntryKind::file || static_cast<std::uint64_t>(status.st_size) == entry.size;
+  return sized && status.st_ctim.tv_sec == entry.changed.tv_sec && status.st_ctim.tv_nsec == entry.changed.tv_nsec;
+}
+
+}  // namespace
+
+Error changed(const std::string& path) {
+  return {errors::ENTRY_CHANGED, inQuotes(path) + " was changed while it was being copied; try again"};
+}
+
+// Names that lead elsewhere by now, and links that are none, were changed since they were listed.
+Error unreadable(const std::string& path, int code) {
+  if (code == ENOENT || code == ENOTDIR || code == ELOOP || code == EXDEV) return changed(path);
+  return systemFailure(errors::ENTRY_UNREADABLE, "cannot read", path, code);
+}
+
+Source::Source(const std::string& root, Allowances allowances)
+    : folder(reading(root, [&] { return openFolder(root); })),
+      id(idOf(reading(root, [&] { return statusOf(folder); }))),
+      allowed(std::move(allowances)) {
+  struct stat status {};
+  if (::fstatat(folder.get(), STORE_FILE, &status, AT_SYMLINK_NOFOLLOW) == 0) store = idOf(status);
+}
+
+OpenEntry EntryReader::openTop(const Entry& top) const {
+  return reading(".", [&]() -> OpenEntry {
+    Descriptor opened = openBeneath(source_.folder, ".", O_RDONLY | O_DIRECTORY);
+    const struct stat status = statusOf(opened);
+    const mode_t permissions = permissionsOf(opened, status);
+    return {top, std::move(opened), status, permissions, false, false};
+  });
+}
+
+OpenEntry EntryReader::open(const Entry& entry) {
+  return reading(entry.path, [&]() -> OpenEntry {
+    if (entry.kind == EntryKind::folder) {
+      Descriptor opened = openBeneath(source_.folder, entry.path, O_RDONLY | O_DIRECTORY);
+      const struct stat status = statusOf(opened);
+      requireListed(entry, S_IFDIR, status);
+      const mode_t permissions = permissionsOf(opened, status);
+      return {entry, std::move(opened), status, permissions, false, false};
+    }
+    enterFolderOf(entry);
+    return entry.kind == EntryKind::link ? openLink(entry) : openFile(entry);
+  });
+}
+
+void EntryReader::enterFolderOf(const Entry& entry) {
+  const std::size_t separator = entry.path.rfind('/');
+  name_ = entry.path.substr(separator + 1);  // npos + 1 is 0
+  std::string path = separator == std::string::npos ? "." : entry.path.substr(0, separator);
+  if (path == path_) return;
+  folder_ = openBeneath(source_.folder, path, O_PATH | O_DIRECTORY);
+  path_ = std::move(path);
+}
+
+OpenEntry EntryReader::openLink(const Entry& link) const {
+  Descriptor opened = openBeneath(folder_, name_, O_PATH);
+  const struct stat status = statusOf(opened);
+  requireListed(link, S_IFLNK, status);
+  const bool hasChanged = !isUnchanged(link, status);
+  if (readLink(opened, "") != link.target) throw changed(link.path);
+  return {link, std::move(opened), status, 0, hasChanged, false};
+}
+
+// Looked at before it is opened: opening a pipe or a device may hang or do something, and closing the store's file
+// would drop the locks of the connection that this process has on it.
+OpenEntry EntryReader::openFile(const Entry& file) const {
+  if (file.id == source_.store) {
+    throw Error(errors::ENTRY_UNREADABLE, inQuotes(file.path) + " is the project's own store under another name");
+  }
+  const struct stat status = statusIn(folder_, name_);
+  requireListed(file, S_IFREG, status);
+  const bool hasChanged = !isUnchanged(file, status);
+  Descriptor opened = openBeneath(folder_, name_, O_RDONLY | O_NONBLOCK);
+  requireListed(file, S_IFREG, statusOf(opened));
+  if (firstBytesTell(firstBytesOf(opened)) && !source_.allowed.allows(errors::NESTED_PROJECT, file.path)) {
+    throw Error(errors::NESTED_PROJECT, inQuotes(file.path) +
+                                            " is a project's store or a receipt, with rules and names that would be "
+                                            "shared; hold it back by a label, or move it out of the project");
+  }
+  const mode_t permissions = permissionsOf(opened, status);
+  return {file, std::move(opened), status, permissions, hasChanged, mayHaveChanged(file)};
+}
+
+bool EntryReader::mayHaveChanged(const Entry& entry) const {
+  return source_.allowed.allows(errors::ENTRY_CHANGED, entry.path);
+}
+
+bool EntryReader::isUnchanged(const Entry& entry, const struct stat& status) const {
+  if (isAsListed(entry, status)) return true;
+  if (!mayHaveChanged(entry)) throw changed(entry.path);
+  return false;
+}
+
+bool EntryReader::isUnchanged(const OpenEntry& file) const {
+  const struct stat now = reading(file.entry.path, [&] { return statusOf(file.opened); });
+  return isUnchanged(file.entry, now) && !file.hasChanged;
+}
+
+}  // namespace folder_host

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "folder_host/files/Publication.h"
+#include "folder_host/share/sinks/Sink.h"
+
+namespace folder_host {
+
+// Writes into the folder of a publication: content, links, permissions (no set-id bits) and times; owners and extended
+// attributes stay behind. Holes stay holes. Whoever can read the top folder can open the copy as a project.
+class FolderSink final : public Sink {
+ public:
+  // The publication outlives the sink.
+  explicit FolderSink(const StagingFolder& publication) : publication_(publication) {}
+
+  void addFolder(const OpenEntry& folder) override;
+  std::unique_ptr<Writer> writer() override;
+  bool takesSeveralWriters() const noexcept override { return true; }
+  void addStore(const std::string& bytes) override;
+  void finish() override;
+
+ private:
+  struct Folder {
+    std::string path;
+    mode_t mode;
+    std::array<timespec, 2> times;
+  };
+
+  const StagingFolder& publication_;
+  std::vector<Folder> folders_;
+};
+
+}  // namespace folder_host

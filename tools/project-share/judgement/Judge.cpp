@@ -1,0 +1,49 @@
+#include "judgement/Judge.h"
+
+#include <fmt/format.h>
+
+#include "judgement/Mending.h"
+#include "judgement/ProfileRisks.h"
+#include "judgement/TraceRisks.h"
+#include "project/sharing/profiles/ExportProfileTransformation.h"
+#include "words/Lookup.h"
+
+namespace project_share {
+
+using folder_host::WorkingCopy;
+
+namespace {
+
+void addNothingShared(Judgement& judgement) {
+  if (!judgement.shared.empty()) return;
+  judgement.found.add(risks::NOTHING_SHARED, {}, "no entry would be shared; 'project-share preview PROFILE' tells why");
+}
+
+}  // namespace
+
+// By the reserved UUID everything would be shared, whatever the profile's filters are.
+Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile) {
+  if (profile.getUUID() == profiles::getWholeProjectUUID()) {
+    throw Refusal(refusals::PROFILE_DAMAGED,
+                  fmt::format("the profile {} has the UUID that means the whole project: duplicate it under another "
+                              "name, and delete it",
+                              inQuotes(nameOf(profile))));
+  }
+  const Filters filters = profile.getFilters();
+  Judgement judgement = judged(project, profile.getUUID(), filters);
+  judgement.name = nameOf(profile);
+  const Mending mending(filters, project);
+  addProfileRisks(project, profile, mending, judgement);
+  addTraceRisks(project, mending, judgement);
+  addNothingShared(judgement);
+  return judgement;
+}
+
+Judgement judgeWhole(const WorkingCopy& project) {
+  Judgement judgement = judged(project, profiles::getWholeProjectUUID(), {});
+  judgement.found.risks = folder_host::risksAmong(*judgement.copy);
+  addNothingShared(judgement);
+  return judgement;
+}
+
+}  // namespace project_share

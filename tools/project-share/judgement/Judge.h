@@ -1,0 +1,14 @@
+#pragma once
+
+#include "judgement/Judgement.h"
+#include "project/sharing/profiles/ExportProfile.h"
+
+namespace project_share {
+
+// What a share by the profile would do, with all that speaks against it. The project is as it was. Content is read from
+// the project's folder where it has to be compared. Error: PROFILE_DAMAGED.
+Judgement judge(folder_host::WorkingCopy& project, const project::sharing::profiles::ExportProfile& profile);
+// Without a profile, everything is shared.
+Judgement judgeWhole(const folder_host::WorkingCopy& project);
+
+}  // namespace project_share

@@ -1,0 +1,41 @@
+#include "judgement/Risks.h"
+
+#include <algorithm>
+#include <set>
+
+namespace project_share {
+
+const std::vector<std::string>& allowableRisks() {
+  static const std::vector<std::string> identifiers = [] {
+    std::vector<std::string> all;
+    for (const RiskKind* kind : risks::ALL) {
+      if (kind->level == Level::risk) all.emplace_back(kind->identifier);
+    }
+    return all;
+  }();
+  return identifiers;
+}
+
+std::vector<Risk> refusedAmong(const std::vector<Risk>& risks, const Allowances& allowed) {
+  std::vector<Risk> refused;
+  for (const Risk& risk : risks) {
+    const auto isAllowed = [&](const std::string& path) { return allowed.allows(risk.identifier, path); };
+    const auto& others = risk.otherPaths;
+    if (!isAllowed(risk.path) || !std::all_of(others.begin(), others.end(), isAllowed)) refused.push_back(risk);
+  }
+  return refused;
+}
+
+std::string allowingFlags(const std::vector<Risk>& risks) {
+  const auto& allowable = allowableRisks();
+  std::set<std::string> identifiers;
+  for (const Risk& risk : risks) {
+    if (std::find(allowable.begin(), allowable.end(), risk.identifier) == allowable.end()) continue;
+    identifiers.insert(risk.identifier);
+  }
+  std::string flags;
+  for (const std::string& identifier : identifiers) flags += (flags.empty() ? "" : " ") + ("--allow " + identifier);
+  return flags;
+}
+
+}  // namespace project_share

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Refusal.h"
+#include "folder_host/share/Risks.h"
+
+namespace project_share {
+
+using folder_host::Allowances;
+using folder_host::Risk;
+
+enum class Level {
+  risk,  // a share is refused for it, unless it is allowed
+  note,  // it is told, and is a risk to the strict alone
+};
+
+// All that can be told of a share, or of a project, before anything is handed out. The manual page and docs/errors.md
+// have these meanings word for word.
+struct RiskKind {
+  const char* identifier;
+  Level level;
+  const char* meaning;
+};
+
+// A new kind is a row of this table, and what finds it.
+namespace risks {
+inline constexpr RiskKind FOLDER_SPARED{
+    "folder-spared", Level::risk,
+    "a drop-files filter selects a folder that is shared all the same, for a file in it does not carry the label"};
+inline constexpr RiskKind LABEL_ON_MISSING_PATH{
+    "label-on-missing-path", Level::risk,
+    "a file was renamed or moved, and has lost a label that a drop-files filter names"};
+inline constexpr RiskKind LABEL_DELETED{"label-deleted", Level::risk,
+                                        "a filter names a label that was deleted, and selects nothing by it"};
+inline constexpr RiskKind FILTER_SKIPPED{
+    "filter-skipped", Level::risk, "the profile holds a filter or an item of an unknown kind, which does nothing"};
+inline constexpr RiskKind HISTORY_INSIDE{
+    "history-inside", Level::risk,
+    "what keeps earlier states of files would be shared: a version control's folder, an editor's, a bin"};
+inline constexpr RiskKind LEFTOVER{
+    "leftover", Level::risk,
+    "by its name a file is a backup, swap file, copy or archive of what is held back beside it"};
+inline constexpr RiskKind SAME_CONTENT{
+    "same-content", Level::risk,
+    "a file has the content of one that a drop-files filter holds back, or is the same file (a hard link)"};
+inline constexpr RiskKind NESTED_PROJECT{
+    folder_host::errors::NESTED_PROJECT, Level::risk,
+    "another project, or a project's store or a receipt under any name, lies in what would be shared"};
+inline constexpr RiskKind LABEL_LEAVES{"label-leaves", Level::risk,
+                                       "a label by which a drop-files filter holds files back leaves, with its name"};
+inline constexpr RiskKind LABEL_PROTECTED{"label-protected", Level::risk,
+                                          "a label that a drop-labels filter names leaves, because it is protected"};
+inline constexpr RiskKind NAMES_COLLIDE{folder_host::errors::NAMES_COLLIDE, Level::risk,
+                                        "on a disk where case makes no difference, two names would become one"};
+inline constexpr RiskKind NOTHING_SHARED{"nothing-shared", Level::risk, "no entry would be shared"};
+inline constexpr RiskKind ENTRY_CHANGED{folder_host::errors::ENTRY_CHANGED, Level::risk,
+                                        "a file changed after it was listed"};
+inline constexpr RiskKind FILTER_IDLE{"filter-idle", Level::note,
+                                      "a filter can take nothing out, or there is no filter at all"};
+inline constexpr RiskKind LABEL_IDLE{"label-idle", Level::note,
+                                     "a label that a drop-files filter names is attached to nothing"};
+inline constexpr RiskKind ALLOW_IDLE{"allow-idle", Level::note, "an --allow allowed nothing"};
+inline constexpr RiskKind LABEL_ON_LINK{"label-on-link", Level::note,
+                                        "a label was attached to a link, and not to what it leads to"};
+inline constexpr RiskKind LABEL_UNNAMED{"label-unnamed", Level::note, "no profile names the label"};
+inline constexpr RiskKind LOOKS_ALIKE{"looks-alike", Level::note,
+                                      "two labels, categories or profiles have names that look alike"};
+
+inline constexpr const RiskKind* ALL[] = {
+    &FOLDER_SPARED, &LABEL_ON_MISSING_PATH, &LABEL_DELETED,  &FILTER_SKIPPED, &HISTORY_INSIDE,
+    &LEFTOVER,      &SAME_CONTENT,          &NESTED_PROJECT, &LABEL_LEAVES,   &LABEL_PROTECTED,
+    &NAMES_COLLIDE, &NOTHING_SHARED,        &ENTRY_CHANGED,  &FILTER_IDLE,    &LABEL_IDLE,
+    &ALLOW_IDLE,    &LABEL_ON_LINK,         &LABEL_UNNAMED,  &LOOKS_ALIKE};
+}  // namespace risks
+
+// What was found of one share. A kind's level is what it mostly is: a label on a missing path lets nothing out where no
+// drop-files filter names it, and is noted.
+struct Findings {
+  std::vector<Risk> risks;
+  std::vector<Risk> notes;
+
+  void add(const RiskKind& kind, const std::string& path, const std::string& message) {
+    (kind.level == Level::risk ? risks : notes).push_back({kind.identifier, path, message});
+  }
+};
+
+// The identifiers of the risks: what can be allowed.
+const std::vector<std::string>& allowableRisks();
+
+// Those that are not allowed. A risk that is about several paths is allowed when each of them is.
+std::vector<Risk> refusedAmong(const std::vector<Risk>& risks, const Allowances& allowed);
+
+// "--allow a --allow b": what would allow them all, as far as anything does.
+std::string allowingFlags(const std::vector<Risk>& risks);
+
+}  // namespace project_share
