@@ -26,6 +26,7 @@ std::string_view nameOf(const std::string& path) {
 }
 
 // By its name alone; a plain file of that name is a file, but a backup or an archive of the folder is more.
+// A handed-out project would open with the rules and the names of its sender, and its receiver would share by them.
 bool isStoreFolder(const Entry& entry) {
   const std::string_view name = nameOf(entry.path);
   if (foldedName(name) == STORE_FOLDER) return entry.kind != EntryKind::file && entry.path != name;
@@ -87,6 +88,7 @@ std::vector<MissingPath> labelledMissingPaths(const WorkingCopy& copy) {
   return missing;
 }
 
+// Both are judged by what is shared: a nested project that is held back, or one of two colliding names, harms nobody.
 std::vector<Risk> risksAmong(const WorkingCopy& copy) {
   std::vector<Risk> risks;
   const Entries shared = copy.entries();

@@ -24,6 +24,8 @@ class Probe : public project::management::ProjectManager {
 };
 
 // Every entry is a folder, so that none is spared for the sake of another.
+// A filter spares a folder for the sake of a file below it. To learn what it selects by labels alone, it is asked about
+// a project without files, in which each entry lies beside the others.
 class FoldersOnly final : public Probe, private project::management::FileManager {
  public:
   FoldersOnly(std::size_t count, const std::function<Labels(std::size_t)>& labelsOf)
