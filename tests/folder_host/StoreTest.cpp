@@ -56,7 +56,7 @@ class OldStoreTest : public StoreTest {
   // Of opening it, where nothing else is given.
   std::string refusalOnWhichItStays(const std::function<void()>& act = nullptr) const {
     const std::string before = read(file_);
-    const std::string refusal = refusalOf([&] { act ? act() : static_cast<void>(open()); });
+    std::string refusal = refusalOf([&] { act ? act() : static_cast<void>(open()); });
     EXPECT_EQ(read(file_), before);
     return refusal;
   }
