@@ -39,11 +39,10 @@ std::string changesOf(const Lines& old, const Lines& now) {
 
 // The calls that reached the host, made UUIDs as "?", but for the ends of scopes.
 Lines callsOf(const World& world) {
-  constexpr std::size_t madeUuid = 36;
   Lines calls;
   for (std::string call : world.probe.calls()) {
     const std::size_t end = call.find("ExportProfile:");
-    if (end != std::string::npos && call.find('-', end) == end + 22) call.replace(end + 14, madeUuid, "?");
+    if (end != std::string::npos && call.find('-', end) == end + 22) call.replace(end + 14, operations::MADE_UUID, "?");
     if (call.rfind("end", 0) != 0) calls.push_back(call);
   }
   return calls;
@@ -117,7 +116,7 @@ class Faults : public testing::TestWithParam<const samples::HostKind*> {
     world.probe.clear();
     EXPECT_EQ(outcome(operation, world), isDone ? operation.answerToRepetition : operation.answer);
     Lines expected = clean.after;
-    // A category that is empty to begin with stays: of one that a broken run has emptied this is true, too.
+    // A category that is empty to begin with remains: of one that a broken run has emptied this is true, too.
     for (const std::string& line : left) {
       const bool isEmpty = line.rfind("category", 0) == 0 && std::count(line.begin(), line.end(), ' ') == 1;
       if (isEmpty && !std::binary_search(expected.begin(), expected.end(), line)) expected = sorted(expected, {line});

@@ -4,15 +4,12 @@
 #include "folder_host/store/Blob.h"
 #include "folder_host/store/Store.h"
 #include "folder_host/text/Utf.h"
-#include "foundation/core/except/IMsgIDException.h"
 
 namespace samples {
 
 using folder_host::toBlob;
 using folder_host::WorkingCopy;
 using memory_host::MemoryMetadata;
-using project::metadata::MetadataManager;
-using project::metadata::MetadataPath;
 
 namespace {
 
@@ -45,18 +42,6 @@ std::shared_ptr<ProjectManager> makeFolder(MemoryProject& project) {
   return folder;
 }
 
-// A profile's node has a name, an item's node a category.
-void addNodes(Rows& rows, MetadataManager& metadata, const MetadataPath& top) {
-  for (const MetadataPath& path : metadata.getChildPaths(top)) {
-    const auto& elements = path.getElements();
-    Row& row = rows.emplace_back(Row{path.getLeaf().getType()});
-    for (std::size_t i = 1; i < elements.size(); ++i) row.push_back(elements[i].getLocation());
-    if (elements.size() == 2) row.push_back(metadata.getNode(path)->getValue(u"Name"));
-    if (elements.size() == 4) row.push_back(metadata.getNode(path)->getValue(u"Data"));
-    if (elements.size() < 4) addNodes(rows, metadata, path);
-  }
-}
-
 }  // namespace
 
 const HostKind memoryHost{"memory_host", false, [](MemoryProject& project) { return copyInMemory(project); },
@@ -64,41 +49,5 @@ const HostKind memoryHost{"memory_host", false, [](MemoryProject& project) { ret
 const HostKind folderHost{"folder_host", true, makeFolder, [](ProjectManager& project) {
                             return std::shared_ptr<ProjectManager>(dynamic_cast<WorkingCopy&>(project).clone());
                           }};
-
-Rows storedIn(MetadataManager& metadata) {
-  const auto scope = metadata.beginReadScope();
-  Rows rows;
-  addNodes(rows, metadata, pathOf({{u"Export", u"Root"}}));
-  return rows;
-}
-
-Rows labelsAndEntriesIn(ProjectManager& project) {
-  Rows rows;
-  const auto& labels = project.getLabelManager();
-  for (const auto& category : labels.getCategories()) {
-    Row& row = rows.emplace_back(Row{u"category", category.toString()});
-    for (const auto& label : labels.getLabels(category)) {
-      row.push_back((label.isRemovable() == 0 ? u"kept " : u"") + label.getUUID());
-    }
-  }
-  auto& files = project.getFileManager();
-  for (const auto& file : files.getFiles()) {
-    Row& row = rows.emplace_back(Row{files.isFolder(file) ? u"folder" : u"file", file.text()});
-    for (const auto& label : files.getFileLabels(file)) row.push_back(label.getUUID());
-  }
-  for (Row& row : rows) std::sort(row.begin() + 2, row.end());
-  return rows;
-}
-
-std::string errorOf(const std::function<void()>& action) {
-  try {
-    action();
-    return {};
-  } catch (const foundation::core::except::IMsgIDException& error) {
-    return error.GetBaseMsgIDObj().key;
-  } catch (const std::out_of_range&) {
-    return "out of range";
-  }
-}
 
 }  // namespace samples
