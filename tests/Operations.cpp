@@ -156,7 +156,7 @@ MemoryProject sampleProject() {
   return project;
 }
 
-World::World(std::shared_ptr<samples::ProjectManager> sample)
+World::World(std::shared_ptr<project::management::ProjectManager> sample)
     : host(std::move(sample)), project(memory_host::probed(*host, probe)) {
   manager = createManager(project->getMetadataManager());
   const Profiles profiles = manager->getProfiles();

@@ -1,6 +1,8 @@
 #pragma once
 
-#include "SampleHosts.h"
+#include <functional>
+
+#include "Samples.h"
 #include "project/sharing/SerializationData.h"
 
 // Every public operation, given good and bad input, with what has to come of it.
@@ -15,14 +17,14 @@ memory_host::MemoryProject sampleProject();
 
 // That project on some host, behind a probe.
 struct World {
-  explicit World(std::shared_ptr<samples::ProjectManager> project);
+  explicit World(std::shared_ptr<project::management::ProjectManager> project);
 
   ExportFilter& filter(std::size_t position) const { return *first->getFilters().at(position); }
   ExportFilter& editedFilter() const { return *edited->getFilters().front(); }
 
   memory_host::Probe probe;
-  std::shared_ptr<samples::ProjectManager> host;
-  std::shared_ptr<samples::ProjectManager> project;
+  std::shared_ptr<project::management::ProjectManager> host;
+  std::shared_ptr<project::management::ProjectManager> project;
   std::unique_ptr<samples::ExportProfileManager> manager;
   std::shared_ptr<ExportProfile> first;    // 1, as it is stored
   std::shared_ptr<ExportProfile> edited;   // 2, with filters that are not saved

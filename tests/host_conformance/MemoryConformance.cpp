@@ -50,12 +50,10 @@ Text spoilt(Place place, const Text& text) {
   return text;
 }
 
-// As SQL's LIKE.
-bool matches(std::u16string_view pattern, std::u16string_view text) {
-  if (pattern.empty()) return text.empty();
-  if (pattern[0] == u'%' && matches(pattern.substr(1), text)) return true;
-  if (text.empty() || (pattern[0] != u'%' && pattern[0] != u'_' && pattern[0] != text[0])) return false;
-  return matches(pattern[0] == u'%' ? pattern : pattern.substr(1), text.substr(1));
+// As SQL's LIKE, whose "_" is any unit.
+bool matches(const Text& pattern, const Text& text) {
+  return std::equal(pattern.begin(), pattern.end(), text.begin(), text.end(),
+                    [](char16_t wanted, char16_t unit) { return wanted == u'_' || wanted == unit; });
 }
 
 void throwIf(bool condition, const char* text) {
@@ -204,18 +202,6 @@ class FaultyProject final : public MemoryProject {
     if (is("FILE_001 FILE_002: the root is listed")) all.push_back(getRootFolder());
     return all;
   }
-  std::vector<FileLabel> getFileLabels(const Path& entry) override {
-    static const bool haveNoCase = is("FILE_004 SHARE_002: labels go by names without case");
-    std::vector<FileLabel> attached;
-    for (const Entry& one : entries) {
-      const Text &text = entry.text(), &other = one.name.text();
-      const bool isIt = haveNoCase ? lower(text) == lower(other) : text == other;
-      for (auto key = one.labels.begin(); isIt && key != one.labels.end(); ++key) {
-        attached.emplace_back(CategoryIdentifier(key->first), LabelIdentifier(key->second));
-      }
-    }
-    return attached;
-  }
   std::vector<Path> removeFiles(const std::vector<Path>& removed) override {
     throwIf(removed.empty(), "FILE_001 FILE_005: nothing cannot be removed");
     for (const Path& top : removed) {
@@ -254,6 +240,14 @@ host_conformance::Host makeHost() {
     const LabelKey key(spoilt(Place::CATEGORY, name), Text(number.begin(), number.end()));
     project->addLabel(key.first, key.second, isRemovable ? 1 : 0);
     return Label(CategoryIdentifier(key.first), LabelIdentifier(key.second, isRemovable ? 1 : 0));
+  };
+  host.attach = [project](const Path& entry, const Label& label) {
+    const bool haveNoCase = is("FILE_004 SHARE_002: labels go by names without case");
+    for (Entry& one : project->entries) {
+      const Text &text = one.name.text(), &wanted = entry.text();
+      const bool isIt = haveNoCase ? lower(text) == lower(wanted) : text == wanted;
+      if (isIt) one.labels.emplace(label.getCategory().toString(), label.getUUID());
+    }
   };
   host.workingCopy = [project] { return copyOf(project); };
   host.isolatesSessions = true;
