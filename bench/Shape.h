@@ -15,8 +15,6 @@ struct Shape {
   std::size_t items = 0;
   std::size_t labels = 0;  // on each entry
   bool deep = false;       // folders stand in one another, 20 of them, not side by side
-  // Of folders; those that collide have one standard hash, and long ones their length.
-  enum class Names { SHORT, LONG, COLLIDING } names = Names::SHORT;
 };
 
 // Text of the length of a UUID, another for each number, in no order.

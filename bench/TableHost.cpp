@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "CollidingNames.h"
-
 namespace bench {
 
 using fl::filesystem::path;
@@ -16,11 +14,6 @@ using project::sharing::profiles::INCLUDE_LABEL;
 namespace {
 
 std::u16string wide(const std::string& text) { return {text.begin(), text.end()}; }
-
-std::u16string folderName(Shape::Names names, std::size_t entry, std::size_t folder) {
-  if (names == Shape::Names::SHORT) return u"dir-" + wide(std::to_string(entry));
-  return names == Shape::Names::COLLIDING ? u"x" + collidingName(folder) : collidingName(folder) + u"x";
-}
 
 }  // namespace
 
@@ -45,7 +38,7 @@ void TableHost::addTree(const Shape& shape) {
       continue;
     }
     if (!shape.deep || i % (OF_A_FOLDER * DEPTH) == 0) folder = u"/p";
-    folder += u'/' + folderName(shape.names, i, i / OF_A_FOLDER);
+    folder += u"/dir-" + wide(std::to_string(i));
     addEntry(shape, folder, true);
   }
 }

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -31,11 +30,6 @@ class TableHost final : public project::management::ProjectManager,
   std::shared_ptr<project::metadata::MetadataManager> getMetadataManager() override { return nullptr; }
 
  private:
-  // Without the first letter, so that names do not collide here that the filter is tried with.
-  struct Hash {
-    std::size_t operator()(std::u16string_view text) const { return std::hash<std::u16string_view>()(text.substr(1)); }
-  };
-
   struct Entry {
     bool isFolder = false;
     std::vector<std::uint32_t> labels;
@@ -63,7 +57,7 @@ class TableHost final : public project::management::ProjectManager,
 
   std::vector<fl::filesystem::path> paths_;
   std::vector<Entry> entries_;
-  std::unordered_map<std::u16string_view, std::size_t, Hash> index_;
+  std::unordered_map<std::u16string_view, std::size_t> index_;
   std::vector<project::management::FileLabel> pool_;  // the labels that hang on entries
   std::vector<project::management::CategoryIdentifier> categories_;
   std::unordered_map<std::u16string, std::vector<project::management::LabelIdentifier>> labels_;

@@ -61,7 +61,7 @@ install(FILES examples/first_profile.cpp examples/run.cpp DESTINATION "${install
 install(DIRECTORY examples/tiny_host DESTINATION "${installed_guides}/examples" COMPONENT dev)
 
 # Beside the examples, to which they lead.
-install(FILES docs/abi.md docs/conformance.md docs/errors.md docs/host-guide.md docs/stored-format.md abi/operations.txt
+install(FILES docs/abi.md docs/conformance.md docs/errors.md docs/host-guide.md docs/stored-format.md
         DESTINATION "${installed_guides}/docs" COMPONENT dev)
 install(FILES cmake/README.installed.md RENAME README.md DESTINATION "${installed_guides}" COMPONENT dev)
 

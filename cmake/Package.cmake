@@ -30,17 +30,6 @@ endfunction()
 set(library libproject-sharing-profiles)
 set(library_package ${library}${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/triggers")
-find_program(DPKG_GENSYMBOLS dpkg-gensymbols)
-if(DPKG_GENSYMBOLS)
-  set(symbols "${CMAKE_CURRENT_BINARY_DIR}/symbols")
-  add_custom_command(OUTPUT "${symbols}" DEPENDS project_sharing_profiles abi/symbols VERBATIM
-    COMMAND "${DPKG_GENSYMBOLS}" -q -c0 -p${library_package} -v${PROJECT_VERSION}
-            "-I${CMAKE_CURRENT_SOURCE_DIR}/abi/symbols" "-e$<TARGET_FILE:project_sharing_profiles>" "-O${symbols}")
-  add_custom_target(project_sharing_symbols ALL DEPENDS "${symbols}")
-  add_dependencies(project_sharing_installables project_sharing_symbols)
-  list(APPEND CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${symbols}")
-endif()
-
 project_sharing_package(runtime ${library_package} libs "" "what leaves a project when it is shared (library)
 Keeps export profiles in a project's metadata: stored rules that say, by the
 labels attached, which files, folders and labels are stripped from a copy of

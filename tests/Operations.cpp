@@ -254,6 +254,8 @@ const std::vector<Operation> all = {
     {"Profile::addFilter", [](W& w) { return w.edited->addFilter(u"label", {i}) ? "made" : "no kind"; }, "no kind"},
     {"Profile::removeFilter", [](W& w) { return w.edited->removeFilter(w.edited->getFilters()[1]), "done"; }, "done",
      edit("FileLabel b/n c/i, Label")},
+    {"Profile::removeFilter", [](W& w) { return w.edited->removeFilter(w.edited->getFilters()[0]), "done"; }, "done",
+     edit("IncludeLabels, Label")},
     {"Profile::removeFilter", [](W& w) { return w.edited->removeFilter(w.first->getFilters()[0]), "last"; }, "last",
      edit("FileLabel b/n c/i, IncludeLabels")},
     {"Profile::removeFilter", [](W& w) { return w.deleted->removeFilter(nullptr), "nothing there"; }, "nothing there"},

@@ -1,4 +1,4 @@
-"""Measures project-share beside what people use in its place; scripts/bench-share runs this."""
+"""Measures project-share beside what people use in its place; scripts/deep/bench runs this."""
 
 import argparse
 import contextlib
@@ -21,9 +21,9 @@ SHORT = {"files": 1_000, "mebibytes": 4, "mixed": ["/usr/include/linux"], "entri
 
 
 def words():
-    parser = argparse.ArgumentParser(prog="bench-share", description=__doc__)
-    parser.add_argument("results", type=Path, help="folder for share.json, share.md, share.svg")
-    parser.add_argument("--program", required=True, type=Path, help=argparse.SUPPRESS)
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("program", type=Path)
+    parser.add_argument("results", type=Path, help="folder for share.json and share.md")
     parser.add_argument("--short", action="store_true", help="some seconds long: to see that it works")
     parser.add_argument("--mebibytes", type=int, help="size of each of the ten large files; a copy needs 18 times that")
     parser.add_argument("--entries", type=int, help="entries of the tree that memory is measured with; 0: none")

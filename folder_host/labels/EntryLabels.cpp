@@ -14,6 +14,7 @@ EntryLabels::EntryLabels(const EntryTable& entries, const LabelStore& labels) {
   for (const LabelRecord& label : records) {
     labels_.emplace_back(CategoryIdentifier(label.categoryUUID), LabelIdentifier(label.uuid, label.kept ? 0 : 1));
   }
+  // A label on a missing path is no entry's; it is told of as a risk (labelledMissingPaths).
   for (const auto& [path, uuid] : labels.attachments()) {
     const auto entry = entries.find(path);
     if (!entry) continue;

@@ -9,7 +9,7 @@
 
 namespace folder_host {
 
-// Which labels hang on which entries of a listing, as the store had them when this was made: two numbers an
+// Which labels are attached to which entries of a listing, as the store had them when this was made: two numbers an
 // attachment, in the place of a query an entry.
 class EntryLabels {
  public:

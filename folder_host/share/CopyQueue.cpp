@@ -30,6 +30,8 @@ CopyQueue::Portion CopyQueue::take() {
   return portion;
 }
 
+// A later entry's failure is forgotten when an earlier one fails: which thread is faster must not decide what a person
+// is told.
 void CopyQueue::fail(std::size_t index, std::exception_ptr failure) {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (!isWanted(index)) return;

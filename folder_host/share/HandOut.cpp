@@ -10,6 +10,7 @@
 
 namespace folder_host {
 
+// The system's refusal means one thing before the place was found, and another while it was looked at.
 Place checkDestination(const WorkingCopy& copy, const std::string& destination) {
   const char* what = "there is no folder to hold";
   try {
@@ -25,6 +26,9 @@ Place checkDestination(const WorkingCopy& copy, const std::string& destination) 
   }
 }
 
+// The order is what makes the promise: everything is in the private folder, durable, and noted in the receipt before
+// the one rename that gives the copy its name. Whatever fails or is killed before that leaves nothing but the private
+// folder, which is removed here, or by the next hand-out beside it.
 HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOptions& options) {
   const std::vector<const Entry*> entries = copy.entries();
   HandedOut result;
@@ -39,6 +43,7 @@ HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOpti
     StagingFolder publication(place.parent);
     FolderSink sink(publication);
     const Source source(copy.root(), options.allowed);
+    // Another folder under the project's name may hold what this one was to hold back.
     if (!(source.id == copy.listing().root)) throw changed(copy.root());
     result.changed = copyTree(source, entries, sink, [&](std::size_t copied, std::uint64_t bytes) {
       progress.entries = copied;

@@ -19,6 +19,9 @@ using Indices = std::vector<std::size_t>;
 
 // Follows links by name, as the system would, over the entries that are shared. Where each leads is found once, however
 // many others lead over it: crafted links would else lead over each other again and again.
+// The system cannot be asked where a link leads: it would follow it through what is held back, and through what changed
+// since the folder was listed. What is decided here holds for the copy, in which only the entries that are shared
+// exist.
 class Links {
  public:
   // Every entry that the way of one link leads over, links that are followed in turn standing for their own ways, and
@@ -158,6 +161,8 @@ class Removal {
     std::sort(linksOver_.begin(), linksOver_.end());
   }
 
+  // An emptied folder betrays by its name what was in it. A folder that was empty in the project betrays nothing, and
+  // may be wanted.
   void removeEmptied() {
     for (std::size_t i = 0; i < entries_.size(); ++i) {
       if (held_[i] && shared_[i] == 0) remove(i);

@@ -26,6 +26,7 @@ std::string_view nameOf(const std::string& path) {
 }
 
 // By its name alone; a plain file of that name is a file, but a backup or an archive of the folder is more.
+// A handed-out project would open with the rules and the names of its sender, and its receiver would share by them.
 bool isStoreFolder(const Entry& entry) {
   const std::string_view name = nameOf(entry.path);
   if (foldedName(name) == STORE_FOLDER) return entry.kind != EntryKind::file && entry.path != name;
@@ -34,12 +35,12 @@ bool isStoreFolder(const Entry& entry) {
                      [](const Original& original) { return !original.isStem && original.name == STORE_FOLDER; });
 }
 
-void addNestedProjects(const Entries& left, std::vector<Risk>& risks) {
-  for (const Entry* entry : left) {
+void addNestedProjects(const Entries& shared, std::vector<Risk>& risks) {
+  for (const Entry* entry : shared) {
     if (!isStoreFolder(*entry)) continue;
     risks.push_back({errors::NESTED_PROJECT, entry->path,
                      inQuotes(entry->path) + " is where a project keeps its store, with rules and names that would "
-                                             "leave"});
+                                             "be shared"});
   }
 }
 
@@ -56,11 +57,11 @@ std::string foldedPath(std::string_view path) {
 }
 
 // Below folders that collide, names that differ are not named again.
-void addCollisions(const Entries& left, std::vector<Risk>& risks) {
+void addCollisions(const Entries& shared, std::vector<Risk>& risks) {
   const Entry store{STORE_FOLDER, EntryKind::folder, {}};  // the copy has one too
   std::vector<std::pair<std::string, const Entry*>> folded{{store.path, &store}};
-  folded.reserve(left.size() + 1);
-  for (const Entry* entry : left) folded.emplace_back(foldedPath(entry->path), entry);
+  folded.reserve(shared.size() + 1);
+  for (const Entry* entry : shared) folded.emplace_back(foldedPath(entry->path), entry);
   std::sort(folded.begin(), folded.end(), [](const auto& a, const auto& b) {
     return std::tie(a.first, a.second->path) < std::tie(b.first, b.second->path);
   });
@@ -77,21 +78,22 @@ void addCollisions(const Entries& left, std::vector<Risk>& risks) {
 }  // namespace
 
 std::vector<MissingPath> labelledMissingPaths(const WorkingCopy& copy) {
-  std::vector<MissingPath> gone;
+  std::vector<MissingPath> missing;
   for (auto& [path, label] : copy.labels().attachments()) {
     if (copy.table().find(path)) continue;
-    if (gone.empty() || gone.back().path != path) gone.push_back({path, {}});
-    gone.back().labels.push_back(label);
+    if (missing.empty() || missing.back().path != path) missing.push_back({path, {}});
+    missing.back().labels.push_back(label);
   }
-  std::sort(gone.begin(), gone.end(), [](const auto& a, const auto& b) { return beforeInTree(a.path, b.path); });
-  return gone;
+  std::sort(missing.begin(), missing.end(), [](const auto& a, const auto& b) { return beforeInTree(a.path, b.path); });
+  return missing;
 }
 
+// Both are judged by what is shared: a nested project that is held back, or one of two colliding names, harms nobody.
 std::vector<Risk> risksAmong(const WorkingCopy& copy) {
   std::vector<Risk> risks;
-  const Entries left = copy.entries();
-  addNestedProjects(left, risks);
-  addCollisions(left, risks);
+  const Entries shared = copy.entries();
+  addNestedProjects(shared, risks);
+  addCollisions(shared, risks);
   return risks;
 }
 

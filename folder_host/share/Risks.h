@@ -8,10 +8,10 @@
 
 namespace folder_host {
 
-// A reason not to hand out a project as it stands: nothing failed, but something may leave that was not meant to, or
-// may be lost on the way.
+// What speaks against a hand-out as things stand: nothing failed, but something may be shared that was not meant to be,
+// or may be lost on the way.
 struct Risk {
-  const char* identifier;                    // one of the errors' constants
+  const char* identifier;                    // stable, for programs
   std::string path;                          // of the entry that it is about; empty where it is about none
   std::string message;                       // one line for people
   std::vector<std::string> otherPaths = {};  // of entries that it is about as well
@@ -24,11 +24,12 @@ struct MissingPath {
 };
 
 // What was renamed or moved has lost its labels: they stand at paths at which nothing is. In the order of a tree. To be
-// asked before a transformation takes labels away.
+// asked before a transformation removes labels.
 std::vector<MissingPath> labelledMissingPaths(const WorkingCopy& copy);
 
-// What is amiss with the entries that are left. NESTED_PROJECT: another project's store would leave. NAMES_COLLIDE: two
-// names in a folder become one where case, or the way in which accents are written, makes no difference.
+// What is amiss with the entries that the copy shares. NESTED_PROJECT: another project's store is among them.
+// NAMES_COLLIDE: two names in a folder become one where case, or the way in which accents are written, makes no
+// difference.
 std::vector<Risk> risksAmong(const WorkingCopy& copy);
 
 }  // namespace folder_host

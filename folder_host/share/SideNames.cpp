@@ -6,6 +6,8 @@
 
 #include "folder_host/text/FoldedName.h"
 
+// Programs name what they leave beside a file after the file, each in its own way. The tables below are those ways;
+// what is not in them is not found by its name, but may still be by its content (Twins).
 namespace folder_host {
 
 namespace {

@@ -53,6 +53,7 @@ class Recording final : public project::management::ProjectManager {
                         std::back_inserter(turn.labelsRemoved));
   }
 
+  // The list is compared in the place of watching the calls: a filter that removes a category removes its labels, too.
   std::vector<std::u16string> labels() const {
     std::vector<std::u16string> uuids;
     for (LabelRecord& label : copy_->labels().list()) uuids.push_back(std::move(label.uuid));

@@ -112,6 +112,7 @@ bool endsWith(std::string_view text, std::string_view end) {
 
 // A store is made of pages. A receipt has any size: it is looked for by its name, and once more by whoever reads the
 // file anyway.
+// To look into every file would open each of them twice in one share.
 bool canBeStore(const Entry& file) {
   constexpr std::uint64_t LEAST_PAGE = 512;
   const std::string name = foldedName(nameOf(file));

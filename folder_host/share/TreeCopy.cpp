@@ -111,9 +111,12 @@ std::vector<std::string> copyTree(const Source& source, const std::vector<const 
     }
   };
   copyFolders(source, queue, sink, tell);
+  // The second thread hides the waiting for the disk. For a small copy it would take longer to start than to help.
   const bool helps = sink.takesSeveralWriters() && isMuch(entries);
   std::future<void> helper = helps ? startHelper(source, queue, sink) : std::future<void>();
   copyFiles(source, queue, *sink.writer(), tell);
+  // This thread tells how far the other one is: the caller's function is never called in a thread that it does not
+  // know.
   while (helper.valid() && helper.wait_for(PAUSE) != std::future_status::ready) tell();
   if (helper.valid()) helper.get();
   tell();

@@ -22,7 +22,7 @@ using CopyProgress = std::function<void(std::size_t, std::uint64_t)>;
 // and Sink.
 //
 // Where there is much to copy and the sink takes it, a second thread helps: it copies files and links, calls nothing
-// that was not given here, is asked to handle no signal, and is gone when this returns or throws. Where none can be
+// that was not given here, is asked to handle no signal, and has ended when this returns or throws. Where none can be
 // had, one does it all.
 std::vector<std::string> copyTree(const Source& source, const std::vector<const Entry*>& entries, Sink& sink,
                                   const CopyProgress& onProgress);

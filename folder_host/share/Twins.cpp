@@ -52,6 +52,8 @@ class Group {
       if (digest.empty()) digest = digestOf(source_, entries_[file], whole);
       byDigest[digest].push_back(file);
     }
+    // Where what is held back cannot be read, any file of its size may be its twin. A file that is shared and cannot be
+    // read is refused when it is copied, and needs no second refusal here.
     const auto unread = byDigest.find({});
     if (unread != byDigest.end() && isHeldBackAmong(unread->second)) return add({}, files, found);
     for (const auto& [digest, same] : byDigest) {
@@ -86,6 +88,8 @@ class Group {
 
 }  // namespace
 
+// Almost no two files of a project have one size, so sizes alone rule nearly all of them out; what is left is mostly
+// told apart by its first block. Only true twins are read to their ends.
 std::vector<Twins> twinsAmong(const std::string& root, const EntryTable& entries, const Selection& shared,
                               const Selection& heldBack) {
   std::map<std::uint64_t, Indices> bySize;

@@ -59,6 +59,9 @@ std::vector<const Entry*> WorkingCopy::entries() const {
 
 Selection WorkingCopy::labelled() const { return EntryLabels(*table_, labels_).labelled(table_->size()); }
 
+// A filter asks for the labels of every entry in turn, and a query each would take most of the time of a share. The
+// table of all of them is good for as long as the store's version is the same; within a change that may still be rolled
+// back there is no version, and each question is a query.
 std::vector<project::management::FileLabel> WorkingCopy::labelsOf(std::size_t entry) const {
   const std::optional<int> version = store_->version();
   if (!version) return labels_.labelsOf((*table_)[entry].path);
@@ -133,6 +136,7 @@ bool WorkingCopy::isFolder(const path& entry) {
   return found && (*table_)[*found].kind == EntryKind::folder;
 }
 
+// All that can fail comes before the first mark: a removal is whole or has not been.
 std::vector<path> WorkingCopy::removeFiles(const std::vector<path>& entries) {
   const Selection removed = withAllBelow(entries);
   std::vector<path> paths;

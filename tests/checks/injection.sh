@@ -70,9 +70,8 @@ work() {
   cat "$scratch"/results.* >"$scratch/results"
   grep -v ': right$' "$scratch/results" | head -20 || true
 }
-tally() {  # KIND WORD: prints and notes how many of the points with WORD in them went right
+tally() {  # KIND WORD: a line for scripts/test, of the points with WORD in them
   local all right
   all=$(grep -c "$2" "$scratch/points" || true) right=$(grep "$2" "$scratch/results" | grep -c ': right$' || true)
-  echo "$1: $right of $all"
-  [ -z "${SURVIVED:-}" ] || echo "$right $all" >"$SURVIVED/$(basename "$0").$1"
+  echo "survived $right of $all $1"
 }

@@ -12,7 +12,7 @@ class Interrupted : public std::exception {
 };
 
 // While one of these stands, SIGINT, SIGTERM and SIGHUP do not end the program but wait for check(), so that what was
-// begun is cleaned up. When it goes by the exception, the signal gets its due. One at a time.
+// begun is cleaned up. When this object ends by the exception, the signal gets its due. One at a time.
 class Interruption {
  public:
   Interruption();

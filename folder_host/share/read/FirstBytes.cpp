@@ -18,6 +18,8 @@ std::string firstBytesOf(const Descriptor& file) {
   return {bytes.data(), static_cast<std::size_t>(length)};
 }
 
+// A store under another name, a dump, an archive or a receipt names labels, profiles and files that were held back. It
+// is told by what it begins with, whatever it is called; JSON may begin with a byte order mark and blanks.
 bool firstBytesTell(std::string_view first) {
   constexpr std::string_view DATABASE("SQLite format 3\0", 16);
   constexpr std::size_t ID_AT = 68;

@@ -95,6 +95,8 @@ OpenEntry EntryReader::openLink(const Entry& link) const {
 
 // Looked at before it is opened: opening a pipe or a device may hang or do something, and closing the store's file
 // would drop the locks of the connection that this process has on it.
+// The very file is named by device and inode, which a rename cannot forge; the time of its last change tells whether
+// anything was written to it. Both are compared with the listing, because the judgement was about what was listed.
 OpenEntry EntryReader::openFile(const Entry& file) const {
   if (file.id == source_.store) {
     throw Error(errors::ENTRY_UNREADABLE, inQuotes(file.path) + " is the project's own store under another name");

@@ -71,6 +71,7 @@ class Transfer {
  private:
   // Leaves holes where the file has some. Gives how far it came, and there it leaves both files: whatever ends this
   // early, a refusal or a file that has become shorter, plain reading tells.
+  // A disk image of a terabyte may hold a few megabytes. Written out with its holes it would fill the receiver's disk.
   std::uint64_t extents(std::uint64_t size) {
     std::uint64_t at = 0;
     for (std::uint64_t moved = 1; moved > 0 && at < size; at += moved) {
@@ -129,6 +130,7 @@ class FolderWriter final : public Sink::Writer {
   void addFile(const OpenEntry& file, const Sink::Told& told) override {
     const std::string& path = file.entry.path;
     enterFolderOf(path);
+    // Its owner's alone while it is written: what is half a copy is nobody else's, whatever the original allows.
     const int flags = O_WRONLY | O_CREAT | O_EXCL;
     const Descriptor copy = writing(path, [&] { return openBeneath(folder_, name_, flags, 0600); });
     Transfer(file, copy, buffer_, told).run(file.status, file.mayChange);

@@ -99,7 +99,7 @@ void printSummary(const folder_host::WorkingCopy& copy, const Judgement& judgeme
   const std::string refusal =
       risks.empty()
           ? ""
-          : fmt::format(" A share is refused for the reasons above, or as far as allowed by {}.", allowingFlags(risks));
+          : fmt::format(" A share is refused for the risks above; {} would allow them.", allowingFlags(risks));
   Json object{{"type", "summary"}, {"entries", all}, {"shared", shared}, {"refused", !risks.empty()}};
   putPath(object, "project", copy.root());
   object["labels"] = jsonOf(judgement.leaving);

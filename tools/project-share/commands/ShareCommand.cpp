@@ -163,7 +163,7 @@ void share(const ShareWords& words) {
   Judgement judgement = profile ? judge(*copy, *profile) : judgeWhole(*copy);
   addIdleAllowances(words, judgement.found.risks, false, judgement.found.notes);
   refuseRisks(judgement.found, words);
-  const Interruption interruption;  // goes last: what was begun is cleaned up before
+  const Interruption interruption;  // ends last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
   if (!words.receipt.empty()) receipt.emplace(*copy, place, words.receipt);
   const folder_host::HandedOut result = handOut(judgement, place, words, receipt, interruption);

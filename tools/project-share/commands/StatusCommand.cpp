@@ -54,7 +54,7 @@ void printProfile(WorkingCopy& copy, const profiles::ExportProfile& profile) {
   printRisks(judgement.found.risks, prefix, more);
 }
 
-// A name that can be taken for another, and a label that no filter goes by.
+// A name that can be taken for another, and a label that no filter names.
 std::vector<Risk> doubtfulNames(const std::vector<LabelRecord>& labels, profiles::ExportProfileManager& manager) {
   std::vector<Risk> notes;
   const auto add = [&](const char* what, const std::optional<std::string>& one, const std::string& other,

@@ -22,7 +22,7 @@ using folder_host::EntryKind;
 
 namespace {
 
-// What stands at the copy's paths, the store's folder included, less what was found to be as it left.
+// What stands at the copy's paths, the store's folder included, less what was found to be as it was handed out.
 class Copy {
  public:
   explicit Copy(const std::string& folder) {
@@ -57,7 +57,7 @@ class Copy {
   }
 
  private:
-  // A pipe, a socket or a device never went out.
+  // A pipe, a socket or a device was never handed out.
   void add(const folder_host::Listing& listing, const std::string& prefix) {
     for (const std::string& path : listing.skipped) differ("added", folder_host::joined(prefix, path));
     for (const Entry& entry : listing.entries) {

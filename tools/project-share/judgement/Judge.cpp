@@ -39,6 +39,8 @@ Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile) {
   return judgement;
 }
 
+// Without a filter nothing is held back, so nothing can leave by another way; only what would harm the copy or its
+// receiver is looked for.
 Judgement judgeWhole(const WorkingCopy& project) {
   Judgement judgement = judged(project, profiles::getWholeProjectUUID(), {});
   judgement.found.risks = folder_host::risksAmong(*judgement.copy);

@@ -57,6 +57,8 @@ class Explanation {
       judgement_.filters.back().matches = isOfFiles ? matchesAlone(*filter, selected) : removesAny(*filter);
       if (!isOfFiles && filter->getItems().empty()) continue;  // it asks for nothing, and has no turn
       const auto of = isOfFiles ? Turn::Of::files : Turn::Of::labels;
+      // The turns are the truth about what is held back. Were they told of the wrong filters, the reasons would be
+      // lies: so each filter has to have taken its own turn, or nothing is told at all.
       if (turn == turns.end() || turn->of != of) throw std::logic_error("a filter did not take its turn");
       isOfFiles ? explain(*filter, selected, turn->heldBack) : note(turn->labelsRemoved);
       ++turn;
@@ -118,6 +120,8 @@ class Explanation {
   }
 
   // Whether the filter would select anything, were it the only one. `selected` is what it does select, in its turn.
+  // A filter that would take nothing out even alone is a mistake more often than not: its label is attached to nothing
+  // any more, or to nothing yet. One that merely comes after another that takes the same is none.
   bool matchesAlone(ExportFilter& filter, const Indices& selected) {
     const bool drops = filter.getType() == profiles::EXCLUDE_FILES_WITH_LABEL;
     if (judgement_.filters.size() == 1) {  // it is the first, and so it is alone
@@ -146,6 +150,7 @@ class Explanation {
         if (project_.table()[entry].kind == EntryKind::folder) dropped_[entry] = spared_[entry];
       }
     }
+    // What the filter did not select was removed with the folder that it lies in.
     for (const std::size_t entry : heldBack) {
       heldBack_[entry] = true;
       effect.heldBack.push_back(&project_.table()[entry]);
@@ -158,6 +163,8 @@ class Explanation {
   }
 
   // Each label of each entry is tried alone.
+  // A person wants to know which label to take off, so it is asked of each one alone: of three labels, of which one
+  // suffices to hold the entry back, that one is the answer.
   void addSufficientLabels(ExportFilter& filter, const Indices& selected) {
     std::vector<std::pair<std::size_t, std::size_t>> tries;  // of an entry, by one label
     for (const std::size_t entry : selected) {

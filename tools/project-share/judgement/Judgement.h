@@ -38,7 +38,7 @@ struct Spared {
   std::vector<std::size_t> labels;    // those by which the filter selects it: indices into Judgement::labels
 };
 
-// What one filter of the profile takes out, given what those before it have left.
+// What one filter of the profile takes out, given what those before it took out.
 struct FilterEffect {
   std::u16string kind;
   Entries heldBack;                        // in the order of the listing

@@ -56,6 +56,8 @@ std::vector<std::u16string> Mending::droppingLabelsOf(const std::string& path) c
   return uuids;
 }
 
+// The command that is told has to work as it stands. Which label is meant nobody can know; the first by name holds the
+// entry back as surely as any other.
 std::string Mending::holdBack(const Paths& paths) const {
   if (!dropped_.empty()) return "hold it back: " + attach(dropped_.front(), paths);
   std::string commands;

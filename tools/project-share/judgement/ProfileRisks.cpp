@@ -55,6 +55,8 @@ std::vector<Risk> missingPathRisks(const std::vector<MissingPath>& missing, cons
   const MissingPath* folder = nullptr;  // that was told of last
   for (const MissingPath& one : missing) {
     const auto& [path, labels] = one;
+    // A folder that was renamed takes a thousand labelled paths with it: one line tells of them all, unless what was
+    // below had labels of its own, which the folder's line does not name.
     const bool isBelow = folder != nullptr && path.compare(0, folder->path.size() + 1, folder->path + "/") == 0;
     std::string told, commands;
     for (const std::u16string& uuid : labels) {
@@ -139,6 +141,7 @@ class ProfileRisks {
     }
   }
 
+  // The list ends somewhere: it is one line, for people, and a hundred names would hide the two commands behind them.
   std::string sharedBelow(const std::string& folder) const {
     constexpr std::size_t MOST = 20;
     std::string names;
@@ -182,6 +185,7 @@ class ProfileRisks {
         return names(items, label) && attached.count(label.uuid) == 0;
       };
       const auto idle = std::count_if(judgement_.labels.begin(), judgement_.labels.end(), isIdle);
+      // Where all of them are idle the filter as a whole is, which is told once.
       if (static_cast<std::size_t>(idle) >= items.size()) continue;  // the filter is told of
       for (const LabelRecord& label : judgement_.labels) {
         if (!isIdle(label)) continue;

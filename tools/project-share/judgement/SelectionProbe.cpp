@@ -23,7 +23,9 @@ class Probe : public project::management::ProjectManager {
   }
 };
 
-// Every entry is a folder, so that none stays for the sake of another.
+// Every entry is a folder, so that none is spared for the sake of another.
+// A filter spares a folder for the sake of a file below it. To learn what it selects by labels alone, it is asked about
+// a project without files, in which each entry lies beside the others.
 class FoldersOnly final : public Probe, private project::management::FileManager {
  public:
   FoldersOnly(std::size_t count, const std::function<Labels(std::size_t)>& labelsOf)
@@ -66,7 +68,7 @@ class LabelsOnly final : public Probe, private project::management::LabelManager
 
   project::management::LabelManager& getLabelManager() override { return *this; }
 
-  bool isAnyGone = false;
+  bool isAnyRemoved = false;
 
  private:
   std::vector<CategoryIdentifier> getCategories() const override {
@@ -75,12 +77,12 @@ class LabelsOnly final : public Probe, private project::management::LabelManager
     return categories;
   }
   void removeCategory(const CategoryIdentifier& /*category*/) override {}
-  // Once one is gone, the answer is known.
+  // Once one was removed, the answer is known.
   std::vector<LabelIdentifier> getLabels(const CategoryIdentifier& category) const override {
-    return isAnyGone ? std::vector<LabelIdentifier>() : byCategory_.at(category.toString());
+    return isAnyRemoved ? std::vector<LabelIdentifier>() : byCategory_.at(category.toString());
   }
   void removeLabel(const CategoryIdentifier& /*category*/, const LabelIdentifier& /*label*/, bool /*flag*/) override {
-    isAnyGone = true;
+    isAnyRemoved = true;
   }
 
   std::map<std::u16string, std::vector<LabelIdentifier>> byCategory_;
@@ -98,7 +100,7 @@ std::vector<bool> selectedBy(project::sharing::profiles::ExportFilter& filter, s
 bool takesAwayAny(project::sharing::profiles::ExportFilter& filter, const Labels& labels) {
   LabelsOnly project(labels);
   filter.apply(project);
-  return project.isAnyGone;
+  return project.isAnyRemoved;
 }
 
 }  // namespace project_share

@@ -13,7 +13,7 @@ namespace project_share {
 using Labels = std::vector<project::management::FileLabel>;
 
 // Of a file filter: which of the entries 0 to count - 1 it selects by their labels alone, were nothing below any of
-// them to stay.
+// them to be shared.
 std::vector<bool> selectedBy(project::sharing::profiles::ExportFilter& filter, std::size_t count,
                              const std::function<Labels(std::size_t)>& labelsOf);
 

@@ -85,6 +85,8 @@ class Traces {
     }
   }
 
+  // A backup of a file that is held back holds that file as it was yesterday. Copies that a person made are looked for
+  // where a drop-files filter holds back alone: under keep-files, each was judged by labels of its own.
   void addLeftovers() {
     for (const auto& [entry, of] : leftoversAmong(project_.table(), shared_, heldBack_, dropped_)) {
       if (of.empty()) {
@@ -142,6 +144,7 @@ class Traces {
   }
 
   // Of a folder that is shared, those of what is dropped in it.
+  // A folder is asked about once for each leftover of it, of which there may be many: what was found is remembered.
   const Labels& labelsWithin(std::size_t original) {
     const auto [known, isNew] = labelsWithin_.try_emplace(original);
     if (!isNew) return known->second;
@@ -163,6 +166,8 @@ class Traces {
   }
 
   // Whether a person has said of the file that it may be shared for all that these labels say.
+  // Every label that holds the content back elsewhere has to be settled: whoever said that one of them does not matter
+  // here said nothing about the others.
   bool isSettled(std::size_t file, const Labels& labels, const std::string& digest) const {
     return !labels.empty() &&
            std::all_of(labels.begin(), labels.end(), [&](std::size_t label) { return isSettled(file, label, digest); });

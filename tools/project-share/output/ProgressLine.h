@@ -6,8 +6,8 @@
 
 namespace project_share {
 
-// One line on standard error that says how far the work is, where that is a terminal and nobody asked for quiet; gone
-// when this object goes.
+// One line on standard error that says how far the work is, where that is a terminal and nobody asked for quiet. It is
+// wiped when this object ends.
 class ProgressLine {
  public:
   // `what` is done: "copied".

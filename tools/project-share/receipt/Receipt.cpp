@@ -44,6 +44,8 @@ auto orFailed(const std::string& file, const Act& act) {
 }
 
 // Nothing is there yet that could be the copy's.
+// A receipt names all that was held back. In the project the next share would hand it out; in the copy it would be
+// handed out now.
 Place placeOfReceipt(const folder_host::WorkingCopy& project, const Place& copy, const std::string& file) {
   const auto misplaced = [&] {
     return Refusal(refusals::RECEIPT_MISPLACED,
@@ -94,6 +96,8 @@ class Outgoing {
   }
 
  private:
+  // The copy is read once more for this, from the disk or its cache: a digest of what was read would not tell a copy
+  // that was written wrong.
   void addContent(const std::string& path, Json& object) {
     const Descriptor file = openBeneath(copy_, path, O_RDONLY);
     object["size"] = statusOf(file).st_size;
@@ -129,6 +133,7 @@ void Receipt::write(const Judgement& judgement, const std::set<std::string>& all
   std::string head = written(headOf(judgement, allowed, destination_), 1);
   head.resize(head.rfind('\n'));  // it goes on
   put(head + ",\n \"handedOut\": [");
+  // Of a million entries no list is held in memory: each is a line that is written as soon as it is known.
   put("\n  " + written(outgoing.describe({folder_host::STORE_FOLDER, EntryKind::folder, {}})));
   put(",\n  " + written(outgoing.describe({folder_host::STORE_FILE, EntryKind::file, {}})));
   for (const Entry* entry : entries) put(",\n  " + written(outgoing.describe(*entry)));

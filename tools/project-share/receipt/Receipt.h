@@ -13,8 +13,8 @@
 
 namespace project_share {
 
-// What went out, what did not, and why: a JSON file for the sender, for nobody else's eyes. It is put together beside
-// its place and gets its name when the copy is there; until then it goes when this object goes.
+// What was handed out, what was held back, and why: a JSON file for the sender, for nobody else's eyes. It is put
+// together beside its place and gets its name when the copy is there; until then it is removed when this object ends.
 class Receipt {
  public:
   // Of a share of the project to the place `copy`. Errors: RECEIPT_EXISTS; RECEIPT_MISPLACED (in the project, where the

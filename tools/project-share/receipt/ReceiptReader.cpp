@@ -101,6 +101,8 @@ struct Shape {
   bool isNeeded = true;
 };
 
+// A receipt may come from anyone, and verify believes what it says about files. So every part is of the type that a
+// receipt has, and is there once, before any of it is compared with a copy.
 const std::map<std::string, Shape>& shapes() {
   static const std::map<std::string, Shape> all{
       {"receipt", {isVersion}},
