@@ -25,6 +25,7 @@ void ExportFilterBase::addItems(const std::vector<ExportStrategyItem>& added) {
   // then failed.
   std::vector<ExportStrategyItem> copies(added);
   items.insert(items.end(), std::make_move_iterator(copies.begin()), std::make_move_iterator(copies.end()));
+  // Sorted when it is changed, since it is read more often, and by several threads at once.
   std::sort(items.begin(), items.end());
   items.erase(std::unique(items.begin(), items.end()), items.end());
 }

@@ -49,6 +49,7 @@ void FileLabelFilter::apply(project::management::ProjectManager& projectManager)
   std::vector<Selected> selected;
   selected.reserve(entries.size());
   for (path& entry : entries) {
+    // Of a selected entry nobody asks whether it is a folder: it is spared where a file in it is shared.
     if (selects(manager.getFileLabels(entry), listed, selectsListed)) {
       const NeededFolders::Mark mark = needed.markOf(entry);
       selected.push_back({std::move(entry), mark});

@@ -20,6 +20,7 @@ ItemLookup::ItemLookup(const std::vector<ExportStrategyItem>& items, const Keyed
 bool ItemLookup::contains(const project::management::Label& label) const {
   // The calls are qualified, as a host may attach a class derived from Label that overrides them.
   const std::u16string category = label.Label::getCategory().toString();
+  // The UUID is looked up first: most labels are in no list, and few lists name one in a second category.
   const TextSet::Entry found = labels.find(label.Label::getUUID());
   if (found.number == TextSet::NONE) return false;
   if (categories.isAt(found.note, category)) return true;

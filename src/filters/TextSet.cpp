@@ -65,6 +65,7 @@ std::size_t TextSet::append(Text text) {
   return number;
 }
 
+// The hashes are at hand, so no text is read or hashed again.
 void TextSet::grow() {
   std::vector<Slot> full(2 * slots.size());
   full.swap(slots);

@@ -85,6 +85,7 @@ Profiles ExportProfileManagerBase::getProfiles() {
 
 std::shared_ptr<ExportProfile> ExportProfileManagerBase::getProfileByName(const std::u16string& name) {
   Profiles found = getProfiles();
+  // Each name is read again, after the listing has read it to sort: the calls of a look-up are fixed.
   const auto isOther = [&](const std::shared_ptr<ExportProfile>& profile) { return profile->getName() != name; };
   found.erase(std::remove_if(found.begin(), found.end(), isOther), found.end());
   if (found.empty()) raise(errors::ExportProfileNameNotFound(name));

@@ -45,6 +45,7 @@ std::vector<ExportStrategyItem> ExportProfileBase::loadItems(const MetadataPath&
   std::vector<ExportStrategyItem> items;
   for (const MetadataPath& item : metadataManager->getChildPaths(filter)) {
     if (item.getLeaf().getType() != FILTER_TYPE) continue;
+    // An item that is listed and not there is damage: to pass over it would change what is shared.
     const std::unique_ptr<MetadataNode> node = existingNode(item);
     items.emplace_back(node->getValue(DATA_KEY), item.getLeaf().getLocation());
   }
