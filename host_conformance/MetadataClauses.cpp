@@ -128,9 +128,11 @@ constexpr Clause SCOPE_008("optional_SCOPE_008_SessionsOfTwoThreadsAreIsolated",
       std::this_thread::sleep_for(std::chrono::milliseconds(30));
       EXPECT_FALSE(isWriting && isDone) << "another session writes during a write scope";
       for (const Node& node : {A, B}) EXPECT_EQ(t.valueAt(node), before) << "in one scope, and a nested one";
+      if (isWriting) scope->setNodes({{pathOf(A), holding(before + u"x")}, {pathOf(B), holding(before + u"x")}});
     }
     writer.join();
-    for (const Node& node : {A, B}) EXPECT_EQ(t.valueAt(node), before + u"x") << "written after the scope";
+    const std::u16string after = before + (isWriting ? u"xx" : u"x");
+    for (const Node& node : {A, B}) EXPECT_EQ(t.valueAt(node), after) << "no write is lost";
   }
 });
 
