@@ -11,7 +11,10 @@
 #include "output/Output.h"
 #include "output/Report.h"
 #include "settings/OpenProject.h"
-#include "words/Lookup.h"
+#include "words/FilterKinds.h"
+#include "words/Labels.h"
+#include "words/Names.h"
+#include "words/Profiles.h"
 
 namespace project_share {
 

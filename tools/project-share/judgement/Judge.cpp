@@ -6,7 +6,9 @@
 #include "judgement/ProfileRisks.h"
 #include "judgement/TraceRisks.h"
 #include "project/sharing/profiles/ExportProfileTransformation.h"
-#include "words/Lookup.h"
+#include "words/Labels.h"
+#include "words/Names.h"
+#include "words/Profiles.h"
 
 namespace project_share {
 

@@ -4,7 +4,7 @@
 
 #include "folder_host/text/Printable.h"
 #include "folder_host/text/Utf.h"
-#include "words/Lookup.h"
+#include "words/Profiles.h"
 
 namespace project_share {
 

@@ -17,7 +17,6 @@
 #include "Refusal.h"
 #include "folder_host/files/Descriptor.h"
 #include "output/Json.h"
-#include "words/Lookup.h"
 
 namespace project_share {
 

@@ -5,14 +5,16 @@
 #include <set>
 
 #include "project/metadata/MetadataPath.h"
-#include "words/Lookup.h"
+#include "project/sharing/profiles/ExportFilter.h"
+#include "words/FilterKinds.h"
+#include "words/Names.h"
 
 namespace project_share {
 
 using project::metadata::MetadataPath;
 using project::metadata::MetadataPathBuilder;
 
-std::vector<std::string> skippedIn(const profiles::ExportProfile& profile,
+std::vector<std::string> skippedIn(const project::sharing::profiles::ExportProfile& profile,
                                    project::metadata::MetadataManager& metadata) {
   std::set<std::u16string> known;
   for (const auto& filter : profile.getFilters()) known.insert(filter->getType());

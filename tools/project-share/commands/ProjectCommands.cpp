@@ -8,8 +8,9 @@
 #include "folder_host/FolderProject.h"
 #include "folder_host/files/Ownership.h"
 #include "output/Output.h"
+#include "settings/OpenProject.h"
 #include "settings/TrustedProjects.h"
-#include "words/Lookup.h"
+#include "words/Names.h"
 
 namespace project_share {
 
@@ -45,6 +46,13 @@ std::string rootOrFolder(const std::string& folder) {
 }
 
 }  // namespace
+
+void initProject(const std::string& folder) {
+  const FolderProject project = makeProject(folder);
+  Json object;
+  putPath(object, "project", project.root());
+  done(fmt::format("Made {} a project.", inQuotes(project.root())), object);
+}
 
 void trustProject(const std::string& folder) {
   const std::string root = FolderProject::rootOf(folder);
