@@ -23,7 +23,7 @@ using profiles::ExportStrategyItem;
 namespace {
 
 // A name that is free for the profile of this UUID (empty: for a new one).
-std::u16string freeName(ExportProfileManager& manager, const std::string& word, const std::u16string& uuid = {}) {
+std::u16string unusedName(ExportProfileManager& manager, const std::string& word, const std::u16string& uuid = {}) {
   std::u16string name = folder_host::fromBytes(word);
   if (name.empty()) throw Refusal(folder_host::errors::NAME_EMPTY, "a profile needs a name");
   Looks looks;
@@ -74,7 +74,7 @@ Json shownAsJson(const ExportProfile& profile, const LabelIndex& labels) {
 void createProfile(const std::string& word) {
   const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
-  const auto uuid = edit(project, [&] { return manager->createProfile(freeName(*manager, word))->getUUID(); });
+  const auto uuid = edit(project, [&] { return manager->createProfile(unusedName(*manager, word))->getUUID(); });
   done(fmt::format("Created profile {} ({}).", inQuotes(word), freeName(uuid)),
        {{"uuid", utf8(uuid)}, {"name", utf8(word)}});
 }
@@ -112,7 +112,7 @@ void renameProfile(const std::string& word, const std::string& name) {
   const auto manager = profiles::createManager(project.metadata());
   const auto uuid = edit(project, [&] {
     const auto profile = findProfile(*manager, word);
-    profile->setName(freeName(*manager, name, profile->getUUID()));
+    profile->setName(unusedName(*manager, name, profile->getUUID()));
     return profile->getUUID();
   });
   done(fmt::format("Renamed profile {} to {} ({}).", inQuotes(word), inQuotes(name), freeName(uuid)),
@@ -124,7 +124,7 @@ void duplicateProfile(const std::string& word, const std::string& name) {
   const auto manager = profiles::createManager(project.metadata());
   const auto uuid = edit(project, [&] {
     const auto original = findProfile(*manager, word);
-    const auto copy = manager->createProfile(freeName(*manager, name));
+    const auto copy = manager->createProfile(unusedName(*manager, name));
     for (const auto& filter : original->getFilters()) copy->addFilter(filter->getType(), filter->getItems());
     copy->save();
     return copy->getUUID();
