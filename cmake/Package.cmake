@@ -41,7 +41,7 @@ implements, files for CMake and pkg-config, and an example.")
 install(FILES cmake/README.installed.md RENAME README.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/${library}-dev"
         COMPONENT dev EXCLUDE_FROM_ALL)
 project_sharing_package(tool project-share utils "${library_package} (>= ${PROJECT_VERSION})"
-  "hands out copies of a folder without what is labelled to stay
+  "hands out copies of a folder without what is labelled to be held back
 Makes a folder a project, attaches labels to what lies in it, and keeps
 profiles that say what is held back; shows beforehand what a copy would hold,
 refuses where something might leave that was not meant to, and checks a copy

@@ -3,8 +3,9 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 
-#include "folder_host/text/Quoted.h"
+#include "folder_host/text/Printable.h"
 
 namespace folder_host {
 
@@ -21,8 +22,20 @@ class Error : public std::runtime_error {
   const char* identifier_;  // one of the constants below
 };
 
-// The refusal of what the system would not do: "cannot read 'a/b': Permission denied". `code` is an errno.
-Error systemFailure(const char* identifier, const std::string& attempt, std::string_view path, int code);
+// The refusal of what the system would not do: "cannot read 'a/b': Permission denied". `what` is "cannot read", `code`
+// an errno.
+Error systemFailure(const char* identifier, const std::string& what, std::string_view path, int code);
+
+// Gives what `action` gives. What the system would not do in it, which comes as std::system_error, is refused so;
+// whatever else it throws passes.
+template <class Action>
+auto attempt(const char* identifier, const char* what, std::string_view path, const Action& action) {
+  try {
+    return action();
+  } catch (const std::system_error& error) {
+    throw systemFailure(identifier, what, path, error.code().value());
+  }
+}
 
 // Every identifier, once. They are never given another meaning.
 namespace errors {

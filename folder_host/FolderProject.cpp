@@ -40,11 +40,11 @@ std::string nearestProject(fs::path folder, const Counts& counts) {
 }
 
 std::string resolvedFolder(const std::string& folder) {
-  std::error_code error;
-  const fs::path resolved = fs::canonical(folder, error);
-  if (!error && !fs::is_directory(resolved, error) && !error) error = std::make_error_code(std::errc::not_a_directory);
-  if (error) throw systemFailure(errors::NOT_A_PROJECT, "there is no folder", folder, error.value());
-  return resolved.string();
+  return attempt(errors::NOT_A_PROJECT, "there is no folder", folder, [&] {
+    const fs::path resolved = fs::canonical(folder);
+    if (!fs::is_directory(resolved)) throw std::system_error(ENOTDIR, std::generic_category());
+    return resolved.string();
+  });
 }
 
 // A stranger's project further up would else keep everybody below it from having one.
@@ -55,22 +55,23 @@ void refuseProject(const std::string& root, const Trust& trust) {
   throw Error(errors::ALREADY_A_PROJECT, inQuotes(project) + " is a project already");
 }
 
-void fill(const StagingFolder& staging) {
-  const Descriptor file = openBeneath(staging.content(), STORE_NAME, O_WRONLY | O_CREAT | O_EXCL, 0600);
+// The file is closed here: closing it when SQLite has it open would drop the locks on it.
+void writeStore(const Publication& publication) {
+  const Descriptor file = openBeneath(publication.content(), STORE_NAME, O_WRONLY | O_CREAT | O_EXCL, 0600);
   writeAll(file, Store::inMemory()->image());
-  if (::fsync(file.get()) != 0) throwErrno();
+  check(::fsync(file.get()));
 }
 
 // The store's folder gets its name when it is whole: a folder is a project or it is none. It is opened as anyone will
-// open it, and goes again where that fails.
+// open it, and loses the name where that fails.
 std::shared_ptr<Store> makeStore(const Descriptor& root, const std::string& path) {
-  StagingFolder staging(root);
-  fill(staging);
-  staging.publishOverEmpty(STORE_FOLDER);
+  Publication publication(root);
+  writeStore(publication);
+  publication.publishOverEmpty(STORE_FOLDER);
   try {
     return Store::open(path + "/" + STORE_FILE);
   } catch (...) {
-    staging.takeBack();
+    publication.takeBack();
     throw;
   }
 }
@@ -79,7 +80,7 @@ std::shared_ptr<Store> makeStore(const Descriptor& root, const std::string& path
 std::shared_ptr<Store> makeProject(const std::string& root, const Trust& trust) {
   try {
     const Descriptor folder = openFolder(root);
-    StagingFolder::removeAbandoned(folder);
+    Publication::removeAbandoned(folder);
     refuseProject(root, trust);
     requireTrusted(root, trust);
     return makeStore(folder, root);
@@ -185,9 +186,14 @@ std::string FolderProject::locate(const std::string& named) const {
 
 Listing FolderProject::list() const { return listFolder(root_); }
 
+// The folder first: nobody has to wait for it with what they want to write, and whatever comes into the project from
+// then on is not shared. A label that is attached meanwhile only holds back more. Where a file is moved meanwhile and
+// its label with it, the listing has its old path, which no label holds back any more, but the file is not found there,
+// and what is put there in its place is another one: whoever reads it refuses it as changed. The other way round, a
+// file that came between with its label would be listed, and its label not known.
 std::shared_ptr<WorkingCopy> FolderProject::workingCopy() const {
-  const auto scope = store_->beginRead();
-  return std::make_shared<WorkingCopy>(root_, store_->memoryCopy(), std::make_shared<const Listing>(list()));
+  auto listing = std::make_shared<const Listing>(list());
+  return std::make_shared<WorkingCopy>(root_, store_->memoryCopy(), std::move(listing));
 }
 
 }  // namespace folder_host

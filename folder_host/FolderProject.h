@@ -21,12 +21,12 @@ class FolderProject {
  public:
   // Makes the folder, which has to exist, a project. Errors: NOT_A_PROJECT (no such folder), ALREADY_A_PROJECT (it, or
   // a folder above it, is one; one above that is not trusted does not count), STORE_UNTRUSTED (it has a stranger's
-  // `.project`), STORE_FAILED, also where there is a `.project` that is not an empty folder. Nothing is left behind
-  // where it fails, and what one that was killed left goes.
+  // `.project`), STORE_FAILED, also where there is a `.project` that is not an empty folder. Where it fails, it leaves
+  // nothing; what one that was killed left is removed.
   static FolderProject init(const std::string& folder, const Trust& trust = nullptr);
 
   // Opens the project that holds `folder`: the folder itself or the nearest one above. Errors: NOT_A_PROJECT,
-  // STORE_UNTRUSTED, STORE_UNREADABLE, STORE_TOO_NEW; the store is then as it was.
+  // STORE_UNTRUSTED, and those of openStoreFile; the store is then as it was.
   static FolderProject open(const std::string& folder, const Trust& trust = nullptr);
 
   // The root of the project that `open` would open, whosever it is. Errors: NOT_A_PROJECT.
@@ -57,7 +57,8 @@ class FolderProject {
 
   Listing list() const;
 
-  // Store and list of entries, read in one read scope. Errors: those of listFolder.
+  // What the folder holds, and then the store, whose labels may so be newer than the entries. Errors: those of
+  // listFolder, STORE_FAILED.
   std::shared_ptr<WorkingCopy> workingCopy() const;
 
  private:

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstddef>
 
-#include "folder_host/text/Quoted.h"
+#include "folder_host/text/Printable.h"
 #include "folder_host/text/Utf.h"
 
 namespace folder_host {

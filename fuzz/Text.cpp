@@ -6,7 +6,6 @@
 #include "Fuzz.h"
 #include "folder_host/text/FoldedName.h"
 #include "folder_host/text/Printable.h"
-#include "folder_host/text/Quoted.h"
 
 using namespace folder_host;
 

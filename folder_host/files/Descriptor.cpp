@@ -24,7 +24,7 @@ struct CloseFolder {
 mode_t typeOf(int folder, const dirent& item) {
   if (item.d_type != DT_UNKNOWN) return DTTOIF(static_cast<mode_t>(item.d_type));
   struct stat status {};
-  if (::fstatat(folder, item.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) throwErrno();
+  check(::fstatat(folder, item.d_name, &status, AT_SYMLINK_NOFOLLOW));
   return status.st_mode & static_cast<mode_t>(S_IFMT);
 }
 
@@ -48,9 +48,7 @@ int Descriptor::release() noexcept { return std::exchange(descriptor_, -1); }
 void throwErrno() { throw std::system_error(errno, std::generic_category()); }
 
 Descriptor openFolder(const std::string& folder) {
-  Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (opened.get() < 0) throwErrno();
-  return opened;
+  return Descriptor(check(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
 }
 
 Descriptor openBeneath(const Descriptor& folder, const std::string& path, int flags, mode_t mode) {
@@ -58,20 +56,18 @@ Descriptor openBeneath(const Descriptor& folder, const std::string& path, int fl
   how.flags = static_cast<__u64>(flags | O_CLOEXEC | O_NOFOLLOW);
   how.mode = mode;
   how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
-  Descriptor opened(static_cast<int>(::syscall(SYS_openat2, folder.get(), path.c_str(), &how, sizeof how)));
-  if (opened.get() < 0) throwErrno();
-  return opened;
+  return Descriptor(static_cast<int>(check(::syscall(SYS_openat2, folder.get(), path.c_str(), &how, sizeof how))));
 }
 
 struct stat statusOf(const Descriptor& descriptor) {
   struct stat status {};
-  if (::fstat(descriptor.get(), &status) != 0) throwErrno();
+  check(::fstat(descriptor.get(), &status));
   return status;
 }
 
 struct stat statusIn(const Descriptor& folder, const std::string& name) {
   struct stat status {};
-  if (::fstatat(folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) throwErrno();
+  check(::fstatat(folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW));
   return status;
 }
 
@@ -89,8 +85,7 @@ void writeAll(const Descriptor& file, std::string_view bytes) {
 }
 
 std::vector<FolderItem> readFolder(const Descriptor& folder) {
-  Descriptor own(::openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (own.get() < 0) throwErrno();
+  Descriptor own(check(::openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
   const std::unique_ptr<DIR, CloseFolder> stream(::fdopendir(own.get()));
   if (stream == nullptr) throwErrno();
   own.release();
@@ -106,8 +101,7 @@ std::vector<FolderItem> readFolder(const Descriptor& folder) {
 
 std::string readLink(const Descriptor& folder, const std::string& name) {
   std::array<char, PATH_MAX> target{};
-  const ssize_t length = ::readlinkat(folder.get(), name.c_str(), target.data(), target.size());
-  if (length < 0) throwErrno();
+  const ssize_t length = check(::readlinkat(folder.get(), name.c_str(), target.data(), target.size()));
   return {target.data(), static_cast<std::size_t>(length)};
 }
 

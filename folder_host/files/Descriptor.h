@@ -30,13 +30,22 @@ class Descriptor {
   int descriptor_;
 };
 
+// Throws the error of the system call that was made last, as errno has it.
 [[noreturn]] void throwErrno();
+
+// Gives what a system call gave; where that is below 0, throws its error.
+template <class Result>
+Result check(Result result) {
+  if (result < 0) throwErrno();
+  return result;
+}
 
 // Opens a folder by any path, links included.
 Descriptor openFolder(const std::string& folder);
 
-// Opens what lies below `folder`, which no link on the way and none at the end leads out of; "." is the folder itself.
-// The flags are those of open(2); O_CLOEXEC and O_NOFOLLOW are added. `mode` is for what is made.
+// Opens what lies below `folder`; "." is the folder itself. No link is followed: one on the way fails, and so does one
+// at the end, but with O_PATH the link itself is opened. The flags are those of open(2); O_CLOEXEC and O_NOFOLLOW are
+// added. `mode` is that of a file that is made.
 Descriptor openBeneath(const Descriptor& folder, const std::string& path, int flags, mode_t mode = 0);
 
 struct stat statusOf(const Descriptor& descriptor);

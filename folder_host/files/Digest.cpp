@@ -20,7 +20,7 @@ struct FreeContext {
   void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
 };
 
-void check(int succeeded) {
+void require(int succeeded) {
   if (succeeded != 1) throw std::bad_alloc();  // nothing else can fail here
 }
 
@@ -28,20 +28,20 @@ void check(int succeeded) {
 
 std::string sha256Of(const Descriptor& file, const std::function<void(std::uint64_t)>& onBytes, std::uint64_t most) {
   const std::unique_ptr<EVP_MD_CTX, FreeContext> context(EVP_MD_CTX_new());
-  check(context ? EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) : 0);
+  require(context ? EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) : 0);
   std::vector<char> buffer(std::min(most, std::uint64_t{1} << 17U));
   while (most > 0) {
     const ssize_t length = ::read(file.get(), buffer.data(), std::min<std::uint64_t>(most, buffer.size()));
     if (length < 0 && errno == EINTR) continue;
     if (length < 0) throwErrno();
     if (length == 0) break;
-    check(EVP_DigestUpdate(context.get(), buffer.data(), static_cast<std::size_t>(length)));
+    require(EVP_DigestUpdate(context.get(), buffer.data(), static_cast<std::size_t>(length)));
     most -= static_cast<std::uint64_t>(length);
     onBytes(static_cast<std::uint64_t>(length));
   }
   std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
   unsigned size = 0;
-  check(EVP_DigestFinal_ex(context.get(), digest.data(), &size));
+  require(EVP_DigestFinal_ex(context.get(), digest.data(), &size));
   return hexOf({reinterpret_cast<const char*>(digest.data()), size});
 }
 

@@ -8,9 +8,9 @@
 
 namespace folder_host {
 
-// The SHA-256, as hexadecimal digits, of a file that is open for reading and stands at its beginning: of all of it, or
-// of so many bytes at the most. `onBytes` is told of what was read; what it throws passes. Fails with
-// std::system_error.
+// The SHA-256, in hexadecimal digits, of a file that is open for reading and stands at its beginning: of its first
+// `most` bytes, or of all where there are fewer. `onBytes` is told the number of bytes of each read; what it throws
+// passes. Fails with std::system_error.
 std::string sha256Of(const Descriptor& file, const std::function<void(std::uint64_t)>& onBytes,
                      std::uint64_t most = UINT64_MAX);
 

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <climits>
 #include <cstddef>
-#include <system_error>
 #include <utility>
 
 #include "folder_host/Error.h"
@@ -44,8 +43,9 @@ class Walk {
  private:
   // What took the folder's place may be what another name was to hold back.
   void read(const std::string& folder, FileId id) {
-    try {
-      const Descriptor opened = openBeneath(top_, folder.empty() ? "." : folder, O_RDONLY | O_DIRECTORY);
+    const std::string named = folder.empty() ? "." : folder;
+    attempt(errors::ENTRY_UNREADABLE, "cannot list", named, [&] {
+      const Descriptor opened = openBeneath(top_, named, O_RDONLY | O_DIRECTORY);
       if (!(idOf(statusOf(opened)) == id)) {
         throw Error(errors::ENTRY_CHANGED, inQuotes(folder) + " was replaced while it was being listed; try again");
       }
@@ -53,9 +53,7 @@ class Walk {
       const auto known = static_cast<std::ptrdiff_t>(pending_.size());
       for (const FolderItem& item : readFolder(opened)) add(opened, folder, item);
       std::sort(pending_.begin() + known, pending_.end(), [](const auto& a, const auto& b) { return b.path < a.path; });
-    } catch (const std::system_error& error) {
-      throw systemFailure(errors::ENTRY_UNREADABLE, "cannot list", folder.empty() ? "." : folder, error.code().value());
-    }
+    });
   }
 
   void add(const Descriptor& opened, const std::string& folder, const FolderItem& item) {
@@ -103,11 +101,7 @@ bool beforeInTree(const std::string& path, const std::string& other) {
 }
 
 Listing listFolder(const std::string& folder) {
-  try {
-    return Walk(folder).run();
-  } catch (const std::system_error& error) {
-    throw systemFailure(errors::ENTRY_UNREADABLE, "cannot list", folder, error.code().value());
-  }
+  return attempt(errors::ENTRY_UNREADABLE, "cannot list", folder, [&] { return Walk(folder).run(); });
 }
 
 }  // namespace folder_host

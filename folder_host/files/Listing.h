@@ -9,7 +9,7 @@
 
 namespace folder_host {
 
-// Where a project's store lies in its folder: no entry.
+// Where the store lies in a project's folder. It is no entry.
 inline constexpr const char* STORE_FOLDER = ".project";
 inline constexpr const char* STORE_NAME = "store.db";
 inline constexpr const char* STORE_FILE = ".project/store.db";
@@ -25,7 +25,7 @@ struct Entry {
   std::string target;      // of a link: where it points, as it stands on disk; else empty
   FileId id = {};          // of what stood there
   std::uint64_t size = 0;  // of a file, in bytes; else 0
-  timespec changed = {};   // when anything of what stood there was changed last
+  timespec changed = {};   // when its content or its status was last changed
 };
 
 // The order of a tree: a folder before what lies in it, and that before the folder's next neighbour.
@@ -36,7 +36,7 @@ struct Listing {
   std::vector<Entry> entries;             // sorted by the bytes of their paths; the project's folder is not among them
   std::vector<std::string> skipped = {};  // FIFOs, sockets, devices: no entries
   FileId root = {};                       // of the project's folder
-  std::vector<FileId> folders = {};       // of that, its store's and all that are listed, whatever their names; sorted
+  std::vector<FileId> folders = {};       // of the project's, its store's and each listed folder; sorted
 };
 
 // Lists the folder without following links. The store of the folder itself (`.project`) is no entry; a `.project`

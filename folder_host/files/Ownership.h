@@ -12,18 +12,18 @@
 // readers: a project is opened that belongs to the caller or to root, any other one only where it is trusted.
 namespace folder_host {
 
-// Whether the project in this folder, which belongs to this user, is opened all the same. What it throws passes.
+// Whether the project in this folder is opened though it belongs to this user. What it throws passes.
 using Trust = std::function<bool(const std::string& root, uid_t owner)>;
 
-// Of what cannot be looked at: no user has it.
+// The owner of what cannot be looked at: no user has this number.
 inline constexpr uid_t UNKNOWN_OWNER = static_cast<uid_t>(-1);
 
-// The users, each once, besides the caller and root, to whom the store's folder in `root`, the store and its journal
-// belong, as far as these are there; of a link, whose the link is. Where `folder`, the store's, is open already, that
-// one is looked at, whatever has its name.
+// The users other than the caller and root who own the store's folder in `root`, the store or its journal, in this
+// order, each once. What is not there has no owner; of a link, it is the owner of the link itself. Where the store's
+// folder is open already, it is given as `folder`: that one is looked at, and not what has its name by now.
 std::vector<uid_t> strangersOwning(const std::string& root, const Descriptor* folder = nullptr);
 
-// Whether each of them is trusted; without `trust`, none is.
+// Whether each of them is trusted; without `trust`, nobody is.
 bool isTrusted(const std::string& root, const Trust& trust);
 
 // Error: STORE_UNTRUSTED, unless isTrusted.

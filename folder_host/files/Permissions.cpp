@@ -34,11 +34,8 @@ std::uint32_t numberAt(std::string_view bytes, std::size_t at, std::size_t lengt
 std::string accessListOf(const Descriptor& opened) {
   const ssize_t size = ::fgetxattr(opened.get(), ACCESS_LIST, nullptr, 0);
   if (size < 0 && (errno == ENODATA || errno == EOPNOTSUPP)) return {};
-  if (size < 0) throwErrno();
-  std::string bytes(static_cast<std::size_t>(size), '\0');
-  const ssize_t length = ::fgetxattr(opened.get(), ACCESS_LIST, bytes.data(), bytes.size());
-  if (length < 0) throwErrno();
-  bytes.resize(static_cast<std::size_t>(length));
+  std::string bytes(static_cast<std::size_t>(check(size)), '\0');
+  bytes.resize(static_cast<std::size_t>(check(::fgetxattr(opened.get(), ACCESS_LIST, bytes.data(), bytes.size()))));
   return bytes;
 }
 

@@ -8,9 +8,9 @@
 
 namespace folder_host {
 
-// Who may do what with a copy, from what its original allows: read, write and execute bits, no set-id bits. A copy has
-// no access list; where the original has one, the copy allows nobody what that withholds. `status` is of `opened`,
-// which is open for more than its path. Errors: std::system_error.
+// The mode of a copy, from that of its original: its read, write and execute bits, and no set-id bits. A copy has no
+// access list; where the original has one, the mode allows nobody what the list withholds. `status` is that of
+// `opened`, which was not opened by O_PATH. Errors: std::system_error.
 mode_t permissionsOf(const Descriptor& opened, const struct stat& status);
 
 // The same from the bytes of an access list as the system stores it. Of one that cannot be read: the owner's alone.

@@ -27,9 +27,7 @@ std::string trimmed(std::string named) {
 }
 
 Descriptor openAbove(const Descriptor& folder) {
-  Descriptor above(::openat(folder.get(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
-  if (above.get() < 0) throwErrno();
-  return above;
+  return Descriptor(check(::openat(folder.get(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC)));
 }
 
 }  // namespace

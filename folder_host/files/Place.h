@@ -21,15 +21,15 @@ struct Place {
 // Errors: std::system_error where there is no folder to hold it.
 Place placeOf(const std::string& named);
 
-// Whether there is something, be it a dangling link. Errors: std::system_error.
+// Whether something is there; a link is, wherever it leads. Errors: std::system_error.
 bool isTaken(const Place& place);
 
-// Whether something would lie in one of these folders, sorted, or below, by what they are: a folder can have several
-// names. Errors: std::system_error.
+// Whether the place lies in one of these folders, at any depth. They are sorted, and known by their identity, as a
+// folder can have several names. Errors: std::system_error.
 bool liesIn(const Place& place, const std::vector<FileId>& folders);
 
-// Whether what a person names is this place, at which nothing is yet, or lies below it. Names that case alone tells
-// apart are one name: on some disks they are.
+// Whether what a person names is this place, at which nothing is yet, or lies below it. Names that differ in case alone
+// count as one: on some disks they are.
 bool isWithin(const std::string& named, const Place& place);
 
 }  // namespace folder_host

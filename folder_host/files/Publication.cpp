@@ -25,10 +25,6 @@ constexpr std::string_view PREFIX = ".project-share-";
 constexpr std::string_view LOCK = ".lock";
 constexpr std::size_t UUID_LENGTH = 36;
 
-void check(int result) {
-  if (result != 0) throwErrno();
-}
-
 std::string lockNameOf(const std::string& name) { return name + std::string(LOCK); }
 
 std::string lockTextOf(const std::string& name) { return "Something is being put together in " + name + "\n"; }
@@ -50,8 +46,7 @@ std::string nameBehind(const std::string& lock) {
 
 std::string readStart(const Descriptor& file) {
   std::array<char, 256> bytes{};
-  const ssize_t length = ::pread(file.get(), bytes.data(), bytes.size(), 0);
-  if (length < 0) throwErrno();
+  const ssize_t length = check(::pread(file.get(), bytes.data(), bytes.size(), 0));
   return {bytes.data(), static_cast<std::size_t>(length)};
 }
 
@@ -115,7 +110,7 @@ bool isMine(const struct stat& status, mode_t type) {
 }  // namespace
 
 // Between making the file and locking it, another process may take it for one that was left: then once more.
-StagingFolder::Lock StagingFolder::makeLock(const Descriptor& parent) {
+Publication::Lock Publication::makeLock(const Descriptor& parent) {
   while (true) {
     std::string name = std::string(PREFIX) + toBytes(project::metadata::generateUUID());
     Descriptor file = openBeneath(parent, lockNameOf(name), O_RDWR | O_CREAT | O_EXCL, 0600);
@@ -129,8 +124,8 @@ StagingFolder::Lock StagingFolder::makeLock(const Descriptor& parent) {
   }
 }
 
-// Handed on to the private constructor, so that the lock goes when there can be no folder.
-StagingFolder::StagingFolder(const Descriptor& parent) : StagingFolder(parent, makeLock(parent)) {
+// Handed on to the private constructor, so that the lock is removed where no folder can be made.
+Publication::Publication(const Descriptor& parent) : Publication(parent, makeLock(parent)) {
   writeAll(lock_.file, lockTextOf(lock_.name));
   check(::mkdirat(parent_.get(), lock_.name.c_str(), 0700));
   folder_ = openBeneath(parent_, lock_.name, O_RDONLY | O_DIRECTORY);
@@ -138,9 +133,9 @@ StagingFolder::StagingFolder(const Descriptor& parent) : StagingFolder(parent, m
   refusesToReplace_ = canRefuseToReplace(folder_);
 }
 
-StagingFolder::StagingFolder(const Descriptor& parent, Lock lock) : parent_(parent), lock_(std::move(lock)) {}
+Publication::Publication(const Descriptor& parent, Lock lock) : parent_(parent), lock_(std::move(lock)) {}
 
-StagingFolder::~StagingFolder() {
+Publication::~Publication() {
   const bool isHere = published_.empty();
   try {
     if (isHere && folder_.get() >= 0) removeContent(folder_);
@@ -153,10 +148,10 @@ StagingFolder::~StagingFolder() {
   ::unlinkat(parent_.get(), lockNameOf(lock_.name).c_str(), 0);
 }
 
-void StagingFolder::syncContent() const { check(::syncfs(folder_.get())); }
+void Publication::syncContent() const { check(::syncfs(folder_.get())); }
 
 // Only an empty folder gives way to a folder: what was put in there since it was made is safe.
-void StagingFolder::publish(const std::string& name) {
+void Publication::publish(const std::string& name) {
   if (refusesToReplace_) return nameFolder(name, false);
   check(::mkdirat(parent_.get(), name.c_str(), 0700));
   try {
@@ -167,9 +162,9 @@ void StagingFolder::publish(const std::string& name) {
   }
 }
 
-void StagingFolder::publishOverEmpty(const std::string& name) { nameFolder(name, true); }
+void Publication::publishOverEmpty(const std::string& name) { nameFolder(name, true); }
 
-void StagingFolder::nameFolder(const std::string& name, bool replaces) {
+void Publication::nameFolder(const std::string& name, bool replaces) {
   sync(folder_);
   try {
     rename(parent_, lock_.name, parent_, name, replaces);
@@ -186,17 +181,17 @@ void StagingFolder::nameFolder(const std::string& name, bool replaces) {
   }
 }
 
-void StagingFolder::takeBack() {
+void Publication::takeBack() {
   const bool isBack = ::renameat(parent_.get(), published_.c_str(), parent_.get(), lock_.name.c_str()) == 0;
   if (isBack) published_.clear();
 }
 
-void StagingFolder::publishFile(const std::string& file, const std::string& name) {
+void Publication::publishFile(const std::string& file, const std::string& name) {
   refusesToReplace_ ? rename(folder_, file, parent_, name, false) : replaceOwn(file, name);
   sync(parent_);
 }
 
-void StagingFolder::replaceOwn(const std::string& file, const std::string& name) {
+void Publication::replaceOwn(const std::string& file, const std::string& name) {
   const Descriptor own = openBeneath(parent_, name, O_WRONLY | O_CREAT | O_EXCL, 0600);
   const auto isAsMade = [&] {
     const struct stat there = statusIn(parent_, name);
@@ -211,7 +206,7 @@ void StagingFolder::replaceOwn(const std::string& file, const std::string& name)
   }
 }
 
-void StagingFolder::removeAbandoned(const Descriptor& parent) {
+void Publication::removeAbandoned(const Descriptor& parent) {
   const auto asFarAsPossible = [](const auto& act) {
     try {
       act();
@@ -228,7 +223,7 @@ void StagingFolder::removeAbandoned(const Descriptor& parent) {
 
 // A process that was killed may have left a lock without its whole text: then nothing is in its folder yet, or no more.
 // What was given the folder's name later, by whoever may write beside it, is another folder, and stays.
-void StagingFolder::removeBehind(const Descriptor& parent, const std::string& name) {
+void Publication::removeBehind(const Descriptor& parent, const std::string& name) {
   const Descriptor lock = openBeneath(parent, lockNameOf(name), O_RDONLY | O_NONBLOCK);
   const std::string text = readStart(lock);
   const std::string begin = lockTextOf(name);

@@ -6,51 +6,58 @@
 
 namespace folder_host {
 
-// A private folder (0700) in which something is put together before it gets its name beside it: a copy, a receipt, a
-// project's store. Until then it goes with all that it holds when this object goes. Everything here fails with
+// Puts something together in a folder of its own, the staging folder, before it gets its name: a copy, a receipt, a
+// project's store. Whoever looks finds it whole or not at all. The staging folder lies in the folder that is to hold
+// the result, so that one rename is enough, and nobody but its owner may look into it (0700). When this object is
+// destroyed, the staging folder is removed with all that it holds, unless it got its name. Everything here fails with
 // std::system_error.
 //
-// Beside the folder lies a file of its name and ".lock", which this process holds locked and which says what it is for,
-// and which folder that is: by it what a killed process left is told from what is in use, and from what is somebody's
-// own, whoever gave that the folder's name.
+// A process that is killed leaves its staging folder, `.project-share-UUID`, to be removed by the next one
+// (removeAbandoned), which must touch neither what another process is at work on nor what is a person's own. So beside
+// it lies a file, `.project-share-UUID.lock`, which is made before the folder and removed after it:
+// - As long as its process lives, the file is locked (flock). Whoever gets the lock finds something abandoned.
+// - It says what it is for, and names the folder: no other file is taken for it, whatever its name.
+// - It says which folder that is, by device and inode: one that got that name later is another one, and stays.
 //
-// Nothing that is there is ever replaced, also where the file system has no rename that refuses to: then the name is
-// first made and is something of its own, empty. A process that is killed just then leaves that.
-class StagingFolder {
+// Nothing that is there is ever replaced. Some file systems know no rename that refuses to replace; there, something
+// empty is first made under the name, which fails where the name is taken, and the rename replaces that. A process that
+// is killed between the two leaves it: nobody can tell it from a person's own.
+class Publication {
  public:
-  // Makes one in the folder `parent`, which has to outlive this object.
-  explicit StagingFolder(const Descriptor& parent);
-  ~StagingFolder();
-  StagingFolder(const StagingFolder&) = delete;
-  StagingFolder& operator=(const StagingFolder&) = delete;
+  // Makes the staging folder in `parent`, which has to outlive this object.
+  explicit Publication(const Descriptor& parent);
+  ~Publication();
+  Publication(const Publication&) = delete;
+  Publication& operator=(const Publication&) = delete;
 
+  // The staging folder, under whatever name.
   const Descriptor& content() const noexcept { return folder_; }
 
-  // Makes all that was written to the file system durable, as far down as there are folders.
+  // Makes all that was written to its file system durable.
   void syncContent() const;
 
-  // Gives the folder the name `name`, durably. Where there is something of that name: EEXIST. A name that could not be
-  // made durable is taken back.
+  // Gives the staging folder the name `name`, durably. Where there is something of that name: EEXIST. A name that could
+  // not be made durable is taken back.
   void publish(const std::string& name);
   // The same, but an empty folder of that name gives way.
   void publishOverEmpty(const std::string& name);
-  // Gives the name to the file `file` of the folder instead. A name that could not be made durable stays.
+  // Gives the name to the file `file` in the staging folder instead. EEXIST as above. A name that could not be made
+  // durable stays.
   void publishFile(const std::string& file, const std::string& name);
 
-  // Takes back the name that the folder got.
+  // Takes the name of the staging folder back, as far as that can be done: it is removed with this object then.
   void takeBack();
 
-  // Removes what killed processes left in the folder, as far as that can be done; what is in use or not evidently
-  // theirs stays.
+  // Removes what killed processes left in `parent`, as far as that can be done.
   static void removeAbandoned(const Descriptor& parent);
 
  private:
   struct Lock {
-    std::string name;  // of the folder that it stands for
+    std::string name;  // of the staging folder
     Descriptor file;
   };
 
-  StagingFolder(const Descriptor& parent, Lock lock);
+  Publication(const Descriptor& parent, Lock lock);
   static Lock makeLock(const Descriptor& parent);
   static void removeBehind(const Descriptor& parent, const std::string& name);
   void nameFolder(const std::string& name, bool replaces);
@@ -59,8 +66,8 @@ class StagingFolder {
   const Descriptor& parent_;
   Lock lock_;
   Descriptor folder_;
-  bool refusesToReplace_ = true;  // a rename, where it is asked to
-  std::string published_;         // the name that the folder got
+  bool refusesToReplace_ = true;  // a rename on this file system, when it is asked to
+  std::string published_;         // the name that the staging folder got
 };
 
 }  // namespace folder_host

@@ -12,7 +12,8 @@ EntryLabels::EntryLabels(const EntryTable& entries, const LabelStore& labels) {
   std::vector<LabelRecord> records = labels.list();
   std::sort(records.begin(), records.end(), [](const auto& a, const auto& b) { return a.uuid < b.uuid; });
   for (const LabelRecord& label : records) {
-    labels_.emplace_back(CategoryIdentifier(label.categoryUUID), LabelIdentifier(label.uuid, label.kept ? 0 : 1));
+    labels_.emplace_back(CategoryIdentifier(label.categoryUUID),
+                         LabelIdentifier(label.uuid, label.isProtected ? 0 : 1));
   }
   // A label on a missing path is no entry's; it is told of as a risk (labelledMissingPaths).
   for (const auto& [path, uuid] : labels.attachments()) {

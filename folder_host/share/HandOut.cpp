@@ -39,8 +39,8 @@ HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOpti
     ++(entry->kind == EntryKind::file ? result.files : entry->kind == EntryKind::link ? result.links : result.folders);
   }
   try {
-    StagingFolder::removeAbandoned(place.parent);
-    StagingFolder publication(place.parent);
+    Publication::removeAbandoned(place.parent);
+    Publication publication(place.parent);
     FolderSink sink(publication);
     const Source source(copy.root(), options.allowed);
     // Another folder under the project's name may hold what this one was to hold back.

@@ -1,14 +1,12 @@
 #include "folder_host/share/WorkingCopy.h"
 
 #include <algorithm>
-#include <set>
 #include <utility>
 
 #include "folder_host/Error.h"
 #include "folder_host/files/EntryTable.h"
 #include "folder_host/labels/EntryLabels.h"
 #include "folder_host/share/HostRules.h"
-#include "folder_host/store/Blob.h"
 #include "folder_host/store/Store.h"
 #include "folder_host/text/Utf.h"
 
@@ -93,26 +91,7 @@ std::map<std::u16string, std::size_t> WorkingCopy::labelsThatLeave() const {
   return leaving;
 }
 
-// What is handed out is put together from what may leave: whatever else a store holds, now or later, is not in it.
-std::string WorkingCopy::storeOfWhatIsShared() const {
-  const auto leaving = labelsThatLeave();
-  std::set<std::u16string> categories;
-  const auto copy = Store::inMemory();
-  copy->atomically([&] {
-    for (const LabelRecord& label : labels_.list()) {
-      if (leaving.count(label.uuid) == 0) continue;
-      if (categories.insert(label.categoryUUID).second) {
-        copy->run("INSERT INTO category VALUES(?, ?)", {toBlob(label.categoryUUID), toBlob(label.categoryName)});
-      }
-      copy->run("INSERT INTO label VALUES(?, ?, ?, CAST(? AS INTEGER))",
-                {toBlob(label.uuid), toBlob(label.categoryUUID), toBlob(label.name), label.kept ? "1" : "0"});
-    }
-    for (const auto& [entry, label] : attachmentsThatLeave()) {
-      copy->run("INSERT INTO attachment VALUES(?, ?)", {entry, toBlob(label)});
-    }
-  });
-  return copy->image();
-}
+std::string WorkingCopy::storeOfWhatIsShared() const { return labels_.imageWith(attachmentsThatLeave()); }
 
 std::vector<path> WorkingCopy::getFiles() {
   std::vector<path> files;

@@ -1,11 +1,12 @@
 #include "folder_host/store/LabelStore.h"
 
+#include <set>
 #include <utility>
 
 #include "folder_host/Error.h"
 #include "folder_host/store/Blob.h"
 #include "folder_host/store/Store.h"
-#include "folder_host/text/Quoted.h"
+#include "folder_host/text/Printable.h"
 #include "folder_host/text/Utf.h"
 #include "project/metadata/MetadataManager.h"
 
@@ -17,9 +18,9 @@ using project::management::LabelIdentifier;
 
 namespace {
 
-// `kept` as the store has it: 0 where a filter may remove the label.
-LabelIdentifier labelOf(const std::string& uuid, const std::string& kept) {
-  return LabelIdentifier(fromBlob(uuid), kept == "0" ? 1 : 0);
+// Both as the store has them; `isProtected` is "0" where a filter may remove the label.
+LabelIdentifier labelOf(const std::string& uuid, const std::string& isProtected) {
+  return LabelIdentifier(fromBlob(uuid), isProtected == "0" ? 1 : 0);
 }
 
 std::string categoryNamed(Store& store, const std::u16string& name) {
@@ -82,7 +83,7 @@ void LabelStore::removeCategory(const CategoryIdentifier& category) {
 
 std::vector<LabelIdentifier> LabelStore::getLabels(const CategoryIdentifier& category) const {
   std::vector<LabelIdentifier> labels;
-  const char* sql = "SELECT uuid, kept FROM label WHERE category = ? ORDER BY uuid";
+  const char* sql = "SELECT uuid, protected FROM label WHERE category = ? ORDER BY uuid";
   for (const Store::Row& row : store_->query(sql, {toBlob(category.toString())})) {
     labels.push_back(labelOf(row[0], row[1]));
   }
@@ -101,7 +102,7 @@ void LabelStore::removeLabel(const CategoryIdentifier& category, const LabelIden
 std::vector<LabelRecord> LabelStore::list() const {
   std::vector<LabelRecord> labels;
   const char* sql =
-      "SELECT label.uuid, label.name, c.uuid, c.name, kept FROM label JOIN category c ON c.uuid = category "
+      "SELECT label.uuid, label.name, c.uuid, c.name, protected FROM label JOIN category c ON c.uuid = category "
       "ORDER BY c.name, label.name, label.uuid";
   for (const Store::Row& row : store_->query(sql)) {
     labels.push_back({fromBlob(row[0]), fromBlob(row[1]), fromBlob(row[2]), fromBlob(row[3]), row[4] != "0"});
@@ -128,8 +129,9 @@ void LabelStore::rename(const std::u16string& labelUUID, const std::u16string& n
   });
 }
 
-void LabelStore::setKept(const std::u16string& labelUUID, bool kept) {
-  const char* sql = kept ? "UPDATE label SET kept = 1 WHERE uuid = ?" : "UPDATE label SET kept = 0 WHERE uuid = ?";
+void LabelStore::setProtected(const std::u16string& labelUUID, bool isProtected) {
+  const char* sql =
+      isProtected ? "UPDATE label SET protected = 1 WHERE uuid = ?" : "UPDATE label SET protected = 0 WHERE uuid = ?";
   store_->atomically([&] { requireChange(store_->run(sql, {toBlob(labelUUID)})); });
 }
 
@@ -169,7 +171,7 @@ std::size_t LabelStore::detach(const std::u16string& labelUUID, const std::vecto
 std::vector<FileLabel> LabelStore::labelsOf(const std::string& path) const {
   std::vector<FileLabel> labels;
   const char* sql =
-      "SELECT label.category, label.uuid, label.kept FROM attachment a JOIN label ON label.uuid = a.label "
+      "SELECT label.category, label.uuid, label.protected FROM attachment a JOIN label ON label.uuid = a.label "
       "WHERE a.path = ? ORDER BY label.uuid";
   for (const Store::Row& row : store_->query(sql, {path})) {
     labels.emplace_back(CategoryIdentifier(fromBlob(row[0])), labelOf(row[1], row[2]));
@@ -184,11 +186,32 @@ std::vector<std::string> LabelStore::pathsOf(const std::u16string& labelUUID) co
   return paths;
 }
 
-std::vector<std::pair<std::string, std::u16string>> LabelStore::attachments() const {
-  std::vector<std::pair<std::string, std::u16string>> all;
+std::vector<Attachment> LabelStore::attachments() const {
+  std::vector<Attachment> all;
   const char* sql = "SELECT path, label FROM attachment WHERE label IN (SELECT uuid FROM label) ORDER BY path, label";
   for (Store::Row& row : store_->query(sql)) all.emplace_back(std::move(row[0]), fromBlob(row[1]));
   return all;
+}
+
+// Put together from what it is to hold: whatever else this store holds, now or in a later version, is not in it.
+std::string LabelStore::imageWith(const std::vector<Attachment>& attachments) const {
+  std::set<std::u16string> attached, categories;
+  for (const auto& [path, label] : attachments) attached.insert(label);
+  const auto copy = Store::inMemory();
+  copy->atomically([&] {
+    for (const LabelRecord& label : list()) {
+      if (attached.count(label.uuid) == 0) continue;
+      if (categories.insert(label.categoryUUID).second) {
+        copy->run("INSERT INTO category VALUES(?, ?)", {toBlob(label.categoryUUID), toBlob(label.categoryName)});
+      }
+      copy->run("INSERT INTO label VALUES(?, ?, ?, CAST(? AS INTEGER))",
+                {toBlob(label.uuid), toBlob(label.categoryUUID), toBlob(label.name), label.isProtected ? "1" : "0"});
+    }
+    for (const auto& [path, label] : attachments) {
+      copy->run("INSERT INTO attachment VALUES(?, ?)", {path, toBlob(label)});
+    }
+  });
+  return copy->image();
 }
 
 }  // namespace folder_host

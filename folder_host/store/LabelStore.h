@@ -18,25 +18,29 @@ struct LabelRecord {
   std::u16string name;
   std::u16string categoryUUID;
   std::u16string categoryName;
-  bool kept = false;  // no filter may remove it
+  bool isProtected = false;  // no filter may remove it
 };
 
+// A path, and the UUID of a label that it has.
+using Attachment = std::pair<std::string, std::u16string>;
+
 // The labels of one project and the entries that they are attached to, in the project's store. A category's
-// identifying text is its UUID. Paths are relative to the project's folder, as bytes; that there is such an entry is
-// the caller's concern. Every change is atomic by itself; open a write scope of the store around several.
+// identifying text is its UUID. Paths are relative to the project's folder, as bytes; whether there is such an entry is
+// not looked at. Every change is atomic by itself; open a write scope of the store around several. Every call may throw
+// STORE_FAILED and STORE_UNREADABLE.
 class LabelStore : public project::management::LabelManager {
  public:
   explicit LabelStore(std::shared_ptr<Store> store);
   ~LabelStore() override;
 
-  // By UUID; with categories that hold no label.
+  // Sorted by UUID; those without a label are among them.
   std::vector<project::management::CategoryIdentifier> getCategories() const override;
-  // Its labels go with it.
+  // Removes its labels and their attachments, too. What is not there is no error, here and below.
   void removeCategory(const project::management::CategoryIdentifier& category) override;
-  // By UUID.
+  // Sorted by UUID.
   std::vector<project::management::LabelIdentifier> getLabels(
       const project::management::CategoryIdentifier& category) const override;
-  // Detaches the label from every entry, whatever the flag.
+  // Removes its attachments, too; the flag makes no difference.
   void removeLabel(const project::management::CategoryIdentifier& category,
                    const project::management::LabelIdentifier& label, bool flag) override;
 
@@ -51,23 +55,27 @@ class LabelStore : public project::management::LabelManager {
   // LABEL_NOT_FOUND.
   void rename(const std::u16string& labelUUID, const std::u16string& name);
 
-  // Whether filters may not remove the label from a copy. Error: LABEL_NOT_FOUND.
-  void setKept(const std::u16string& labelUUID, bool kept);
+  // Says whether filters are kept from removing the label from a copy. Error: LABEL_NOT_FOUND.
+  void setProtected(const std::u16string& labelUUID, bool isProtected);
 
-  // Takes the label off every path and removes it, and its category when that is empty then. Error: LABEL_NOT_FOUND.
+  // Removes the label with its attachments, and its category where that has no other. Error: LABEL_NOT_FOUND.
   void erase(const std::u16string& labelUUID);
 
-  // The number of paths that were not labelled so before; a path given twice counts once. Errors: LABEL_NOT_FOUND.
+  // Gives the number of paths that did not have the label; a path given twice counts once. Error: LABEL_NOT_FOUND.
   std::size_t attach(const std::u16string& labelUUID, const std::vector<std::string>& paths);
-  // The number of paths that were labelled so.
+  // Gives the number of paths that had the label; a path given twice counts once.
   std::size_t detach(const std::u16string& labelUUID, const std::vector<std::string>& paths);
 
-  // Of one entry, by label UUID; none for an unknown path.
+  // The labels of one path, sorted by UUID; none of an unknown one.
   std::vector<project::management::FileLabel> labelsOf(const std::string& path) const;
-  // Every path that the label is attached to, entry or not, sorted by bytes.
+  // Every path that has the label, sorted by bytes.
   std::vector<std::string> pathsOf(const std::u16string& labelUUID) const;
-  // Of all labels: each path with the UUID of a label, sorted by both.
-  std::vector<std::pair<std::string, std::u16string>> attachments() const;
+  // All of them, sorted by path and label.
+  std::vector<Attachment> attachments() const;
+
+  // The bytes of a store that holds these attachments, each once, of labels that are here; these labels and their
+  // categories; and nothing else.
+  std::string imageWith(const std::vector<Attachment>& attachments) const;
 
  private:
   std::shared_ptr<Store> store_;

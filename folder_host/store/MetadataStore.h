@@ -21,19 +21,21 @@ class MetadataStore final : public project::metadata::MetadataManager {
   project::metadata::MetadataScopeGuard beginReadScope() override;
   project::metadata::MetadataScopeGuard beginWriteScope() override;
 
-  // getValue of a key that the node does not have: std::out_of_range. The node stays valid when the store is gone.
+  // Null where there is none. The node is a copy, which outlives the store; its getValue of a key that it does not have
+  // throws std::out_of_range.
   std::unique_ptr<project::metadata::MetadataNode> getNode(const project::metadata::MetadataPath& path) override;
 
-  // Values that a node does not give stay as they are. Of a node that is neither a specification nor one that getNode
-  // made, the keys that are already stored at the path are asked for; std::out_of_range means that it gives none.
-  // All nodes are written or none. The empty path, or no node: std::invalid_argument.
+  // Values that are stored at the path, and that the node does not have, stay as they are. A node that is neither a
+  // specification nor one that getNode made cannot tell its keys: it is asked for those that are stored, and where it
+  // throws std::out_of_range, it does not have that one. All nodes are written or none. The empty path, or a null node:
+  // std::invalid_argument.
   void setNodes(const std::map<project::metadata::MetadataPath, std::shared_ptr<project::metadata::MetadataNode>>&
                     nodes) override;
 
   // Sorted by type, then location (code-unit order).
   std::vector<project::metadata::MetadataPath> getChildPaths(const project::metadata::MetadataPath& path) override;
 
-  // Of the empty path: every node.
+  // Each with what lies below it; the empty path means every node. What is not there is no error.
   void removeNodes(const std::vector<project::metadata::MetadataPath>& paths) override;
 
   bool nodeExists(project::metadata::MetadataPath path) override;

@@ -23,7 +23,7 @@ class Scopes {
   // `keepAlive` is held until the scope has ended. Errors: WRITE_IN_READ_SCOPE, STORE_FAILED.
   project::metadata::MetadataScopeGuard begin(bool write, std::shared_ptr<void> keepAlive);
 
-  // Throws what could not be committed or rolled back and nobody has been told of yet.
+  // Throws the failure of a commit or a roll-back that nobody has been told of yet, once.
   void confirm();
 
   // Throws where nothing may be written: WRITE_IN_READ_SCOPE, or STORE_FAILED when an earlier failure has ended the
@@ -42,7 +42,7 @@ class Scopes {
   void remember(int result) noexcept;
 
   SQLite::Database& database_;
-  SQLite::Statement savepoint_;  // kept: within a scope each single change is a scope of its own
+  SQLite::Statement savepoint_;  // prepared once: within a scope each single change is a scope of its own
   SQLite::Statement release_;
   std::vector<std::shared_ptr<Scope>> scopes_;
   int failure_ = 0;

@@ -23,7 +23,8 @@ SELECT EXISTS(SELECT 1 FROM node WHERE typeof(parent) <> 'blob' OR typeof(type) 
     OR EXISTS(SELECT 1 FROM category WHERE typeof(uuid) <> 'blob' OR length(uuid) % 2
               OR typeof(name) <> 'blob' OR length(name) % 2)
     OR EXISTS(SELECT 1 FROM label WHERE typeof(uuid) <> 'blob' OR length(uuid) % 2
-              OR typeof(name) <> 'blob' OR length(name) % 2 OR typeof(kept) <> 'integer' OR kept NOT IN (0, 1)
+              OR typeof(name) <> 'blob' OR length(name) % 2 OR typeof(protected) <> 'integer'
+              OR protected NOT IN (0, 1)
               OR category NOT IN (SELECT uuid FROM category))
     OR EXISTS(SELECT 1 FROM attachment WHERE typeof(path) <> 'blob' OR label NOT IN (SELECT uuid FROM label)))";
 
@@ -68,9 +69,12 @@ bool allAreNodes(SQLite::Database& database, const char* sql) {
 
 }  // namespace
 
+bool isIntact(SQLite::Database& database) {
+  return database.execAndGet("PRAGMA integrity_check(1)").getString() == "ok";
+}
+
 bool isSound(SQLite::Database& database) {
-  return database.execAndGet("PRAGMA integrity_check(1)").getString() == "ok" &&
-         database.execAndGet(STRAYS).getInt() == 0 && allAreEntryPaths(database) &&
+  return database.execAndGet(STRAYS).getInt() == 0 && allAreEntryPaths(database) &&
          allAreNodes(database, "SELECT DISTINCT parent FROM node") &&
          allAreNodes(database, "SELECT DISTINCT node FROM node_value");
 }

@@ -1,6 +1,5 @@
 #include "folder_host/store/Store.h"
 
-#include <SQLiteCpp/Backup.h>
 #include <SQLiteCpp/Column.h>
 #include <sqlite3.h>
 
@@ -54,15 +53,13 @@ class Use {
 
 }  // namespace
 
-std::shared_ptr<Store> Store::open(const std::string& file, const std::function<void(const Descriptor&)>& check) {
-  return std::make_shared<Store>(openStoreFile(file, check));
+std::shared_ptr<Store> Store::open(const std::string& file, const std::function<void(const Descriptor&)>& checkFolder) {
+  return std::make_shared<Store>(openStoreFile(file, checkFolder));
 }
 
 std::shared_ptr<Store> Store::inMemory() {
   try {
-    StoreDatabase memory = openInMemory();
-    createTables(memory.database);
-    return std::make_shared<Store>(std::move(memory));
+    return std::make_shared<Store>(emptyStore());
   } catch (const SQLite::Exception& error) {
     throw storeFailure(error);
   }
@@ -76,10 +73,7 @@ Store::~Store() = default;
 std::shared_ptr<Store> Store::memoryCopy() {
   const MetadataScopeGuard scope = beginRead();
   try {
-    StoreDatabase memory = openInMemory();
-    const int result = SQLite::Backup(memory.database, database_).executeStep();
-    if (result != SQLITE_DONE) throw storeFailure(result);
-    return std::make_shared<Store>(std::move(memory));
+    return std::make_shared<Store>(copyInMemory(database_));
   } catch (const SQLite::Exception& error) {
     throw storeFailure(error);
   }

@@ -24,19 +24,17 @@ namespace folder_host {
 // to be damaged).
 //
 // The outermost scope is a transaction, a write scope within a write scope a savepoint, a read scope within any other
-// nothing of its own. A write scope is rolled back when it ends while an exception passes. The scopes that began later
-// end earlier: a scope whose guard goes before theirs ends with the last of them. A transaction that could not be
-// committed when its guard went is rolled back and remembered: the next call throws STORE_FAILED for it, once.
+// nothing of its own. A write scope is rolled back when it ends while an exception passes. A scope ends with its guard,
+// but not before those that began later: it waits for the last of them. A transaction that cannot be committed then is
+// rolled back, and the next call throws STORE_FAILED for it, once.
 class Store : public std::enable_shared_from_this<Store> {
  public:
   using Row = std::vector<std::string>;
   using Values = std::initializer_list<std::string_view>;
 
-  // Only to be read where the file or its medium allows no writing. Errors: STORE_UNREADABLE (no such file, none of
-  // ours, damaged), STORE_TOO_NEW; the file is then as it was.
-  // `check` as in openStoreFile.
+  // As openStoreFile.
   static std::shared_ptr<Store> open(const std::string& file,
-                                     const std::function<void(const Descriptor&)>& check = nullptr);
+                                     const std::function<void(const Descriptor&)>& checkFolder = nullptr);
   // An empty one that has no file.
   static std::shared_ptr<Store> inMemory();
 
@@ -47,8 +45,8 @@ class Store : public std::enable_shared_from_this<Store> {
 
   // The same content in a store that has no file.
   std::shared_ptr<Store> memoryCopy();
-  // The bytes of a store file with the content of this one, which has no file: no byte of what was removed is in them.
-  // No scope is open.
+  // The bytes of a store file with the content of this one, which has no file and no open scope. No byte of what was
+  // removed is in them.
   std::string image();
 
   project::metadata::MetadataScopeGuard beginRead();

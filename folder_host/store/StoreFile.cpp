@@ -1,23 +1,19 @@
 #include "folder_host/store/StoreFile.h"
 
+#include <SQLiteCpp/Backup.h>
 #include <SQLiteCpp/Column.h>
-#include <SQLiteCpp/Statement.h>
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstddef>
-#include <optional>
-#include <system_error>
 #include <utility>
-#include <vector>
 
 #include "folder_host/Error.h"
 #include "folder_host/files/Listing.h"
+#include "folder_host/store/Schema.h"
 #include "folder_host/store/Soundness.h"
 
 namespace folder_host {
@@ -25,21 +21,7 @@ namespace folder_host {
 namespace {
 
 constexpr int BUSY_TIMEOUT_MS = 30000;
-constexpr int VERSION = 1;
-
-// Keyed by blobs throughout: a row number would tell how many rows are gone.
-constexpr const char* TABLES = R"(
-CREATE TABLE node(parent BLOB NOT NULL, type BLOB NOT NULL, location BLOB NOT NULL,
-                  PRIMARY KEY(parent, type, location)) WITHOUT ROWID;
-CREATE TABLE node_value(node BLOB NOT NULL, key BLOB NOT NULL, value BLOB NOT NULL,
-                        PRIMARY KEY(node, key)) WITHOUT ROWID;
-CREATE TABLE category(uuid BLOB NOT NULL PRIMARY KEY, name BLOB NOT NULL) WITHOUT ROWID;
-CREATE TABLE label(uuid BLOB NOT NULL PRIMARY KEY, category BLOB NOT NULL, name BLOB NOT NULL,
-                   kept INTEGER NOT NULL DEFAULT 0) WITHOUT ROWID;
-CREATE INDEX label_by_category ON label(category);
-CREATE TABLE attachment(path BLOB NOT NULL, label BLOB NOT NULL, PRIMARY KEY(path, label)) WITHOUT ROWID;
-CREATE INDEX attachment_by_label ON attachment(label);
-)";
+constexpr const char* OPENING = "cannot open the store";
 
 // SQLite takes no longer paths, the journal's beside the store included.
 void checkLength(const std::string& file) {
@@ -50,9 +32,7 @@ void checkLength(const std::string& file) {
 
 void checkRegularFile(const std::string& file) {
   struct stat status {};
-  if (::lstat(file.c_str(), &status) != 0) {
-    throw systemFailure(errors::STORE_UNREADABLE, "cannot open the store", file, errno);
-  }
+  attempt(errors::STORE_UNREADABLE, OPENING, file, [&] { check(::lstat(file.c_str(), &status)); });
   if (!S_ISREG(status.st_mode)) throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is not a file");
   // A few kilobytes could else take all memory. Disks that compress do not by so much.
   constexpr off_t BLOCK = 512, MUCH = off_t{1} << 24U, MOST_TO_ONE = 256;
@@ -81,59 +61,62 @@ SQLite::Database connect(const StoreVfs& vfs) {
   return database;
 }
 
-using SchemaRow = std::array<std::string, 4>;
-
-// Sorted; nothing where a value is no text.
-std::optional<std::vector<SchemaRow>> schemaOf(SQLite::Database& database) {
-  std::vector<SchemaRow> rows;
-  SQLite::Statement statement(database, "SELECT type, name, tbl_name, sql FROM sqlite_schema");
-  while (statement.executeStep()) {
-    SchemaRow& row = rows.emplace_back();
-    for (int column = 0; column < statement.getColumnCount(); ++column) {
-      if (!statement.getColumn(column).isText()) return std::nullopt;
-      row[static_cast<std::size_t>(column)] = statement.getColumn(column).getString();
-    }
-  }
-  std::sort(rows.begin(), rows.end());
-  return rows;
-}
-
-// A view may have no end, a trigger or an index of a stranger undo in silence what is written, a constraint never come
-// to an end. Ours are few and short: what is not ends the reading, for a page of them can be there any number of times.
-bool isSchemaOurs(SQLite::Database& database) {
-  constexpr int MOST_STEPS = 1000;
-  constexpr int LONGEST = 1000;
-  StoreDatabase ours = openInMemory();
-  createTables(ours.database);
-  sqlite3* const handle = database.getHandle();
-  const int usual = sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, LONGEST);
-  sqlite3_progress_handler(
-      handle, MOST_STEPS, [](void*) { return 1; }, nullptr);
-  const bool same = schemaOf(database) == schemaOf(ours.database);
-  sqlite3_progress_handler(handle, 0, nullptr, nullptr);
-  sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, usual);
-  return same;
+SQLite::Database connectToMemory() {
+  SQLite::Database database(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+  guard(database);
+  return database;
 }
 
 Error damaged(const std::string& file) {
   return {errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is damaged, or of another make"};
 }
 
-void checkContent(SQLite::Database& database, const std::string& file) {
-  database.exec("BEGIN");  // what is looked at is one state
+// The version of a store that is ours and whole. To be called in a transaction, so that what is looked at is one state.
+int checkedVersion(SQLite::Database& database, const std::string& file) {
   if (database.execAndGet("PRAGMA application_id").getInt() != static_cast<int>(STORE_ID)) {
     throw Error(errors::STORE_UNREADABLE, inQuotes(file) + " is not the store of a project");
   }
   const int version = database.execAndGet("PRAGMA user_version").getInt();
-  if (version > VERSION) {
+  if (version > SCHEMA_VERSION) {
     throw Error(errors::STORE_TOO_NEW,
                 "the store " + inQuotes(file) + " was written by a newer version of this program");
   }
-  if (version < VERSION) throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is incomplete");
-  if (!isSchemaOurs(database) || !isSound(database)) {
-    throw damaged(file);
+  if (version < 1) throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is incomplete");
+  if (!hasSchema(database, version) || !isIntact(database)) throw damaged(file);
+  return version;
+}
+
+// Makes a store that is whole one of SCHEMA_VERSION, in the caller's transaction.
+void prepare(SQLite::Database& database, const std::string& file, int version) {
+  bringUpToDate(database, version);
+  if (!isSound(database)) throw damaged(file);
+}
+
+// All at once or not at all; of two processes that do it, the second waits and finds it done. False, and nothing is
+// done, where nothing can be written there.
+bool upgradeFile(SQLite::Database& database, const std::string& file) {
+  database.exec("BEGIN IMMEDIATE");
+  const int version = checkedVersion(database, file);
+  try {
+    prepare(database, file, version);
+    database.exec("COMMIT");
+    return true;
+  } catch (const SQLite::Exception& error) {
+    database.tryExec("ROLLBACK");
+    if ((error.getErrorCode() & 0xFF) == SQLITE_READONLY) return false;
+    throw Error(errors::STORE_FAILED, "the store " + inQuotes(file) +
+                                          " is of an older version, and cannot be brought " +
+                                          "up to date: " + sqlite3_errstr(error.getExtendedErrorCode()));
   }
-  database.exec("COMMIT");
+}
+
+// A store of an older version, as it stood when it was opened, where the file has to stay as it is: to be read.
+// Whatever would change it fails as it does in a file that cannot be written.
+StoreDatabase upgradedCopy(SQLite::Database& database, const std::string& file) {
+  StoreDatabase copy = copyInMemory(database);
+  prepare(copy.database, file, checkedVersion(copy.database, file));
+  copy.database.exec("PRAGMA query_only = ON");
+  return copy;
 }
 
 // In words that no file has chosen.
@@ -158,37 +141,37 @@ Error storeFailure(int result) { return storeFailure(result, sqlite3_errstr(resu
 
 Error storeFailure(const SQLite::Exception& error) { return storeFailure(error.getErrorCode(), error.what()); }
 
-StoreDatabase openStoreFile(const std::string& file, const std::function<void(const Descriptor&)>& check) {
+StoreDatabase openStoreFile(const std::string& file, const std::function<void(const Descriptor&)>& checkFolder) {
   checkLength(file);
   checkRegularFile(file);
-  std::unique_ptr<StoreVfs> vfs;
-  try {
-    vfs = std::make_unique<StoreVfs>(file);
-  } catch (const std::system_error& error) {
-    throw systemFailure(errors::STORE_UNREADABLE, "cannot open the store", file, error.code().value());
-  }
-  if (check) check(vfs->folder());
+  auto vfs = attempt(errors::STORE_UNREADABLE, OPENING, file, [&] { return std::make_unique<StoreVfs>(file); });
+  if (checkFolder) checkFolder(vfs->folder());
   try {
     SQLite::Database database = connect(*vfs);
-    checkContent(database, file);
+    database.exec("BEGIN");
+    const int version = checkedVersion(database, file);
+    if (version == SCHEMA_VERSION) prepare(database, file, version);
+    database.exec("COMMIT");
+    if (version < SCHEMA_VERSION && !upgradeFile(database, file)) return upgradedCopy(database, file);
     return {std::move(vfs), std::move(database)};
   } catch (const SQLite::Exception& error) {
     throw openingFailure(file, *vfs, error);
   }
 }
 
-StoreDatabase openInMemory() {
-  SQLite::Database database(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-  guard(database);
+StoreDatabase emptyStore() {
+  SQLite::Database database = connectToMemory();
+  database.exec("BEGIN");
+  bringUpToDate(database, 0);
+  database.exec("COMMIT");
   return {nullptr, std::move(database)};
 }
 
-void createTables(SQLite::Database& database) {
-  database.exec("BEGIN");
-  database.exec("PRAGMA application_id = " + std::to_string(STORE_ID));
-  database.exec("PRAGMA user_version = " + std::to_string(VERSION));
-  database.exec(TABLES);
-  database.exec("COMMIT");
+StoreDatabase copyInMemory(SQLite::Database& database) {
+  SQLite::Database copy = connectToMemory();
+  const int result = SQLite::Backup(copy, database).executeStep();
+  if (result != SQLITE_DONE) throw storeFailure(result);
+  return {nullptr, std::move(copy)};
 }
 
 }  // namespace folder_host

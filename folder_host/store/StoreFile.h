@@ -23,15 +23,20 @@ struct StoreDatabase {
   SQLite::Database database;
 };
 
-// Errors: STORE_UNREADABLE, STORE_TOO_NEW, STORE_FAILED (locked for too long), PATH_TOO_LONG; nothing is written but
-// what a journal of the store's own restores.
-// Before anything in the file is looked at, `check` is given its folder; what it throws passes.
-StoreDatabase openStoreFile(const std::string& file, const std::function<void(const Descriptor&)>& check = nullptr);
+// Opens a store file and brings it up to date where it is of an older version (see Schema.h). One that may not be
+// written, or lies where nothing can be, is only to be read: what would change it fails. When it is of an older version
+// as well, what is read is a copy in memory, which is brought up to date there: it shows no change that others make
+// from now on.
+// Errors: STORE_UNREADABLE, STORE_TOO_NEW, STORE_FAILED (locked for too long, or it cannot be brought up to date),
+// PATH_TOO_LONG. Then the file is as it was, but for what a journal of its own restores.
+// Before anything in the file is looked at, `checkFolder` is given its folder; what it throws passes.
+StoreDatabase openStoreFile(const std::string& file,
+                            const std::function<void(const Descriptor&)>& checkFolder = nullptr);
 
-// An empty database in memory. Errors: SQLite::Exception.
-StoreDatabase openInMemory();
+// A store with nothing in it, in memory. Errors: SQLite::Exception.
+StoreDatabase emptyStore();
 
-// Gives an empty database the tables of a store. Errors: SQLite::Exception.
-void createTables(SQLite::Database& database);
+// The content of a store, in memory. Errors: SQLite::Exception, STORE_FAILED.
+StoreDatabase copyInMemory(SQLite::Database& database);
 
 }  // namespace folder_host

@@ -66,9 +66,7 @@ std::uint64_t restoredSize(const std::string& journal) {
 
 Descriptor openFolderOf(const std::string& file) {
   const std::string folder = std::filesystem::path(file).parent_path().string();
-  Descriptor opened(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-  if (opened.get() < 0) throwErrno();
-  return opened;
+  return Descriptor(check(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)));
 }
 
 std::string nameIn(const Descriptor& folder, const std::string& file) {

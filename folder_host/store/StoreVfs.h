@@ -8,12 +8,13 @@
 
 namespace folder_host {
 
-// What SQLite is let to do on disk for one store: read and write that file and its rollback journal, where each is a
-// file of its own, and delete the journal. All else is refused before it is touched: a journal that would have another
-// file rolled back or deleted, a file of another journal mode, anything that only looks like a file and would not
-// answer, temporary files. To be given by name to the connection, which it outlives. Used by one thread at a time.
+// All that SQLite may do on disk for one store: read and write that file and its rollback journal, and delete the
+// journal, where the journal is a regular file with no other name. What else it is made to ask for is refused before it
+// is touched: a journal that would have another file rolled back or deleted, a file in WAL mode, a pipe or a device,
+// which would not answer, temporary files. The connection is given its name, and must not outlive it. Used by one
+// thread at a time.
 //
-// The store's folder is opened once: what has its name later is not asked for anything.
+// The store's folder is opened once: whatever has the folder's name later is not asked for anything.
 class StoreVfs {
  public:
   // Errors: std::system_error where there is no such folder, or it is a link.
@@ -23,12 +24,12 @@ class StoreVfs {
   StoreVfs& operator=(const StoreVfs&) = delete;
 
   const char* name() const noexcept { return vfs_.zName; }
-  // By which the connection opens the store.
+  // The path by which the connection opens the store.
   const std::string& file() const noexcept { return file_; }
   const Descriptor& folder() const noexcept { return folder_; }
 
-  // What the store is that was refused last and what to do, to stand behind its name; null where nothing was refused
-  // or the system's own error says more.
+  // Why something was refused last and what to do about it, in words that follow the store's name; null where nothing
+  // was refused, or the system's own error says more.
   const char* refusal() const noexcept { return refusal_; }
 
  private:

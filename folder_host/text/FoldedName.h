@@ -5,12 +5,12 @@
 
 namespace folder_host {
 
-// The name as a disk sees it to which case, and the way in which accents are written, make no difference: names are one
-// there when their folded forms are equal. Bytes that are no UTF-8 stay as they are; such names exist on no such disk.
+// The form by which some disks compare names: where two are equal, case and the spelling of accents are all that tells
+// the names apart. A name that is no UTF-8 stays as it is; no such disk has one.
 std::string foldedName(std::string_view bytes);
 
-// What is left of a name for the eye: names with one look differ in case, in the way in which accents are written, in
-// blanks around them or in kinds of blanks, or in characters that are not seen (see isUnseen). Empty where nothing is.
+// What the eye sees of a name: names of one look differ in nothing but case, the spelling of accents, blanks around
+// them, kinds of blanks, and characters that are not seen (isUnseen). Empty where nothing is seen.
 std::string lookOf(std::string_view name);
 
 }  // namespace folder_host

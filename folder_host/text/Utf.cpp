@@ -1,5 +1,7 @@
 #include "folder_host/text/Utf.h"
 
+#include <utf8proc.h>
+
 #include <array>
 #include <cstddef>
 
@@ -14,14 +16,6 @@ bool isSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDFFF; }
 bool isHigh(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 bool isLow(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
-unsigned byteAt(std::string_view bytes, std::size_t index) { return static_cast<unsigned char>(bytes[index]); }
-
-std::size_t sequenceLength(unsigned lead) {
-  if (lead < 0x80) return 1;
-  if (lead < 0xC2 || lead > 0xF4) return 0;
-  return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-}
-
 void appendUnits(std::u16string& text, char32_t point) {
   if (point < 0x10000) {
     text += static_cast<char16_t>(point);
@@ -31,30 +25,25 @@ void appendUnits(std::u16string& text, char32_t point) {
   }
 }
 
+// Most characters of names are ASCII, and faster by themselves.
 void appendBytes(std::string& bytes, char32_t point) {
-  const auto put = [&bytes](char32_t value) { bytes += static_cast<char>(static_cast<unsigned char>(value)); };
-  const auto tail = [&](unsigned shift) { put(0x80U | ((point >> shift) & 0x3FU)); };
-  if (point < 0x80) return put(point);
-  if (point < 0x800) return put(0xC0U | (point >> 6U)), tail(0);
-  if (point < 0x10000) return put(0xE0U | (point >> 12U)), tail(6), tail(0);
-  put(0xF0U | (point >> 18U)), tail(12), tail(6), tail(0);
+  if (point < 0x80) {
+    bytes += static_cast<char>(point);
+    return;
+  }
+  std::array<utf8proc_uint8_t, 4> encoded{};
+  const utf8proc_ssize_t length = utf8proc_encode_char(static_cast<utf8proc_int32_t>(point), encoded.data());
+  bytes.append(reinterpret_cast<const char*>(encoded.data()), static_cast<std::size_t>(length));
 }
 
 }  // namespace
 
 Character firstCharacter(std::string_view bytes) {
-  static constexpr std::array<char32_t, 5> LEAST = {0, 0, 0x80, 0x800, 0x10000};
-  const std::size_t length = sequenceLength(byteAt(bytes, 0));
-  const Character invalid{byteAt(bytes, 0), 1, false};
-  if (length == 0 || bytes.size() < length) return invalid;
-  if (length == 1) return {byteAt(bytes, 0), 1, true};
-  char32_t point = byteAt(bytes, 0) & (0x7FU >> length);
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byteAt(bytes, i) & 0xC0U) != 0x80) return invalid;
-    point = (point << 6U) | (byteAt(bytes, i) & 0x3FU);
-  }
-  if (point < LEAST[length] || isSurrogate(point) || point > 0x10FFFF) return invalid;
-  return {point, length, true};
+  utf8proc_int32_t point = 0;
+  const auto* const begin = reinterpret_cast<const utf8proc_uint8_t*>(bytes.data());
+  const utf8proc_ssize_t length = utf8proc_iterate(begin, static_cast<utf8proc_ssize_t>(bytes.size()), &point);
+  if (length < 1) return {*begin, 1, false};
+  return {static_cast<char32_t>(point), static_cast<std::size_t>(length), true};
 }
 
 std::u16string fromBytes(std::string_view bytes) {

@@ -7,14 +7,14 @@
 // Conversions between the bytes of the outside world and the UTF-16 text of the host interfaces.
 namespace folder_host {
 
-// What bytes begin with.
+// What some bytes begin with.
 struct Character {
   char32_t point;      // where it is not valid, the byte
   std::size_t length;  // in bytes: 1 where it is not valid
   bool isValid;        // UTF-8
 };
 
-// Of bytes of which there is at least one.
+// Of one byte or more.
 Character firstCharacter(std::string_view bytes);
 
 // UTF-8 to UTF-16, losslessly for any bytes: a byte 0x80..0xFF that is no part of valid UTF-8 becomes the unpaired

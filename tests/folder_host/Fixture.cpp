@@ -50,7 +50,7 @@ void write(const fs::path& file, const std::string& content) {
 
 void runSql(const fs::path& store, const std::string& sql) {
   SQLite::Database database(store.string(), SQLite::OPEN_READWRITE, 100);
-  database.exec("PRAGMA secure_delete = OFF");
+  database.exec("PRAGMA secure_delete = OFF; PRAGMA synchronous = OFF");
   database.exec(sql);
 }
 

@@ -1,6 +1,11 @@
 #include "folder_host/store/Store.h"
 
 #include <SQLiteCpp/Exception.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <future>
 
 #include "Fixture.h"
 #include "folder_host/store/Blob.h"
@@ -35,6 +40,35 @@ class StoreTest : public FolderTest {
   }
 
   std::string file_ = in("store.db");
+};
+
+// A store of version 1: `state/draft` on drafts, drafts/a and open, the protected `audience/öffentlich` on open, and a
+// profile.
+class OldStoreTest : public StoreTest {
+ protected:
+  OldStoreTest() { make(); }
+
+  void make() const {
+    write(file_, "");
+    runSql(file_, read(STORE_VERSION_1));
+  }
+
+  static std::string holds(const std::shared_ptr<Store>& store) {
+    std::string all;
+    const LabelStore labels(store);
+    for (const LabelRecord& label : labels.list()) {
+      all += toBytes(label.categoryName + u"/" + label.name + (label.isProtected ? u" protected:" : u":"));
+      for (const std::string& path : labels.pathsOf(label.uuid)) all += " " + path;
+      all += "; ";
+    }
+    MetadataStore metadata(store);
+    for (const MetadataPath& profile : metadata.getChildPaths(MetadataPath({PathElement(u"Export", u"Root")})))
+      all += toBytes(metadata.getNode(profile)->getValue(u"Name"));
+    return all;
+  }
+
+  static constexpr const char* ALL =
+      "audience/\u00F6ffentlich protected: open; state/draft: drafts drafts/a open; public";
 };
 
 // Ends a scope by an exception after `change`.
@@ -160,7 +194,7 @@ TEST_F(StoreTest, AStoreWhoseRowsAreNotAsTheyAreWrittenIsRefused) {
   // What it belongs to is not there; another type, or half a character.
   const std::pair<std::string, std::vector<std::string>> strays[] = {
       {"category", {"name = 'CC'", "name = x'43'", "uuid = 'cc'; UPDATE label SET category = 'cc'"}},
-      {"label", {"category = x'0000'", "name = 'LL'", "name = x'004c00'", "kept = 2", "kept = 0.5"}},
+      {"label", {"category = x'0000'", "name = 'LL'", "name = x'004c00'", "protected = 2", "protected = 0.5"}},
       {"label", {"uuid = 'll'; UPDATE attachment SET label = 'll'"}},
       {"attachment", {"label = x'0000'", "path = 'p'", "path = x'610062'"}},
       {"node", {"parent = x'000000020061000000020062'", "parent = x'00000002'", "parent = ''; DELETE FROM node_value"}},
@@ -179,6 +213,61 @@ TEST_F(StoreTest, AStoreWhoseRowsAreNotAsTheyAreWrittenIsRefused) {
        {"", "/", "/p", "p/", "p//q", ".", "..", "../p", "p/..", "p/./q", ".project", ".project/p"}) {
     runSql(file_, std::string(sound).append("UPDATE attachment SET path = CAST('").append(path).append("' AS BLOB)"));
     EXPECT_EQ(refusalOf([&] { open(); }), errors::STORE_UNREADABLE) << path;
+  }
+}
+
+TEST_F(OldStoreTest, IsBroughtUpToDateWithAllThatItHoldsByWhoeverOpensItFirst) {
+  std::vector<std::future<std::string>> openings(4);
+  for (auto& opening : openings) opening = std::async(std::launch::async, [&] { return holds(open()); });
+  for (auto& opening : openings) EXPECT_EQ(opening.get(), ALL);
+  for (const char* state : {"PRAGMA user_version", "SELECT type, name, tbl_name, sql FROM sqlite_schema ORDER BY name"})
+    EXPECT_EQ(open()->query(state), Store::inMemory()->query(state));
+  LabelStore labels(open());
+  EXPECT_EQ(labels.create(u"state", u"new").isProtected, false);
+}
+
+TEST_F(OldStoreTest, OfAnotherMakeIsRefusedAndLeftAsItIs) {
+  for (const char* change :
+       {"CREATE TRIGGER undo AFTER INSERT ON attachment BEGIN DELETE FROM attachment; END",
+        "CREATE VIEW before AS SELECT 1", "ALTER TABLE label RENAME kept TO protected", "DROP INDEX label_by_category",
+        "PRAGMA user_version = 2", "PRAGMA user_version = 0", "UPDATE label SET kept = 2", "DELETE FROM category"}) {
+    make();
+    runSql(file_, change);
+    const std::string before = read(file_);
+    EXPECT_EQ(refusalOf([&] { open(); }), errors::STORE_UNREADABLE) << change;
+    EXPECT_EQ(read(file_), before) << change;
+  }
+}
+
+TEST_F(OldStoreTest, StaysWholeWhereThereIsNoRoomToBringItUpToDate) {
+  const std::string before = read(file_);
+  rlimit usual{};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &usual), 0);
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit tight{before.size(), usual.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &tight), 0);
+  EXPECT_EQ(refusalOf([&] { open(); }), errors::STORE_FAILED);
+  ::setrlimit(RLIMIT_FSIZE, &usual);
+  std::signal(SIGXFSZ, handler);
+  EXPECT_EQ(read(file_), before);
+  EXPECT_EQ(holds(open()), ALL);
+}
+
+TEST_F(OldStoreTest, IsReadAlsoWhereItCannotBeWritten) {
+  const std::string before = read(file_);
+  const auto allow = [&](mode_t folder, mode_t file) {
+    return ::chmod(folder_.c_str(), folder) == 0 && ::chmod(file_.c_str(), file) == 0;
+  };
+  for (const mode_t file : {0444U, 0666U}) {  // 0666: its journal cannot be made
+    ASSERT_TRUE(allow(0555, file));
+    const bool isRoot = ::geteuid() == 0 && ::seteuid(65534) == 0;
+    const auto store = open();
+    EXPECT_EQ(holds(store->memoryCopy()), ALL);
+    EXPECT_EQ(holds(store), ALL);
+    LabelStore labels(store);
+    EXPECT_EQ(refusalOf([&] { labels.create(u"state", u"new"); }), errors::STORE_FAILED);
+    ASSERT_TRUE(!isRoot || ::seteuid(0) == 0);
+    EXPECT_EQ(read(file_), before);
   }
 }
 

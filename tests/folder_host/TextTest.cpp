@@ -7,7 +7,6 @@
 #include "folder_host/Error.h"
 #include "folder_host/store/Blob.h"
 #include "folder_host/text/Printable.h"
-#include "folder_host/text/Quoted.h"
 #include "folder_host/text/Utf.h"
 #include "foundation/core/except/Exception.h"
 #include "project/exception/ProjectException.h"

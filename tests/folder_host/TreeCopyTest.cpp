@@ -50,7 +50,7 @@ class TreeCopyTest : public FolderTest {
                 const CopyProgress& onProgress = nullptr, const Allowances& allowed = {}) {
     fs::remove_all(in("copy"));
     const Descriptor parent = openFolder(in("."));
-    StagingFolder publication(parent);
+    Publication publication(parent);
     FolderSink sink(publication);
     copyTree(Source(root, allowed), entries, sink, onProgress);
     sink.finish();

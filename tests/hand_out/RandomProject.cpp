@@ -99,7 +99,7 @@ class Planter {
       const LabelRecord label = project_.labels().create(nameOf(category), nameOf(next_));
       planted_.named[label.categoryUUID] = category;
       planted_.named[label.uuid] = next_++;
-      if (oneIn(4)) project_.labels().setKept(label.uuid, true);
+      if (oneIn(4)) project_.labels().setProtected(label.uuid, true);
       attach(label.uuid);
       labels_.push_back(label);
     }

@@ -52,7 +52,7 @@ Host makeHost() {
   };
   const auto addLabel = [host](const std::u16string& category, bool isRemovable) {
     const LabelRecord label = host->project().labels().create(category, project::metadata::generateUUID());
-    host->project().labels().setKept(label.uuid, !isRemovable);
+    host->project().labels().setProtected(label.uuid, !isRemovable);
     return Label(project::management::CategoryIdentifier(label.categoryUUID),
                  project::management::LabelIdentifier(label.uuid, isRemovable ? 1 : 0));
   };

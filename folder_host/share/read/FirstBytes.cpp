@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "folder_host/files/Listing.h"
+#include "folder_host/store/Schema.h"
 
 namespace folder_host {
 
@@ -31,7 +32,7 @@ bool firstBytesTell(std::string_view first) {
   for (const std::string_view archived : {".project/", "./.project/"}) {  // the first name of a tar file
     if (first.substr(0, archived.size()) == archived) return true;
   }
-  if (first.find("CREATE TABLE node(parent BLOB") != std::string_view::npos) return true;
+  if (first.find(FIRST_STATEMENT) != std::string_view::npos) return true;
   const auto take = [&first](std::string_view word) {
     first.remove_prefix(std::min(first.find_first_not_of(" \t\r\n"), first.size()));
     const bool there = first.substr(0, word.size()) == word;

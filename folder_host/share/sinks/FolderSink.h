@@ -16,7 +16,7 @@ namespace folder_host {
 class FolderSink final : public Sink {
  public:
   // The publication outlives the sink.
-  explicit FolderSink(const StagingFolder& publication) : publication_(publication) {}
+  explicit FolderSink(const Publication& publication) : publication_(publication) {}
 
   void addFolder(const OpenEntry& folder) override;
   std::unique_ptr<Writer> writer() override;
@@ -31,7 +31,7 @@ class FolderSink final : public Sink {
     std::array<timespec, 2> times;
   };
 
-  const StagingFolder& publication_;
+  const Publication& publication_;
   std::vector<Folder> folders_;
 };
 

@@ -201,8 +201,8 @@ void keepLabel(const std::string& word, bool kept) {
   const FolderProject project = openProject();
   const LabelRecord label = edit(project, [&] {
     LabelRecord found = findLabel(project.labels().list(), word);
-    project.labels().setKept(found.uuid, kept);
-    found.kept = kept;
+    project.labels().setProtected(found.uuid, kept);
+    found.isProtected = kept;
     return found;
   });
   done(fmt::format("Filters may {} remove label {}.", kept ? "not" : "now", inQuotes(nameOf(label))), jsonOf(label));

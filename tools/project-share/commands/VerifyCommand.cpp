@@ -8,7 +8,7 @@
 #include "commands/Commands.h"
 #include "folder_host/files/Digest.h"
 #include "folder_host/files/Listing.h"
-#include "folder_host/text/Quoted.h"
+#include "folder_host/text/Printable.h"
 #include "output/Json.h"
 #include "output/Output.h"
 #include "output/ProgressLine.h"

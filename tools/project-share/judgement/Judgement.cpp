@@ -31,7 +31,7 @@ using Indices = std::vector<std::size_t>;
 
 project::management::FileLabel fileLabel(const LabelRecord& label) {
   return {project::management::CategoryIdentifier(label.categoryUUID),
-          project::management::LabelIdentifier(label.uuid, label.kept ? 0 : 1)};
+          project::management::LabelIdentifier(label.uuid, label.isProtected ? 0 : 1)};
 }
 
 // Tells by which filter and by which labels each entry is held back. What is held back is known from the turns of the

@@ -80,7 +80,7 @@ Json jsonOf(const folder_host::LabelRecord& label) {
   return {{"uuid", utf8(label.uuid)},
           {"category", utf8(label.categoryName)},
           {"name", utf8(label.name)},
-          {"protected", label.kept}};
+          {"protected", label.isProtected}};
 }
 
 Json jsonOf(const folder_host::Risk& risk) {

@@ -112,7 +112,7 @@ void printLabel(const folder_host::LabelRecord& label, std::size_t paths) {
   object.update(jsonOf(label));
   object["paths"] = paths;
   item(fmt::format("{}  {}  {}{}", freeName(label.uuid), freeName(nameOf(label)), counted(paths, "path", "paths"),
-                   label.kept ? ", protected" : ""),
+                   label.isProtected ? ", protected" : ""),
        object);
 }
 

@@ -23,7 +23,7 @@ using folder_host::Entry;
 using folder_host::EntryKind;
 using folder_host::Place;
 using folder_host::Progress;
-using folder_host::StagingFolder;
+using folder_host::Publication;
 
 namespace {
 
@@ -120,8 +120,8 @@ Receipt::Receipt(const folder_host::WorkingCopy& project, const Place& copy, std
       place_(orFailed(file_, [&] { return placeOfReceipt(project, copy, file_); })),
       staging_(orFailed(file_,
                         [&] {
-                          StagingFolder::removeAbandoned(place_.parent);
-                          return StagingFolder(place_.parent);
+                          Publication::removeAbandoned(place_.parent);
+                          return Publication(place_.parent);
                         })),
       descriptor_(orFailed(
           file_, [&] { return openBeneath(staging_.content(), CONTENT, O_WRONLY | O_CREAT | O_EXCL, 0600); })) {}

@@ -37,7 +37,7 @@ class Receipt {
   std::string file_;
   std::string destination_;
   folder_host::Place place_;
-  folder_host::StagingFolder staging_;
+  folder_host::Publication staging_;
   folder_host::Descriptor descriptor_;
   std::string buffer_;
 };

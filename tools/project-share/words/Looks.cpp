@@ -4,7 +4,7 @@
 
 #include "Refusal.h"
 #include "folder_host/text/FoldedName.h"
-#include "folder_host/text/Quoted.h"
+#include "folder_host/text/Printable.h"
 #include "folder_host/text/Utf.h"
 
 namespace project_share {

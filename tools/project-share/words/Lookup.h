@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "folder_host/FolderProject.h"
-#include "folder_host/text/Quoted.h"
+#include "folder_host/text/Printable.h"
 #include "project/sharing/profiles/ExportFilter.h"
 #include "project/sharing/profiles/ExportProfile.h"
 #include "project/sharing/profiles/ExportProfileManager.h"
