@@ -192,6 +192,7 @@ void addProfileCommands(CLI::App& app, Words& words) {
 }
 
 // RISK[,RISK...], or RISK=PATH with a path that may hold anything.
+// A path may hold a comma and an equals sign, so a word with a path names one risk alone.
 std::vector<Allowed> allowedBy(const std::vector<std::string>& words) {
   std::vector<Allowed> allowed;
   for (const std::string& word : words) {
