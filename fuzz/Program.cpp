@@ -42,20 +42,15 @@ const std::string& scratch() {
   return made.name;
 }
 
-std::vector<std::string> split(const std::string& text, char by) {
-  std::istringstream stream(text);
-  std::vector<std::string> parts;
-  for (std::string part; std::getline(stream, part, by);) parts.push_back(part);
-  return parts;
-}
-
-int exitCode(std::vector<std::string>& words, bool isTrusted) {
-  std::vector<char*> arguments;
-  arguments.reserve(words.size() + 1);
-  for (std::string& word : words) arguments.push_back(word.data());
-  arguments.push_back(nullptr);
+int exitCode(std::string line, bool isTrusted) {
+  std::vector<char*> words = {line.data()};
+  for (char& c : line) {
+    if (c == ' ') c = '\0', words.push_back(&c + 1);
+  }
+  const int count = static_cast<int>(words.size());
+  words.push_back(nullptr);
   try {
-    return project_share::runCommandLine(static_cast<int>(words.size()), arguments.data());
+    return project_share::runCommandLine(count, words.data());
   } catch (const project_share::Refusal&) {  // of the tool or the host
     return 1;
   } catch (const foundation::core::except::IMsgIDException&) {
@@ -77,13 +72,11 @@ void makeProject() {
   fs::current_path("project");
 }
 
-void replaceStore(const std::string& bytes) { std::ofstream(".project/store.db", std::ios::binary) << bytes; }
-
 void runProgram(const std::string& lines, bool isTrusted) {
   const fs::path folder = fs::current_path();
-  for (const std::string& line : split(lines, '\n')) {
-    auto words = split("project-share " + line, ' ');
-    const int code = exitCode(words, isTrusted);
+  std::istringstream stream(lines);
+  for (std::string line; std::getline(stream, line);) {
+    const int code = exitCode("project-share " + line, isTrusted);
     require(code == 0 || code == 1 || code == 2, "a command is done, refused, or no command");
     fs::current_path(folder);
   }

@@ -1,11 +1,13 @@
 // A project whose store is any bytes.
 
+#include <fstream>
+
 #include "Fuzz.h"
 #include "Program.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   makeProject();
-  replaceStore({reinterpret_cast<const char*>(bytes), size});
+  std::ofstream(".project/store.db").write(reinterpret_cast<const char*>(bytes), static_cast<std::streamsize>(size));
   runProgram(
       "label list\nstatus\nprofile list\nprofile show public\npreview public\nshare public ../copy --receipt "
       "../receipt\n"

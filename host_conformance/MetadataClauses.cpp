@@ -1,5 +1,5 @@
-#include <atomic>
 #include <chrono>
+#include <future>
 #include <thread>
 
 #include "Bench.h"
@@ -119,18 +119,17 @@ constexpr Clause SCOPE_008("optional_SCOPE_008_SessionsOfTwoThreadsAreIsolated",
   };
   for (const bool isWriting : {true, false}) {  // a scope lasts, another session would write
     const std::u16string before = t.valueAt(A);
-    std::atomic<bool> isDone = false;
-    std::thread writer;
+    std::future<void> writer;  // waits for its end, also where a call throws
     {
       const Access scope = isWriting ? t.writing() : t.reading();
       EXPECT_EQ(t.valueAt(A), before);
-      writer = std::thread([&] { insist(write), isDone = true; });
-      std::this_thread::sleep_for(std::chrono::milliseconds(30));
+      writer = std::async(std::launch::async, [&] { insist(write); });
+      const bool isDone = writer.wait_for(std::chrono::milliseconds(30)) == std::future_status::ready;
       EXPECT_FALSE(isWriting && isDone) << "another session writes during a write scope";
       for (const Node& node : {A, B}) EXPECT_EQ(t.valueAt(node), before) << "in one scope, and a nested one";
       if (isWriting) scope->setNodes({{pathOf(A), holding(before + u"x")}, {pathOf(B), holding(before + u"x")}});
     }
-    writer.join();
+    writer.get();
     const std::u16string after = before + (isWriting ? u"xx" : u"x");
     for (const Node& node : {A, B}) EXPECT_EQ(t.valueAt(node), after) << "no write is lost";
   }

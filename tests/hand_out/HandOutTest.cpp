@@ -1,6 +1,10 @@
-#include <algorithm>
+#include <sys/xattr.h>
 
-#include "CanaryScanner.h"
+#include <algorithm>
+#include <cerrno>
+#include <set>
+#include <system_error>
+
 #include "Environment.h"
 #include "PlainFilters.h"
 #include "RandomProject.h"
@@ -21,6 +25,46 @@ using namespace folder_host;
 using namespace project::sharing::profiles;
 
 namespace {
+
+// Of extended attributes the names: none leaves without.
+std::string attributesOf(const fs::path& path) {
+  std::string names(std::size_t{1} << 16U, '\0');  // the system's own bound
+  const ssize_t size = ::llistxattr(path.c_str(), names.data(), names.size());
+  if (size < 0 && errno != ENOTSUP) throw std::system_error(errno, std::generic_category(), path.string());
+  return names.substr(0, static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+}
+
+// All that lies in the folder, in a fixed order: names, contents, link targets, and attributes, also its own.
+std::string everythingIn(const fs::path& folder) {
+  std::vector<fs::path> paths(fs::recursive_directory_iterator(folder), {});
+  std::sort(paths.begin(), paths.end());
+  std::string bytes = attributesOf(folder);
+  for (const fs::path& path : paths) {
+    bytes += '\n' + path.filename().string() + '\n' + attributesOf(path) + '\n';
+    if (fs::is_symlink(path))
+      bytes += fs::read_symlink(path).string();
+    else if (fs::is_regular_file(path))
+      bytes += read(path);
+  }
+  return bytes;
+}
+
+// The numbers of the canaries in any of the encodings, which are one without zero bytes.
+std::set<int> canariesIn(std::string bytes) {
+  bytes.erase(std::remove(bytes.begin(), bytes.end(), '\0'), bytes.end());
+  std::set<int> numbers;
+  for (std::size_t at = bytes.find("cNry"); at != bytes.npos; at = bytes.find("cNry", at + 1)) {
+    const int number = std::atoi(bytes.substr(at + 4, 6).c_str());
+    if (bytes.compare(at, canary(number).size(), canary(number)) == 0) numbers.insert(number);
+  }
+  return numbers;
+}
+
+// Whether the ASCII text is there in any of the encodings.
+bool holds(const std::string& bytes, const std::string& ascii) {
+  const auto texts = encoded(ascii);
+  return std::any_of(texts.begin(), texts.end(), [&](const auto& text) { return bytes.find(text) != bytes.npos; });
+}
 
 class HandOutTest : public FolderTest {
  protected:

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <random>
+#include <set>
 
-#include "CanaryScanner.h"
 #include "folder_host/Fixture.h"
 #include "folder_host/FolderProject.h"
 #include "folder_host/files/Descriptor.h"
@@ -21,6 +21,14 @@ namespace fs = std::filesystem;
 
 using namespace folder_host;
 using namespace project::sharing::profiles;
+
+std::string canary(int number) { return "cNry" + std::to_string(1000000 + number).substr(1) + "x"; }
+
+std::array<std::string, 3> encoded(const std::string& ascii) {
+  std::array<std::string, 3> bytes;
+  for (const char c : ascii) bytes[0] += c, bytes[1] += {c, '\0'}, bytes[2] += {'\0', c};
+  return bytes;
+}
 
 namespace {
 

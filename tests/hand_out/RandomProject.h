@@ -1,10 +1,18 @@
 #pragma once
 
+#include <array>
 #include <map>
 #include <string>
 #include <vector>
 
+// Everything in a project is marked by a canary, by which a copy tells what it gives away.
 namespace hand_out {
+
+// The text for a number below 1000000, which a file name takes and nothing else contains: "cNry000123x".
+std::string canary(int number);
+
+// ASCII text as the bytes of UTF-8, UTF-16LE and UTF-16BE.
+std::array<std::string, 3> encoded(const std::string& ascii);
 
 struct Planted {
   std::map<std::u16string, int> named;  // all labels, categories and profiles: the canary in the name, by UUID

@@ -192,6 +192,7 @@ void addProfileCommands(CLI::App& app, Words& words) {
 }
 
 // RISK[,RISK...], or RISK=PATH with a path that may hold anything.
+// A path may hold a comma and an equals sign, so a word with a path names one risk alone.
 std::vector<Allowed> allowedBy(const std::vector<std::string>& words) {
   std::vector<Allowed> allowed;
   for (const std::string& word : words) {
@@ -227,6 +228,14 @@ ShareWords shareWordsOf(const Words& words) {
   return share;
 }
 
+std::string riskList() {
+  std::string list = "\n\nRisks that --allow takes:";
+  for (const RiskKind* kind : risks::ALL) {
+    if (kind->level == Level::risk) list += fmt::format("\n  {:23}{}", kind->identifier, kind->meaning);
+  }
+  return list;
+}
+
 void addShareCommands(CLI::App& app, Words& words) {
   CLI::App* preview =
       addCommand(&app, "preview", "Show as a tree what a share would hand out, and what it would hold back and why",
@@ -255,8 +264,7 @@ void addShareCommands(CLI::App& app, Words& words) {
                                  "A JSON file to be made, for you: what was shared, what was held back, and why")
                              ->required(false)
                              ->type_name("FILE");
-  share->footer(share->get_footer() +
-                fmt::format("\n\nRisks that --allow takes:\n  {{{}}}", fmt::join(allowableRisks(), ",")));
+  share->footer(share->get_footer() + riskList());
   share->callback([&words, receipt] {
     if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
     project_share::share(shareWordsOf(words));

@@ -69,6 +69,7 @@ Risk linkNote(const FolderProject& project, const LabelRecord& label, const Path
 
 // Whoever detaches the label from a file says that it may be shared, with what it holds, even where that, or its name,
 // is what the label holds back elsewhere. Gives those of the paths for which there is such a place, and their digests.
+// Only the named files can be settled, so only they are compared with what carries the label.
 std::map<std::string, std::string> settledAmong(const FolderProject& project, const Paths& paths,
                                                 const Paths& labelled) {
   const EntryTable table(std::make_shared<const Listing>(project.list()));
@@ -124,6 +125,7 @@ void createLabels(const std::vector<std::string>& labels) {
   const FolderProject project = openProject();
   const std::vector<LabelRecord> made = edit(project, [&] {
     std::vector<LabelRecord> records;
+    // Looked up within the scope: another command may be making the same label.
     LabelLooks looks(project.labels().list());
     for (const std::string& label : labels) {
       const auto [category, name] = splitLabel(label);

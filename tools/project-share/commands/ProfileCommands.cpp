@@ -23,6 +23,8 @@ using profiles::ExportStrategyItem;
 namespace {
 
 // A name that is free for the profile of this UUID (empty: for a new one).
+// Profiles are named in commands. Two that look alike would sooner or later be taken for each other, and the wrong one
+// would hand out.
 std::u16string unusedName(ExportProfileManager& manager, const std::string& word, const std::u16string& uuid = {}) {
   std::u16string name = folder_host::fromBytes(word);
   if (name.empty()) throw Refusal(folder_host::errors::NAME_EMPTY, "a profile needs a name");
@@ -47,6 +49,7 @@ std::shared_ptr<ExportFilter> filterOf(const ExportProfile& profile, const std::
 }
 
 // A deleted label is named by its UUID, as `profile show` gives it.
+// A deleted label can be taken out, too: that is what a share refuses for and tells to do.
 ExportStrategyItem itemIn(const ExportFilter& filter, const LabelIndex& labels, const std::string& word) {
   const std::u16string text = folder_host::fromBytes(word);
   for (const ExportStrategyItem& item : filter.getItems()) {

@@ -18,6 +18,7 @@ using folder_host::FolderProject;
 
 namespace {
 
+// Trust is in an owner of a folder, not in the folder: should it ever belong to somebody else, it is asked for again.
 void remember(const std::string& root, const std::vector<uid_t>& owners) {
   changeTrustedProjects([&](TrustedProjects& projects) {
     for (const uid_t owner : owners) {

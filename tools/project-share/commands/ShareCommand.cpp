@@ -143,6 +143,7 @@ void report(const Judgement& judgement, const folder_host::HandedOut& result, co
   if (!manner().json) line(textOf(judgement.leaving));
 }
 
+// The two words are easily exchanged, and a folder named like a profile would be made in the wrong place.
 std::shared_ptr<profiles::ExportProfile> profileOf(WorkingCopy& copy, const ShareWords& words) {
   const auto manager = managerOf(copy);
   try {
@@ -166,6 +167,7 @@ void share(const ShareWords& words) {
   Judgement judgement = profile ? judge(*copy, *profile) : judgeWhole(*copy);
   addIdleAllowances(words, judgement.found.risks, false, judgement.found.notes);
   refuseRisks(judgement.found, words);
+  // All that can be refused has been by now: nothing is written for a share that is refused.
   const Interruption interruption;  // ends last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
   if (!words.receipt.empty()) receipt.emplace(*copy, place, words.receipt);

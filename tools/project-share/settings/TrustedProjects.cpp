@@ -75,6 +75,7 @@ void write(const Descriptor& folder, const TrustedProjects& projects) {
 
 }  // namespace
 
+// Settings that others can write would let them trust themselves.
 TrustedProjects trustedProjects() {
   const std::string name = settingsFolder() + "/" + NAME;
   Descriptor file(::open(name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));

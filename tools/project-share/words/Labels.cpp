@@ -33,6 +33,7 @@ LabelIndex::LabelIndex(std::vector<LabelRecord> records) : records_(std::move(re
   }
 }
 
+// A label may be named like the UUID of another. What a person sees in a list is the name, so the name comes first.
 const LabelRecord& LabelIndex::named(const std::string& word) const {
   const std::u16string text = folder_host::fromBytes(word);
   const auto [first, last] = byName_.equal_range(text);

@@ -33,6 +33,7 @@ std::unique_ptr<ExportProfileManager> managerOf(folder_host::WorkingCopy& copy) 
   return profiles::createManager(copy.getMetadataManager());
 }
 
+// A store may have lost one value. The profile must still be found, or it could not be deleted.
 std::u16string nameOf(const ExportProfile& profile) {
   try {
     return profile.getName();

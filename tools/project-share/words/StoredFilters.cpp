@@ -14,6 +14,8 @@ namespace project_share {
 using project::metadata::MetadataPath;
 using project::metadata::MetadataPathBuilder;
 
+// The library passes over what it does not know, and gives no sign. A rule that was written by a newer version would be
+// a rule that nobody applies: so the stored form is looked at here.
 std::vector<std::string> skippedIn(const project::sharing::profiles::ExportProfile& profile,
                                    project::metadata::MetadataManager& metadata) {
   std::set<std::u16string> known;
