@@ -1,4 +1,4 @@
-// Runs the example in the tiny host: of two files, the one without the label is left.
+// Runs the example in the tiny host: of two files, the one without the label is shared.
 #include <iostream>
 #include <string>
 

@@ -14,18 +14,18 @@
 
 namespace host_conformance {
 
-// Of the host's classes the suite uses what the library uses, so that it compiles with every host that the library
-// compiles with. It names nodes by texts of its own: each a type and a location, from the top down.
+// The suite uses of the host's classes what the library uses, so that it compiles with every host that the library
+// compiles with. It names nodes by texts of its own: a type and a location for each step, from the top down.
 using Node = std::vector<std::pair<std::u16string, std::u16string>>;
 using Nodes = std::multiset<Node>;
 using Content = std::shared_ptr<project::metadata::MetadataNode>;
 using Metadata = std::shared_ptr<project::metadata::MetadataManager>;
 
-// What a project holds: an entry, a label on one, a label, a category. Each in words that a failure prints.
+// What a project holds: an entry, a label on one, a label, a category. Each is in words that a failure prints.
 using Facts = std::multiset<std::vector<std::u16string>>;
 
 class Bench;
-using Clause = std::pair<const char*, void (*)(Bench&)>;  // a name for ever, and the check
+using Clause = std::pair<const char*, void (*)(Bench&)>;  // a name that never changes, and the check
 using Clauses = std::vector<Clause>;
 Clauses metadataClauses();
 Clauses projectClauses();
@@ -36,11 +36,11 @@ constexpr std::size_t TOP = static_cast<std::size_t>(-1);
 
 // Texts that careless comparisons, patterns, normalisations and encodings spoil, or take for one another.
 std::vector<std::u16string> hardTexts(std::size_t longest = 300);
-std::vector<std::u16string> hardNames(std::u16string_view without);  // the empty one is none
+std::vector<std::u16string> hardNames(std::u16string_view without);  // the empty text is not a name
 std::u16string number(std::size_t value);
 
-// A node as the library has it: the root of all profiles, below it a profile, its filter, the filter's item, and what
-// the library passes over.
+// Give a node as the library has it: the root of all profiles; below it a profile, its filter, and the filter's item;
+// and below that what the library passes over.
 Node at(const std::vector<std::u16string>& locations);
 Node operator+(Node node, const std::u16string& location);
 project::metadata::MetadataPath pathOf(const Node& node);
@@ -48,7 +48,7 @@ Content holding(const std::u16string& value);
 
 Facts factsOf(project::management::ProjectManager& project);
 
-// Of much, the first that is too much and the first that is missing.
+// Tells of two sets how many are too many and missing, and the first of each.
 template <class Set>
 testing::AssertionResult same(const Set& is, const Set& should) {
   Set more, less;
@@ -60,14 +60,14 @@ testing::AssertionResult same(const Set& is, const Set& should) {
   return result;
 }
 
-// A thousand, of this process and of one that runs this program again: none where that fails. In that process,
+// Give a thousand UUIDs of this process, or of one that runs this program again; none where that fails. In that process
 // tellUuidsIfAsked does not return.
 using Uuids = std::vector<std::string>;
 Uuids uuidsOfThisProcess();
 Uuids uuidsOfAnotherProcess();
 void tellUuidsIfAsked();
 
-// The metadata, in a scope that lasts as long as this.
+// The metadata, in a scope that lasts as long as this object.
 struct Access {
   project::metadata::MetadataManager* operator->() const { return metadata; }
 
@@ -85,11 +85,11 @@ struct Known {
 struct Entry {
   Path path;
   bool isFolder;
-  std::size_t folder;  // that holds it, by its number; TOP where it lies in the root folder
+  std::size_t folder;  // the number of the folder that it lies in; TOP for the root folder
   std::set<Key> labels;
 };
 
-// One clause and its host. A clause that wants a hook that is not there ends there, skipped.
+// One clause and its host. A clause that asks for a hook that is not set ends there, and is skipped.
 class Bench : public testing::Test {
  public:
   Bench(void (*check)(Bench&), Host made) : check_(check), host_(std::move(made)) { use(host_.project); }
@@ -112,19 +112,20 @@ class Bench : public testing::Test {
   void write(const Nodes& nodes, const std::u16string& value = u"value") const;
   void remove(const Nodes& nodes) const;
 
-  // A name that is refused is left out: it gives TOP, and no label.
+  // A refused name is passed over: no entry is made, and the number is TOP; or no label is made.
   std::size_t addEntry(std::size_t folder, const std::u16string& name, bool isFolder);
   void addLabels(const std::vector<std::u16string>& categories, bool isRemovable = true);
   void attach(std::size_t entry, const Label& label);
-  // Files and folders of hard names, equal names in several folders, empty folders, folders thirty deep.
+  // Adds files and folders of hard names, equal names in several folders, empty folders, and folders thirty deep.
   void plant();
   void removeLabel(project::management::ProjectManager& from, const Label& label) const;
 
-  // What the project has to hold: no entry that does not stay, but those above a file that does; nothing that lies in
-  // one that has gone; no label that goes, and no category whose last label has gone so.
+  // Gives what the project has to hold after a share: the entries that are shared, and the folders above shared files,
+  // but nothing that lies in a removed folder; the labels that are not removed; and the categories, without those whose
+  // last label was removed.
   Facts facts(
-      const std::function<bool(const Entry&)>& stays = [](const Entry&) { return true; },
-      const std::function<bool(const Known&)>& goes = [](const Known&) { return false; }) const;
+      const std::function<bool(const Entry&)>& isShared = [](const Entry&) { return true; },
+      const std::function<bool(const Known&)>& isRemoved = [](const Known&) { return false; }) const;
 
   Metadata metadata;
   std::vector<Entry> entries;
@@ -137,7 +138,7 @@ class Bench : public testing::Test {
   };
 
   void TestBody() override;
-  std::vector<bool> left(const std::function<bool(const Entry&)>& stays) const;
+  std::vector<bool> shared(const std::function<bool(const Entry&)>& isShared) const;
 
   void (*check_)(Bench&);
   Host host_;

@@ -1,5 +1,5 @@
-#include <atomic>
 #include <chrono>
+#include <future>
 #include <thread>
 
 #include "Bench.h"
@@ -111,34 +111,28 @@ constexpr Clause SCOPE_008("optional_SCOPE_008_SessionsOfTwoThreadsAreIsolated",
   if (!t.host().isolatesSessions) GTEST_SKIP() << "the host does not declare isolatesSessions";
   const Project other = t.hook(&Host::openAgain, "openAgain")();
   t.write({A, B}, u"0");
-  const auto increase = [](const Metadata& metadata) {
+  const auto write = [&] {
+    const Metadata metadata = other->getMetadataManager();
     const MetadataScopeGuard scope = metadata->beginWriteScope();
-    const Content content = metadata->getNode(pathOf(A));
-    const std::u16string next = (content ? content->getValue(u"Data") : u"none") + u"x";
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    const std::u16string next = metadata->getNode(pathOf(A))->getValue(u"Data") + u"x";
     for (const Node& node : {A, B}) metadata->setNodes({{pathOf(node), holding(next)}});
   };
-  const auto asLongAs = [&](bool isWriting) {  // a scope lasts, another session would write
-    std::atomic<bool> isDone = false;
-    std::thread writer;
+  for (const bool isWriting : {true, false}) {  // a scope lasts, another session would write
+    const std::u16string before = t.valueAt(A);
+    std::future<void> writer;  // waits for its end, also where a call throws
     {
       const Access scope = isWriting ? t.writing() : t.reading();
-      const std::u16string before = t.valueAt(A);
-      writer = std::thread([&] { insist([&] { increase(other->getMetadataManager()); }), isDone = true; });
-      std::this_thread::sleep_for(std::chrono::milliseconds(30));
+      EXPECT_EQ(t.valueAt(A), before);
+      writer = std::async(std::launch::async, [&] { insist(write); });
+      const bool isDone = writer.wait_for(std::chrono::milliseconds(30)) == std::future_status::ready;
       EXPECT_FALSE(isWriting && isDone) << "another session writes during a write scope";
       for (const Node& node : {A, B}) EXPECT_EQ(t.valueAt(node), before) << "in one scope, and a nested one";
+      if (isWriting) scope->setNodes({{pathOf(A), holding(before + u"x")}, {pathOf(B), holding(before + u"x")}});
     }
-    writer.join();
-  };
-  for (const bool isWriting : {true, false}) asLongAs(isWriting);
-  constexpr int EACH = 10;
-  std::thread writer([&] {
-    for (int i = 0; i < EACH; ++i) insist([&] { increase(other->getMetadataManager()); });
-  });
-  for (int i = 0; i < EACH; ++i) insist([&] { increase(t.metadata); });
-  writer.join();
-  for (const Node& node : {A, B}) EXPECT_EQ(t.valueAt(node).size(), 3U + 2 * EACH) << "no write is lost";
+    writer.get();
+    const std::u16string after = before + (isWriting ? u"xx" : u"x");
+    for (const Node& node : {A, B}) EXPECT_EQ(t.valueAt(node), after) << "no write is lost";
+  }
 });
 
 constexpr Clause STORE_001("required_STORE_001_MissingParentsAreMade", [](Bench& t) {
@@ -228,15 +222,15 @@ constexpr Clause STORE_008("required_STORE_008_NamesThatAreNearlyAlikeStayApart"
 });
 
 constexpr Clause STORE_009("required_STORE_009_RemovingANodeSparesThoseOfNearNames", [](Bench& t) {
-  Nodes left;
-  for (const std::u16string& name : hardTexts()) left.insert(at({name}));
-  for (const Node& node : left) t.write({node + u"b" + u"c"});
-  while (!left.empty()) {
-    const Node gone = *left.begin();
-    t.remove({gone});
-    left.erase(left.begin());
-    EXPECT_TRUE(same(t.children(ROOT), left)) << "removed with " << testing::PrintToString(gone);
-    for (const Node& node : left) EXPECT_TRUE(t.exists(node + u"b" + u"c")) << testing::PrintToString(gone);
+  Nodes stored;
+  for (const std::u16string& name : hardTexts()) stored.insert(at({name}));
+  for (const Node& node : stored) t.write({node + u"b" + u"c"});
+  while (!stored.empty()) {
+    const Node removed = *stored.begin();
+    t.remove({removed});
+    stored.erase(stored.begin());
+    EXPECT_TRUE(same(t.children(ROOT), stored)) << "removed with " << testing::PrintToString(removed);
+    for (const Node& node : stored) EXPECT_TRUE(t.exists(node + u"b" + u"c")) << testing::PrintToString(removed);
   }
 });
 

@@ -32,13 +32,13 @@ constexpr Clause LABEL_003("optional_LABEL_003_ARemovedLabelGoesAloneAndItsCateg
   t.addLabels({u"a", u"b"});
   t.addLabels(hardNames({}));
   while (!t.labels.empty()) {
-    const Label gone = t.labels.front().label;
+    const Label removed = t.labels.front().label;
     t.labels.erase(t.labels.begin());
-    t.removeLabel(t.project(), gone);
+    t.removeLabel(t.project(), removed);
     EXPECT_TRUE(same(factsOf(t.project()), t.facts())) << "which still has its category";
-    if (!t.project().getLabelManager().getLabels(gone.getCategory()).empty()) continue;
-    t.project().getLabelManager().removeCategory(gone.getCategory());
-    t.categories.erase(keyOf(gone).first);
+    if (!t.project().getLabelManager().getLabels(removed.getCategory()).empty()) continue;
+    t.project().getLabelManager().removeCategory(removed.getCategory());
+    t.categories.erase(keyOf(removed).first);
     EXPECT_TRUE(same(factsOf(t.project()), t.facts())) << "which has its category no more";
   }
 });
@@ -86,22 +86,23 @@ constexpr Clause FILE_004("optional_FILE_004_EntriesTellTheirOwnLabels", [](Benc
   EXPECT_TRUE(same(factsOf(t.project()), t.facts()));
 });
 
-using RoundOf = std::function<std::size_t(std::size_t)>;  // of an entry's number: 7 where it stays
+using RoundOf = std::function<std::size_t(std::size_t)>;  // of an entry's number: 7 where it is never removed
 
-// What is nearly called like what goes stays, mostly, for another round.
+// Entries of nearly the same name are mostly removed in different rounds.
 void removeInRounds(Bench& t, const RoundOf& roundOf, bool areAtOnce) {
   for (std::size_t round = 0; round < 7; ++round) {
-    std::vector<Path> going;
+    std::vector<Path> removed;
     for (std::size_t i = 0; i < t.entries.size(); ++i) {
-      if (roundOf(i) == round) going.push_back(t.entries[i].path);
+      if (roundOf(i) == round) removed.push_back(t.entries[i].path);
     }
-    if (round % 2 == 1) std::reverse(going.begin(), going.end());
-    if (areAtOnce) t.project().getFileManager().removeFiles(going);
-    for (std::size_t i = 0; i < going.size() && !areAtOnce; ++i) t.project().getFileManager().removeFiles({going[i]});
-    const auto stays = [&](const Entry& entry) {
+    if (round % 2 == 1) std::reverse(removed.begin(), removed.end());
+    if (areAtOnce) t.project().getFileManager().removeFiles(removed);
+    for (std::size_t i = 0; i < removed.size() && !areAtOnce; ++i)
+      t.project().getFileManager().removeFiles({removed[i]});
+    const auto isShared = [&](const Entry& entry) {
       return roundOf(static_cast<std::size_t>(&entry - t.entries.data())) > round;
     };
-    EXPECT_TRUE(same(factsOf(t.project()), t.facts(stays)));
+    EXPECT_TRUE(same(factsOf(t.project()), t.facts(isShared)));
   }
 }
 

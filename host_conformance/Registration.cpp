@@ -46,7 +46,7 @@ Facts factsOf(project::management::ProjectManager& project) {
     all.insert({u"category", category.toString()});
     for (const auto& label : project.getLabelManager().getLabels(category)) {
       all.insert(
-          {label.isRemovable() != 0 ? u"label" : u"kept", category.toString(), Label(category, label).getUUID()});
+          {label.isRemovable() != 0 ? u"label" : u"protected", category.toString(), Label(category, label).getUUID()});
     }
   }
   return all;
@@ -143,14 +143,6 @@ void Bench::plant() {
     addEntry(folder, u".e", true);
     addEntry(folder, u".f", false);
   }
-  // The other way round: where one of two names is refused, it is now the other one.
-  const std::size_t backward = addEntry(TOP, u"dea", true);
-  std::vector<std::u16string> names = hardNames(std::u16string_view(u"/\0", 2));
-  std::reverse(names.begin(), names.end());
-  for (const std::u16string& name : names) {
-    const std::size_t folder = addEntry(backward, name, true);
-    if (folder != TOP) addEntry(folder, u"f", false);
-  }
   std::size_t deep = top;
   for (int depth = 0; depth < 30; ++depth) deep = addEntry(deep, u"d", true);
   for (const std::size_t folder : {deep, TOP}) addEntry(folder, u"f", false);
@@ -160,41 +152,41 @@ void Bench::removeLabel(project::management::ProjectManager& from, const Label& 
   from.getLabelManager().removeLabel(label.getCategory(), label.getLabelIdentifier(), false);
 }
 
-std::vector<bool> Bench::left(const std::function<bool(const Entry&)>& stays) const {
+std::vector<bool> Bench::shared(const std::function<bool(const Entry&)>& isShared) const {
   std::vector<bool> are(entries.size());
   for (std::size_t i = 0; i < entries.size(); ++i) {
-    are[i] = stays(entries[i]);
+    are[i] = isShared(entries[i]);
     if (!are[i] || entries[i].isFolder) continue;
     for (std::size_t above = entries[i].folder; above != TOP; above = entries[above].folder) are[above] = true;
   }
-  for (std::size_t i = 0; i < entries.size(); ++i) {  // what lies in a folder stands after it
+  for (std::size_t i = 0; i < entries.size(); ++i) {  // what lies in a folder has a higher number
     if (entries[i].folder != TOP) are[i] = are[i] && are[entries[i].folder];
   }
   return are;
 }
 
-Facts Bench::facts(const std::function<bool(const Entry&)>& stays,
-                   const std::function<bool(const Known&)>& goes) const {
+Facts Bench::facts(const std::function<bool(const Entry&)>& isShared,
+                   const std::function<bool(const Known&)>& isRemoved) const {
   Facts all;
-  std::set<Key> gone;
-  std::set<std::u16string> robbed, inhabited;
+  std::set<Key> removed;
+  std::set<std::u16string> emptied, inhabited;
   for (const Known& known : labels) {
-    const auto [category, uuid] = keyOf(known.label);
-    (goes(known) ? robbed : inhabited).insert(category);
-    if (goes(known)) gone.insert({category, uuid});
-    if (!goes(known)) all.insert({known.isRemovable ? u"label" : u"kept", category, uuid});
+    const Key key = keyOf(known.label);
+    (isRemoved(known) ? emptied : inhabited).insert(key.first);
+    if (isRemoved(known)) removed.insert(key);
+    if (!isRemoved(known)) all.insert({known.isRemovable ? u"label" : u"protected", key.first, key.second});
   }
   for (const std::u16string& category : categories) {
-    if (robbed.count(category) == 0 || inhabited.count(category) != 0) all.insert({u"category", category});
+    if (emptied.count(category) == 0 || inhabited.count(category) != 0) all.insert({u"category", category});
   }
-  const std::vector<bool> are = left(stays);
+  const std::vector<bool> are = shared(isShared);
   const std::size_t root = project().getFileManager().getRootFolder().text().size();
   for (std::size_t i = 0; i < entries.size(); ++i) {
     if (!are[i]) continue;
     const std::u16string text = entries[i].path.text().substr(root);
     all.insert({entries[i].isFolder ? u"folder" : u"file", text});
     for (const Key& label : entries[i].labels) {
-      if (gone.count(label) == 0) all.insert({u"on", text, label.first, label.second});
+      if (removed.count(label) == 0) all.insert({u"on", text, label.first, label.second});
     }
   }
   return all;

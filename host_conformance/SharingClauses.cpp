@@ -1,4 +1,5 @@
-// The library itself, on the host. What has to come of it is computed from what the suite set up, by a rule of its own.
+// The library itself, on the host. What it has to do is computed from what the suite set up, by code of the suite's
+// own.
 #include <map>
 
 #include "Bench.h"
@@ -61,21 +62,21 @@ void checkShare(Bench& t, const std::u16string& ofFiles, const std::u16string& o
   profile->addFilter(ofFiles, asItems(items.first));
   profile->addFilter(ofLabels, asItems(items.second));
   profile->save();
-  const bool listedGo = ofLabels == EXCLUDE_LABEL;
-  const auto stays = [&](const Entry& entry) {
+  const bool removesListed = ofLabels == EXCLUDE_LABEL;
+  const auto isShared = [&](const Entry& entry) {
     const auto isOne = [&](const Key& label) { return isListed(items.first, label); };
     const auto begin = entry.labels.begin(), end = entry.labels.end();
-    return listedGo ? std::none_of(begin, end, isOne) : begin != end && std::all_of(begin, end, isOne);
+    return removesListed ? std::none_of(begin, end, isOne) : begin != end && std::all_of(begin, end, isOne);
   };
-  const auto goes = [&](const Known& known) {
-    return known.isRemovable && isListed(items.second, keyOf(known.label)) == listedGo;
+  const auto isRemoved = [&](const Known& known) {
+    return known.isRemovable && isListed(items.second, keyOf(known.label)) == removesListed;
   };
   std::vector<Project> projects = {t.host().project};
   if (t.host().workingCopy) projects.insert(projects.begin(), t.host().workingCopy());
   for (const Project& project : projects) {
     EXPECT_TRUE(same(factsOf(*project), t.facts())) << "before";
     apply(profile->getUUID(), project);
-    EXPECT_TRUE(same(factsOf(*project), t.facts(stays, goes)));
+    EXPECT_TRUE(same(factsOf(*project), t.facts(isShared, isRemoved)));
   }
 }
 

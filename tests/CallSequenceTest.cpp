@@ -60,7 +60,6 @@ const struct {
   std::string calls;
 } operations[] = {
     {"listing", [](Sample& s) { s.manager->getProfiles(); }, listing},
-    {"finding by UUID", [](Sample& s) { s.manager->getProfileByUUID(u"1"); }, listing},
     {"finding by name", [](Sample& s) { s.manager->getProfileByName(u"a"); }, listing + readName(P2) + readName(P1)},
     {"creating", [](Sample& s) { s.manager->createProfile(u"new", u"2"); },
      "beginWriteScope; " + listing + readName(P2) + readName(P1) + "setNodes " + P2 + " Name=new; " +
@@ -91,7 +90,6 @@ const struct {
     {"sharing", [](Sample& s) { ExportProfileTransformation(u"1").apply(s.data); },
      "getMetadataManager; " + listing +
          "getLabelManager; getCategories; getLabels c; removeLabel c/l false; getLabels c; removeCategory c; "},
-    {"sharing the whole", [](Sample& s) { ExportProfileTransformation(u"wholeproject").apply(s.data); }, ""},
 };
 
 TEST(CallSequence, OfEachOperationIsThis) {

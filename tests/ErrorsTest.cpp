@@ -14,7 +14,7 @@ template <class Record, class Act>
 void expectError(const std::string& key, const Texts& arguments, const Act& act) {
   using Error = foundation::core::except::Exception<Record, ProjectException>;
   SCOPED_TRACE(key);
-  const int before = memory_host::errorIdentifiersMade();
+  const std::size_t before = memory_host::errorIdentifiersMade;
   std::unique_ptr<IException> copy;
   try {
     try {
@@ -25,7 +25,7 @@ void expectError(const std::string& key, const Texts& arguments, const Act& act)
   } catch (const ProjectException& caught) {
     ASSERT_EQ(typeid(caught), typeid(std::_Nested_exception<Error>));
     const auto& error = dynamic_cast<const std::_Nested_exception<Error>&>(caught);
-    EXPECT_EQ(memory_host::errorIdentifiersMade(), before + 1);
+    EXPECT_EQ(memory_host::errorIdentifiersMade, before + 1);
     Texts found;
     for (const auto& one : error.GetBaseMsgIDObj().arguments) found.push_back(std::get<std::u16string>(one));
     EXPECT_EQ(found, arguments);

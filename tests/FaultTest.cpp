@@ -3,15 +3,69 @@
 
 #include "AllocationFault.h"
 #include "Operations.h"
+#include "folder_host/share/WorkingCopy.h"
+#include "folder_host/store/Blob.h"
+#include "folder_host/store/Store.h"
+#include "folder_host/text/Utf.h"
 
 // Every operation, broken at every host call and at every allocation.
 namespace {
 
+using folder_host::toBlob;
+using folder_host::WorkingCopy;
+using memory_host::MemoryMetadata;
+using memory_host::MemoryProject;
 using operations::Lines;
 using operations::Operation;
 using operations::World;
+using project::management::ProjectManager;
 
 struct HostFault {};
+
+// One of the hosts that there are, with the sample project.
+struct HostKind {
+  const char* name;
+  bool isFolder;  // undoes what is written in a scope that an exception ends, and removes a folder with what lies in it
+  // Independent of what it was made of, whose entries lie in /p, sorted by their bytes, and whose labels have UUIDs of
+  // their own.
+  std::shared_ptr<ProjectManager> (*make)(MemoryProject& project);
+  std::shared_ptr<ProjectManager> (*copy)(ProjectManager& project);
+};
+
+std::shared_ptr<ProjectManager> copyInMemory(ProjectManager& project) {
+  const auto copy = std::make_shared<MemoryProject>(dynamic_cast<MemoryProject&>(project));
+  copy->metadata = std::make_shared<MemoryMetadata>(dynamic_cast<MemoryMetadata&>(*copy->metadata));
+  return copy;
+}
+
+std::shared_ptr<ProjectManager> makeFolder(MemoryProject& project) {
+  const auto store = folder_host::Store::inMemory();
+  for (const auto& category : project.categories) store->run("INSERT INTO category VALUES(?, '')", {toBlob(category)});
+  for (const auto& [label, isRemovable] : project.labels) {
+    store->run("INSERT INTO label VALUES(?, ?, '', CAST(? AS INTEGER))",
+               {toBlob(label.second), toBlob(label.first), isRemovable == 0 ? "1" : "0"});
+  }
+  folder_host::Listing listing;
+  for (const auto& [name, isFolder, labels] : project.entries) {
+    const std::string path = folder_host::toBytes(name.text().substr(3));
+    using Kind = folder_host::EntryKind;
+    listing.entries.push_back({path, isFolder ? Kind::folder : Kind::file, {}});
+    for (const auto& label : labels) store->run("INSERT INTO attachment VALUES(?, ?)", {path, toBlob(label.second)});
+  }
+  const auto folder =
+      std::make_shared<WorkingCopy>("/p", store, std::make_shared<const folder_host::Listing>(std::move(listing)));
+  for (const auto& [path, node] : project.metadata->nodes) {
+    folder->getMetadataManager()->setNodes(
+        {{path, std::make_shared<project::metadata::MetadataNodeSpecification>(node)}});
+  }
+  return folder;
+}
+
+const HostKind memoryHost{"memory_host", false, [](MemoryProject& project) { return copyInMemory(project); },
+                          copyInMemory};
+const HostKind folderHost{"folder_host", true, makeFolder, [](ProjectManager& project) {
+                            return std::shared_ptr<ProjectManager>(dynamic_cast<WorkingCopy&>(project).clone());
+                          }};
 
 // Sanitizers take too long for every point, which other builds break.
 constexpr std::size_t hostStride = SLOWDOWN > 1 ? 3 : 1, memoryStride = SLOWDOWN;
@@ -38,11 +92,10 @@ std::string changesOf(const Lines& old, const Lines& now) {
 
 // The calls that reached the host, made UUIDs as "?", but for the ends of scopes.
 Lines callsOf(const World& world) {
-  constexpr std::size_t madeUuid = 36;
   Lines calls;
   for (std::string call : world.probe.calls()) {
     const std::size_t end = call.find("ExportProfile:");
-    if (end != std::string::npos && call.find('-', end) == end + 22) call.replace(end + 14, madeUuid, "?");
+    if (end != std::string::npos && call.find('-', end) == end + 22) call.replace(end + 14, operations::MADE_UUID, "?");
     if (call.rfind("end", 0) != 0) calls.push_back(call);
   }
   return calls;
@@ -71,7 +124,7 @@ struct CleanRun {
   std::set<Lines> beginnings;  // any of what can be left
 };
 
-class Faults : public testing::TestWithParam<const samples::HostKind*> {
+class Faults : public testing::TestWithParam<const HostKind*> {
  protected:
   // Breaks each operation at each point, or at every `stride`-th, until a pass hits none. `breaks` tells whether it was
   // hit, and `check` what else has to be true of the calls that were made and what is left.
@@ -108,14 +161,14 @@ class Faults : public testing::TestWithParam<const samples::HostKind*> {
   }
 
  private:
-  std::shared_ptr<samples::ProjectManager> copyOfTheProject() const { return GetParam()->copy(*project_); }
+  std::shared_ptr<ProjectManager> copyOfTheProject() const { return GetParam()->copy(*project_); }
 
   static void expectItWorks(const Operation& operation, const CleanRun& clean, const Lines& left, World& world) {
     const bool isDone = !operation.answerToRepetition.empty() && left == clean.after;
     world.probe.clear();
     EXPECT_EQ(outcome(operation, world), isDone ? operation.answerToRepetition : operation.answer);
     Lines expected = clean.after;
-    // A category that is empty to begin with stays: of one that a broken run has emptied this is true, too.
+    // A category that is empty to begin with remains: of one that a broken run has emptied this is true, too.
     for (const std::string& line : left) {
       const bool isEmpty = line.rfind("category", 0) == 0 && std::count(line.begin(), line.end(), ' ') == 1;
       if (isEmpty && !std::binary_search(expected.begin(), expected.end(), line)) expected = sorted(expected, {line});
@@ -123,8 +176,8 @@ class Faults : public testing::TestWithParam<const samples::HostKind*> {
     EXPECT_EQ(stateOf(world), expected);
   }
 
-  memory_host::MemoryProject sample_ = operations::sampleProject();
-  std::shared_ptr<samples::ProjectManager> project_ = GetParam()->make(sample_);
+  MemoryProject sample_ = operations::sampleProject();
+  std::shared_ptr<ProjectManager> project_ = GetParam()->make(sample_);
   std::size_t injected_ = 0;
 };
 
@@ -159,7 +212,7 @@ TEST_P(Faults, OfMemoryLeaveAsTheyAreAndWhatIsChangedIsABeginning) {
   report("allocations", 7000 / memoryStride);
 }
 
-INSTANTIATE_TEST_SUITE_P(Hosts, Faults, testing::Values(&samples::memoryHost, &samples::folderHost),
+INSTANTIATE_TEST_SUITE_P(Hosts, Faults, testing::Values(&memoryHost, &folderHost),
                          [](const auto& kind) { return std::string(kind.param->name); });
 
 }  // namespace

@@ -18,14 +18,19 @@ class FilterCost : public testing::TestWithParam<std::u16string> {
     return {GetParam(), entries, items, 2, deep};
   }
 
-  // Allocations of `apply` beyond those of the host's answers.
-  static std::size_t ownAllocations(const Shape& shape, TableHost& host, Floor& floor, std::size_t moreItems) {
+  struct Cost {
+    std::size_t allocations;  // of `apply`, beyond those of the host's answers
+    std::size_t folders;
+  };
+  static Cost costOf(const Shape& shape, std::size_t moreItems) {
+    TableHost host(shape);
+    Floor floor(shape.kind, bench::itemsUpTo(shape.items), host);
     auto items = bench::itemsUpTo(shape.items);
     constexpr std::size_t ABSENT = 500000000;  // labels of no project
     for (std::size_t i = 0; i < moreItems; ++i) items.push_back(bench::itemOf(ABSENT + i));
     const auto filter = samples::filterOf(shape.kind, items);
     const std::size_t all = allocationsOf([&] { filter->apply(host); });
-    return all - allocationsOf([&] { floor.call(); });
+    return {all - allocationsOf([&] { floor.call(); }), floor.folders()};
   }
 };
 
@@ -48,23 +53,14 @@ TEST_P(FilterCost, IsMeasuredAgainstACallSequenceThatIsItsOwn) {
 // One for each folder and for each doubling of a list; of a label nothing is allocated that the host did not give.
 TEST_P(FilterCost, InAllocationsGrowsWithTheFoldersNotWithTheComparisons) {
   for (const bool deep : {false, true}) {
-    const auto own = [&](std::size_t entries, std::size_t moreItems, std::size_t& folders) {
-      const Shape shape = shapeOf(entries, 20, deep);
-      TableHost host(shape);
-      Floor floor(shape.kind, bench::itemsUpTo(shape.items), host);
-      folders = floor.folders();
-      return ownAllocations(shape, host, floor, moreItems);
-    };
-    std::size_t few = 0;
-    std::size_t many = 0;
-    const std::size_t once = own(1000, 0, few);
-    const std::size_t twice = own(2000, 0, many);
-    constexpr std::size_t DOUBLINGS = 4;
-    EXPECT_EQ(many > few, GetParam() == EXCLUDE_FILES_WITH_LABEL || GetParam() == INCLUDE_FILES_WITH_LABEL);
-    EXPECT_LE(twice - once, 2 * (many - few) + DOUBLINGS);
-    const std::size_t withItems = own(1000, 1980, few);
-    const std::size_t twiceWithItems = own(2000, 1980, many);
-    EXPECT_EQ(twiceWithItems - withItems, twice - once);
+    const Shape once = shapeOf(1000, 20, deep), twice = shapeOf(2000, 20, deep);
+    const Cost few = costOf(once, 0), many = costOf(twice, 0);
+    constexpr std::size_t DOUBLINGS = 4, ITEMS = 1980;
+    EXPECT_EQ(many.folders > few.folders,
+              GetParam() == EXCLUDE_FILES_WITH_LABEL || GetParam() == INCLUDE_FILES_WITH_LABEL);
+    const std::size_t more = many.allocations - few.allocations;
+    EXPECT_LE(more, 2 * (many.folders - few.folders) + DOUBLINGS);
+    EXPECT_EQ(costOf(twice, ITEMS).allocations - costOf(once, ITEMS).allocations, more);
   }
 }
 

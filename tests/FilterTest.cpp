@@ -68,11 +68,11 @@ TEST(FileLabelFilter, AsksForTheParentOfEachFolderOnceHoweverDeepAndOfNoEmptyTex
     host.addFolder(alike, {L});
     host.addFile(alike + u"/a");
   }
-  const std::size_t before = memory_host::pathQuestions().parents;
+  const std::size_t before = memory_host::parentsAsked;
   samples::filterOf(EXCLUDE_FILES_WITH_LABEL, {itemL})->apply(host);
   EXPECT_EQ(host.texts().size(), 611U);
-  EXPECT_EQ(memory_host::pathQuestions().parents - before, 612U);
-  EXPECT_EQ(memory_host::pathQuestions().misuses, 0U);
+  EXPECT_EQ(memory_host::parentsAsked - before, 612U);
+  EXPECT_EQ(memory_host::misuses, 0U);
 }
 
 TEST(Filters, TellLabelsOfOneUuidApartByTheirCategory) {

@@ -48,14 +48,20 @@ std::string lineOf(const char* name, const ExportProfile& profile) {
   return line;
 }
 
-Lines linesOf(const samples::Rows& rows) {
-  constexpr std::size_t madeUuid = 36;
-  Lines lines;
-  for (const samples::Row& row : rows) {
-    std::string& line = lines.emplace_back();
-    for (const auto& text : row) line += (line.empty() ? "" : " ") + (text.size() == madeUuid ? "?" : narrow(text));
+// A profile's node has a name, an item's node a category; a UUID that was made is "?".
+void addNodes(Lines& lines, project::metadata::MetadataManager& metadata, const project::metadata::MetadataPath& top) {
+  for (const auto& path : metadata.getChildPaths(top)) {
+    const std::size_t depth = path.getElements().size();
+    std::string line = narrow(path.getLeaf().getType());
+    for (std::size_t level = 1; level < depth; ++level) {
+      const std::u16string& location = path.getElements()[level].getLocation();
+      line += " " + (location.size() == MADE_UUID ? "?" : narrow(location));
+    }
+    if (depth == 2) line += " " + narrow(metadata.getNode(path)->getValue(u"Name"));
+    if (depth == 4) line += " " + narrow(metadata.getNode(path)->getValue(u"Data"));
+    lines.push_back(line);
+    if (depth < 4) addNodes(lines, metadata, path);
   }
-  return lines;
 }
 
 std::string applyLabel(W& w, const std::u16string& kind, const Items& items) {
@@ -100,7 +106,7 @@ std::string caught(const std::function<std::string(const UuidNotFound&)>& use) {
   return "nothing was thrown";
 }
 
-const std::string onlyK = "+category c kept k; ", wasC = "-category c i kept k; ";
+const std::string onlyK = "+category c protected k; ", wasC = "-category c i protected k; ";
 const std::string withoutI = onlyK + "+file /p/d/secret p; +file /p/note; +folder /p/d; " + wasC +
                              "-file /p/d/secret i p; -file /p/note i; -folder /p/d i";
 const std::string withoutIAndJ = onlyK + "+file /p/d/secret p; +file /p/note; +folder /p/d; " + wasC +
@@ -142,7 +148,7 @@ MemoryProject sampleProject() {
   first->save();
   samples::storeTwins(*project.metadata);
   samples::store(*project.metadata, {{u"Export", u"Root"}, {u"ExportProfile", u"2"}, {u"Filter", INCLUDE_LABEL}});
-  manager->createProfile(u"gone", u"4");
+  manager->createProfile(u"deleted", u"4");
   const project::metadata::PathElement root(u"Export", u"Root"), one(u"ExportProfile", u"1");
   samples::store(*project.metadata, {root, {u"exportprofile", u"no profile"}}, u"Name", u"zeta");
   samples::store(*project.metadata, {root, one, {u"Filter", EXCLUDE_LABEL}, {u"filter", u"no item"}}, u"Data", u"c");
@@ -150,32 +156,59 @@ MemoryProject sampleProject() {
   return project;
 }
 
-World::World(std::shared_ptr<samples::ProjectManager> sample)
+World::World(std::shared_ptr<project::management::ProjectManager> sample)
     : host(std::move(sample)), project(memory_host::probed(*host, probe)) {
   manager = createManager(project->getMetadataManager());
   const Profiles profiles = manager->getProfiles();
-  gone = profiles.at(0);
+  deleted = profiles.at(0);
   edited = profiles.at(1);
   first = profiles.at(3);
-  manager->deleteProfile(gone);
+  manager->deleteProfile(deleted);
   edited->addFilter(EXCLUDE_FILES_WITH_LABEL, {i, n});
   edited->addFilter(EXCLUDE_LABEL, {});
   data.projectManagers[memory_host::Path(u"/p", true)] = project;
   data.projectPath = memory_host::Path(u"/p", false);  // the flag is no part of a path's identity
 }
 
-Lines storedIn(const World& world) { return linesOf(samples::storedIn(*world.host->getMetadataManager())); }
+Lines storedIn(const World& world) {
+  const auto metadata = world.host->getMetadataManager();
+  const auto scope = metadata->beginReadScope();
+  Lines lines;
+  addNodes(lines, *metadata, samples::pathOf({{u"Export", u"Root"}}));
+  return lines;
+}
 
 Lines othersIn(const World& world) {
-  Lines lines = linesOf(samples::labelsAndEntriesIn(*world.host));
-  lines.insert(lines.end(), {lineOf("first", *world.first), lineOf("edited", *world.edited)});
+  Lines lines = {lineOf("first", *world.first), lineOf("edited", *world.edited)};
+  const auto add = [&](const char* what, const std::u16string& name, const std::set<std::string>& labels) {
+    std::string& line = lines.emplace_back(what + (' ' + narrow(name)));
+    for (const std::string& label : labels) line += ' ' + label;
+  };
+  const auto& labels = world.host->getLabelManager();
+  for (const auto& category : labels.getCategories()) {
+    std::set<std::string> held;
+    for (const auto& label : labels.getLabels(category)) {
+      held.insert((label.isRemovable() == 0 ? "protected " : "") + narrow(label.getUUID()));
+    }
+    add("category", category.toString(), held);
+  }
+  auto& files = world.host->getFileManager();
+  for (const auto& file : files.getFiles()) {
+    std::set<std::string> attached;
+    for (const auto& label : files.getFileLabels(file)) attached.insert(narrow(label.getUUID()));
+    add(files.isFolder(file) ? "folder" : "file", file.text(), attached);
+  }
   return lines;
 }
 
 std::string outcome(const Operation& operation, World& world) {
-  std::string answer;
-  const std::string error = samples::errorOf([&] { answer = operation.run(world); });
-  return error.empty() ? answer : error;
+  try {
+    return operation.run(world);
+  } catch (const foundation::core::except::IMsgIDException& error) {
+    return error.GetBaseMsgIDObj().key;
+  } catch (const std::out_of_range&) {
+    return "out of range";
+  }
 }
 
 // tests/checks/operations reads the names, and that each row calls what it names.
@@ -201,14 +234,14 @@ const std::vector<Operation> all = {
      "+ExportProfile ? fresh", isTaken},
     {"Manager::createProfile", [](W& w) { return w.manager->createProfile(u"zeta"), "made"; }, isTaken},
     {"Manager::deleteProfile", [](W& w) { return w.manager->deleteProfile(w.first), "done"; }, "done", deletedFirst},
-    {"Manager::deleteProfile", [](W& w) { return w.manager->deleteProfile(w.gone), "done"; }, "done"},
+    {"Manager::deleteProfile", [](W& w) { return w.manager->deleteProfile(w.deleted), "done"; }, "done"},
 
     {"Profile::getName", [](W& w) { return narrow(w.first->getName()); }, "zeta"},
-    {"Profile::getName", [](W& w) { return narrow(w.gone->getName()); }, "out of range"},
+    {"Profile::getName", [](W& w) { return narrow(w.deleted->getName()); }, "out of range"},
     {"Profile::setName", [](W& w) { return w.first->setName(u"twin"), "done"; }, "done",
      "+ExportProfile 1 twin; -ExportProfile 1 zeta"},
-    {"Profile::setName", [](W& w) { return w.gone->setName(u"x"), "done"; }, "out of range"},
-    {"Profile::getUUID", [](W& w) { return narrow(w.gone->getUUID()); }, "4"},
+    {"Profile::setName", [](W& w) { return w.deleted->setName(u"x"), "done"; }, "out of range"},
+    {"Profile::getUUID", [](W& w) { return narrow(w.deleted->getUUID()); }, "4"},
     {"Profile::getFilters", [](W& w) { return std::to_string(w.first->getFilters().size()); }, "4"},
     {"Profile::addFilter", [](W& w) { return w.edited->addFilter(EXCLUDE_LABEL, twiceJ), "done"; }, "done",
      edit("FileLabel b/n c/i, IncludeLabels, Label, Label / a kind of some length/a name of some length c/i e/j")},
@@ -225,12 +258,12 @@ const std::vector<Operation> all = {
      edit("IncludeLabels, Label")},
     {"Profile::removeFilter", [](W& w) { return w.edited->removeFilter(w.first->getFilters()[0]), "last"; }, "last",
      edit("FileLabel b/n c/i, IncludeLabels")},
-    {"Profile::removeFilter", [](W& w) { return w.gone->removeFilter(nullptr), "nothing there"; }, "nothing there"},
+    {"Profile::removeFilter", [](W& w) { return w.deleted->removeFilter(nullptr), "nothing there"; }, "nothing there"},
     {"Profile::save", [](W& w) { return w.edited->save(), "done"; }, "done",
      "+Filter 2 FileLabel; +Filter 2 FileLabel i c; +Filter 2 FileLabel n b; +Filter 2 Label"},
     {"Profile::save", [](W& w) { return w.first->save(), "done"; }, "done", deletedOthers},
     {"Profile::apply", [](W& w) { return w.first->apply(*w.project), "done"; }, "done", shareOfFirst},
-    {"Profile::apply", [](W& w) { return w.gone->apply(*w.project), "nothing"; }, "nothing"},
+    {"Profile::apply", [](W& w) { return w.deleted->apply(*w.project), "nothing"; }, "nothing"},
 
     {"FilterBase::FilterBase", [](W&) { return textOf(ExportFilterBase(longKind)); }, narrow(longKind)},
     {"FilterBase::apply", [](W& w) { return ExportFilterBase(longKind).apply(*w.project), "done"; }, "done"},

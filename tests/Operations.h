@@ -1,6 +1,8 @@
 #pragma once
 
-#include "SampleHosts.h"
+#include <functional>
+
+#include "Samples.h"
 #include "project/sharing/SerializationData.h"
 
 // Every public operation, given good and bad input, with what has to come of it.
@@ -15,23 +17,25 @@ memory_host::MemoryProject sampleProject();
 
 // That project on some host, behind a probe.
 struct World {
-  explicit World(std::shared_ptr<samples::ProjectManager> project);
+  explicit World(std::shared_ptr<project::management::ProjectManager> project);
 
   ExportFilter& filter(std::size_t position) const { return *first->getFilters().at(position); }
   ExportFilter& editedFilter() const { return *edited->getFilters().front(); }
 
   memory_host::Probe probe;
-  std::shared_ptr<samples::ProjectManager> host;
-  std::shared_ptr<samples::ProjectManager> project;
+  std::shared_ptr<project::management::ProjectManager> host;
+  std::shared_ptr<project::management::ProjectManager> project;
   std::unique_ptr<samples::ExportProfileManager> manager;
-  std::shared_ptr<ExportProfile> first;   // 1, as it is stored
-  std::shared_ptr<ExportProfile> edited;  // 2, with filters that are not saved
-  std::shared_ptr<ExportProfile> gone;    // 4, deleted
+  std::shared_ptr<ExportProfile> first;    // 1, as it is stored
+  std::shared_ptr<ExportProfile> edited;   // 2, with filters that are not saved
+  std::shared_ptr<ExportProfile> deleted;  // 4
   project::sharing::SerializationData data;
 };
 
-// All that can be told of a world, a line each; made UUIDs are "?".
+// All that can be told of a world, a line each: what is stored; labels, entries and unsaved profiles. Made UUIDs are
+// "?".
 using Lines = std::vector<std::string>;
+constexpr std::size_t MADE_UUID = 36;  // units of a UUID that the host made; the samples have none so long
 Lines storedIn(const World& world);
 Lines othersIn(const World& world);
 
@@ -39,8 +43,8 @@ struct Operation {
   const char* name;
   std::function<std::string(World&)> run;  // gives an answer
   std::string answer;
-  std::string changes = {};  // of the state: "+" a line that comes, "-" one that goes; sorted, with "; " between
-  // The answer to who asks again though all was changed already; empty where it is the same.
+  std::string changes = {};  // of the state: "+" a line that is new, "-" one that is no more; sorted, "; " between
+  // The answer when the operation runs again though all was changed already; empty where it is the same.
   std::string answerToRepetition = {};
 };
 

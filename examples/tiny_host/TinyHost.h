@@ -6,7 +6,7 @@
 
 #include "project/management/ProjectManager.h"
 
-// A whole host: a project in memory, for one thread at a time. The seven functions stand in TinyHost.cpp.
+// A whole host: a project in memory, for one thread at a time. The seven functions are defined in TinyHost.cpp.
 namespace tiny_host {
 
 using namespace project::management;
@@ -101,12 +101,12 @@ struct TinyProject : ProjectManager, LabelManager, FileManager {
     return attached;
   }
   bool isFolder(const path& entry) override { return at(entry).isFolder; }
-  std::vector<path> removeFiles(const std::vector<path>& going) override {  // with a folder goes what lies below it
-    for (const path& top : going) {
-      const auto goes = [&](const Entry& one) { return (one.name.text() + u"/").rfind(top.text() + u"/", 0) == 0; };
-      entries.erase(std::remove_if(entries.begin(), entries.end(), goes), entries.end());
+  std::vector<path> removeFiles(const std::vector<path>& removed) override {  // a folder with what lies in it
+    for (const path& top : removed) {
+      const auto isBelow = [&](const Entry& one) { return (one.name.text() + u"/").rfind(top.text() + u"/", 0) == 0; };
+      entries.erase(std::remove_if(entries.begin(), entries.end(), isBelow), entries.end());
     }
-    return going;
+    return removed;
   }
 };
 

@@ -1,4 +1,4 @@
-// Shares a working copy of a project by a stored profile, and prints what is left of it.
+// Shares a working copy of a project by a stored profile, and prints what is shared.
 #include <iostream>
 
 #include "TinyHost.h"
@@ -31,7 +31,7 @@ int main() {
   }
   profile->save();
 
-  // Filters remove: a transformation gets a copy, never the project itself.
+  // Filters remove entries and labels, so a transformation gets a copy, never the project itself.
   const auto copy = std::make_shared<TinyProject>(original);
   copy->metadata = std::make_shared<TinyMetadata>(*original.metadata);
   project::sharing::SerializationData data;

@@ -51,6 +51,8 @@ Descriptor openFolder(const std::string& folder) {
   return Descriptor(check(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
 }
 
+// Checking a path and then opening it leaves a gap in which a link can take a folder's place. Here the system itself
+// refuses any link on the way, and any step above the folder.
 Descriptor openBeneath(const Descriptor& folder, const std::string& path, int flags, mode_t mode) {
   open_how how{};
   how.flags = static_cast<__u64>(flags | O_CLOEXEC | O_NOFOLLOW);
@@ -84,6 +86,7 @@ void writeAll(const Descriptor& file, std::string_view bytes) {
   }
 }
 
+// A descriptor of its own: the position in a folder is shared by all who have the same one.
 std::vector<FolderItem> readFolder(const Descriptor& folder) {
   Descriptor own(check(::openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
   const std::unique_ptr<DIR, CloseFolder> stream(::fdopendir(own.get()));

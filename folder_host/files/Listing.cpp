@@ -21,6 +21,7 @@ void sort(std::vector<Entry>& entries) {
 }
 
 // Walks with one descriptor open beside the top folder's, however deep the tree is.
+// A descriptor a level would end at the limit of open files, in a tree a few hundred folders deep.
 class Walk {
  public:
   explicit Walk(const std::string& folder) : top_(openFolder(folder)) { listing_.root = idOf(statusOf(top_)); }

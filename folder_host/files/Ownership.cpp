@@ -27,6 +27,7 @@ const uid_t* findUntrusted(const std::vector<uid_t>& strangers, const std::strin
 
 }  // namespace
 
+// Whoever can write the store decides what is held back, and whoever can write its journal can write the store.
 std::vector<uid_t> strangersOwning(const std::string& root, const Descriptor* folder) {
   const std::string top =
       folder == nullptr ? joined(root, STORE_FOLDER) : "/proc/self/fd/" + std::to_string(folder->get()) + "/.";

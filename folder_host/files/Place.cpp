@@ -48,6 +48,8 @@ bool isTaken(const Place& place) {
   return false;
 }
 
+// Asked of the folders themselves on the way up, since a text cannot tell: a bind mount, a link or another case gives
+// one folder several paths.
 bool liesIn(const Place& place, const std::vector<FileId>& folders) {
   Descriptor folder = openBeneath(place.parent, ".", O_PATH | O_DIRECTORY);
   for (FileId id = idOf(statusOf(folder));;) {

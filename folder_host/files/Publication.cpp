@@ -60,6 +60,8 @@ Descriptor openBelow(const Descriptor& top, const std::string& folder) {
   return openBeneath(top, folder.empty() ? "." : folder, O_PATH | O_DIRECTORY);
 }
 
+// Emptied by what the folders are and not by their names, from the top down into a list and then from the bottom up: a
+// link that was put in the place of a folder meanwhile leads nowhere.
 void removeContent(const Descriptor& top) {
   openUp(top);
   std::vector<std::string> folders = {""};
@@ -135,6 +137,8 @@ Publication::Publication(const Descriptor& parent) : Publication(parent, makeLoc
 
 Publication::Publication(const Descriptor& parent, Lock lock) : parent_(parent), lock_(std::move(lock)) {}
 
+// An exception may be on its way already: nothing here may throw, and what cannot be removed now is left to be found by
+// its lock.
 Publication::~Publication() {
   const bool isHere = published_.empty();
   try {
@@ -191,6 +195,9 @@ void Publication::publishFile(const std::string& file, const std::string& name) 
   sync(parent_);
 }
 
+// Without a rename that refuses to replace, the name is taken first by a file of its own, and that is replaced: nobody
+// else's file can be there then. Between the two somebody may have written into it or taken the name, so it is looked
+// at.
 void Publication::replaceOwn(const std::string& file, const std::string& name) {
   const Descriptor own = openBeneath(parent_, name, O_WRONLY | O_CREAT | O_EXCL, 0600);
   const auto isAsMade = [&] {

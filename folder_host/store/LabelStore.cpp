@@ -23,6 +23,8 @@ LabelIdentifier labelOf(const std::string& uuid, const std::string& isProtected)
   return LabelIdentifier(fromBlob(uuid), isProtected == "0" ? 1 : 0);
 }
 
+// Two programs may have made a category of one name each. The choice between them must be the same every time, or the
+// labels of one name would be spread over both.
 std::string categoryNamed(Store& store, const std::u16string& name) {
   const auto rows = store.query("SELECT min(uuid) FROM category WHERE name = ?", {toBlob(name)});
   if (!rows.front().front().empty()) return rows.front().front();

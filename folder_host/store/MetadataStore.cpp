@@ -54,6 +54,7 @@ bool isStored(Store& store, const MetadataPath& path) {
 }
 
 // What a node of unknown making gives for the keys that are stored, or what is stored where it gives nothing.
+// The interface has no way to ask a node for its keys.
 NodeValues askedFor(MetadataNode& node, NodeValues stored) {
   for (auto& [key, value] : stored) {
     try {
@@ -90,6 +91,8 @@ void setNode(Store& store, const MetadataPath& path, MetadataNode& node) {
   }
 }
 
+// Keys of all that lies below a node begin with the node's own, so they are one range, found without a walk. A search
+// by text (LIKE) would find neighbours whose names begin alike, too.
 void removeNode(Store& store, const MetadataPath& path) {
   if (path.getElements().empty()) {
     store.run("DELETE FROM node");

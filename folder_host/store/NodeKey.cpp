@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::size_t LENGTH = 4;
 
+// The length stands before the text: a separator could occur in a text, and two paths would be one.
 void appendPart(std::string& key, const std::u16string& part) {
   const std::size_t size = 2 * part.size();
   for (const unsigned shift : {24U, 16U, 8U, 0U}) key += static_cast<char>(static_cast<unsigned char>(size >> shift));

@@ -58,6 +58,8 @@ void Scopes::enter(Scope& scope) {
   try {
     if (scopes_.size() == 1) {
       scope.level = Scope::Level::transaction;
+      // A transaction that begins as a read and becomes a write is refused at once where another one writes, however
+      // long it would have been ready to wait. One that says so from the beginning waits.
       database_.exec(scope.write ? "BEGIN IMMEDIATE" : "BEGIN");
       // A deferred transaction sees the state of its first read.
       if (!scope.write) database_.execAndGet("SELECT count(*) FROM sqlite_schema");
@@ -71,6 +73,8 @@ void Scopes::enter(Scope& scope) {
   }
 }
 
+// Guards may go in any order, and a savepoint cannot end before those within it: a scope that has ended waits for the
+// ones that began after it.
 void Scopes::end(Scope& scope) noexcept {
   if (!scope.stands) return;
   scope.ended = true;

@@ -40,6 +40,8 @@ bool isEntryPath(std::string_view path) {
   }
 }
 
+// A path such as "../x" is no entry's: a label on it would be told of as missing for ever, or followed out of the
+// project by whoever trusts it.
 bool allAreEntryPaths(SQLite::Database& database) {
   SQLite::Statement paths(database, "SELECT path FROM attachment");
   while (paths.executeStep()) {

@@ -79,6 +79,7 @@ std::shared_ptr<Store> Store::memoryCopy() {
   }
 }
 
+// What was deleted remains in a database file until it is written anew: VACUUM does that, and no byte of it is left.
 std::string Store::image() {
   confirm();
   try {
@@ -98,11 +99,14 @@ MetadataScopeGuard Store::beginWrite() { return scopes_.begin(true, shared_from_
 
 void Store::confirm() { scopes_.confirm(); }
 
+// The count of changes never goes back, and a change that is rolled back is counted, too: so it is no version while one
+// is open.
 std::optional<int> Store::version() const noexcept {
   if (sqlite3_txn_state(database_.getHandle(), nullptr) == SQLITE_TXN_WRITE) return std::nullopt;
   return sqlite3_total_changes(database_.getHandle());
 }
 
+// A share asks the same few questions a hundred thousand times, and to prepare one takes longer than to answer it.
 SQLite::Statement& Store::prepared(const char* sql) {
   const auto known = statements_.find(sql);
   if (known != statements_.end()) return known->second;

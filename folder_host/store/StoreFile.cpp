@@ -43,6 +43,7 @@ void checkRegularFile(const std::string& file) {
 
 // Makes the connection do nothing that a file asks for by itself, and keep in memory what it needs for a while.
 void guard(SQLite::Database& database) {
+  // The schema is compared as well. These hold should anything ever get by that.
   constexpr std::array<std::pair<int, int>, 4> SETTINGS = {{{SQLITE_DBCONFIG_DEFENSIVE, 1},
                                                             {SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0},
                                                             {SQLITE_DBCONFIG_ENABLE_TRIGGER, 0},
@@ -72,6 +73,9 @@ Error damaged(const std::string& file) {
 }
 
 // The version of a store that is ours and whole. To be called in a transaction, so that what is looked at is one state.
+// The order is the defence: nothing of a file is run, and no row of it believed, before its schema was found to be ours
+// byte by byte. A stranger's schema can hold a view without an end, or a trigger that undoes in silence what is
+// written.
 int checkedVersion(SQLite::Database& database, const std::string& file) {
   if (database.execAndGet("PRAGMA application_id").getInt() != static_cast<int>(STORE_ID)) {
     throw Error(errors::STORE_UNREADABLE, inQuotes(file) + " is not the store of a project");
@@ -152,6 +156,8 @@ StoreDatabase openStoreFile(const std::string& file, const std::function<void(co
     const int version = checkedVersion(database, file);
     if (version == SCHEMA_VERSION) prepare(database, file, version);
     database.exec("COMMIT");
+    // Looked at in a read transaction first: a store of today is opened without a lock that would keep others out, and
+    // a strange one is refused before anything is written.
     if (version < SCHEMA_VERSION && !upgradeFile(database, file)) return upgradedCopy(database, file);
     return {std::move(vfs), std::move(database)};
   } catch (const SQLite::Exception& error) {

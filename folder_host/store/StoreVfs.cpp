@@ -50,6 +50,8 @@ std::uint64_t sizeOf(const std::string& file) {
 
 // What the store had, by its journal's header, before it was changed: a store of ours never becomes smaller. 0 where
 // the journal is none.
+// SQLite rolls a journal back before anyone can ask whose it is. One that was made for it could blow the store up to
+// any size.
 std::uint64_t restoredSize(const std::string& journal) {
   constexpr std::string_view MAGIC("\xd9\xd5\x05\xf9\x20\xa1\x63\xd7", 8);
   constexpr std::size_t PAGES = 16, PAGE_SIZE = 24, END = 28;
@@ -77,6 +79,8 @@ StoreVfs& storeOf(sqlite3_vfs* vfs) { return *static_cast<StoreVfs*>(vfs->pAppDa
 
 }  // namespace
 
+// The folder stays open and the file is named through it. Whatever is put in the place of the folder later, SQLite goes
+// on in the one whose owner was looked at.
 StoreVfs::StoreVfs(const std::string& file)
     : disk_(sqlite3_vfs_find(nullptr)),
       folder_(openFolderOf(file)),

@@ -8,7 +8,7 @@
 
 namespace resource_core {
 
-// Names a message of the host's catalogue, with the values for its placeholders in their order.
+// Names a message of the host's catalogue, and holds the values for its placeholders in their order.
 struct BaseMsgID {
   std::vector<std::variant<long, std::string, std::u16string>> arguments;
   std::string component;

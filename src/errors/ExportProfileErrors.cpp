@@ -11,8 +11,8 @@ using ::project::exception::ProjectException;
 
 namespace ORCHID::project::sharing {
 
-// The texts are copied by themselves: libstdc++ 12 destroys what is not there when the copy of a std::variant of
-// strings fails.
+// Each text is copied as a value of its own: where the copy of a std::variant of strings fails, libstdc++ 12 destroys a
+// text that was never made.
 ErrorRecord::ErrorRecord(const ErrorRecord& other) : BaseMsgID{{}, other.component, other.key} {
   for (const auto& argument : other.arguments) {
     std::visit([this](auto value) { arguments.emplace_back(std::move(value)); }, argument);
@@ -37,6 +37,8 @@ template class Exception<ExportProfileAlreadyExists, ProjectException>;
 
 namespace project::sharing::profiles {
 
+// The base is made here, so that the stack is captured close to where the library found the error. Without an exception
+// being handled the error is thrown as itself: std::throw_with_nested would nest nothing, and give it another type.
 template <class X>
 void raise(const X& record) {
   using Error = foundation::core::except::Exception<X, ProjectException>;

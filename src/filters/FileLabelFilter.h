@@ -10,13 +10,13 @@ namespace project::sharing::profiles {
 
 class ItemLookup;
 
-// Strips entries from a project by the labels attached to them, as ExportStrategyItem.h says at the kinds.
+// Removes entries from a project by the labels attached to them, as ExportStrategyItem.h says at the kinds.
 class FileLabelFilter final : public ExportFilterBase {
  public:
-  // Meant for the two file kinds.
+  // The type is meant to be one of the two file kinds.
   explicit FileLabelFilter(std::u16string type);
 
-  // One call at the end removes all that is selected; it is made even when nothing is.
+  // Removes all selected entries in one call at the end, which is made even when there are none.
   void apply(project::management::ProjectManager& projectManager) override;
   ~FileLabelFilter() override;
 

@@ -11,15 +11,15 @@
 
 namespace project::sharing::profiles {
 
-// Answers whether a list of items names a label, in expected constant time (for labels that it names in several
-// categories, in the logarithm of how many) and without an allocation of its own. The list may hold items in any order,
-// and twice.
+// Answers whether a list of items names a label, in expected constant time and without an allocation of its own. For a
+// label that the list names in several categories, the time grows with the logarithm of their number. The list may hold
+// items in any order, and twice.
 class ItemLookup {
  public:
   ItemLookup(const std::vector<ExportStrategyItem>& items, const KeyedHash& hash);
 
   bool empty() const { return isEmpty; }
-  // What the label is beyond a `Label` is not asked.
+  // Looks at the `Label` alone, whatever class derives from it.
   bool contains(const project::management::Label& label) const;
 
  private:

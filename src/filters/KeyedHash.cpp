@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t OF_A_WORD = sizeof(std::uint64_t) / sizeof(char16_t);
 
-// Aumasson and Bernstein, "SipHash: a fast short-input PRF": one round a word, three at the end.
+// Aumasson and Bernstein, "SipHash: a fast short-input PRF": one round for each word, and three at the end.
 class Sip {
  public:
   explicit Sip(const KeyedHash::Key& key)
@@ -53,14 +53,14 @@ class Sip {
   std::uint64_t v3;
 };
 
-// As many as the system gives.
+// Gives as many random numbers as the system does, and 0 for the others.
 KeyedHash::Key randomNumbers() {
   KeyedHash::Key numbers{0, 0};
   try {
     std::random_device device;
     for (std::uint64_t* number : {&numbers.first, &numbers.second}) *number = std::uint64_t{device()} << 32U | device();
   } catch (const std::exception&) {
-    // The key has other parts.
+    // Times and addresses have to do.
   }
   return numbers;
 }
@@ -72,12 +72,15 @@ KeyedHash::KeyedHash() : key{} {
   const auto today = std::chrono::system_clock::now().time_since_epoch().count();
   key = {static_cast<std::uint64_t>(now) ^ reinterpret_cast<std::uintptr_t>(&randomNumbers),
          static_cast<std::uint64_t>(today) ^ reinterpret_cast<std::uintptr_t>(this)};
+  // Times and addresses differ from run to run in a few bits. Hashing two words with them spreads these bits over the
+  // whole key, to which the random numbers are then added.
   const Key random = randomNumbers();
   key = {random.first ^ (*this)(u"first"), random.second ^ (*this)(u"second")};
 }
 
 std::size_t KeyedHash::operator()(std::u16string_view text) const {
   Sip sip(key);
+  // The size is part of the last word, so that a text differs from the same text with U+0000 after it.
   std::uint64_t last = text.size() * sizeof(char16_t) << 56U;
   for (; text.size() >= OF_A_WORD; text.remove_prefix(OF_A_WORD)) {
     std::uint64_t word = 0;

@@ -6,8 +6,8 @@
 
 namespace project::sharing::profiles {
 
-// SipHash-1-3 of texts. A stranger's project may be full of names that have one standard hash, which knows no key; who
-// does not know the key of this one cannot make them up.
+// SipHash-1-3 of texts. The standard hash has no key: a stranger's project could be full of names that all have one
+// hash, so that each look-up walks past all of them. Nobody can make up such names without knowing the key.
 class KeyedHash {
  public:
   struct Key {
@@ -15,8 +15,8 @@ class KeyedHash {
     std::uint64_t second;
   };
 
-  // With a key of its own: of the system's random numbers and, as those may be bad or not to be had, of times and
-  // addresses. Throws nothing.
+  // Makes a key of its own. The system's random numbers may be bad, or not to be had, so times and addresses are part
+  // of the key as well. Throws nothing.
   KeyedHash();
   explicit KeyedHash(const Key& given) : key(given) {}
 

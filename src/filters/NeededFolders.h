@@ -11,28 +11,25 @@ namespace project::sharing::profiles {
 // The folders between the project's root and the files that are shared: these have to be shared too.
 class NeededFolders {
  public:
-  // What an entry is asked for by, besides its path: made while the path is in the processor's cache, it saves another
-  // look at most paths.
+  // What an entry is asked for by, besides its path. It is made while the path is in the processor's cache, and saves
+  // another look at most paths.
   using Mark = std::size_t;
 
   NeededFolders(std::u16string rootText, const KeyedHash& hash);
 
-  // Walks up from the entry, to the root (which is never among the folders), to a path that has no parent, or to a
-  // folder that is known already, whose own ancestors are known then.
+  // Adds the folders above the entry, up to the root (which is never among them), to a path that has no parent, or to a
+  // folder that is known already: the folders above that one are known, too.
   void needAncestorsOf(const fl::filesystem::path& entry);
 
   Mark markOf(const fl::filesystem::path& entry) const { return folders.hashOf(entry.text()); }
 
-  // Spares this folder if it is needed, and says whether. It is spared once: of an entry that is listed twice the
-  // second is removed.
+  // Says whether this folder is needed, once: of a folder that is listed twice, the second is removed.
   bool spare(const fl::filesystem::path& folder, Mark mark);
 
  private:
-  bool isLatest(TextSet::Text folder) const;
-
   std::u16string root;
   TextSet folders;
-  std::u16string latest;  // holds the latest entry: what is listed next mostly lies there too
+  std::u16string latest;  // the folder of the latest entry, in which the next one mostly lies too
 };
 
 }  // namespace project::sharing::profiles

@@ -8,6 +8,7 @@ namespace {
 
 constexpr std::size_t OF_A_SIZE = sizeof(std::size_t) / sizeof(char16_t);
 
+// Half of the slots remain free: searches are short, and always meet a free slot.
 std::size_t slotsFor(std::size_t texts) {
   std::size_t slots = 2;
   while (slots <= 2 * texts) slots *= 2;
@@ -40,6 +41,7 @@ bool TextSet::isAt(std::size_t number, Text text) const {
 bool TextSet::erase(Text text, std::size_t hash) {
   const std::size_t number = slots[search(text, hash)].entry.number;
   if (number == NONE) return false;
+  // The text loses its size, and is equal to none from now on; its slot still leads searches past it.
   std::memcpy(&block[number], &NONE, sizeof(NONE));
   return true;
 }
@@ -63,6 +65,7 @@ std::size_t TextSet::append(Text text) {
   return number;
 }
 
+// The hashes are at hand, so no text is read or hashed again.
 void TextSet::grow() {
   std::vector<Slot> full(2 * slots.size());
   full.swap(slots);

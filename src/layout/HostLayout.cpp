@@ -5,6 +5,7 @@
 namespace project::sharing::profiles {
 
 std::vector<std::string> hostLayoutDifferences(const HostLayout& ofCaller) {
+  // Each file has its own hostLayout(): this one tells what the library was compiled against.
   const HostLayout own = hostLayout();
   std::vector<std::string> differences;
   for (const HostLayoutFact& fact : ofCaller) {

@@ -46,8 +46,8 @@ struct Listed {
   std::optional<std::u16string> name;
 };
 
-// Reads the name, as it is read at each comparison; gives the one that was read first. The order of a listing is one
-// order then, also when names change meanwhile: sorting by another leaves its range.
+// Reads the name at every comparison, as hosts are used to, but gives the one that was read first. So a listing has one
+// order even where names change meanwhile; std::sort with an order that changes runs out of its range.
 const std::u16string& nameOf(Listed& listed) {
   std::u16string name = listed.profile->getName();
   if (!listed.name) listed.name = std::move(name);
@@ -73,6 +73,7 @@ Profiles sorted(const Profiles& profiles) {
 
 Profiles ExportProfileManagerBase::getProfiles() {
   const MetadataScopeGuard scope = metadataManager->beginReadScope();
+  // The scope covers every profile's own read scope, so that all are read from one state of the store.
   const MetadataPath root = profilesRootPath();
   if (!metadataManager->nodeExists(root)) return {};
   Profiles profiles;
@@ -84,6 +85,7 @@ Profiles ExportProfileManagerBase::getProfiles() {
 
 std::shared_ptr<ExportProfile> ExportProfileManagerBase::getProfileByName(const std::u16string& name) {
   Profiles found = getProfiles();
+  // Each name is read again, after the listing has read it to sort: the calls of a look-up are fixed.
   const auto isOther = [&](const std::shared_ptr<ExportProfile>& profile) { return profile->getName() != name; };
   found.erase(std::remove_if(found.begin(), found.end(), isOther), found.end());
   if (found.empty()) raise(errors::ExportProfileNameNotFound(name));
@@ -92,6 +94,7 @@ std::shared_ptr<ExportProfile> ExportProfileManagerBase::getProfileByName(const 
 }
 
 std::shared_ptr<ExportProfile> ExportProfileManagerBase::getProfileByUUID(const std::u16string& uuid) {
+  // The node's path is known, but the calls of a look-up are fixed: it goes through the listing.
   for (const std::shared_ptr<ExportProfile>& profile : getProfiles()) {
     if (profile->getUUID() == uuid) return profile;
   }
@@ -100,6 +103,8 @@ std::shared_ptr<ExportProfile> ExportProfileManagerBase::getProfileByUUID(const 
 
 std::shared_ptr<ExportProfile> ExportProfileManagerBase::createProfile(const std::u16string& name,
                                                                        const std::u16string& uuid) {
+  // The name is looked for and taken in one scope: otherwise two sessions could take it at once. The filters of a
+  // stored profile of this UUID remain, since setNodes does not touch what lies below a node.
   const MetadataScopeGuard scope = metadataManager->beginWriteScope();
   for (const std::shared_ptr<ExportProfile>& profile : getProfiles()) {
     if (profile->getName() == name && profile->getUUID() != uuid) raise(errors::ExportProfileAlreadyExists());
@@ -110,6 +115,7 @@ std::shared_ptr<ExportProfile> ExportProfileManagerBase::createProfile(const std
   return profileOf(uuid);
 }
 
+// Reads nothing, so that it deletes a damaged profile too: what is damaged throws when it is read.
 void ExportProfileManagerBase::deleteProfile(const std::shared_ptr<ExportProfile>& profile) {
   const MetadataScopeGuard scope = metadataManager->beginWriteScope();
   metadataManager->removeNodes({profilePath(profile->getUUID())});

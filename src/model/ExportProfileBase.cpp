@@ -15,17 +15,9 @@ using project::metadata::MetadataManager;
 using project::metadata::MetadataNode;
 using project::metadata::MetadataNodeSpecification;
 using project::metadata::MetadataPath;
-using project::metadata::MetadataPathBuilder;
 using project::metadata::MetadataScopeGuard;
 
 namespace {
-
-MetadataPath itemPath(const MetadataPath& filter, const ExportStrategyItem& item) {
-  MetadataPathBuilder builder;
-  builder.add(filter);
-  builder.add(FILTER_TYPE, item.labelUUID);
-  return builder.build();
-}
 
 template <class Filter>
 std::shared_ptr<ExportFilter> makeFilter(const std::u16string& type, const std::vector<ExportStrategyItem>& items) {
@@ -40,22 +32,20 @@ ExportProfile::~ExportProfile() = default;
 
 ExportProfileBase::ExportProfileBase(const std::u16string& profileUUID, std::shared_ptr<MetadataManager> manager)
     : uuid(profileUUID), metadataManager(std::move(manager)) {
-  load();
-}
-
-ExportProfileBase::~ExportProfileBase() = default;
-
-void ExportProfileBase::load() {
+  // The location of a filter's node is its type; addFilter makes nothing of one that is no kind.
   const MetadataScopeGuard scope = metadataManager->beginReadScope();
   for (const MetadataPath& filter : metadataManager->getChildPaths(profilePath(uuid))) {
     ExportProfileBase::addFilter(filter.getLeaf().getLocation(), loadItems(filter));
   }
 }
 
+ExportProfileBase::~ExportProfileBase() = default;
+
 std::vector<ExportStrategyItem> ExportProfileBase::loadItems(const MetadataPath& filter) const {
   std::vector<ExportStrategyItem> items;
   for (const MetadataPath& item : metadataManager->getChildPaths(filter)) {
     if (item.getLeaf().getType() != FILTER_TYPE) continue;
+    // An item that is listed and not there is damage: to pass over it would change what is shared.
     const std::unique_ptr<MetadataNode> node = existingNode(item);
     items.emplace_back(node->getValue(DATA_KEY), item.getLeaf().getLocation());
   }
@@ -66,7 +56,7 @@ std::vector<std::shared_ptr<ExportFilter>> ExportProfileBase::getFilters() const
 
 std::shared_ptr<ExportFilter> ExportProfileBase::addFilter(const std::u16string& type,
                                                            const std::vector<ExportStrategyItem>& items) {
-  // File filters run before label filters: they need the labels that the latter remove.
+  // File filters run before label filters: they decide by labels that a label filter may remove.
   if (type == INCLUDE_FILES_WITH_LABEL || type == EXCLUDE_FILES_WITH_LABEL) {
     return *filters.insert(filters.begin(), makeFilter<FileLabelFilter>(type, items));
   }
@@ -78,35 +68,38 @@ std::shared_ptr<ExportFilter> ExportProfileBase::addFilter(const std::u16string&
 
 void ExportProfileBase::removeFilter(const std::shared_ptr<ExportFilter>& filter) {
   if (filters.empty()) return;
+  // The last filter in the place of an absent one is no slip: ExportProfile.h promises it.
   const auto found = std::find(filters.begin(), filters.end(), filter);
   filters.erase(found != filters.end() ? found : std::prev(filters.end()));
 }
 
 void ExportProfileBase::apply(project::management::ProjectManager& projectManager) {
+  // Walks a copy, which getFilters gives: the host may call back and edit the list.
   for (const std::shared_ptr<ExportFilter>& filter : getFilters()) filter->apply(projectManager);
 }
 
 void ExportProfileBase::save() {
   const MetadataScopeGuard scope = metadataManager->beginWriteScope();
-  // A copy, as the host may call back and edit this profile; made before the stored filters are removed, as it can
-  // fail.
+  // Walks a copy, as the host may call back and edit this profile. The copy is made before the stored filters are
+  // removed, since it can fail. They are all removed, not only those that changed: the later save wins wholly.
   const std::vector<std::shared_ptr<ExportFilter>> saved = filters;
   metadataManager->removeNodes(metadataManager->getChildPaths(profilePath(uuid)));
   for (const std::shared_ptr<ExportFilter>& filter : saved) saveFilter(*filter);
 }
 
 void ExportProfileBase::saveFilter(const ExportFilter& filter) {
-  const MetadataPath path = filterPath(*this, filter.getType());
+  // The filter's own node is written even without items, for a filter without items is a rule too.
+  const MetadataPath path = filterPath(profilePath(uuid), filter.getType());
   writeNode(path, std::make_shared<MetadataNodeSpecification>());
   for (const ExportStrategyItem& item : filter.getItems()) {
     auto node = std::make_shared<MetadataNodeSpecification>();
     node->put(DATA_KEY, item.category);
-    writeNode(itemPath(path, item), std::move(node));
+    writeNode(filterPath(path, item.labelUUID), std::move(node));
   }
 }
 
 std::u16string ExportProfileBase::getName() const {
-  metadataManager->beginReadScope();  // tells the host that a read comes; it ends before the read
+  metadataManager->beginReadScope();  // announces the read, and ends before it: the order of calls is fixed
   return existingNode(profilePath(uuid))->getValue(NAME_KEY);
 }
 

@@ -11,11 +11,11 @@ namespace project::sharing::profiles {
 
 class ExportFilter;
 
-// A profile of one project's metadata.
+// A profile in one project's metadata.
 class ExportProfileBase final : public ExportProfile {
  public:
-  // Loads the stored filters, in a read scope of its own. What is not known is skipped: a filter of an unknown kind, an
-  // item's node of another type.
+  // Loads the stored filters, in a read scope of its own. Passes over what it does not know: a filter of a type that is
+  // no kind, and an item's node of another type.
   ExportProfileBase(const std::u16string& uuid, std::shared_ptr<project::metadata::MetadataManager> metadataManager);
 
   std::vector<std::shared_ptr<ExportFilter>> getFilters() const override;
@@ -30,7 +30,6 @@ class ExportProfileBase final : public ExportProfile {
   ~ExportProfileBase() override;
 
  private:
-  void load();
   std::vector<ExportStrategyItem> loadItems(const project::metadata::MetadataPath& filter) const;
   void saveFilter(const ExportFilter& filter);
   std::unique_ptr<project::metadata::MetadataNode> existingNode(const project::metadata::MetadataPath& path) const;

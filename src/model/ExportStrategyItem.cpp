@@ -4,7 +4,7 @@
 
 namespace project::sharing::profiles {
 
-// One file defines them all, so that they are made in this order.
+// One file defines them all, so that they are made in this order, which the header promises.
 const std::u16string EXCLUDE_LABEL = u"Label";
 const std::u16string EXCLUDE_FILES_WITH_LABEL = u"FileLabel";
 const std::u16string INCLUDE_LABEL = u"IncludeLabels";

@@ -1,7 +1,5 @@
 #include "model/StoredLayout.h"
 
-#include "project/sharing/profiles/ExportProfile.h"
-
 namespace project::sharing::profiles {
 
 using project::metadata::MetadataPath;
@@ -20,10 +18,10 @@ MetadataPath profilePath(const std::u16string& uuid) {
   return builder.build();
 }
 
-MetadataPath filterPath(const ExportProfile& profile, const std::u16string& filterType) {
+MetadataPath filterPath(const MetadataPath& parent, const std::u16string& location) {
   MetadataPathBuilder builder;
-  builder.add(profilePath(profile.getUUID()));
-  builder.add(FILTER_TYPE, filterType);
+  builder.add(parent);
+  builder.add(FILTER_TYPE, location);
   return builder.build();
 }
 

@@ -1,5 +1,5 @@
 // MemoryConformance [FAULT]: the suite on the host in memory. Each fault that it can be given stands in this folder or
-// in the host's functions as a text that begins with clauses that fail by it; tests/checks/broken_hosts reads them.
+// in the host's functions as a text that begins with the clauses that fail by it; tests/checks/broken_hosts reads them.
 #include <gtest/gtest.h>
 
 #include <exception>
@@ -7,12 +7,54 @@
 #include <stdexcept>
 
 #include "host_conformance/HostConformance.h"
-#include "host_conformance/Spoilt.h"
+#include "memory_host/MemoryHost.h"
 #include "tiny_host/Hooks.h"
 
 namespace memory_host {
 
 namespace {
+
+// What careless code makes of texts.
+using Text = std::u16string;
+
+Text lower(const Text& given) {
+  Text text = given;
+  for (char16_t& unit : text) unit = unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+  return text;
+}
+Text cut(const Text& text) { return text.substr(0, 255); }
+Text toNul(const Text& text) { return text.substr(0, text.find(u'\0')); }
+Text toNothing(const Text&) { return {}; }
+
+enum class Place { LOCATION, TYPE, KEY, VALUE, CATEGORY, REMOVED };
+
+constexpr struct Spoil {
+  const char* fault;
+  Place place;
+  Text (*change)(const Text&);
+} SPOILS[] = {
+    {"STORE_008 STORE_009 STORE_014 SHARE_004: locations have no case", Place::LOCATION, lower},
+    {"STORE_010: types do not count", Place::TYPE, toNothing},
+    {"STORE_011: keys have no case", Place::KEY, lower},
+    {"STORE_011: values have 255 units", Place::VALUE, cut},
+    {"STORE_011: U+0000 ends a value", Place::VALUE, toNul},
+    {"LABEL_001: categories have no case", Place::CATEGORY, lower},
+    {"FILE_005 FILE_006: removals have no case", Place::REMOVED, lower},
+};
+
+// The text as the fault of this process's host has it at that place.
+Text spoilt(Place place, const Text& text) {
+  for (const Spoil& spoil : SPOILS) {
+    if (spoil.place == place && is(spoil.fault)) return spoil.change(text);
+  }
+  return text;
+}
+
+// As SQL's LIKE, whose "_" is any unit.
+bool matches(const Text& pattern, const Text& text) {
+  return std::equal(pattern.begin(), pattern.end(), text.begin(), text.end(),
+                    [](char16_t wanted, char16_t unit) { return wanted == u'_' || wanted == unit; });
+}
 
 void throwIf(bool condition, const char* text) {
   if (condition && is(text)) throw std::runtime_error(text);
@@ -146,7 +188,7 @@ class FaultyProject final : public MemoryProject {
     const auto before = entries;
     MemoryProject::removeLabel(category, label, flag);
     for (std::size_t i = 0; i < entries.size(); ++i) {
-      if (entries[i].isFolder && is("LABEL_004 SHARE_002: a removed label stays on folders")) entries[i] = before[i];
+      if (entries[i].isFolder && is("LABEL_004 SHARE_002: a removed label remains on folders")) entries[i] = before[i];
     }
     const bool isLast = MemoryProject::getLabels(category).empty();
     if (isLast && is("LABEL_003: a category goes with its last label")) categories.erase(category.toString());
@@ -160,30 +202,18 @@ class FaultyProject final : public MemoryProject {
     if (is("FILE_001 FILE_002: the root is listed")) all.push_back(getRootFolder());
     return all;
   }
-  std::vector<FileLabel> getFileLabels(const Path& entry) override {
-    static const bool haveNoCase = is("FILE_004 SHARE_002: labels go by names without case");
-    std::vector<FileLabel> attached;
-    for (const Entry& one : entries) {
-      const Text &text = entry.text(), &other = one.name.text();
-      const bool isIt = haveNoCase ? lower(text) == lower(other) : text == other;
-      for (auto key = one.labels.begin(); isIt && key != one.labels.end(); ++key) {
-        attached.emplace_back(CategoryIdentifier(key->first), LabelIdentifier(key->second));
-      }
-    }
-    return attached;
-  }
-  std::vector<Path> removeFiles(const std::vector<Path>& going) override {
-    throwIf(going.empty(), "FILE_001 FILE_005: nothing cannot be removed");
-    for (const Path& top : going) {
+  std::vector<Path> removeFiles(const std::vector<Path>& removed) override {
+    throwIf(removed.empty(), "FILE_001 FILE_005: nothing cannot be removed");
+    for (const Path& top : removed) {
       const auto isTop = [&](const Entry& one) { return one.name == top; };
       throwIf(std::none_of(entries.begin(), entries.end(), isTop), "FILE_006 SHARE_002: what went along is missed");
       dropIf(entries, [&](const Entry& one) {
-        const Text text = spoilt(Place::REMOVED, one.name.text()), gone = spoilt(Place::REMOVED, top.text());
-        const bool isWhole = text.size() <= gone.size() || text[gone.size()] == u'/';
-        return text.rfind(gone, 0) == 0 && (isWhole || is("FILE_005 FILE_006: removals go by a prefix"));
+        const Text text = spoilt(Place::REMOVED, one.name.text()), prefix = spoilt(Place::REMOVED, top.text());
+        const bool isWhole = text.size() <= prefix.size() || text[prefix.size()] == u'/';
+        return text.rfind(prefix, 0) == 0 && (isWhole || is("FILE_005 FILE_006: removals go by a prefix"));
       });
     }
-    return going;
+    return removed;
   }
 
   std::shared_ptr<FaultyMetadata> session;
@@ -210,6 +240,14 @@ host_conformance::Host makeHost() {
     const LabelKey key(spoilt(Place::CATEGORY, name), Text(number.begin(), number.end()));
     project->addLabel(key.first, key.second, isRemovable ? 1 : 0);
     return Label(CategoryIdentifier(key.first), LabelIdentifier(key.second, isRemovable ? 1 : 0));
+  };
+  host.attach = [project](const Path& entry, const Label& label) {
+    const bool haveNoCase = is("FILE_004 SHARE_002: labels go by names without case");
+    for (Entry& one : project->entries) {
+      const Text &text = one.name.text(), &wanted = entry.text();
+      const bool isIt = haveNoCase ? lower(text) == lower(wanted) : text == wanted;
+      if (isIt) one.labels.emplace(label.getCategory().toString(), label.getUUID());
+    }
   };
   host.workingCopy = [project] { return copyOf(project); };
   host.isolatesSessions = true;

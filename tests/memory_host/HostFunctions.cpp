@@ -12,21 +12,12 @@
 #include "foundation/core/except/IMsgIDException.h"
 #include "memory_host/MemoryHost.h"
 
-namespace {
+using memory_host::is, memory_host::misuses, memory_host::errorIdentifiersMade;
 
-std::atomic<std::size_t> parents{0}, misuses{0};
-std::atomic<int> errorIdentifiers{0};
-
-}  // namespace
-
-using memory_host::is;
-
-memory_host::PathQuestions memory_host::pathQuestions() { return {parents, misuses}; }
-
-int memory_host::errorIdentifiersMade() { return errorIdentifiers; }
+std::atomic<std::size_t> memory_host::parentsAsked{0}, memory_host::misuses{0}, memory_host::errorIdentifiersMade{0};
 
 std::u16string fl::filesystem::detail::extract_parent_path(const std::u16string& text) {
-  ++parents;
+  ++memory_host::parentsAsked;
   if (text.empty()) ++misuses;
   const std::size_t slash = text.rfind(u'/');
   if (slash == std::u16string::npos || text.size() == 1) return {};
@@ -57,9 +48,9 @@ std::u16string foundation::core::except::IMsgIDException::GetUnicodeMessageTxt()
 }
 
 std::string foundation::core::except::IMsgIDException::get_error_id(const resource_core::BaseMsgID& record) {
-  ++errorIdentifiers;
+  ++errorIdentifiersMade;
   return record.component + ":" + record.key +
-         (is("ERROR_001: identifiers change") ? std::to_string(errorIdentifiers) : "");
+         (is("ERROR_001: identifiers change") ? std::to_string(errorIdentifiersMade) : "");
 }
 
 void foundation::core::diag::stacktrace_base::capture(std::size_t) {

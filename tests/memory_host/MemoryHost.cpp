@@ -7,13 +7,6 @@ std::string fault;
 MemoryMetadata::~MemoryMetadata() = default;
 MemoryProject::~MemoryProject() = default;
 
-MetadataScopeGuard MemoryMetadata::beginReadScope() {
-  ++openScopes_;
-  return MetadataScopeGuard([this] { --openScopes_; });
-}
-
-MetadataScopeGuard MemoryMetadata::beginWriteScope() { return beginReadScope(); }
-
 void MemoryMetadata::setNodes(const std::map<MetadataPath, std::shared_ptr<MetadataNode>>& given) {
   TinyMetadata changed;
   changed.nodes = nodes;
@@ -37,14 +30,14 @@ std::vector<std::u16string> MemoryProject::texts() const {
   return texts;
 }
 
-std::vector<Path> MemoryProject::removeFiles(const std::vector<Path>& going) {
-  for (const Path& path : going) {
+std::vector<Path> MemoryProject::removeFiles(const std::vector<Path>& removed) {
+  for (const Path& path : removed) {
     const auto isIt = [&](const Entry& one) { return one.name == path && one.name.flag() == path.flag(); };
     const auto found = std::find_if(entries.begin(), entries.end(), isIt);
     if (found == entries.end()) throw std::logic_error("there is no such entry");
     entries.erase(found);
   }
-  return going;
+  return removed;
 }
 
 }  // namespace memory_host

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -13,20 +14,14 @@ namespace memory_host {
 using namespace tiny_host;
 using Path = fl::filesystem::path;
 
-// Undoes nothing: what is written in a scope that an exception ends stays.
+// Undoes nothing: what is written in a scope that an exception ends remains.
 class MemoryMetadata : public TinyMetadata {
  public:
   ~MemoryMetadata() override;
 
-  MetadataScopeGuard beginReadScope() override;
-  MetadataScopeGuard beginWriteScope() override;
+  MetadataScopeGuard beginWriteScope() override { return MetadataScopeGuard(nullptr); }
   // All of the nodes or, where it throws, none.
   void setNodes(const std::map<MetadataPath, std::shared_ptr<MetadataNode>>& given) override;
-
-  int openScopes() const { return openScopes_; }
-
- private:
-  int openScopes_ = 0;
 };
 
 class MemoryProject : public TinyProject {
@@ -36,34 +31,25 @@ class MemoryProject : public TinyProject {
   MemoryProject(const MemoryProject&) = default;
   MemoryProject& operator=(const MemoryProject&) = default;
 
-  Path root{u"/p", true};
-  Path getRootFolder() override { return root; }
-
   void addLabel(const std::u16string& category, const std::u16string& uuid, int isRemovable = 1);
   // A label need not be in a category of the project. Paths have one flag and the other in turn.
   void addFile(const std::u16string& text, const std::set<LabelKey>& attached = {}) { add(text, false, attached); }
   void addFolder(const std::u16string& text, const std::set<LabelKey>& attached = {}) { add(text, true, attached); }
-  // The texts of the entries that are left, in order.
+  // The texts of the entries that were not removed, in order.
   std::vector<std::u16string> texts() const;
 
-  // One entry for each that is listed. A path has to come back as it was given out: std::logic_error.
-  std::vector<Path> removeFiles(const std::vector<Path>& going) override;
+  // Removes one entry for each that is listed. A path has to come back as it was given out: std::logic_error.
+  std::vector<Path> removeFiles(const std::vector<Path>& removed) override;
 
  private:
   void add(const std::u16string& text, bool isFolder, const std::set<LabelKey>& attached);
 };
 
-// What the host's path functions were asked for so far.
-struct PathQuestions {
-  std::size_t parents = 0;
-  std::size_t misuses = 0;  // an empty text, a false flag: what they must never be given
-};
-PathQuestions pathQuestions();
+// What the host's functions were asked for so far: parents, what they must never be given (an empty text, a false
+// flag), identifiers of errors.
+extern std::atomic<std::size_t> parentsAsked, misuses, errorIdentifiersMade;
 
-// How many error identifiers the host was asked for.
-int errorIdentifiersMade();
-
-// The one fault that this process's host has: none, but where the suite for hosts is shown to find it.
+// The one fault of this process's host: none, but where the suite for hosts is shown to find it.
 extern std::string fault;
 inline bool is(std::string_view text) { return text == fault; }
 

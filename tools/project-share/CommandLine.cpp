@@ -6,15 +6,18 @@
 #include <algorithm>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
+#include "Completion.h"
 #include "Refusal.h"
 #include "commands/Commands.h"
 #include "judgement/Judgement.h"
 #include "output/Output.h"
 #include "settings/OpenProject.h"
-#include "words/Lookup.h"
+#include "words/FilterKinds.h"
+#include "words/Names.h"
 #include "words/TypedCommand.h"
 
 namespace project_share {
@@ -82,13 +85,26 @@ const std::vector<std::string>& pathsOf(Words& words) {
   return words.paths;
 }
 
+void addProjectCommands(CLI::App& app, Words& words) {
+  CLI::App* init = addCommand(&app, "init", "Make a folder a project", "init my-folder");
+  addWord(init, "FOLDER", words.folder, "The folder (the working directory)")->required(false);
+  init->callback([&] { initProject(words.folder); });
+  CLI::App* trust =
+      addCommand(&app, "trust", "Open a project from now on although it belongs to another user", "trust /srv/team");
+  addWord(trust, "FOLDER", words.folder, "In the project (the working directory)")->required(false);
+  trust->add_flag("--forget", words.forget, "Trust the project no more");
+  trust->callback([&] { words.forget ? forgetProject(words.folder) : trustProject(words.folder); });
+  addCommand(&app, "status", "Show what is labelled, what is not, and what a share would be refused for", "status")
+      ->callback([] { showStatus(); });
+}
+
 void addAttachCommands(CLI::App* group, Words& words) {
   CLI::App* attach = addCommand(group, "attach", "Attach a label to files, links, and folders with all below them",
                                 "label attach audience/internal drafts budget.ods");
-  CLI::App* detach =
-      addCommand(group, "detach",
-                 "Take a label off files, links, and folders with all below them; let a twin or a leftover be shared",
-                 "label detach audience/internal drafts/final.txt");
+  CLI::App* detach = addCommand(
+      group, "detach",
+      "Detach a label from files, links, and folders with all below them; let a twin or a leftover be shared",
+      "label detach audience/internal drafts/final.txt");
   for (CLI::App* command : {attach, detach}) {
     addWord(command, "LABEL", words.label, "CATEGORY/NAME or UUID");
     addWord(command, "PATH", words.paths, "Files, folders or links of the project")->required(false);
@@ -122,17 +138,23 @@ void addLabelCommands(CLI::App& app, Words& words) {
     deleteLabel(words.label);
   });
   add("protect", "Let no filter remove the label", "label protect audience/everyone")->callback([&] {
-    keepLabel(words.label, true);
+    protectLabel(words.label, true);
   });
   add("unprotect", "Let filters remove the label", "label unprotect audience/everyone")->callback([&] {
-    keepLabel(words.label, false);
+    protectLabel(words.label, false);
   });
   addAttachCommands(group, words);
 }
 
 void addFilterCommands(CLI::App* add, CLI::App* remove, Words& words) {
+  std::vector<std::string> kinds, meanings;
+  for (const FilterKind& kind : filterKinds()) {
+    kinds.push_back(kind.word);
+    meanings.push_back(fmt::format("\n  {}: {}", kind.word, kind.meaning));
+  }
   for (CLI::App* command : {add, remove}) {
-    addWord(command, "KIND", words.kind)->check(CLI::IsMember(kindWords()));
+    command->footer(fmt::format("{}\n\nKinds:{}", command->get_footer(), fmt::join(meanings, "")));
+    addWord(command, "KIND", words.kind)->check(CLI::IsMember(kinds));
     addWord(command, "LABEL", words.labels, "CATEGORY/NAME or UUID")->required(command == add);
   }
   add->callback([&] { addFilter(words.profile, words.kind, words.labels); });
@@ -152,7 +174,7 @@ void addProfileCommands(CLI::App& app, Words& words) {
   create->callback([&] { createProfile(words.name); });
   addCommand(group, "list", "List the profiles", "profile list")->callback([] { listProfiles(); });
   add("show", "Show a profile's filters", "show public")->callback([&] { showProfile(words.profile); });
-  add("explain", "Tell in words what a profile takes out", "explain public")->callback([&] {
+  add("explain", "Tell in words what a profile holds back", "explain public")->callback([&] {
     explainProfile(words.profile);
   });
   add("delete", "Delete a profile", "delete public")->callback([&] { deleteProfile(words.profile); });
@@ -169,18 +191,13 @@ void addProfileCommands(CLI::App& app, Words& words) {
                     words);
 }
 
-void requireAllowable(const std::string& identifier) {
-  const auto& all = allowableRisks();
-  if (std::find(all.begin(), all.end(), identifier) != all.end()) return;
-  throw CLI::ParseError(fmt::format("--allow takes {}", fmt::join(all, ", ")), WRONG_USAGE);
-}
-
-// REASON[,REASON...], or REASON=PATH with a path that may hold anything.
+// RISK[,RISK...], or RISK=PATH with a path that may hold anything.
+// A path may hold a comma and an equals sign, so a word with a path names one risk alone.
 std::vector<Allowed> allowedBy(const std::vector<std::string>& words) {
   std::vector<Allowed> allowed;
   for (const std::string& word : words) {
     const std::size_t path = word.find('=');
-    if (path + 1 == word.size()) throw CLI::ParseError("--allow REASON=PATH needs a path", WRONG_USAGE);
+    if (path + 1 == word.size()) throw CLI::ParseError("--allow RISK=PATH needs a path", WRONG_USAGE);
     if (path != std::string::npos) {
       allowed.push_back({word.substr(0, path), word.substr(path + 1)});
       std::string& named = *allowed.back().path;
@@ -190,7 +207,11 @@ std::vector<Allowed> allowedBy(const std::vector<std::string>& words) {
         allowed.push_back({CLI::detail::trim(identifier), {}});
     }
   }
-  for (const Allowed& one : allowed) requireAllowable(one.identifier);
+  const std::vector<std::string>& all = allowableRisks();
+  for (const Allowed& one : allowed) {
+    if (std::find(all.begin(), all.end(), one.identifier) != all.end()) continue;
+    throw CLI::ParseError(fmt::format("--allow takes {}", fmt::join(all, ", ")), WRONG_USAGE);
+  }
   return allowed;
 }
 
@@ -207,15 +228,25 @@ ShareWords shareWordsOf(const Words& words) {
   return share;
 }
 
+std::string riskList() {
+  std::string list = "\n\nRisks that --allow takes:";
+  for (const RiskKind* kind : risks::ALL) {
+    if (kind->level == Level::risk) list += fmt::format("\n  {:23}{}", kind->identifier, kind->meaning);
+  }
+  return list;
+}
+
 void addShareCommands(CLI::App& app, Words& words) {
   CLI::App* preview =
-      addCommand(&app, "preview", "Show as a tree what a share would hand out, and what not and why", "preview public");
+      addCommand(&app, "preview", "Show as a tree what a share would hand out, and what it would hold back and why",
+                 "preview public");
   addWord(preview, "PROFILE", words.profile, "Name or UUID");
   preview->callback([&] { previewProfile(words.profile); });
 
-  CLI::App* why = addCommand(&app, "why", "Tell why one path stays or goes", "why drafts/plan.txt --profile public");
+  CLI::App* why =
+      addCommand(&app, "why", "Tell why one path is shared or held back", "why drafts/plan.txt --profile public");
   addWord(why, "PATH", words.name, "A file, folder or link of the project");
-  addWord(why, "--profile", words.profile, "Name or UUID");
+  addWord(why, "--profile", words.profile, "Name or UUID")->type_name("PROFILE");
   why->callback([&] { explainPath(words.name, words.profile); });
 
   CLI::App* share = addCommand(&app, "share", "Hand out a copy: share PROFILE DEST, or share --whole DEST",
@@ -224,17 +255,16 @@ void addShareCommands(CLI::App& app, Words& words) {
   share->add_flag("--whole", words.whole, "Everything, without a profile");
   share
       ->add_option("--allow", words.allowed,
-                   "Share in spite of all such reasons, or of the one that is about PATH; can be repeated")
+                   "Share in spite of all such risks, or of the one that is about PATH; can be repeated")
       ->allow_extra_args(false)
       ->transform(unmarked)
-      ->type_name("REASON[,REASON...]|REASON=PATH");
-  share->add_flag("--strict", words.strict,
-                  "Refuse for what is else only noted, such as a filter that takes nothing out");
-  CLI::Option* receipt =
-      addWord(share, "--receipt", words.receipt, "A JSON file to be made, for you: what went out, what not, and why")
-          ->required(false);
-  share->footer(share->get_footer() +
-                fmt::format("\n\nReasons that --allow takes:\n  {{{}}}", fmt::join(allowableRisks(), ",")));
+      ->type_name("RISK[,RISK...]|RISK=PATH");
+  share->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
+  CLI::Option* receipt = addWord(share, "--receipt", words.receipt,
+                                 "A JSON file to be made, for you: what was shared, what was held back, and why")
+                             ->required(false)
+                             ->type_name("FILE");
+  share->footer(share->get_footer() + riskList());
   share->callback([&words, receipt] {
     if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
     project_share::share(shareWordsOf(words));
@@ -243,7 +273,7 @@ void addShareCommands(CLI::App& app, Words& words) {
   CLI::App* verify = addCommand(&app, "verify", "Check a copy against the receipt of its share",
                                 "verify ../for-the-customer --receipt ../for-the-customer.json");
   addWord(verify, "COPY", words.folder, "The folder that was handed out");
-  addWord(verify, "--receipt", words.receipt, "The file that share made");
+  addWord(verify, "--receipt", words.receipt, "The file that share made")->type_name("FILE");
   verify->callback([&] { verifyCopy(words.folder, words.receipt); });
 }
 
@@ -294,23 +324,18 @@ int runCommandLine(int argc, char** argv) {
   manner() = usualManner();
   invocation() = {};
   Words words;
-  CLI::App app("Hands out copies of a folder without what is labelled to stay", "project-share");
+  CLI::App app("Hands out copies of a folder without what is labelled internal", "project-share");
   app.require_subcommand(1);
   app.footer("'project-share COMMAND --help' tells more and gives an example.");
   addOptions(app);
-  CLI::App* init = addCommand(&app, "init", "Make a folder a project", "init my-folder");
-  addWord(init, "FOLDER", words.folder, "The folder (the working directory)")->required(false);
-  init->callback([&] { initProject(words.folder); });
-  CLI::App* trust =
-      addCommand(&app, "trust", "Open a project from now on although it belongs to another user", "trust /srv/team");
-  addWord(trust, "FOLDER", words.folder, "In the project (the working directory)")->required(false);
-  trust->add_flag("--forget", words.forget, "Trust the project no more");
-  trust->callback([&] { words.forget ? forgetProject(words.folder) : trustProject(words.folder); });
-  addCommand(&app, "status", "Show what is labelled, what is not, and what a share would be refused for", "status")
-      ->callback([] { showStatus(); });
+  addProjectCommands(app, words);
   addLabelCommands(app, words);
   addProfileCommands(app, words);
   addShareCommands(app, words);
+  if (argc > 1 && std::string_view(argv[1]) == "complete") {  // what is still being typed could not be parsed
+    complete(app, {argv + 2, argv + argc});
+    return 0;
+  }
   return parse(app, markedWords(argc, argv));
 }
 

@@ -32,6 +32,8 @@ Interruption::~Interruption() {
   if (noted != 0 && std::uncaught_exceptions() > exceptions_) std::raise(noted);
 }
 
+// A signal's handler may do next to nothing. It notes the signal, and the work looks at the note between two steps, so
+// that what was begun is cleaned up by the same code as after any failure.
 void Interruption::check() const {
   if (noted != 0) throw Interrupted();
 }

@@ -10,7 +10,7 @@
 
 namespace computils::exception {
 
-// Remembers a message and where it was made.
+// An error that remembers a message and the stack on which it was made.
 class StackTraceRecordingException : public std::exception {
  public:
   StackTraceRecordingException() { stackTrace_.capture(0); }

@@ -17,15 +17,15 @@ struct path_traits {
   using char_type = Char;
 };
 
-// Text of the folder that holds `text`; empty when there is none. Pure; defined by the host.
+// Gives the text of the folder that holds `text`, or an empty text where there is none. Pure; the host defines it.
 std::u16string extract_parent_path(const std::u16string& text);
 
-// `text` in the platform's native form. Pure; defined by the host.
+// Gives `text` in the platform's native form. Pure; the host defines it.
 std::u16string make_native_form(const std::u16string& text, bool flag);
 
 }  // namespace detail
 
-// A path as text. The flag travels with the text but is no part of its identity: paths of equal text are equal,
+// A path as text. Its flag travels with the text but is no part of the path's identity: paths of equal text are equal,
 // and hash alike, whatever their flags.
 template <class NativeChar, class Char, class Traits>
 class basic_path {

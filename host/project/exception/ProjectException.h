@@ -6,7 +6,7 @@
 
 namespace project::exception {
 
-// The family of all errors about a project.
+// The base class of all errors about a project.
 class ProjectException : public computils::exception::StackTraceRecordingException {
  public:
   using StackTraceRecordingException::StackTraceRecordingException;

@@ -8,7 +8,7 @@
 
 namespace project::management {
 
-// Identifies a label category of a project by a text that stays when the category gets another name.
+// Identifies a label category of a project by a text that does not change when the category is renamed.
 class CategoryIdentifier {
  public:
   explicit CategoryIdentifier(std::u16string text) : text_(std::move(text)) {}
@@ -24,7 +24,7 @@ class CategoryIdentifier {
   std::u16string text_;
 };
 
-// Identifies one label by its UUID, and says whether a filter may remove it (0: it may not).
+// Identifies one label by its UUID, and says whether a filter may remove the label (0: it may not).
 class LabelIdentifier {
  public:
   explicit LabelIdentifier(std::u16string uuid, std::int32_t isRemovable = 1)
@@ -43,7 +43,7 @@ class LabelIdentifier {
   std::int32_t isRemovable_;
 };
 
-// A label of a project, with the category that it stands in.
+// A label of a project, and the category that it belongs to.
 class Label {
  public:
   Label(CategoryIdentifier category, LabelIdentifier label)
@@ -63,7 +63,7 @@ class Label {
   LabelIdentifier label_;
 };
 
-// A label as it hangs on one entry of the project.
+// A label as it is attached to one entry of the project.
 class FileLabel : public Label {
  public:
   using Label::Label;

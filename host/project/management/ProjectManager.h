@@ -10,8 +10,8 @@
 
 namespace project::management {
 
-// One open project. A label manager or file manager that it gives lives until the filter that asked for it is done; the
-// metadata manager is shared, may outlive it, and is never an empty pointer.
+// One open project. The label manager and the file manager that it gives live until the filter that asked for them is
+// done. The metadata manager is shared and may outlive the project; the pointer to it is never empty.
 class ProjectManager {
  public:
   virtual LabelManager& getLabelManager() = 0;

@@ -10,7 +10,7 @@
 
 namespace project::metadata {
 
-// One step of a path: what kind of node, and which of that kind.
+// One step of a path: the type of a node, and its location among the nodes of that type.
 class PathElement {
  public:
   PathElement(std::u16string type, std::u16string location) : type_(std::move(type)), location_(std::move(location)) {}
@@ -30,8 +30,8 @@ class PathElement {
   std::u16string location_;
 };
 
-// Names a node by its elements from the top down; made by a MetadataPathBuilder. Ordered element by element, a path
-// before the paths below it.
+// Names a node by its elements from the top down. A MetadataPathBuilder makes paths. They are ordered element by
+// element, and a path comes before the paths below it.
 class MetadataPath {
  public:
   MetadataPath() = default;
@@ -39,7 +39,7 @@ class MetadataPath {
 
   const std::vector<PathElement>& getElements() const noexcept { return elements_; }
 
-  // The last element; of an empty path: std::out_of_range.
+  // Gives the last element; throws std::out_of_range for an empty path.
   const PathElement& getLeaf() const {
     if (elements_.empty()) throw std::out_of_range("MetadataPath::getLeaf: the path is empty");
     return elements_.back();

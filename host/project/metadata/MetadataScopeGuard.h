@@ -7,8 +7,8 @@
 
 namespace project::metadata {
 
-// Holds a scope of the metadata store open and ends it once, when destroyed. Movable only; a guard that was moved
-// from is empty and ends nothing. A guard that is assigned to ends its own scope first.
+// Holds a scope of the metadata store open and ends it once, when the guard is destroyed. A guard can be moved, but not
+// copied. One that was moved from is empty and ends nothing; one that is assigned to ends its own scope first.
 class MetadataScopeGuard {
  public:
   // `end` may be empty. What it throws is dropped.

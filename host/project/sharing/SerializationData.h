@@ -10,7 +10,7 @@
 
 namespace project::sharing {
 
-// What one sharing operation works on: the open projects by path, and the path of the one that is shared.
+// What one sharing operation works on: the open projects by their paths, and the path of the one that is shared.
 struct SerializationData {
   std::unordered_map<fl::filesystem::path, std::shared_ptr<management::ProjectManager>> projectManagers;
   fl::filesystem::path projectPath;

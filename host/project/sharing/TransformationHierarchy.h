@@ -6,7 +6,7 @@ namespace project::sharing {
 
 struct SerializationData;
 
-// A step that the sharing machinery runs over the data of a sharing operation before the project is serialised.
+// A step that the sharing machinery runs over the data of a sharing operation before it serialises the project.
 class TransformationHierarchy {
  public:
   virtual ~TransformationHierarchy() = default;

@@ -20,14 +20,14 @@ void createLabels(const std::vector<std::string>& labels);
 void listLabels();
 void renameLabel(const std::string& label, const std::string& name);
 void deleteLabel(const std::string& label);
-// A kept label is one that no filter may remove from a copy.
-void keepLabel(const std::string& label, bool kept);
+// No filter may remove a protected label from a copy.
+void protectLabel(const std::string& label, bool isProtected);
 // To folders with all that lies below them, or to the folders alone.
 void attachLabel(const std::string& label, const std::vector<std::string>& paths, bool folderOnly);
-// From what is named and carries it. A file that is named may also be shared from then on, with what it holds, where
-// that is what the label holds back elsewhere.
+// From what is named and carries it, there or missing. A file that is named may also be shared from then on, with what
+// it holds, where that is what the label holds back elsewhere.
 void detachLabel(const std::string& label, const std::vector<std::string>& paths, bool folderOnly);
-// The paths on standard input, each ended by `end`.
+// The paths on standard input, each ended by `end`. Error: INPUT_FAILED.
 std::vector<std::string> readPaths(char end);
 
 void createProfile(const std::string& name);
@@ -43,7 +43,7 @@ void removeFilter(const std::string& profile, const std::string& kind, const std
 void explainProfile(const std::string& profile);
 
 void previewProfile(const std::string& profile);
-// Why one path stays or goes.
+// Why one path is shared or held back.
 void explainPath(const std::string& path, const std::string& profile);
 
 // What one --allow names: all risks of a kind, or the one at a path.

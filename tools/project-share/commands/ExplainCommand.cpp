@@ -1,13 +1,17 @@
 #include <fmt/format.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "commands/Commands.h"
 #include "judgement/SelectionProbe.h"
 #include "output/Output.h"
 #include "settings/OpenProject.h"
-#include "words/Lookup.h"
+#include "words/FilterKinds.h"
+#include "words/Labels.h"
+#include "words/Names.h"
+#include "words/Profiles.h"
 
 namespace project_share {
 
@@ -20,61 +24,55 @@ using project::management::LabelIdentifier;
 
 namespace {
 
-const char* meaningOf(const std::u16string& kind) {
-  if (kind == profiles::EXCLUDE_FILES_WITH_LABEL) return "files and folders go that carry any of these labels:";
-  if (kind == profiles::INCLUDE_FILES_WITH_LABEL) {
-    return "files and folders go that carry no label, or any label but these:";
-  }
-  if (kind == profiles::EXCLUDE_LABEL) return "these labels go, unless they are kept:";
-  return "all labels go but these and kept ones:";
-}
-
 struct Case {
   const char* title;
-  std::string answer;
+  const char* answer;
 };
 
-FileLabel labelLike(const ExportStrategyItem& item, bool kept = false) {
-  return {CategoryIdentifier(item.category), LabelIdentifier(item.labelUUID, kept ? 0 : 1)};
+FileLabel labelLike(const ExportStrategyItem& item, bool isProtected = false) {
+  return {CategoryIdentifier(item.category), LabelIdentifier(item.labelUUID, isProtected ? 0 : 1)};
 }
 
 // A label that the filter does not name.
-FileLabel otherLabel(bool kept = false) { return labelLike({u"other", u"other"}, kept); }
+FileLabel otherLabel(bool isProtected = false) { return labelLike({u"other", u"other"}, isProtected); }
 
 std::vector<Case> fileCases(ExportFilter& filter, const std::vector<ExportStrategyItem>& items) {
-  std::vector<const char*> titles{"no label", "another label"};
-  std::vector<Labels> rows{{}, {otherLabel()}};
+  std::vector<std::pair<const char*, Labels>> rows{{"no label", {}}, {"another label", {otherLabel()}}};
   if (!items.empty()) {
-    titles.insert(titles.end(), {"a label named here", "a label named here, and another"});
-    rows.insert(rows.end(), {{labelLike(items.front())}, {labelLike(items.front()), otherLabel()}});
+    const FileLabel named = labelLike(items.front());
+    rows.insert(rows.end(),
+                {{"a label named here", {named}}, {"a label named here, and another", {named, otherLabel()}}});
   }
-  const std::vector<bool> selected = selectedBy(filter, rows.size(), [&](std::size_t i) { return rows[i]; });
+  const std::vector<bool> selected = selectedBy(filter, rows.size(), [&](std::size_t i) { return rows[i].second; });
   std::vector<Case> cases;
-  for (std::size_t i = 0; i < rows.size(); ++i) cases.push_back({titles[i], selected[i] ? "goes" : "stays"});
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    cases.push_back({rows[i].first, selected[i] ? "held back" : "shared"});
+  }
   return cases;
 }
 
 std::vector<Case> labelCases(ExportFilter& filter, const std::vector<ExportStrategyItem>& items) {
-  const auto answer = [&](const FileLabel& label) { return takesAwayAny(filter, {label}) ? "goes" : "stays"; };
-  std::vector<Case> cases{{"another label", answer(otherLabel())}, {"another label, kept", answer(otherLabel(true))}};
+  const auto answer = [&](const FileLabel& label) { return takesAwayAny(filter, {label}) ? "removed" : "leaves"; };
+  std::vector<Case> cases{{"another label", answer(otherLabel())},
+                          {"another label, protected", answer(otherLabel(true))}};
   if (items.empty()) return cases;
   cases.push_back({"a label named here", answer(labelLike(items.front()))});
-  cases.push_back({"a label named here, kept", answer(labelLike(items.front(), true))});
+  cases.push_back({"a label named here, protected", answer(labelLike(items.front(), true))});
   return cases;
 }
 
-void printFilter(ExportFilter& filter, std::size_t position, const std::vector<folder_host::LabelRecord>& labels) {
-  const std::u16string kind = filter.getType();
+void printFilter(ExportFilter& filter, std::size_t position, const LabelIndex& labels) {
+  const FilterKind kind = kindOf(filter.getType());
   const auto items = filter.getItems();
-  const auto cases = isFileKind(kind) ? fileCases(filter, items) : labelCases(filter, items);
-  Json object{{"filter", position}, {"kind", wordOf(kind)}, {"meaning", meaningOf(kind)}, {"labels", Json::array()}};
-  std::vector<std::string> lines{fmt::format("  {}. {}: {}", position, wordOf(kind), meaningOf(kind))};
-  for (const NamedLabel& label : namedBy(filter, labels)) {
-    object["labels"].push_back(utf8(label.name) + (label.isDeleted ? " (gone)" : ""));
+  const auto cases = kind.isOfFiles ? fileCases(filter, items) : labelCases(filter, items);
+  Json object{{"filter", position}, {"kind", kind.word}, {"meaning", kind.meaning}, {"labels", Json::array()}};
+  std::vector<std::string> lines{fmt::format("  {}. {}: {}", position, kind.word, kind.meaning)};
+  for (const NamedLabel& label : labels.namedBy(filter)) {
+    object["labels"].push_back(utf8(label.name) + (label.isDeleted ? " (deleted)" : ""));
     lines.push_back("       " + textOf(label));
   }
   if (items.empty()) lines.emplace_back("       (none)");
-  lines.emplace_back(isFileKind(kind) ? "     an entry with" : "     of the project's labels,");
+  lines.emplace_back(kind.isOfFiles ? "     an entry with" : "     of the project's labels,");
   for (const Case& one : cases) {
     object["cases"][one.title] = one.answer;
     lines.push_back(fmt::format("       {:32} {}", one.title, one.answer));
@@ -89,16 +87,16 @@ void explainProfile(const std::string& word) {
   const FolderProject project = openProject();
   const auto scope = project.metadata()->beginReadScope();
   const auto profile = findProfile(*profiles::createManager(project.metadata()), word);
-  const auto labels = project.labels().list();
+  const LabelIndex labels(project.labels().list());
   const auto filters = profile->getFilters();
-  const char* begin = filters.empty() ? "has no filter: everything leaves."
-                                      : "hands out everything but what its filters take out, one after the other:";
+  const char* begin = filters.empty() ? "has no filter: everything is shared."
+                                      : "shares everything but what its filters hold back, one after the other:";
   if (!manner().json) line(fmt::format("Profile {} {}", inQuotes(nameOf(*profile)), begin));
   std::size_t position = 0;
   for (const auto& filter : filters) printFilter(*filter, ++position, labels);
   if (manner().json || filters.empty()) return;
-  line("A folder that would go stays when a file below it stays. Then go links to what is not handed out, and folders");
-  line("in which nothing is left.");
+  line("A folder that is selected is shared all the same when a file below it is. Links to what is held back, and");
+  line("folders of which nothing is shared, are held back.");
 }
 
 }  // namespace project_share

@@ -1,12 +1,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
+#include <iostream>
 #include <iterator>
 #include <map>
 #include <memory>
-#include <string_view>
+#include <string>
+#include <vector>
 
 #include "Refusal.h"
 #include "commands/Commands.h"
@@ -19,8 +19,11 @@
 #include "output/Output.h"
 #include "output/Report.h"
 #include "settings/OpenProject.h"
+#include "words/FilterKinds.h"
+#include "words/Labels.h"
 #include "words/Looks.h"
-#include "words/Lookup.h"
+#include "words/Names.h"
+#include "words/Profiles.h"
 
 namespace project_share {
 
@@ -45,44 +48,13 @@ std::vector<std::string> pathsAt(const std::vector<std::string>& sorted, const s
   return found;
 }
 
-// All that a person named. Throws the refusal for a name at which there is nothing.
-template <class Refuse>
-std::vector<std::string> pathsAt(const std::vector<std::string>& sorted, const FolderProject& project,
-                                 const std::vector<std::string>& named, bool only, const Refuse& refusalOf) {
-  std::vector<std::string> all;
-  for (const std::string& one : named) {
-    const std::vector<std::string> found = pathsAt(sorted, project.locate(one), only);
-    if (found.empty()) throw refusalOf(inQuotes(one));
-    all.insert(all.end(), found.begin(), found.end());
-  }
-  return all;
-}
-
-Refusal noEntry(const std::string& named) {
-  return {folder_host::errors::PATH_NOT_AN_ENTRY,
-          fmt::format("{} is no file, folder or link of the project that a label can hang on", named)};
-}
-
-Refusal notAttached(const std::string& named) {
-  return {refusals::LABEL_NOT_ATTACHED, fmt::format("nothing at {} carries that label", named)};
-}
-
-Paths pathsOf(const Listing& listing) {
-  Paths paths;
-  paths.reserve(listing.entries.size());
-  for (const Entry& entry : listing.entries) paths.push_back(entry.path);
-  return paths;
-}
-
 // Tells of words in the wrong order, where that is why there is no such label.
-LabelRecord namedLabel(const std::vector<LabelRecord>& labels, const std::string& word, const Paths& named) {
+LabelRecord namedLabel(const FolderProject& project, const std::string& word, const Paths& named) {
+  const LabelIndex labels(project.labels().list());
   try {
-    return findLabel(labels, word);
+    return labels.named(word);
   } catch (const Refusal& error) {
-    const auto isLabel = [&](const std::string& path) {
-      return std::any_of(labels.begin(), labels.end(), [&](const LabelRecord& label) { return nameOf(label) == path; });
-    };
-    if (!std::any_of(named.begin(), named.end(), isLabel)) throw;
+    if (std::none_of(named.begin(), named.end(), [&](const std::string& path) { return labels.hasName(path); })) throw;
     throw Refusal(error.identifier(), fmt::format("{} is no label; LABEL comes before PATH", inQuotes(word)));
   }
 }
@@ -95,36 +67,33 @@ Risk linkNote(const FolderProject& project, const LabelRecord& label, const Path
                       commandOf({"label", "attach", nameOf(label), fromHere(project.root(), links.front()) + "/"}))};
 }
 
-// Whoever takes the label off a file says that it may be shared, with what it holds, even where that, or its name, is
-// what the label holds back elsewhere. Gives the paths for which there is such a place.
-Paths settle(const FolderProject& project, const LabelRecord& label, const Paths& paths) {
+// Whoever detaches the label from a file says that it may be shared, with what it holds, even where that, or its name,
+// is what the label holds back elsewhere. Gives those of the paths for which there is such a place, and their digests.
+// Only the named files can be settled, so only they are compared with what carries the label.
+std::map<std::string, std::string> settledAmong(const FolderProject& project, const Paths& paths,
+                                                const Paths& labelled) {
   const EntryTable table(std::make_shared<const Listing>(project.list()));
   Selection named(table.size()), carrying(table.size());
-  for (const std::string& path : project.labels().pathsOf(label.uuid)) {
+  for (const std::string& path : labelled) {
     if (const auto entry = table.find(path)) carrying[*entry] = true;
   }
   for (const std::string& path : paths) {
     const auto entry = table.find(path);
     if (entry && table[*entry].kind == EntryKind::file) named[*entry] = !carrying[*entry];
   }
-  std::map<std::size_t, std::string> digests;
+  std::map<std::string, std::string> digests;
   for (const auto& twins : twinsAmong(project.root(), table, named, carrying)) {
-    for (const std::size_t entry : twins.shared) digests[entry] = twins.digest;
+    for (const std::size_t entry : twins.shared) digests[table[entry].path] = twins.digest;
   }
   for (const auto& leftover : leftoversAmong(table, named, carrying, carrying)) {
-    digests.emplace(leftover.entry, digestOf(project.root(), table[leftover.entry]));
+    const Entry& entry = table[leftover.entry];
+    if (digests.count(entry.path) == 0) digests[entry.path] = digestOf(project.root(), entry);
   }
-  Paths settled;
-  folder_host::Settlements settlements(*project.metadata());
-  for (const auto& [entry, digest] : digests) {
-    if (digest.empty()) continue;
-    settlements.settle(table[entry].path, label.uuid, digest);
-    settled.push_back(table[entry].path);
-  }
-  return settled;
+  for (auto one = digests.begin(); one != digests.end();) one = one->second.empty() ? digests.erase(one) : ++one;
+  return digests;
 }
 
-// A filter that names a label that is gone selects nothing any more: what it was to hold back would leave.
+// A filter selects nothing by a label that is deleted: what it was to hold back would be shared.
 void refuseInUse(profiles::ExportProfileManager& manager, const LabelRecord& label) {
   forEachItem(manager, [&](const auto& profile, const auto& filter, const auto& item) {
     if (item.labelUUID != label.uuid) return;
@@ -134,19 +103,29 @@ void refuseInUse(profiles::ExportProfileManager& manager, const LabelRecord& lab
   });
 }
 
-}  // namespace
-
-void initProject(const std::string& folder) {
-  const FolderProject project = makeProject(folder);
-  Json object;
-  putPath(object, "project", project.root());
-  done(fmt::format("Made {} a project.", inQuotes(project.root())), object);
+void tellDetached(const LabelRecord& label, std::size_t removed, const std::map<std::string, std::string>& settled) {
+  const std::string name = inQuotes(nameOf(label));
+  Json object{{"label", jsonOf(label)}, {"removed", removed}, {"settled", Json::array()}};
+  std::vector<std::string> sentences;
+  if (removed > 0 || settled.empty()) {
+    sentences.push_back(fmt::format("Detached {} from {}.", name, counted(removed, "path", "paths")));
+  }
+  for (const auto& [path, digest] : settled) {
+    object["settled"].push_back(Json::object());
+    putPath(object["settled"].back(), "path", path);
+    sentences.push_back(fmt::format("As far as {} is concerned, {} may be shared with the content that it has now.",
+                                    name, inQuotes(path)));
+  }
+  done(fmt::format("{}", fmt::join(sentences, " ")), object);
 }
+
+}  // namespace
 
 void createLabels(const std::vector<std::string>& labels) {
   const FolderProject project = openProject();
   const std::vector<LabelRecord> made = edit(project, [&] {
     std::vector<LabelRecord> records;
+    // Looked up within the scope: another command may be making the same label.
     LabelLooks looks(project.labels().list());
     for (const std::string& label : labels) {
       const auto [category, name] = splitLabel(label);
@@ -171,9 +150,9 @@ void listLabels() {
 void renameLabel(const std::string& word, const std::string& name) {
   const FolderProject project = openProject();
   const LabelRecord label = edit(project, [&] {
-    const std::vector<LabelRecord> labels = project.labels().list();
-    LabelRecord found = findLabel(labels, word);
-    LabelLooks(labels, found.uuid).add(found.categoryName, folder_host::fromBytes(name));
+    const LabelIndex labels(project.labels().list());
+    LabelRecord found = labels.named(word);
+    LabelLooks(labels.records(), found.uuid).add(found.categoryName, folder_host::fromBytes(name));
     project.labels().rename(found.uuid, folder_host::fromBytes(name));
     return found;
   });
@@ -184,7 +163,7 @@ void renameLabel(const std::string& word, const std::string& name) {
 void deleteLabel(const std::string& word) {
   const FolderProject project = openProject();
   const auto [label, count] = edit(project, [&] {
-    LabelRecord found = findLabel(project.labels().list(), word);
+    LabelRecord found = LabelIndex(project.labels().list()).named(word);
     refuseInUse(*profiles::createManager(project.metadata()), found);
     const std::size_t paths = project.labels().pathsOf(found.uuid).size();
     project.labels().erase(found.uuid);
@@ -197,86 +176,85 @@ void deleteLabel(const std::string& word) {
        object);
 }
 
-void keepLabel(const std::string& word, bool kept) {
+void protectLabel(const std::string& word, bool isProtected) {
   const FolderProject project = openProject();
   const LabelRecord label = edit(project, [&] {
-    LabelRecord found = findLabel(project.labels().list(), word);
-    project.labels().setProtected(found.uuid, kept);
-    found.isProtected = kept;
+    LabelRecord found = LabelIndex(project.labels().list()).named(word);
+    project.labels().setProtected(found.uuid, isProtected);
+    found.isProtected = isProtected;
     return found;
   });
-  done(fmt::format("Filters may {} remove label {}.", kept ? "not" : "now", inQuotes(nameOf(label))), jsonOf(label));
+  done(fmt::format("Filters may {} remove label {}.", isProtected ? "not" : "now", inQuotes(nameOf(label))),
+       jsonOf(label));
 }
 
 std::vector<std::string> readPaths(char end) {
-  std::vector<std::string> paths(1);
-  std::array<char, 4096> bytes{};
-  while (const std::size_t count = std::fread(bytes.data(), 1, bytes.size(), stdin)) {
-    for (const char byte : std::string_view(bytes.data(), count)) {
-      if (byte != end) {
-        paths.back() += byte;
-      } else if (!paths.back().empty()) {
-        paths.emplace_back();
-      }
-    }
+  std::ios::sync_with_stdio(false);  // else a read that fails looks like the end
+  std::vector<std::string> paths;
+  for (std::string path; std::getline(std::cin, path, end);) {
+    if (!path.empty()) paths.push_back(path);
   }
-  if (std::ferror(stdin) != 0) throw Refusal(refusals::INPUT_FAILED, "standard input cannot be read to its end");
-  if (paths.back().empty()) paths.pop_back();
+  if (std::cin.bad()) throw Refusal(refusals::INPUT_FAILED, "standard input cannot be read to its end");
   return paths;
 }
 
+// Attaching and detaching read the disk before they lock the store: however long that takes, no other command waits for
+// it. What changes in between could as well have changed a moment later. A file that comes has no label, and one that
+// is removed leaves its label on a missing path. A label that another command attaches stays attached, one that it
+// detaches is detached already, and a file that gets another content is not the one that may be shared. The label is
+// known by its UUID: under another name it is the same, and once deleted it is attached to nothing.
+
 void attachLabel(const std::string& word, const std::vector<std::string>& named, bool folderOnly) {
   const FolderProject project = openProject();
-  const auto [label, paths, added, links] = edit(project, [&] {
-    LabelRecord found = namedLabel(project.labels().list(), word, named);
-    const EntryTable table(std::make_shared<const Listing>(project.list()));
-    std::vector<std::string> all = pathsAt(pathsOf(table.listing()), project, named, folderOnly, noEntry);
-    std::sort(all.begin(), all.end());
-    all.erase(std::unique(all.begin(), all.end()), all.end());
-    const std::size_t count = project.labels().attach(found.uuid, all);
-    Paths onLinks;
-    std::copy_if(all.begin(), all.end(), std::back_inserter(onLinks),
-                 [&](const std::string& path) { return table[table.find(path).value()].kind == EntryKind::link; });
-    return std::tuple(std::move(found), std::move(all), count, std::move(onLinks));
-  });
+  const LabelRecord label = namedLabel(project, word, named);
+  const EntryTable table(std::make_shared<const Listing>(project.list()));
+  Paths entries, paths, links;
+  for (std::size_t i = 0; i < table.size(); ++i) entries.push_back(table[i].path);
+  for (const std::string& one : named) {
+    const Paths found = pathsAt(entries, project.locate(one), folderOnly);
+    if (found.empty()) {
+      throw Refusal(
+          folder_host::errors::PATH_NOT_AN_ENTRY,
+          fmt::format("{} is no file, folder or link of the project to which a label can be attached", inQuotes(one)));
+    }
+    paths.insert(paths.end(), found.begin(), found.end());
+  }
+  std::sort(paths.begin(), paths.end());
+  paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
+  const std::size_t added = edit(project, [&] { return project.labels().attach(label.uuid, paths); });
+
   const std::string had = paths.size() == added ? "" : fmt::format(" ({} had it already)", paths.size() - added);
   done(fmt::format("Attached {} to {}{}.", inQuotes(nameOf(label)), counted(added, "entry", "entries"), had),
        {{"label", jsonOf(label)}, {"entries", paths.size()}, {"added", added}});
+  std::copy_if(paths.begin(), paths.end(), std::back_inserter(links),
+               [&](const std::string& path) { return table[table.find(path).value()].kind == EntryKind::link; });
   if (!links.empty() && !manner().quiet) printNotes({linkNote(project, label, links)});
 }
 
 void detachLabel(const std::string& word, const std::vector<std::string>& named, bool folderOnly) {
   const FolderProject project = openProject();
-  const auto [label, removed, settled] = edit(project, [&] {
-    LabelRecord found = namedLabel(project.labels().list(), word, named);
-    // By what carries the label, entry or not: so it comes off a file that is gone, too.
-    const std::vector<std::string> labelled = project.labels().pathsOf(found.uuid);
-    Paths locations, carrying;
-    for (const std::string& one : named) {
-      locations.push_back(project.locate(one));
-      const Paths at = pathsAt(labelled, locations.back(), folderOnly);
-      carrying.insert(carrying.end(), at.begin(), at.end());
-    }
-    const std::size_t count = project.labels().detach(found.uuid, carrying);
-    Paths said = settle(project, found, locations);
-    for (std::size_t i = 0; i < named.size(); ++i) {
-      const bool isSettled = std::find(said.begin(), said.end(), locations[i]) != said.end();
-      if (!isSettled && pathsAt(labelled, locations[i], folderOnly).empty()) throw notAttached(inQuotes(named[i]));
-    }
-    return std::tuple(std::move(found), count, std::move(said));
+  const LabelRecord label = namedLabel(project, word, named);
+  // By what carries the label, entry or not: so it comes off a missing path, too.
+  const Paths labelled = project.labels().pathsOf(label.uuid);
+  Paths locations, carrying, others;
+  for (const std::string& one : named) {
+    locations.push_back(project.locate(one));
+    const Paths at = pathsAt(labelled, locations.back(), folderOnly);
+    carrying.insert(carrying.end(), at.begin(), at.end());
+  }
+  std::sort(carrying.begin(), carrying.end());
+  std::set_difference(labelled.begin(), labelled.end(), carrying.begin(), carrying.end(), std::back_inserter(others));
+  const std::map<std::string, std::string> settled = settledAmong(project, locations, others);
+  for (std::size_t i = 0; i < named.size(); ++i) {
+    if (settled.count(locations[i]) != 0 || !pathsAt(labelled, locations[i], folderOnly).empty()) continue;
+    throw Refusal(refusals::LABEL_NOT_ATTACHED, fmt::format("nothing at {} carries that label", inQuotes(named[i])));
+  }
+  const std::size_t removed = edit(project, [&] {
+    folder_host::Settlements settlements(*project.metadata());
+    for (const auto& [path, digest] : settled) settlements.settle(path, label.uuid, digest);
+    return project.labels().detach(label.uuid, carrying);
   });
-  Json object{{"label", jsonOf(label)}, {"removed", removed}, {"settled", Json::array()}};
-  std::string text;
-  if (removed > 0 || settled.empty()) {
-    text = fmt::format("Detached {} from {}.", inQuotes(nameOf(label)), counted(removed, "path", "paths"));
-  }
-  for (const std::string& path : settled) {
-    object["settled"].push_back(Json::object());
-    putPath(object["settled"].back(), "path", path);
-    text += fmt::format("{}As far as {} goes, {} may be shared with the content that it has now.",
-                        text.empty() ? "" : " ", inQuotes(nameOf(label)), inQuotes(path));
-  }
-  done(text, object);
+  tellDetached(label, removed, settled);
 }
 
 }  // namespace project_share

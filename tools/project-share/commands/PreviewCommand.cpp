@@ -11,7 +11,10 @@
 #include "output/Output.h"
 #include "output/Report.h"
 #include "settings/OpenProject.h"
-#include "words/Lookup.h"
+#include "words/FilterKinds.h"
+#include "words/Labels.h"
+#include "words/Names.h"
+#include "words/Profiles.h"
 
 namespace project_share {
 
@@ -21,6 +24,7 @@ using folder_host::FolderProject;
 
 namespace {
 
+// Entries are sorted by bytes, where "a-b" stands between "a" and "a/x". A tree has what lies in a folder behind it.
 std::vector<std::size_t> treeOrder(const std::vector<Entry>& entries) {
   std::vector<std::size_t> order(entries.size());
   for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;

@@ -6,8 +6,11 @@
 #include "folder_host/text/Utf.h"
 #include "output/Output.h"
 #include "settings/OpenProject.h"
+#include "words/FilterKinds.h"
+#include "words/Labels.h"
 #include "words/Looks.h"
-#include "words/Lookup.h"
+#include "words/Names.h"
+#include "words/Profiles.h"
 
 namespace project_share {
 
@@ -20,7 +23,9 @@ using profiles::ExportStrategyItem;
 namespace {
 
 // A name that is free for the profile of this UUID (empty: for a new one).
-std::u16string freeName(ExportProfileManager& manager, const std::string& word, const std::u16string& uuid = {}) {
+// Profiles are named in commands. Two that look alike would sooner or later be taken for each other, and the wrong one
+// would hand out.
+std::u16string unusedName(ExportProfileManager& manager, const std::string& word, const std::u16string& uuid = {}) {
   std::u16string name = folder_host::fromBytes(word);
   if (name.empty()) throw Refusal(folder_host::errors::NAME_EMPTY, "a profile needs a name");
   Looks looks;
@@ -43,56 +48,25 @@ std::shared_ptr<ExportFilter> filterOf(const ExportProfile& profile, const std::
   return nullptr;
 }
 
-// Whether the profile had a filter of this kind before.
-bool addItems(ExportProfile& profile, const std::u16string& kind, const std::vector<ExportStrategyItem>& items) {
-  const auto filter = filterOf(profile, kind);
-  if (!filter) {
-    profile.addFilter(kind, items);
-    return false;
-  }
-  filter->addItems(items);
-  return true;
-}
-
-std::vector<ExportStrategyItem> itemsOf(const folder_host::LabelStore& store, const std::vector<std::string>& words) {
-  const std::vector<folder_host::LabelRecord> labels = store.list();
-  std::vector<ExportStrategyItem> items;
-  for (const std::string& word : words) {
-    const folder_host::LabelRecord label = findLabel(labels, word);
-    items.emplace_back(label.categoryUUID, label.uuid);
-  }
-  return items;
-}
-
-// A label that is gone is named by its UUID, as `profile show` gives it.
-ExportStrategyItem itemIn(const ExportFilter& filter, const std::vector<folder_host::LabelRecord>& labels,
-                          const std::string& word) {
+// A deleted label is named by its UUID, as `profile show` gives it.
+// A deleted label can be taken out, too: that is what a share refuses for and tells to do.
+ExportStrategyItem itemIn(const ExportFilter& filter, const LabelIndex& labels, const std::string& word) {
   const std::u16string text = folder_host::fromBytes(word);
   for (const ExportStrategyItem& item : filter.getItems()) {
-    if (item.labelUUID == text || nameOf(item, labels) == word) return item;
+    if (item.labelUUID == text || labels.named(item).name == word) return item;
   }
   throw Refusal(refusals::LABEL_NOT_IN_FILTER, fmt::format("the filter does not name {}", inQuotes(word)));
 }
 
-void removeItems(ExportFilter& filter, const std::vector<folder_host::LabelRecord>& labels,
-                 const std::vector<std::string>& words) {
-  for (const std::string& word : words) filter.removeItems({itemIn(filter, labels, word)});
-}
-
-// Of a label that is gone, what is known.
-Json itemJson(const ExportStrategyItem& item, const std::vector<folder_host::LabelRecord>& labels) {
-  for (const auto& label : labels) {
-    if (label.uuid == item.labelUUID && label.categoryUUID == item.category) return jsonOf(label);
-  }
-  return {{"uuid", utf8(item.labelUUID)}, {"gone", true}};
-}
-
-Json shownAsJson(const ExportProfile& profile, const std::vector<folder_host::LabelRecord>& labels) {
+Json shownAsJson(const ExportProfile& profile, const LabelIndex& labels) {
   Json object = jsonOf(profile);
   object["filters"] = Json::array();
   for (const auto& filter : profile.getFilters()) {
     Json items = Json::array();
-    for (const ExportStrategyItem& item : filter->getItems()) items.push_back(itemJson(item, labels));
+    for (const ExportStrategyItem& item : filter->getItems()) {
+      const auto* label = labels.find(item);
+      items.push_back(label != nullptr ? jsonOf(*label) : Json{{"uuid", utf8(item.labelUUID)}, {"deleted", true}});
+    }
     object["filters"].push_back({{"kind", wordOf(filter->getType())}, {"labels", items}});
   }
   return object;
@@ -103,7 +77,7 @@ Json shownAsJson(const ExportProfile& profile, const std::vector<folder_host::La
 void createProfile(const std::string& word) {
   const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
-  const auto uuid = edit(project, [&] { return manager->createProfile(freeName(*manager, word))->getUUID(); });
+  const auto uuid = edit(project, [&] { return manager->createProfile(unusedName(*manager, word))->getUUID(); });
   done(fmt::format("Created profile {} ({}).", inQuotes(word), freeName(uuid)),
        {{"uuid", utf8(uuid)}, {"name", utf8(word)}});
 }
@@ -126,13 +100,13 @@ void showProfile(const std::string& word) {
   const FolderProject project = openProject();
   const auto scope = project.metadata()->beginReadScope();
   const auto profile = findProfile(*profiles::createManager(project.metadata()), word);
-  const auto labels = project.labels().list();
+  const LabelIndex labels(project.labels().list());
   if (manner().json) return item({}, shownAsJson(*profile, labels));
   line(fmt::format("{} ({})", freeName(nameOf(*profile)), freeName(profile->getUUID())));
   std::size_t position = 0;
   for (const auto& filter : profile->getFilters()) {
     line(fmt::format("  {}. {}", ++position, wordOf(filter->getType())));
-    for (const NamedLabel& label : namedBy(*filter, labels)) line("     " + textOf(label));
+    for (const NamedLabel& label : labels.namedBy(*filter)) line("     " + textOf(label));
   }
 }
 
@@ -141,7 +115,7 @@ void renameProfile(const std::string& word, const std::string& name) {
   const auto manager = profiles::createManager(project.metadata());
   const auto uuid = edit(project, [&] {
     const auto profile = findProfile(*manager, word);
-    profile->setName(freeName(*manager, name, profile->getUUID()));
+    profile->setName(unusedName(*manager, name, profile->getUUID()));
     return profile->getUUID();
   });
   done(fmt::format("Renamed profile {} to {} ({}).", inQuotes(word), inQuotes(name), freeName(uuid)),
@@ -153,7 +127,7 @@ void duplicateProfile(const std::string& word, const std::string& name) {
   const auto manager = profiles::createManager(project.metadata());
   const auto uuid = edit(project, [&] {
     const auto original = findProfile(*manager, word);
-    const auto copy = manager->createProfile(freeName(*manager, name));
+    const auto copy = manager->createProfile(unusedName(*manager, name));
     for (const auto& filter : original->getFilters()) copy->addFilter(filter->getType(), filter->getItems());
     copy->save();
     return copy->getUUID();
@@ -178,9 +152,19 @@ void addFilter(const std::string& word, const std::string& kindWord, const std::
   const auto manager = profiles::createManager(project.metadata());
   const bool wasThere = edit(project, [&] {
     const auto profile = findProfile(*manager, word);
-    const bool there = addItems(*profile, kindOf(kindWord), itemsOf(project.labels(), labels));
+    const LabelIndex known(project.labels().list());
+    std::vector<ExportStrategyItem> items;
+    items.reserve(labels.size());
+    for (const std::string& label : labels) items.push_back(itemOf(known.named(label)));
+    const std::u16string& kind = kindNamed(kindWord).text;
+    const auto filter = filterOf(*profile, kind);
+    if (filter) {
+      filter->addItems(items);
+    } else {
+      profile->addFilter(kind, items);
+    }
     profile->save();
-    return there;
+    return filter != nullptr;
   });
   const std::string what = counted(labels.size(), "label", "labels");
   done(wasThere ? fmt::format("Added {} to the {} filter that profile {} has already.", what, kindWord, inQuotes(word))
@@ -193,17 +177,17 @@ void removeFilter(const std::string& word, const std::string& kindWord, const st
   const auto manager = profiles::createManager(project.metadata());
   const bool isDeleted = edit(project, [&] {
     const auto profile = findProfile(*manager, word);
-    const auto filter = filterOf(*profile, kindOf(kindWord));
+    const auto filter = filterOf(*profile, kindNamed(kindWord).text);
     if (!filter) {
       throw Refusal(refusals::FILTER_NOT_FOUND,
                     fmt::format("profile {} has no {} filter; 'project-share profile show' shows what it has",
                                 inQuotes(word), kindWord));
     }
-    removeItems(*filter, project.labels().list(), labels);
-    const bool whole = labels.empty();
-    if (whole) profile->removeFilter(filter);
+    const LabelIndex known(project.labels().list());
+    for (const std::string& label : labels) filter->removeItems({itemIn(*filter, known, label)});
+    if (labels.empty()) profile->removeFilter(filter);
     profile->save();
-    return whole;
+    return labels.empty();
   });
   done(isDeleted ? fmt::format("Removed the {} filter from profile {}.", kindWord, inQuotes(word))
                  : fmt::format("Removed {} from the {} filter of profile {}.",

@@ -14,7 +14,8 @@
 #include "output/Report.h"
 #include "receipt/Receipt.h"
 #include "settings/OpenProject.h"
-#include "words/Lookup.h"
+#include "words/Names.h"
+#include "words/Profiles.h"
 #include "words/TypedCommand.h"
 
 namespace project_share {
@@ -27,7 +28,9 @@ using folder_host::WorkingCopy;
 namespace {
 
 // As it was written.
-std::string wordOf(const Allowed& allowed) { return allowed.identifier + (allowed.path ? "=" + *allowed.path : ""); }
+std::string argumentOf(const Allowed& allowed) {
+  return allowed.identifier + (allowed.path ? "=" + *allowed.path : "");
+}
 
 Allowances allowancesOf(const std::vector<Allowed>& all) {
   Allowances allowances;
@@ -53,7 +56,7 @@ void addIdleAllowances(const ShareWords& words, const std::vector<Risk>& risks, 
     if (isUsed) continue;
     notes.push_back({risks::ALLOW_IDLE.identifier,
                      {},
-                     fmt::format("--allow {} allows nothing here; leave it out", wordOf(allowed))});
+                     fmt::format("--allow {} allows nothing here; leave it out", argumentOf(allowed))});
   }
 }
 
@@ -85,7 +88,7 @@ folder_host::HandedOut handOut(const Judgement& judgement, const folder_host::Pl
     if (!receipt) return;
     ProgressLine checked("noted");
     std::set<std::string> allowed;
-    for (const Allowed& one : words.allowed) allowed.insert(utf8(wordOf(one)));
+    for (const Allowed& one : words.allowed) allowed.insert(utf8(argumentOf(one)));
     receipt->write(judgement, allowed, folder, [&](const Progress& progress) {
       interruption.check();
       checked.show(progress);
@@ -140,6 +143,7 @@ void report(const Judgement& judgement, const folder_host::HandedOut& result, co
   if (!manner().json) line(textOf(judgement.leaving));
 }
 
+// The two words are easily exchanged, and a folder named like a profile would be made in the wrong place.
 std::shared_ptr<profiles::ExportProfile> profileOf(WorkingCopy& copy, const ShareWords& words) {
   const auto manager = managerOf(copy);
   try {
@@ -163,6 +167,7 @@ void share(const ShareWords& words) {
   Judgement judgement = profile ? judge(*copy, *profile) : judgeWhole(*copy);
   addIdleAllowances(words, judgement.found.risks, false, judgement.found.notes);
   refuseRisks(judgement.found, words);
+  // All that can be refused has been by now: nothing is written for a share that is refused.
   const Interruption interruption;  // ends last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
   if (!words.receipt.empty()) receipt.emplace(*copy, place, words.receipt);

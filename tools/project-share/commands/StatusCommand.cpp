@@ -13,8 +13,10 @@
 #include "output/Output.h"
 #include "output/Report.h"
 #include "settings/OpenProject.h"
+#include "words/Labels.h"
 #include "words/Looks.h"
-#include "words/Lookup.h"
+#include "words/Names.h"
+#include "words/Profiles.h"
 
 namespace project_share {
 
@@ -55,6 +57,7 @@ void printProfile(WorkingCopy& copy, const profiles::ExportProfile& profile) {
 }
 
 // A name that can be taken for another, and a label that no filter names.
+// The program makes no two names that look alike, but another host, or an older version, may have.
 std::vector<Risk> doubtfulNames(const std::vector<LabelRecord>& labels, profiles::ExportProfileManager& manager) {
   std::vector<Risk> notes;
   const auto add = [&](const char* what, const std::optional<std::string>& one, const std::string& other,

@@ -23,6 +23,7 @@ using folder_host::EntryKind;
 namespace {
 
 // What stands at the copy's paths, the store's folder included, less what was found to be as it was handed out.
+// All of the copy is listed first: what was added to it is as much a difference as what is missing.
 class Copy {
  public:
   explicit Copy(const std::string& folder) {

@@ -2,11 +2,15 @@
 
 #include <fmt/format.h>
 
+#include "folder_host/text/Utf.h"
 #include "judgement/Mending.h"
 #include "judgement/ProfileRisks.h"
 #include "judgement/TraceRisks.h"
 #include "project/sharing/profiles/ExportProfileTransformation.h"
-#include "words/Lookup.h"
+#include "words/Labels.h"
+#include "words/Names.h"
+#include "words/Profiles.h"
+#include "words/TypedCommand.h"
 
 namespace project_share {
 
@@ -14,9 +18,8 @@ using folder_host::WorkingCopy;
 
 namespace {
 
-void addNothingShared(Judgement& judgement) {
-  if (!judgement.shared.empty()) return;
-  judgement.found.add(risks::NOTHING_SHARED, {}, "no entry would be shared; 'project-share preview PROFILE' tells why");
+void addNothingShared(Judgement& judgement, const std::string& why) {
+  if (judgement.shared.empty()) judgement.found.add(risks::NOTHING_SHARED, {}, "no entry would be shared; " + why);
 }
 
 }  // namespace
@@ -35,7 +38,9 @@ Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile) {
   const Mending mending(filters, project);
   addProfileRisks(project, profile, mending, judgement);
   addTraceRisks(project, mending, judgement);
-  addNothingShared(judgement);
+  const std::string name = folder_host::toBytes(judgement.name);
+  const std::string word = isTyped(name) ? name : folder_host::toBytes(judgement.uuid);
+  addNothingShared(judgement, "this tells why: " + commandOf({"preview", word}));
   return judgement;
 }
 
@@ -44,7 +49,7 @@ Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile) {
 Judgement judgeWhole(const WorkingCopy& project) {
   Judgement judgement = judged(project, profiles::getWholeProjectUUID(), {});
   judgement.found.risks = folder_host::risksAmong(*judgement.copy);
-  addNothingShared(judgement);
+  addNothingShared(judgement, "the project holds nothing that can be handed out");
   return judgement;
 }
 

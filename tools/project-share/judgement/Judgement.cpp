@@ -12,7 +12,8 @@
 #include "folder_host/share/Strip.h"
 #include "judgement/SelectionProbe.h"
 #include "project/sharing/profiles/ExportProfileTransformation.h"
-#include "words/Lookup.h"
+#include "words/FilterKinds.h"
+#include "words/Labels.h"
 
 namespace project_share {
 

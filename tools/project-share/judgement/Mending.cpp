@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <set>
 
-#include "words/Lookup.h"
+#include "words/Labels.h"
 
 namespace project_share {
 

@@ -9,7 +9,9 @@
 #include <utility>
 
 #include "folder_host/text/Utf.h"
-#include "words/Lookup.h"
+#include "words/FilterKinds.h"
+#include "words/Labels.h"
+#include "words/Names.h"
 #include "words/StoredFilters.h"
 
 namespace project_share {

@@ -11,7 +11,7 @@
 #include "folder_host/Error.h"
 #include "folder_host/share/Twins.h"
 #include "folder_host/store/Settlements.h"
-#include "words/Lookup.h"
+#include "words/Names.h"
 
 namespace project_share {
 

@@ -4,7 +4,7 @@
 
 #include "folder_host/text/Printable.h"
 #include "folder_host/text/Utf.h"
-#include "words/Lookup.h"
+#include "words/Profiles.h"
 
 namespace project_share {
 
@@ -31,6 +31,8 @@ std::string utf8(std::u16string_view text) {
 std::string utf8(std::string_view bytes) { return utf8(std::u16string_view(folder_host::fromBytes(bytes))); }
 
 // Beyond ASCII, texts alone have anything.
+// A program may show what it reads. Characters that are not seen, or turn the line around, are escaped for its user,
+// too; to a reader of JSON the escape is the character.
 std::string written(const Json& object, int indent) {
   const std::string plain = object.dump(indent, ' ', false, Json::error_handler_t::replace);
   std::string result;
@@ -48,6 +50,7 @@ std::string written(const Json& object, int indent) {
   return result;
 }
 
+// JSON is UTF-8, and a path need not be: what is shown is readable, and the hexadecimal digits are the path.
 void putPath(Json& object, const std::string& key, const std::string& bytes) {
   object[key] = utf8(bytes);
   if (object[key].get_ref<const std::string&>() != bytes) object[key + "Hex"] = folder_host::hexOf(bytes);

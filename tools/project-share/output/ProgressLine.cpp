@@ -43,6 +43,7 @@ ProgressLine::~ProgressLine() {
   if (written_) std::fputs(CLEAR, stderr);
 }
 
+// Told for every block that is copied, and written a few times a second.
 void ProgressLine::show(const folder_host::Progress& progress) {
   const Clock::time_point now = Clock::now();
   if (!manner().progress || manner().quiet || now - shown_ < INTERVAL) return;

@@ -5,7 +5,9 @@
 #include <algorithm>
 
 #include "output/Output.h"
-#include "words/Lookup.h"
+#include "words/FilterKinds.h"
+#include "words/Labels.h"
+#include "words/Names.h"
 
 namespace project_share {
 

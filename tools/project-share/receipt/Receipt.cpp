@@ -14,7 +14,8 @@
 #include "output/Json.h"
 #include "output/Report.h"
 #include "project/sharing/profiles/ExportProfileTransformation.h"
-#include "words/Lookup.h"
+#include "words/Names.h"
+#include "words/Profiles.h"
 
 namespace project_share {
 

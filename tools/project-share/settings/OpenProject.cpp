@@ -14,6 +14,7 @@ using folder_host::FolderProject;
 
 namespace {
 
+// The settings are read only where a project is somebody else's: who uses their own never needs any.
 bool isTrusted(const std::string& root, uid_t owner) {
   if (invocation().trusting) return true;
   const TrustedProjects trusted = trustedProjects();

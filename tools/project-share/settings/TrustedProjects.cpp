@@ -17,7 +17,6 @@
 #include "Refusal.h"
 #include "folder_host/files/Descriptor.h"
 #include "output/Json.h"
-#include "words/Lookup.h"
 
 namespace project_share {
 
@@ -76,6 +75,7 @@ void write(const Descriptor& folder, const TrustedProjects& projects) {
 
 }  // namespace
 
+// Settings that others can write would let them trust themselves.
 TrustedProjects trustedProjects() {
   const std::string name = settingsFolder() + "/" + NAME;
   Descriptor file(::open(name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));

@@ -16,6 +16,7 @@ std::optional<std::string> Looks::add(std::u16string_view name) {
   return add(folder_host::lookOf(toBytes(name)), toBytes(name));
 }
 
+// Each part for itself: a slash within one of them must not make two labels look like one.
 std::optional<std::string> Looks::add(const std::u16string& category, const std::u16string& name) {
   return add(folder_host::lookOf(toBytes(category)) + "/" + folder_host::lookOf(toBytes(name)),
              toBytes(category + u"/" + name));

@@ -5,14 +5,18 @@
 #include <set>
 
 #include "project/metadata/MetadataPath.h"
-#include "words/Lookup.h"
+#include "project/sharing/profiles/ExportFilter.h"
+#include "words/FilterKinds.h"
+#include "words/Names.h"
 
 namespace project_share {
 
 using project::metadata::MetadataPath;
 using project::metadata::MetadataPathBuilder;
 
-std::vector<std::string> skippedIn(const profiles::ExportProfile& profile,
+// The library passes over what it does not know, and gives no sign. A rule that was written by a newer version would be
+// a rule that nobody applies: so the stored form is looked at here.
+std::vector<std::string> skippedIn(const project::sharing::profiles::ExportProfile& profile,
                                    project::metadata::MetadataManager& metadata) {
   std::set<std::u16string> known;
   for (const auto& filter : profile.getFilters()) known.insert(filter->getType());

@@ -36,6 +36,7 @@ Invocation& invocation() {
 
 bool isTyped(const std::string& word) { return folder_host::shown(word) == word; }
 
+// What is told is meant to be copied into a shell. It has the options of this run, or it would work elsewhere.
 std::string commandOf(const std::vector<std::string>& words, const std::string& option) {
   if (!std::all_of(words.begin(), words.end(), isTyped)) {
     return fmt::format("project-share {}, with UUIDs, and paths by --stdin -0: a name cannot be typed as it looks",

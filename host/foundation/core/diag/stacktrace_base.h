@@ -7,17 +7,17 @@
 
 namespace foundation::core::diag {
 
-// Return addresses of the calling thread, the innermost first.
+// Return addresses on a thread's stack, the innermost first.
 class stacktrace_base {
  public:
   static constexpr std::size_t max_size = 128;
 
   std::size_t size() const noexcept { return size_; }
 
-  // The entry at `index`, which is below size().
+  // Gives the address at `index`, which must be below size().
   const void* operator[](std::size_t index) const noexcept { return entries_[index]; }
 
-  // Fills this object with the caller's stack, less the innermost `skip` frames; defined by the host.
+  // Fills this object with the caller's stack, without the innermost `skip` frames. The host defines this function.
   void capture(std::size_t skip);
 
  private:

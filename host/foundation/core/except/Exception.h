@@ -8,12 +8,12 @@
 
 namespace foundation::core::except {
 
-// An error of the host's family `Base` (derived from std::exception) that carries the message record `X`. Caught as
-// itself, as `Base`, or as IMsgIDException.
+// An error of the host's family `Base` (derived from std::exception) that carries the message record `X`. It can be
+// caught as itself, as `Base`, or as IMsgIDException.
 template <class X, class Base>
 class Exception : public Base, public IMsgIDException {
  public:
-  // Computes the identifier, once: copies carry it on.
+  // Computes the identifier, once: a copy takes it over.
   Exception(const Base& base, const X& record) : Base(base), record_(record), id_(get_error_id(record)) {}
   Exception(const Exception&) = default;
 

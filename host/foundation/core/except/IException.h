@@ -7,10 +7,10 @@ namespace foundation::core::except {
 // An error that can be copied and thrown again without its type being known.
 class IException {
  public:
-  // Narrow text for logs. The host defines it; an error type overrides it by a call of that definition.
+  // Gives narrow text for logs. The host defines this function; an error type's override calls that definition.
   virtual const char* what() const noexcept = 0;
 
-  // A copy on the heap; the caller owns it.
+  // Gives a copy on the heap, which the caller owns.
   virtual IException* clone() const = 0;
 
   // Throws a copy.

@@ -14,13 +14,14 @@ class IMsgIDException : public IException {
  public:
   virtual const resource_core::BaseMsgID& GetBaseMsgIDObj() const = 0;
 
-  // The stable identifier that get_error_id gave for the record when the error was made.
+  // Gives the stable identifier that get_error_id gave for the record when the error was made.
   virtual std::string GetID() const = 0;
 
-  // The message text, arguments included. The host defines it; an error type overrides it by a call of that definition.
+  // Gives the message text, arguments included. The host defines this function; an error type's override calls that
+  // definition.
   virtual std::u16string GetUnicodeMessageTxt() const = 0;
 
-  // Defined by the host.
+  // Gives the identifier of a record. The host defines this function.
   static std::string get_error_id(const resource_core::BaseMsgID& record);
 };
 

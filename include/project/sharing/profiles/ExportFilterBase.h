@@ -7,11 +7,11 @@
 
 namespace project::sharing::profiles {
 
-// Keeps a filter's kind and items; apply does nothing. A filter that derives from it reads its own kind and items by
-// getType and getItems, so that these may be overridden.
+// Holds a filter's kind and items; its apply does nothing. A filter that derives from this class reads its own kind and
+// items by getType and getItems, so that these may be overridden.
 class PROJECT_SHARING_PROFILES_EXPORT ExportFilterBase : public ExportFilter {
  public:
-  // No items to begin with. The kind is not checked.
+  // The filter has no items at first. The kind is not checked.
   explicit ExportFilterBase(std::u16string type);
 
   void apply(project::management::ProjectManager& projectManager) override;

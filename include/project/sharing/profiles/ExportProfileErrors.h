@@ -9,9 +9,9 @@
 #include "resource_core/BaseMsgID.h"
 
 // The library's errors. Each is thrown as foundation::core::except::Exception<X, project::exception::ProjectException>
-// with one of these records as X, and carries the exception being handled (std::nested_exception) when there is one;
+// with one of these records as X. It carries the exception being handled (std::nested_exception) where there is one;
 // what clone() and rethrow() copy carries none. What the host's capture or get_error_id throws takes the error's place.
-// A record's `component` is always "ORCHID:project:sharing", its `key` the type's own name.
+// A record's `component` is always "ORCHID:project:sharing", and its `key` the type's own name.
 namespace ORCHID::project::sharing {
 
 inline constexpr const char* EXPORT_PROFILE_ERROR_COMPONENT = "ORCHID:project:sharing";
@@ -59,7 +59,7 @@ struct PROJECT_SHARING_PROFILES_EXPORT ExportProfileAlreadyExists : ErrorRecord 
 
 }  // namespace ORCHID::project::sharing
 
-// Made once, in the library, so that what it throws is caught by type in any module that is linked to it.
+// Only the library instantiates these, so that every module that is linked to it catches what it throws by type.
 namespace foundation::core::except {
 
 extern template class PROJECT_SHARING_PROFILES_EXPORT

@@ -6,7 +6,7 @@
 
 namespace project::sharing::profiles {
 
-// Names one label of a project. Nothing is checked: either text may be empty, and a label UUID need not look like one.
+// Names one label of a project. Nothing is checked: either text may be empty, and the label UUID may be any text.
 struct PROJECT_SHARING_PROFILES_EXPORT ExportStrategyItem {
   ExportStrategyItem();
   ExportStrategyItem(std::u16string category, std::u16string labelUUID);
@@ -15,10 +15,11 @@ struct PROJECT_SHARING_PROFILES_EXPORT ExportStrategyItem {
   std::u16string labelUUID;  // Label::getUUID()
 };
 
-// Both texts are equal, code unit by code unit.
+// Items are equal where both texts are equal, code unit by code unit.
 PROJECT_SHARING_PROFILES_EXPORT bool operator==(const ExportStrategyItem& a, const ExportStrategyItem& b);
 
-// By category, then by label UUID, each in code-unit order (a prefix first; no case folding, no locale).
+// Items are ordered by category, then by label UUID, each in code-unit order (a prefix first; no case folding, no
+// locale).
 PROJECT_SHARING_PROFILES_EXPORT bool operator<(const ExportStrategyItem& a, const ExportStrategyItem& b);
 
 // The kinds of filter. Their texts are part of the stored format. The constants are made when the library is loaded, in
@@ -42,9 +43,9 @@ PROJECT_SHARING_PROFILES_EXPORT bool operator<(const ExportStrategyItem& a, cons
 //   the filter has no items                  shared                     removed
 //   a folder above a file that is shared     shared                     shared         (whatever the lines above say)
 //
-// So an include list without items removes no label, but every entry. A folder is not spared for the sake of a folder
-// in it, only of a file; what a removed folder holds is removed with it. A file filter does not ask whether a label may
-// be removed.
+// So INCLUDE_LABEL without items removes no label, and INCLUDE_FILES_WITH_LABEL without items removes every entry. A
+// folder is spared for the sake of a file in it, never for that of a folder. What a removed folder holds is removed
+// with it. A file filter does not ask whether a label may be removed.
 //
 // ExportFilter::setType can give a filter a text that is no kind of its own sort. A label filter then works as
 // INCLUDE_LABEL does. A file filter then removes the entries that have a label that no item names, and shares those

@@ -18,12 +18,13 @@
 #include "project/sharing/profiles/ExportMacro.h"
 #include "resource_core/BaseMsgID.h"
 
-// The library was compiled against the host's headers as they stood. Whoever is compiled against other ones, and calls
-// it, corrupts memory without a word. So let a program whose headers are its own call requireHostLayout when it starts;
-// a program that finds the library by CMake, and gives it PROJECT_SHARING_HOST_INCLUDE_DIR, does so by itself. Compared
-// are sizes, members that are read as such, and of each class with virtual operations how many it has and where those
-// are that the library or its caller calls, with what they take and give. Two private members that changed places are
-// not seen, nor are two base classes.
+// The library was compiled against the host's headers as they stood. Code that was compiled against other ones, and
+// calls the library, corrupts memory without a word. So a program whose headers are its own calls requireHostLayout
+// when it starts; one that finds the library by CMake, and gives it PROJECT_SHARING_HOST_INCLUDE_DIR, does so by
+// itself.
+// Compared are the sizes of classes and the members that are read as such; of each class with virtual operations, how
+// many it has; and of the operations that the library or its caller calls, where they stand, what they take and what
+// they give. Two private members that changed places are not noticed, nor are two base classes.
 namespace project::sharing::profiles {
 
 struct HostLayoutFact {
@@ -32,15 +33,15 @@ struct HostLayoutFact {
 };
 using HostLayout = std::vector<HostLayoutFact>;
 
-// What differs in the library from these facts, a line each, in their order; a fact that it does not know is passed
-// over.
+// Gives a line for each of these facts that is another one in the library, in the order of the facts. A fact that the
+// library does not know is passed over.
 PROJECT_SHARING_PROFILES_EXPORT std::vector<std::string> hostLayoutDifferences(const HostLayout& ofCaller);
 
 namespace host_layout {
 
-// The place of a virtual operation in the table of its class, and "none" for another one. A pointer to a virtual one
-// holds, in one word or the other, that place in bytes and a mark, which makes the sum odd. The pointer to another one
-// holds its address, which differs between modules.
+// Gives the place of a virtual operation in the table of its class, and "none" for an operation that is not virtual.
+// The pointer to a virtual operation holds, in one word or the other, that place in bytes and a mark, which makes the
+// sum odd. The pointer to another one holds its address, which differs between modules.
 template <class Operation>
 std::string placeOf(Operation operation) {
   std::uintptr_t words[2] = {};
@@ -52,15 +53,15 @@ std::string placeOf(Operation operation) {
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
-// Has one virtual operation more than the class, behind the others. No object is made of it.
+// Adds one virtual operation behind those of the class, so that its place is their number. No object is made of it.
 template <class Class>
 struct After : Class {
   virtual void end() = 0;
 };
 #pragma GCC diagnostic pop
 
-// Takes, of several operations of one name, the one with these arguments, and with this `const` where there is one with
-// and one without.
+// Picks, of several operations of one name, the one with these arguments. Where there is one with `const` and one
+// without, it picks the one that agrees with the signature.
 template <class Signature>
 struct Taking;
 template <class... Arguments>
@@ -110,7 +111,8 @@ std::string describe(Operation operation) {
         host_layout::describe(host_layout::Taking<signature>::pointer(&type::operation, 0)) \
   }
 
-// The facts as the calling file sees them: a function of that file alone. It is a table.
+// Gives the facts as the calling file sees them, since each file has a function of its own. The function is long
+// because it is a table.
 // NOLINTNEXTLINE(readability-function-size)
 [[maybe_unused]] static HostLayout hostLayout() {
   using namespace project::metadata;
@@ -196,7 +198,8 @@ std::string describe(Operation operation) {
 #undef PROJECT_SHARING_OPERATION
 #pragma GCC diagnostic pop
 
-// std::logic_error, with what differs, where the calling file was compiled against other headers than the library.
+// Throws std::logic_error, which says what differs, where the calling file was compiled against other headers than the
+// library.
 [[maybe_unused]] static void requireHostLayout() {
   std::string text;
   for (const std::string& difference : hostLayoutDifferences(hostLayout())) text += "\n  " + difference;

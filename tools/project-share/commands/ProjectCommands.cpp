@@ -8,8 +8,9 @@
 #include "folder_host/FolderProject.h"
 #include "folder_host/files/Ownership.h"
 #include "output/Output.h"
+#include "settings/OpenProject.h"
 #include "settings/TrustedProjects.h"
-#include "words/Lookup.h"
+#include "words/Names.h"
 
 namespace project_share {
 
@@ -17,6 +18,7 @@ using folder_host::FolderProject;
 
 namespace {
 
+// Trust is in an owner of a folder, not in the folder: should it ever belong to somebody else, it is asked for again.
 void remember(const std::string& root, const std::vector<uid_t>& owners) {
   changeTrustedProjects([&](TrustedProjects& projects) {
     for (const uid_t owner : owners) {
@@ -45,6 +47,13 @@ std::string rootOrFolder(const std::string& folder) {
 }
 
 }  // namespace
+
+void initProject(const std::string& folder) {
+  const FolderProject project = makeProject(folder);
+  Json object;
+  putPath(object, "project", project.root());
+  done(fmt::format("Made {} a project.", inQuotes(project.root())), object);
+}
 
 void trustProject(const std::string& folder) {
   const std::string root = FolderProject::rootOf(folder);

@@ -1,0 +1,172 @@
+#include "Completion.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <map>
+
+#include "folder_host/FolderProject.h"
+#include "folder_host/text/Utf.h"
+#include "judgement/Risks.h"
+#include "settings/OpenProject.h"
+#include "words/FilterKinds.h"
+#include "words/Labels.h"
+#include "words/Profiles.h"
+#include "words/TypedCommand.h"
+
+namespace project_share {
+
+using folder_host::FolderProject;
+
+namespace {
+
+// Where the word to be completed stands.
+struct Place {
+  const CLI::App* command;              // as far as the words name it
+  const CLI::Option* option = nullptr;  // whose value it is
+  std::size_t position = 0;             // among the other words of the command
+  bool mayBeOption = true;
+};
+
+const CLI::App* commandNamed(const std::string& word, const CLI::App& group) {
+  const auto found = group.get_subcommands([&](const CLI::App* command) { return command->get_name() == word; });
+  return found.empty() ? nullptr : found.front();
+}
+
+// None where there is no such option, or it takes no value.
+const CLI::Option* valuedOption(const std::string& word, const CLI::App& command, const CLI::App& program) {
+  const CLI::Option* option = command.get_option_no_throw(word);
+  if (option == nullptr) option = program.get_option_no_throw(word);
+  return option != nullptr && option->get_items_expected_max() > 0 ? option : nullptr;
+}
+
+// Goes where the words say that the command is to work.
+Place placeBehind(const std::vector<std::string>& words, const CLI::App& program) {
+  Place place{&program};
+  for (const std::string& word : words) {
+    if (place.option != nullptr) {
+      if (place.option->check_name("-C")) std::filesystem::current_path(word);
+      place.option = nullptr;
+    } else if (place.mayBeOption && word == "--") {
+      place.mayBeOption = false;
+    } else if (place.mayBeOption && word.size() > 1 && word.front() == '-') {
+      place.option = valuedOption(word, *place.command, program);
+      if (word == "--whole") ++place.position;  // in the place of the profile
+    } else if (const CLI::App* command = commandNamed(word, *place.command)) {
+      place.command = command;
+    } else {
+      ++place.position;
+    }
+  }
+  return place;
+}
+
+// What help calls the word: "LABEL". Empty where none is expected.
+std::string placeholderOf(const Place& place) {
+  if (place.option != nullptr) return place.option->get_type_name();
+  std::vector<std::string> names;
+  bool repeats = false;
+  for (const CLI::Option* option : place.command->get_options()) {
+    if (!option->get_positional()) continue;
+    for (const std::string& name : CLI::detail::split(option->get_name(), ' ')) names.push_back(name);
+    repeats = option->get_items_expected_max() > 1;
+  }
+  if (place.position < names.size()) return names[place.position];
+  return repeats ? names.back() : "";
+}
+
+// RISK[,RISK...] or RISK=PATH
+bool isRisk(const std::string& placeholder) { return placeholder.rfind("RISK", 0) == 0; }
+
+// With what they mean, which may be empty.
+using Candidates = std::map<std::string, std::string>;
+
+void addOptions(const CLI::App& command, Candidates& candidates) {
+  for (const CLI::Option* option : command.get_options()) {
+    for (const std::string& name : option->get_lnames()) candidates["--" + name] = option->get_description();
+    for (const std::string& name : option->get_snames()) candidates["-" + name] = option->get_description();
+  }
+}
+
+// Without names that are shown in another way than they are typed, and those that would be taken for options.
+void addNames(bool ofLabels, Candidates& candidates) {
+  // Beside a journal there is someone to be waited for, or a change to be undone, which would be to write.
+  if (std::filesystem::exists(FolderProject::rootOf(".") + "/" + folder_host::STORE_FILE + "-journal")) return;
+  const FolderProject project = openProject();
+  std::vector<std::string> names;
+  if (ofLabels) {
+    for (const auto& label : project.labels().list()) names.push_back(nameOf(label));
+  } else {
+    for (const auto& profile : profilesByName(*profiles::createManager(project.metadata()))) {
+      names.push_back(folder_host::toBytes(nameOf(*profile)));
+    }
+  }
+  for (const std::string& name : names) {
+    if (!name.empty() && name.front() != '-' && isTyped(name)) candidates[name];
+  }
+}
+
+Candidates candidatesFor(const std::string& expected, const std::string& word) {
+  Candidates candidates;
+  if (expected == "LABEL" || expected == "PROFILE") addNames(expected == "LABEL", candidates);
+  if (expected == "KIND") {
+    for (const FilterKind& kind : filterKinds()) candidates[kind.word] = kind.meaning;
+  }
+  if (isRisk(expected)) {
+    const std::string others = word.substr(0, word.rfind(',') + 1);
+    for (const std::string& risk : allowableRisks()) candidates[others + risk];
+  }
+  return candidates;
+}
+
+std::string offer(const Candidates& candidates, const std::string& before = {}) {
+  std::string lines = "words\n";
+  for (const auto& [candidate, meaning] : candidates) lines += fmt::format("{}{}\t{}\n", before, candidate, meaning);
+  return lines;
+}
+
+std::string offerFor(std::string word, Place place, const CLI::App& program) {
+  const bool isOption = place.option == nullptr && place.mayBeOption && word.rfind('-', 0) == 0;
+  const std::string before = isOption ? word.substr(0, word.find('=') + 1) : "";  // --receipt=FILE in one word
+  if (isOption && before.empty()) {
+    Candidates options;
+    addOptions(*place.command, options);
+    addOptions(program, options);
+    return offer(options);
+  }
+  if (isOption) {
+    place.option = valuedOption(before.substr(0, before.size() - 1), *place.command, program);
+    if (place.option == nullptr) return {};
+    word.erase(0, before.size());
+  }
+  const auto commands = place.command->get_subcommands([](const CLI::App*) { return true; });
+  if (place.option == nullptr && !commands.empty()) {
+    Candidates names;
+    for (const CLI::App* command : commands) names[command->get_name()] = command->get_description();
+    return offer(names);
+  }
+  const std::string expected = placeholderOf(place);
+  if (expected == "PATH" || expected == "FILE" || (isRisk(expected) && word.find('=') != std::string::npos))
+    return "files\n";
+  for (const char* folder : {"FOLDER", "DIR", "DEST", "COPY"}) {
+    if (expected == folder) return "folders\n";
+  }
+  return offer(candidatesFor(expected, word), before);
+}
+
+}  // namespace
+
+void complete(const CLI::App& program, std::vector<std::string> words) {
+  const std::string word = words.empty() ? "" : words.back();
+  if (!words.empty()) words.pop_back();
+  std::string lines;
+  try {
+    lines = offerFor(word, placeBehind(words, program), program);
+  } catch (...) {
+    return;  // whoever is still typing is not told
+  }
+  std::fwrite(lines.data(), 1, lines.size(), stdout);
+}
+
+}  // namespace project_share

@@ -1,0 +1,36 @@
+#include "words/FilterKinds.h"
+
+#include <algorithm>
+
+#include "project/sharing/profiles/ExportStrategyItem.h"
+#include "words/Names.h"
+
+namespace project_share {
+
+const std::vector<FilterKind>& filterKinds() {
+  namespace profiles = project::sharing::profiles;
+  static const std::vector<FilterKind> all{
+      {profiles::EXCLUDE_FILES_WITH_LABEL, "drop-files", "files and folders with a listed label are held back", true,
+       true},
+      {profiles::INCLUDE_FILES_WITH_LABEL, "keep-files",
+       "files and folders without a label, or with one that is not listed, are held back", true, false},
+      {profiles::EXCLUDE_LABEL, "drop-labels", "listed labels are removed, unless they are protected", false, true},
+      {profiles::INCLUDE_LABEL, "keep-labels", "labels that are not listed are removed, unless they are protected",
+       false, false},
+  };
+  return all;
+}
+
+const FilterKind& kindNamed(const std::string& word) {
+  const auto is = [&](const FilterKind& kind) { return kind.word == word; };
+  return *std::find_if(filterKinds().begin(), filterKinds().end(), is);
+}
+
+FilterKind kindOf(const std::u16string& text) {
+  for (const FilterKind& kind : filterKinds()) {
+    if (kind.text == text) return kind;
+  }
+  return {text, inQuotes(text), "this version does not know what it does", false, false};
+}
+
+}  // namespace project_share

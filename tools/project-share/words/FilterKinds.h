@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace project_share {
+
+// All that the program knows of a kind of filter, for whoever types it, reads of it, or asks what it does.
+struct FilterKind {
+  std::u16string text;  // as the library has it: profiles::EXCLUDE_FILES_WITH_LABEL
+  std::string word;     // as people have it: "drop-files"
+  std::string meaning;  // a sentence without its end
+  bool isOfFiles;       // about files, folders and links; else about labels
+  bool drops;           // holds back or removes what it lists; else all but that
+};
+
+// In the order in which help lists them.
+const std::vector<FilterKind>& filterKinds();
+
+// By its word, which is one of filterKinds().
+const FilterKind& kindNamed(const std::string& word);
+
+// By its text. One that only a newer version knows has its own text, in quotes, for a word, and counts as one of
+// labels.
+FilterKind kindOf(const std::u16string& text);
+
+inline std::string wordOf(const std::u16string& kind) { return kindOf(kind).word; }
+inline bool isFileKind(const std::u16string& kind) { return kindOf(kind).isOfFiles; }
+
+}  // namespace project_share

@@ -1,0 +1,71 @@
+#include "words/Labels.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "Refusal.h"
+#include "folder_host/text/Utf.h"
+#include "words/Names.h"
+
+namespace project_share {
+
+using folder_host::LabelRecord;
+
+std::string nameOf(const LabelRecord& label) { return folder_host::toBytes(label.categoryName + u"/" + label.name); }
+
+profiles::ExportStrategyItem itemOf(const LabelRecord& label) { return {label.categoryUUID, label.uuid}; }
+
+std::pair<std::u16string, std::u16string> splitLabel(const std::string& word) {
+  const std::size_t slash = word.find('/');
+  if (slash == std::string::npos) {
+    throw Refusal(refusals::LABEL_MALFORMED, fmt::format("{} is no label; write CATEGORY/NAME", inQuotes(word)));
+  }
+  return {folder_host::fromBytes(word.substr(0, slash)), folder_host::fromBytes(word.substr(slash + 1))};
+}
+
+std::string textOf(const NamedLabel& label) { return freeName(label.name) + (label.isDeleted ? "  (deleted)" : ""); }
+
+LabelIndex::LabelIndex(std::vector<LabelRecord> records) : records_(std::move(records)) {
+  for (std::size_t i = 0; i < records_.size(); ++i) {
+    byName_.emplace(records_[i].categoryName + u"/" + records_[i].name, i);
+    byUUID_.emplace(records_[i].uuid, i);
+  }
+}
+
+// A label may be named like the UUID of another. What a person sees in a list is the name, so the name comes first.
+const LabelRecord& LabelIndex::named(const std::string& word) const {
+  const std::u16string text = folder_host::fromBytes(word);
+  const auto [first, last] = byName_.equal_range(text);
+  const LabelRecord* identified = first == last ? find(text) : nullptr;
+  if (identified != nullptr) return *identified;
+  requireOne(static_cast<std::size_t>(std::distance(first, last)), "label", word, folder_host::errors::LABEL_NOT_FOUND,
+             refusals::LABEL_AMBIGUOUS);
+  return records_[first->second];
+}
+
+bool LabelIndex::hasName(const std::string& name) const { return byName_.count(folder_host::fromBytes(name)) != 0; }
+
+const LabelRecord* LabelIndex::find(const std::u16string& uuid) const {
+  const auto found = byUUID_.find(uuid);
+  return found != byUUID_.end() ? &records_[found->second] : nullptr;
+}
+
+const LabelRecord* LabelIndex::find(const profiles::ExportStrategyItem& item) const {
+  const LabelRecord* found = find(item.labelUUID);
+  return found != nullptr && found->categoryUUID == item.category ? found : nullptr;
+}
+
+NamedLabel LabelIndex::named(const profiles::ExportStrategyItem& item) const {
+  const LabelRecord* label = find(item);
+  return {label != nullptr ? nameOf(*label) : folder_host::toBytes(item.labelUUID), label == nullptr};
+}
+
+std::vector<NamedLabel> LabelIndex::namedBy(const profiles::ExportFilter& filter) const {
+  std::vector<NamedLabel> all;
+  for (const auto& item : filter.getItems()) all.push_back(named(item));
+  std::sort(all.begin(), all.end(), [](const NamedLabel& a, const NamedLabel& b) { return a.name < b.name; });
+  return all;
+}
+
+}  // namespace project_share
