@@ -16,7 +16,7 @@ namespace folder_host {
 
 namespace {
 
-// Root can do to this user's own projects all that it could do with one of its own, so nothing is gained by asking.
+// Root can change the projects of this user as well, so one that belongs to root is no other risk.
 bool isStranger(uid_t user) { return user != ::geteuid() && user != 0; }
 
 // The first of them that is not trusted.

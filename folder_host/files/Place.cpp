@@ -62,7 +62,7 @@ bool liesIn(const Place& place, const std::vector<FileId>& folders) {
 }
 
 // What lies below it cannot be resolved as long as there is nothing: then whatever above that can be. Names are
-// compared folded: where case makes no difference, a receipt would else be put into the copy.
+// compared folded: where case makes no difference, the two would be one place.
 bool isWithin(const std::string& named, const Place& place) {
   for (fs::path path = trimmed(named); !path.empty(); path = path.parent_path()) {
     try {

@@ -94,8 +94,8 @@ std::vector<LabelIdentifier> LabelStore::getLabels(const CategoryIdentifier& cat
   return labels;
 }
 
-// Attachments are deleted with the label itself alone: asked for in a category that it is not in, the label stays, and
-// what it is attached to must not lose it.
+// Attachments are deleted only where the label is: one that is not in this category stays, with all that it is attached
+// to.
 void LabelStore::removeLabel(const CategoryIdentifier& category, const LabelIdentifier& label, bool /*flag*/) {
   const std::string uuid = toBlob(label.getUUID());
   store_->atomically([&] {
