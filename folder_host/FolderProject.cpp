@@ -39,6 +39,7 @@ std::string nearestProject(fs::path folder, const Counts& counts) {
   return folder.string();
 }
 
+// Links are resolved here, once: a project's root is compared, and trusted, by its text.
 std::string resolvedFolder(const std::string& folder) {
   return attempt(errors::NOT_A_PROJECT, "there is no folder", folder, [&] {
     const fs::path resolved = fs::canonical(folder);
@@ -76,7 +77,8 @@ std::shared_ptr<Store> makeStore(const Descriptor& root, const std::string& path
   }
 }
 
-// What was left by a process that was killed may lie in what became a project, too.
+// What was left by a process that was killed may lie in what became a project, too. An empty `.project` gives way to
+// ours, so it is asked whose that is, too.
 std::shared_ptr<Store> makeProject(const std::string& root, const Trust& trust) {
   try {
     const Descriptor folder = openFolder(root);
@@ -85,6 +87,8 @@ std::shared_ptr<Store> makeProject(const std::string& root, const Trust& trust) 
     requireTrusted(root, trust);
     return makeStore(folder, root);
   } catch (const std::system_error& error) {
+    // Another process may have made the project meanwhile. Then that is told, and not that its folder cannot be
+    // replaced.
     const int code = error.code().value();
     refuseProject(root, trust);
     if (code == EEXIST) {
@@ -95,7 +99,8 @@ std::shared_ptr<Store> makeProject(const std::string& root, const Trust& trust) 
 }
 
 // Where the named thing is, without links before its last name, and with a slash behind that, as for the system,
-// without one there either; what is not there is taken by its name.
+// without one there either; what is not there is taken by its name. Who names a link means the link: a label on what it
+// leads to would leave the link itself without one.
 std::string resolvedLocation(std::string named) {
   const bool followsLink = named.size() > 1 && named.back() == '/';
   while (named.size() > 1 && named.back() == '/') named.pop_back();
@@ -119,7 +124,8 @@ std::string resolvedOrRefused(const std::string& named) {
   }
 }
 
-// The rest of `location` below `root`; empty for root itself, nothing outside of it.
+// The rest of `location` below `root`; empty for root itself, nothing outside of it. By whole names: "/a/bc" does not
+// lie below "/a/b".
 std::optional<std::string> below(const std::string& root, const std::string& location) {
   if (location == root) return std::string();
   const std::string prefix = root == "/" ? root : root + "/";

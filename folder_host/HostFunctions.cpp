@@ -42,6 +42,7 @@ std::u16string generateUUID() {
 
 namespace foundation::core::except {
 
+// A constant of the catalogue and no text that is made: nothing may be thrown here, and the result has to stay.
 const char* IException::what() const noexcept {
   const auto* error = dynamic_cast<const IMsgIDException*>(this);
   const folder_host::Message* message = error == nullptr ? nullptr : folder_host::findMessage(error->GetBaseMsgIDObj());

@@ -32,6 +32,7 @@ std::u16string textOf(const Argument& argument) {
   return fromBytes(std::to_string(std::get<long>(argument)));
 }
 
+// What the catalogue does not know is shown whole: the identifier and the arguments are all that there is to go by.
 std::u16string listed(const resource_core::BaseMsgID& record) {
   std::u16string text = fromBytes(messageIdentifier(record));
   const char16_t* before = u" (";
@@ -51,6 +52,7 @@ const Message* findMessage(const resource_core::BaseMsgID& record) noexcept {
   return found == MESSAGES.end() ? nullptr : found;
 }
 
+// An argument is a name that somebody has chosen. In quotes it cannot be read as words of the sentence.
 std::u16string messageText(const resource_core::BaseMsgID& record) {
   const Message* message = findMessage(record);
   if (message == nullptr) return listed(record);

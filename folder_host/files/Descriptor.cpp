@@ -21,6 +21,7 @@ struct CloseFolder {
   void operator()(DIR* folder) const { ::closedir(folder); }
 };
 
+// Some file systems give no type with the name.
 mode_t typeOf(int folder, const dirent& item) {
   if (item.d_type != DT_UNKNOWN) return DTTOIF(static_cast<mode_t>(item.d_type));
   struct stat status {};
@@ -47,6 +48,7 @@ int Descriptor::release() noexcept { return std::exchange(descriptor_, -1); }
 
 void throwErrno() { throw std::system_error(errno, std::generic_category()); }
 
+// The path is the user's own, so links in it are followed. What lies in the folder is opened by openBeneath.
 Descriptor openFolder(const std::string& folder) {
   return Descriptor(check(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
 }
@@ -86,7 +88,8 @@ void writeAll(const Descriptor& file, std::string_view bytes) {
   }
 }
 
-// A descriptor of its own: the position in a folder is shared by all who have the same one.
+// A descriptor of its own: the position in a folder is shared by all who have the same one. The end and a failure give
+// the same null, so errno is cleared before each item: a folder that was read in part must not be taken for the whole.
 std::vector<FolderItem> readFolder(const Descriptor& folder) {
   Descriptor own(check(::openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
   const std::unique_ptr<DIR, CloseFolder> stream(::fdopendir(own.get()));

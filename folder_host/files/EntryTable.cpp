@@ -12,6 +12,7 @@ EntryTable::EntryTable(std::shared_ptr<const Listing> listing) : listing_(std::m
     const std::string_view path = (*this)[i].path;
     const std::size_t separator = path.rfind('/');
     const std::string_view folder = path.substr(0, separator == std::string_view::npos ? 0 : separator);
+    // A listing has no entry without its folder, so the folder is always found.
     const bool same = i > 0 && folder == latest;
     parents_.push_back(same ? parents_.back() : folder.empty() ? ROOT : find(folder).value());
     latest = folder;

@@ -65,6 +65,7 @@ class Walk {
       if (errno == ENOENT) return;  // removed since the folder was read
       throwErrno();
     }
+    // The store's folder is no entry, but is known as one in which no destination may lie.
     if (path == STORE_FOLDER) {
       listing_.folders.push_back(idOf(status));
     } else {
@@ -83,6 +84,8 @@ class Walk {
     } else if (S_ISLNK(status.st_mode)) {
       pending_.push_back({std::move(path), EntryKind::link, readLink(opened, name), id, 0, changed});
     } else {
+      // To open a pipe may wait for ever, and to open a device may do something: what is no file is told of and never
+      // opened.
       listing_.skipped.push_back(std::move(path));
     }
   }

@@ -16,6 +16,7 @@ namespace folder_host {
 
 namespace {
 
+// Root can change the projects of this user as well, so one that belongs to root is no other risk.
 bool isStranger(uid_t user) { return user != ::geteuid() && user != 0; }
 
 // The first of them that is not trusted.
@@ -27,7 +28,8 @@ const uid_t* findUntrusted(const std::vector<uid_t>& strangers, const std::strin
 
 }  // namespace
 
-// Whoever can write the store decides what is held back, and whoever can write its journal can write the store.
+// Whoever can write the store decides what is held back, and whoever can write its journal can write the store. Where
+// the folder is open, it is asked and not its name, for which another may stand by now.
 std::vector<uid_t> strangersOwning(const std::string& root, const Descriptor* folder) {
   const std::string top =
       folder == nullptr ? joined(root, STORE_FOLDER) : "/proc/self/fd/" + std::to_string(folder->get()) + "/.";

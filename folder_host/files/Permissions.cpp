@@ -31,6 +31,7 @@ std::uint32_t numberAt(std::string_view bytes, std::size_t at, std::size_t lengt
   return number;
 }
 
+// A list that has grown between the two calls is an error: a part of it would withhold less than the whole.
 std::string accessListOf(const Descriptor& opened) {
   const ssize_t size = ::fgetxattr(opened.get(), ACCESS_LIST, nullptr, 0);
   if (size < 0 && (errno == ENODATA || errno == EOPNOTSUPP)) return {};
@@ -44,6 +45,7 @@ std::string accessListOf(const Descriptor& opened) {
 // Where there is a list, the mode's bits of the group are its mask: they tell what anyone that it names may do at most,
 // not what the owning group may. Whoever it names is one of the others to the copy.
 mode_t permissionsUnder(std::string_view accessList, mode_t mode) {
+  // What cannot be understood may withhold anything from anyone: then the copy is its owner's alone.
   const bool isWhole = accessList.size() >= HEAD && (accessList.size() - HEAD) % ITEM == 0;
   if (!isWhole || numberAt(accessList, 0, HEAD) != VERSION) return mode & OWNER;
   std::optional<mode_t> group;
@@ -61,6 +63,7 @@ mode_t permissionsUnder(std::string_view accessList, mode_t mode) {
   return (mode & OWNER) | ((*group & most & OTHERS) << 3U) | others;
 }
 
+// Set-id bits are dropped: the copy belongs to whoever shares, and would run in their name.
 mode_t permissionsOf(const Descriptor& opened, const struct stat& status) {
   const mode_t mode = status.st_mode & (OWNER | GROUP | OTHERS);
   if ((mode & (GROUP | OTHERS)) == 0) return mode;

@@ -18,6 +18,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Behind a slash there is no name, and the name is what will be made.
 std::string trimmed(std::string named) {
   const auto endsWith = [&](std::string_view end) {
     return named.size() > end.size() && named.compare(named.size() - end.size(), end.size(), end) == 0;
@@ -41,6 +42,7 @@ Place placeOf(const std::string& named) {
   return {openFolder(parent), std::move(parent), name.empty() ? "." : name};
 }
 
+// A link is something, wherever it leads: to follow it would be to write elsewhere.
 bool isTaken(const Place& place) {
   struct stat status {};
   if (::fstatat(place.parent.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return true;
@@ -59,7 +61,8 @@ bool liesIn(const Place& place, const std::vector<FileId>& folders) {
   }
 }
 
-// What lies below it cannot be resolved as long as there is nothing: then whatever above that can be.
+// What lies below it cannot be resolved as long as there is nothing: then whatever above that can be. Names are
+// compared folded: where case makes no difference, the two would be one place.
 bool isWithin(const std::string& named, const Place& place) {
   for (fs::path path = trimmed(named); !path.empty(); path = path.parent_path()) {
     try {

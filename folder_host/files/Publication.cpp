@@ -34,7 +34,8 @@ std::string identityTextOf(const struct stat& folder) {
   return "It is " + std::to_string(folder.st_dev) + ":" + std::to_string(folder.st_ino) + "\n";
 }
 
-// The name of the folder that a file of this name is the lock of; empty where it can be none.
+// The name of the folder that a file of this name is the lock of; empty where it can be none. What has not exactly this
+// form was never made here, and is not even opened: it is a person's own.
 std::string nameBehind(const std::string& lock) {
   if (lock.size() != PREFIX.size() + UUID_LENGTH + LOCK.size()) return {};
   const std::string name = lock.substr(0, PREFIX.size() + UUID_LENGTH);
@@ -152,6 +153,7 @@ Publication::~Publication() {
   ::unlinkat(parent_.get(), lockNameOf(lock_.name).c_str(), 0);
 }
 
+// For all of the copy at once: an fsync for each file would wait for the disk as often as there are files.
 void Publication::syncContent() const { check(::syncfs(folder_.get())); }
 
 // Only an empty folder gives way to a folder: what was put in there since it was made is safe.
@@ -168,14 +170,18 @@ void Publication::publish(const std::string& name) {
 
 void Publication::publishOverEmpty(const std::string& name) { nameFolder(name, true); }
 
+// Its content is durable before its name is: after a power failure, a copy that has its name must be whole.
 void Publication::nameFolder(const std::string& name, bool replaces) {
   sync(folder_);
   try {
     rename(parent_, lock_.name, parent_, name, replaces);
   } catch (const std::system_error& error) {
     const int code = error.code().value();
+    // Either tells that the name is taken: by a folder that holds something, or by what is no folder.
     refuse(code == ENOTEMPTY || code == ENOTDIR ? EEXIST : code);
   }
+  // From here on the destructor leaves the folder alone. A name that may not last is taken back, as the caller reports
+  // a failure, and there must be no copy then.
   published_ = name;
   try {
     sync(parent_);
@@ -213,6 +219,7 @@ void Publication::replaceOwn(const std::string& file, const std::string& name) {
   }
 }
 
+// To clean up is a service to those who come later: what cannot be removed must not stop this share.
 void Publication::removeAbandoned(const Descriptor& parent) {
   const auto asFarAsPossible = [](const auto& act) {
     try {

@@ -8,6 +8,8 @@ using project::management::CategoryIdentifier;
 using project::management::FileLabel;
 using project::management::LabelIdentifier;
 
+// The labels stand by UUID and the attachments by entry, so that one binary search finds those of an entry, in the
+// order in which LabelStore::labelsOf gives them: a working copy may answer by either.
 EntryLabels::EntryLabels(const EntryTable& entries, const LabelStore& labels) {
   std::vector<LabelRecord> records = labels.list();
   std::sort(records.begin(), records.end(), [](const auto& a, const auto& b) { return a.uuid < b.uuid; });

@@ -7,6 +7,7 @@ namespace folder_host {
 
 namespace {
 
+// A portion is so large that threads seldom meet at the lock, and so small that none is left with all that remains.
 constexpr std::size_t MOST_ENTRIES = 128;
 constexpr std::uint64_t MOST_BYTES = std::uint64_t{1} << 23U;
 

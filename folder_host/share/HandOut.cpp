@@ -39,6 +39,7 @@ HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOpti
     ++(entry->kind == EntryKind::file ? result.files : entry->kind == EntryKind::link ? result.links : result.folders);
   }
   try {
+    // What an earlier process left lies here, and may be as large as the copy: it is removed before room is needed.
     Publication::removeAbandoned(place.parent);
     Publication publication(place.parent);
     FolderSink sink(publication);

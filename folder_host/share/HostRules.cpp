@@ -67,8 +67,10 @@ class Links {
 
   void begin(std::size_t link) {
     const std::string_view target = entries_[link].target;
+    // An absolute target leads out of the copy, even where it names the project: the copy lies elsewhere.
     const bool inside = !target.empty() && target.front() != '/';
     Walk walk{link, target, !inside, {true, inside, 1, entries_.parentOf(link), {}}};
+    // Known, but not to its end: a link that leads over itself meets this and is lost, and the walk ends.
     ways_[link] = {};
     walks_.push_back(std::move(walk));
   }

@@ -29,6 +29,7 @@ std::string_view nameOf(const std::string& path) {
 // A handed-out project would open with the rules and the names of its sender, and its receiver would share by them.
 bool isStoreFolder(const Entry& entry) {
   const std::string_view name = nameOf(entry.path);
+  // At the top, such a name meets the copy's own store, which the collisions tell.
   if (foldedName(name) == STORE_FOLDER) return entry.kind != EntryKind::file && entry.path != name;
   const std::vector<Original> originals = originalsOf(name);
   return std::any_of(originals.begin(), originals.end(),
@@ -84,6 +85,7 @@ std::vector<MissingPath> labelledMissingPaths(const WorkingCopy& copy) {
     if (missing.empty() || missing.back().path != path) missing.push_back({path, {}});
     missing.back().labels.push_back(label);
   }
+  // In the order of the tree, because whoever tells of a folder passes over what was below it.
   std::sort(missing.begin(), missing.end(), [](const auto& a, const auto& b) { return beforeInTree(a.path, b.path); });
   return missing;
 }

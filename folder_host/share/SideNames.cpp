@@ -25,6 +25,7 @@ bool isLetter(char c) { return c >= 'a' && c <= 'z'; }
 
 bool areDigits(std::string_view text) { return !text.empty() && std::all_of(text.begin(), text.end(), isDigit); }
 
+// All tables are in lower case, as names are folded before they are looked up.
 constexpr std::array<std::string_view, 30> HISTORIES = {
     ".git",           ".hg",         ".svn",         "_svn",     ".jj",       ".bzr",       "cvs",
     "_darcs",         ".pijul",      ".sl",          "rcs",      "sccs",      ".fslckout",  "_fossil_",
@@ -167,6 +168,7 @@ void peel(const Original& whole, std::vector<Original>& found) {
 
 }  // namespace
 
+// A backup or an archive of a history holds all that the history holds.
 bool isHistory(std::string_view name) {
   const auto isKnown = [](const std::string& folded) {
     return std::find(HISTORIES.begin(), HISTORIES.end(), folded) != HISTORIES.end() || endsWith(folded, ",v") ||
@@ -178,7 +180,8 @@ bool isHistory(std::string_view name) {
                      [&](const Original& original) { return !original.isStem && isKnown(original.name); });
 }
 
-// A leftover may have leftovers of its own: x.bak~.
+// A leftover may have leftovers of its own: x.bak~. A name can be made of marks alone, each of which comes off in
+// several ways, so the search has an end.
 std::vector<Original> originalsOf(std::string_view name) {
   constexpr std::size_t ENOUGH = 64;
   std::vector<Original> found;
@@ -189,6 +192,8 @@ std::vector<Original> originalsOf(std::string_view name) {
   return found;
 }
 
+// These tell that a program wrote them, and not beside which file. So they count where any file is held back beside
+// them.
 bool isUnnamedLeftover(std::string_view name) {
   const std::string folded = foldedName(name);
   const auto begins = [&](std::string_view start) { return startsWith(folded, start); };

@@ -76,6 +76,8 @@ Stripped strip(const std::shared_ptr<WorkingCopy>& copy,
   data.projectPath = copy->getFileManager().getRootFolder();
   data.projectManagers.emplace(data.projectPath, recording);
   transformation.apply(data);
+  // The host's rules come last: where a link leads, and what a folder holds, is known when all filters have had their
+  // turns.
   return {recording->finish(), copy->applyHostRules()};
 }
 

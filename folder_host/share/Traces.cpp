@@ -120,7 +120,8 @@ bool canBeStore(const Entry& file) {
          endsWith(name, ".json") || endsWith(name, ".sql") || endsWith(name, ".dump");
 }
 
-// Of what was listed and can be read; else none.
+// Of what was listed and can be read; else none. No error is lost by that: whatever cannot be read, or is another file
+// by now, is refused when it is copied.
 std::string firstBytesOf(const Descriptor& root, const Entry& file) {
   try {
     const Descriptor opened = openBeneath(root, file.path, O_RDONLY | O_NONBLOCK);
@@ -132,6 +133,7 @@ std::string firstBytesOf(const Descriptor& root, const Entry& file) {
 
 }  // namespace
 
+// What lies in a history that was told of is not told of again.
 std::vector<std::size_t> historiesAmong(const EntryTable& entries, const Selection& shared) {
   std::vector<std::size_t> found;
   Selection within(entries.size());
@@ -143,6 +145,7 @@ std::vector<std::size_t> historiesAmong(const EntryTable& entries, const Selecti
                 (entries[i].kind == EntryKind::folder && holdsRepository(entries, shared, entries[i].path));
     if (within[i]) found.push_back(i);
   }
+  // The project's folder is no entry. Where it is a repository itself, its objects are told of.
   const auto objects = entries.find("objects");
   if (objects && holdsRepository(entries, shared, {})) found.push_back(*objects);
   return found;
@@ -166,6 +169,8 @@ std::vector<std::size_t> storesAmong(const std::string& root, const EntryTable& 
   for (std::size_t i = 0; i < entries.size(); ++i) {
     const Entry& entry = entries[i];
     if (!shared[i] || entry.kind != EntryKind::file || !canBeStore(entry)) continue;
+    // A second name of the project's own store is refused when it is copied. To open and close it here would drop the
+    // locks on it.
     if (entry.id == source.store) continue;
     if (firstBytesTell(firstBytesOf(source.folder, entry))) found.push_back(i);
   }

@@ -85,6 +85,7 @@ void copyFiles(const Source& source, CopyQueue& queue, Sink::Writer& writer, con
   }
 }
 
+// Where the system gives no second thread, one does it all.
 std::future<void> startHelper(const Source& source, CopyQueue& queue, Sink& sink) {
   const WithoutSignals guard;
   try {

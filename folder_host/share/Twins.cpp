@@ -20,7 +20,8 @@ using Indices = std::vector<std::size_t>;
 
 constexpr std::uint64_t BLOCK = 4096;
 
-// The digest of a file's first block, or of the whole file; empty where it cannot be read.
+// The digest of a file's first block, or of the whole file; empty where it cannot be read. A pipe may have taken the
+// file's place since it was listed: to open it must not wait.
 std::string digestOf(const Source& source, const Entry& file, bool whole) {
   if (file.id == source.store) return {};
   try {

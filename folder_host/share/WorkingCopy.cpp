@@ -31,6 +31,7 @@ WorkingCopy::WorkingCopy(std::string root, std::shared_ptr<Store> store, std::sh
 
 WorkingCopy::~WorkingCopy() = default;
 
+// The listing is never changed, so clones have it in common. The store and the marks are each one's own.
 std::shared_ptr<WorkingCopy> WorkingCopy::clone() const {
   return std::shared_ptr<WorkingCopy>(new WorkingCopy(root_, store_->memoryCopy(), table_, heldBack_));
 }
@@ -75,6 +76,7 @@ std::string WorkingCopy::relative(const path& entry) const {
 
 HostRemovals WorkingCopy::applyHostRules() { return holdBackByHostRules(*table_, heldBack_); }
 
+// An attachment to a missing path does not leave either: the path is a name, and perhaps that of what was held back.
 std::vector<std::pair<std::string, std::u16string>> WorkingCopy::attachmentsThatLeave() const {
   auto attachments = labels_.attachments();
   const auto isHeldBack = [&](const auto& attachment) {

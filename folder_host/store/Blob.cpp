@@ -12,6 +12,8 @@ unsigned byteAt(std::string_view bytes, std::size_t index) { return static_cast<
 
 }  // namespace
 
+// The high byte stands first: SQLite compares blobs byte by byte, so rows come in the order of the texts, and a store
+// reads the same on any machine.
 void appendBlob(std::string& blob, std::u16string_view text) {
   std::size_t at = blob.size();
   blob.resize(at + 2 * text.size());
@@ -28,6 +30,7 @@ std::string toBlob(std::u16string_view text) {
 }
 
 std::u16string fromBlob(std::string_view blob) {
+  // A name that was cut to whole characters would be another name: it is refused.
   if (blob.size() % 2 != 0) throw Error(errors::STORE_UNREADABLE, "the project's store holds half a character");
   std::u16string text(blob.size() / 2, u'\0');
   for (std::size_t i = 0; i < text.size(); ++i) {

@@ -74,6 +74,8 @@ std::vector<CategoryIdentifier> LabelStore::getCategories() const {
   return categories;
 }
 
+// Each row is found by those that are deleted after it, hence this order; and all of it is one change, because a store
+// with a label without its category is refused when it is opened.
 void LabelStore::removeCategory(const CategoryIdentifier& category) {
   const std::string uuid = toBlob(category.toString());
   store_->atomically([&] {
@@ -92,6 +94,8 @@ std::vector<LabelIdentifier> LabelStore::getLabels(const CategoryIdentifier& cat
   return labels;
 }
 
+// Attachments are deleted only where the label is: one that is not in this category stays, with all that it is attached
+// to.
 void LabelStore::removeLabel(const CategoryIdentifier& category, const LabelIdentifier& label, bool /*flag*/) {
   const std::string uuid = toBlob(label.getUUID());
   store_->atomically([&] {
@@ -141,6 +145,7 @@ void LabelStore::erase(const std::u16string& labelUUID) {
   store_->atomically([&] {
     const CategoryIdentifier category(fromBlob(categoryOf(*store_, labelUUID)[0]));
     removeLabel(category, LabelIdentifier(labelUUID), false);
+    // No command deletes a category, so one without labels would stay for ever.
     if (getLabels(category).empty()) removeCategory(category);
   });
 }
@@ -149,6 +154,8 @@ std::size_t LabelStore::attach(const std::u16string& labelUUID, const std::vecto
   const std::string label = toBlob(labelUUID);
   std::size_t attached = 0;
   store_->atomically([&] {
+    // Asked in the same scope: another program may have deleted the label since it was found, and a store with an
+    // attachment to none is refused when it is opened.
     if (store_->query("SELECT 1 FROM label WHERE uuid = ?", {label}).empty()) {
       throw Error(errors::LABEL_NOT_FOUND, "there is no such label");
     }
@@ -188,6 +195,7 @@ std::vector<std::string> LabelStore::pathsOf(const std::u16string& labelUUID) co
   return paths;
 }
 
+// Whoever takes these looks each label up among those of list(), and expects it to be there.
 std::vector<Attachment> LabelStore::attachments() const {
   std::vector<Attachment> all;
   const char* sql = "SELECT path, label FROM attachment WHERE label IN (SELECT uuid FROM label) ORDER BY path, label";

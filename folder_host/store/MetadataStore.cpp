@@ -46,6 +46,7 @@ NodeValues valuesAt(Store& store, const std::string& key) {
   return values;
 }
 
+// The root is always there, though no row stands for it: it has neither a type nor a location.
 bool isStored(Store& store, const MetadataPath& path) {
   if (path.getElements().empty()) return true;
   const PathElement& leaf = path.getLeaf();
@@ -71,7 +72,8 @@ NodeValues valuesGivenBy(MetadataNode& node, Store& store, const MetadataPath& p
   return askedFor(node, valuesAt(store, nodeKeyOf(path)));
 }
 
-// Gives the node's key.
+// Gives the node's key. Those above it are made, too: no walk from the root would find a node without a parent, and a
+// store that holds one is refused as damaged.
 std::string makeNodes(Store& store, const MetadataPath& path) {
   std::string parent;
   for (const PathElement& element : path.getElements()) {
@@ -118,6 +120,7 @@ MetadataScopeGuard MetadataStore::beginReadScope() { return store_->beginRead();
 
 MetadataScopeGuard MetadataStore::beginWriteScope() { return store_->beginWrite(); }
 
+// In one scope, or another program could remove the node after it was found and before its values are read.
 std::unique_ptr<MetadataNode> MetadataStore::getNode(const MetadataPath& path) {
   const MetadataScopeGuard scope = store_->beginRead();
   if (!isStored(*store_, path)) return nullptr;

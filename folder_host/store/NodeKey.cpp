@@ -18,7 +18,8 @@ void appendPart(std::string& key, const std::u16string& part) {
   appendBlob(key, part);
 }
 
-// Takes one part off the front.
+// Takes one part off the front. The key may come from a stranger's store: a length is believed only where so many bytes
+// are left.
 std::optional<std::string> takePart(std::string_view& key) {
   if (key.size() < LENGTH) return std::nullopt;
   std::size_t size = 0;
@@ -50,12 +51,15 @@ std::string parentKeyOf(const MetadataPath& path) {
   return key;
 }
 
+// The least key behind all that begin with this one. A byte 0xFF cannot be raised, so the one before it is. The first
+// byte belongs to a length, and would be 0xFF only for a text of gigabytes.
 std::string endOfKeys(std::string key) {
   while (static_cast<unsigned char>(key.back()) == 0xFF) key.pop_back();
   ++key.back();
   return key;
 }
 
+// From the front, because only a part's length tells where the next one begins. The last pair is the node itself.
 std::optional<std::array<std::string, 3>> splitNodeKey(std::string_view key) {
   std::string_view rest = key;
   while (true) {

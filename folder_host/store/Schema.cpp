@@ -56,7 +56,8 @@ void runSteps(SQLite::Database& database, int from, int to) {
 
 using SchemaRow = std::array<std::string, 4>;
 
-// Sorted; nothing where a value is no text.
+// Sorted; nothing where a value is no text. The order of the rows means nothing, and so must not make two schemas
+// differ.
 std::optional<std::vector<SchemaRow>> schemaOf(SQLite::Database& database) {
   std::vector<SchemaRow> rows;
   SQLite::Statement statement(database, "SELECT type, name, tbl_name, sql FROM sqlite_schema");

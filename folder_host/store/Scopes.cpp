@@ -44,6 +44,8 @@ MetadataScopeGuard Scopes::begin(bool write, std::shared_ptr<void> keepAlive) {
   return guard;
 }
 
+// Outside any scope, each statement is a transaction of its own. Within one that SQLite has rolled back by itself, a
+// statement would be kept though those before it are lost.
 void Scopes::requireWritable() const {
   if (scopes_.empty()) return;
   if (!scopes_.front()->write) {
@@ -64,6 +66,7 @@ void Scopes::enter(Scope& scope) {
       // A deferred transaction sees the state of its first read.
       if (!scope.write) database_.execAndGet("SELECT count(*) FROM sqlite_schema");
     } else if (scope.write) {
+      // A statement that ran before has to be reset before it runs again.
       savepoint_.tryReset();
       savepoint_.exec();
       scope.level = Scope::Level::savepoint;
@@ -78,6 +81,8 @@ void Scopes::enter(Scope& scope) {
 void Scopes::end(Scope& scope) noexcept {
   if (!scope.stands) return;
   scope.ended = true;
+  // A guard is not told why it ends. More exceptions in flight than when it began mean that one ends it; any exception
+  // would not do, as a scope may begin and end within a destructor that an exception runs.
   scope.rolledBack = std::uncaught_exceptions() > scope.exceptions;
   while (!scopes_.empty() && scopes_.back()->ended) {
     finish(*scopes_.back());
@@ -85,6 +90,7 @@ void Scopes::end(Scope& scope) noexcept {
   }
 }
 
+// A guard's destructor cannot throw. What fails here is remembered, and the next use of the store tells it.
 void Scopes::finish(const Scope& scope) noexcept {
   if (scope.level == Scope::Level::counted) return;
   if (scope.rolledBack) return undo(scope);
@@ -110,11 +116,14 @@ int Scopes::release() noexcept {
 void Scopes::undo(const Scope& scope) noexcept {
   // After some failures SQLite has rolled back by itself.
   if (sqlite3_get_autocommit(database_.getHandle()) != 0) return;
+  // To roll back to a savepoint leaves it standing: it has to be released as well, or the next RELEASE would end the
+  // wrong one.
   const bool whole = scope.level == Scope::Level::transaction;
   const int result = database_.tryExec(whole ? "ROLLBACK" : "ROLLBACK TO inner; RELEASE inner");
   if (result != SQLITE_OK) remember(result);
 }
 
+// The first failure is told: those behind it mostly follow from it.
 void Scopes::remember(int result) noexcept {
   if (failure_ == SQLITE_OK) failure_ = result;
 }

@@ -27,6 +27,7 @@ void Settlements::settle(const std::string& path, const std::u16string& labelUUI
 }
 
 bool Settlements::isSettled(const std::string& path, const std::u16string& labelUUID, const std::string& digest) const {
+  // What cannot be read has no digest, and nobody has said of it that it may be shared.
   const auto node = digest.empty() ? nullptr : metadata_.getNode(nodeOf(path));
   if (!node) return false;
   try {

@@ -30,6 +30,7 @@ SELECT EXISTS(SELECT 1 FROM node WHERE typeof(parent) <> 'blob' OR typeof(type) 
 
 // Whether it is a path that an entry can have.
 bool isEntryPath(std::string_view path) {
+  // For the system a path ends at a zero byte, and would name another entry.
   if (path.size() >= PATH_MAX || path.find('\0') != std::string_view::npos) return false;
   if (path.substr(0, path.find('/')) == STORE_FOLDER) return false;
   while (true) {
@@ -71,6 +72,7 @@ bool allAreNodes(SQLite::Database& database, const char* sql) {
 
 }  // namespace
 
+// One fault is enough to refuse, and a crafted file may have any number of them.
 bool isIntact(SQLite::Database& database) {
   return database.execAndGet("PRAGMA integrity_check(1)").getString() == "ok";
 }

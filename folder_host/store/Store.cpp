@@ -15,6 +15,7 @@ using project::metadata::MetadataScopeGuard;
 
 namespace {
 
+// Not copied: the caller's values live until the statement has run, and are bound anew the next time.
 void bindValues(SQLite::Statement& statement, Store::Values values) {
   int index = 0;
   for (const std::string_view value : values) {
@@ -70,6 +71,7 @@ Store::Store(StoreDatabase store)
 
 Store::~Store() = default;
 
+// In a read scope, so that the copy is the state of one moment, and a change that was lost is told before.
 std::shared_ptr<Store> Store::memoryCopy() {
   const MetadataScopeGuard scope = beginRead();
   try {
@@ -113,6 +115,7 @@ SQLite::Statement& Store::prepared(const char* sql) {
   return statements_.emplace(sql, SQLite::Statement(database_, sql)).first->second;
 }
 
+// A change that could not be kept is told first: whoever reads on would take the older state for the newer one.
 std::vector<Store::Row> Store::query(const char* sql, Values values) {
   confirm();
   try {

@@ -55,6 +55,8 @@ void guard(SQLite::Database& database) {
   database.exec("PRAGMA cell_size_check = ON");
 }
 
+// Nothing is created: where the store is missing, SQLite would make an empty one, and only init makes stores. No link
+// is followed: in the store's place it could lead to any database of the user.
 SQLite::Database connect(const StoreVfs& vfs) {
   SQLite::Database database(vfs.file().c_str(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, BUSY_TIMEOUT_MS,
                             vfs.name());
@@ -129,12 +131,14 @@ Error openingFailure(const std::string& file, const StoreVfs& vfs, const SQLite:
   const int code = error.getErrorCode() & 0xFF;
   if (vfs.refusal() != nullptr) return {errors::STORE_UNREADABLE, store + " " + vfs.refusal()};
   if (code == SQLITE_BUSY) return storeFailure(code);
+  // These come of the bounds within which the schema is read: it is longer than any of ours.
   if (code == SQLITE_INTERRUPT || code == SQLITE_TOOBIG) return damaged(file);
   return {errors::STORE_UNREADABLE, "cannot open " + store + ": " + sqlite3_errstr(error.getExtendedErrorCode())};
 }
 
 }  // namespace
 
+// What another try may mend, such as a lock or a full disk, is told apart from a file that is broken for good.
 Error storeFailure(int result, const std::string& message) {
   const int primary = result & 0xFF;
   const bool damaged = primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
@@ -145,6 +149,8 @@ Error storeFailure(int result) { return storeFailure(result, sqlite3_errstr(resu
 
 Error storeFailure(const SQLite::Exception& error) { return storeFailure(error.getErrorCode(), error.what()); }
 
+// From the outside in: the name, what it stands for, and whose the folder is. Only then does SQLite get the file,
+// because it rolls a journal back before it gives anything to look at.
 StoreDatabase openStoreFile(const std::string& file, const std::function<void(const Descriptor&)>& checkFolder) {
   checkLength(file);
   checkRegularFile(file);

@@ -27,6 +27,7 @@ constexpr const char* LOGGED =
     "was put into WAL mode by another program; if you trust its maker, have sqlite3 run 'PRAGMA journal_mode = DELETE' "
     "on it";
 
+// A second name counts: whatever is written to such a file is written to another one, too.
 bool isPlain(const struct stat& status) { return S_ISREG(status.st_mode) && status.st_nlink == 1; }
 
 // Nothing closes it then.
@@ -35,7 +36,8 @@ int unopened(sqlite3_file* file, int code) {
   return code;
 }
 
-// By the open file: another descriptor of it, when closed, would give up the locks that this process holds.
+// By the open file: another descriptor of it, when closed, would give up the locks that this process holds. In WAL
+// mode, SQLite would make two more files beside the store and read them.
 bool isLogged(sqlite3_file* file) {
   constexpr unsigned char WAL = 2;
   std::array<unsigned char, 20> header{};
@@ -80,7 +82,8 @@ StoreVfs& storeOf(sqlite3_vfs* vfs) { return *static_cast<StoreVfs*>(vfs->pAppDa
 }  // namespace
 
 // The folder stays open and the file is named through it. Whatever is put in the place of the folder later, SQLite goes
-// on in the one whose owner was looked at.
+// on in the one whose owner was looked at. The name is this object's own: SQLite knows a VFS by its name, and several
+// stores may be open.
 StoreVfs::StoreVfs(const std::string& file)
     : disk_(sqlite3_vfs_find(nullptr)),
       folder_(openFolderOf(file)),
@@ -118,6 +121,8 @@ int StoreVfs::refuse(const char* refusal, int code) noexcept {
   return code;
 }
 
+// Of all that SQLite may ask for, the store and its own journal alone are opened: the name of a super-journal stands in
+// the journal, where a stranger can have put any path.
 int StoreVfs::open(const char* path, sqlite3_file* file, int flags, int* given) noexcept {
   if (path == nullptr) return SQLITE_CANTOPEN;  // a temporary file
   if ((flags & SQLITE_OPEN_MAIN_DB) != 0 && path == file_) return openStore(file, flags, given);

@@ -32,15 +32,19 @@ std::string foldedName(std::string_view bytes) {
   if (std::all_of(bytes.begin(), bytes.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
     return lowerCase(bytes);
   }
+  // Decomposed, too: a letter with an accent is one character or two, and some disks take both for one name.
   constexpr auto OPTIONS = static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_DECOMPOSE | UTF8PROC_CASEFOLD);
   utf8proc_uint8_t* result = nullptr;
   const utf8proc_ssize_t length = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(bytes.data()),
                                                static_cast<utf8proc_ssize_t>(bytes.size()), &result, OPTIONS);
   const std::unique_ptr<utf8proc_uint8_t, Free> owned(result);
+  // What is no UTF-8 has no case, and is equal to itself alone.
   if (length < 0) return std::string(bytes);
   return {reinterpret_cast<const char*>(result), static_cast<std::size_t>(length)};
 }
 
+// A blank of any kind looks like a space, and what is not seen like nothing: names that differ in these alone cannot be
+// told apart on a screen.
 std::string lookOf(std::string_view name) {
   std::string seen;
   for (std::string_view rest = name; !rest.empty();) {

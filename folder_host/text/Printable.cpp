@@ -10,6 +10,7 @@ namespace folder_host {
 
 namespace {
 
+// These are drawn as nothing, and no property of theirs says so.
 constexpr char32_t EMPTY_BRAILLE = 0x2800;
 constexpr char32_t EMPTY_NOTE = 0x1D159;
 
@@ -17,6 +18,8 @@ const utf8proc_property_t& propertyOf(char32_t point) {
   return *utf8proc_get_property(static_cast<utf8proc_int32_t>(point));
 }
 
+// These two choose how the pictograph before them is drawn. Behind anything else they would be a difference that nobody
+// sees.
 bool isEmojiStyle(char32_t point, char32_t before) {
   return (point == 0xFE0E || point == 0xFE0F) &&
          propertyOf(before).boundclass == UTF8PROC_BOUNDCLASS_EXTENDED_PICTOGRAPHIC;
@@ -49,6 +52,8 @@ bool holdsOtherBlank(std::string_view bytes) {
   return false;
 }
 
+// In a list, a name stands free where it cannot be taken for the list's own marks: a comma between two names, a dash
+// before a line, the blanks of a column.
 bool readsAsMore(std::string_view name) {
   if (name.empty() || name.front() == ' ' || name.back() == ' ' || name.find('\'') != name.npos) return true;
   for (const std::string_view mark : {", ", ": ", "  "}) {
@@ -68,6 +73,7 @@ bool isUnseen(char32_t point) {
          property.category == UTF8PROC_CATEGORY_ZL || property.category == UTF8PROC_CATEGORY_ZP;
 }
 
+// The backslash is escaped as well, or a name could hold the text of an escape and look like another one.
 std::string shown(std::string_view bytes) {
   std::string result;
   result.reserve(bytes.size());
@@ -87,6 +93,7 @@ std::string shown(std::string_view bytes) {
   return result;
 }
 
+// A quote within is doubled, or a name could end its own quotes and go on as the sentence.
 std::string inQuotes(std::string_view name) {
   std::string quoted = "'";
   for (const char c : name) quoted.append(c == '\'' ? 2 : 1, c);

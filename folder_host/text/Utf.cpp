@@ -38,6 +38,7 @@ void appendBytes(std::string& bytes, char32_t point) {
 
 }  // namespace
 
+// Where a byte begins no character, it stands for itself, and reading goes on with the next: nothing behind it is lost.
 Character firstCharacter(std::string_view bytes) {
   utf8proc_int32_t point = 0;
   const auto* const begin = reinterpret_cast<const utf8proc_uint8_t*>(bytes.data());
@@ -46,6 +47,8 @@ Character firstCharacter(std::string_view bytes) {
   return {static_cast<char32_t>(point), static_cast<std::size_t>(length), true};
 }
 
+// Names on a disk are any bytes. One that is no UTF-8 becomes half a surrogate pair, which UTF-8 never gives, so that
+// toBytes finds the same bytes, and the same file.
 std::u16string fromBytes(std::string_view bytes) {
   std::u16string text;
   text.reserve(bytes.size());

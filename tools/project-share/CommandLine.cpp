@@ -75,7 +75,8 @@ CLI::App* addCommand(CLI::App* group, const char* name, const char* description,
       ->fallthrough();  // the options of the program may stand anywhere
 }
 
-// The paths of the command line or, when these are wanted, of standard input.
+// The paths of the command line or, when these are wanted, of standard input. Both at once is a mistake of which no
+// guess is safe: one of the two lists would silently get no label.
 const std::vector<std::string>& pathsOf(Words& words) {
   if (words.fromInput != words.paths.empty()) {
     throw CLI::ParseError("give the paths either as words or by --stdin", WRONG_USAGE);
@@ -201,6 +202,7 @@ std::vector<Allowed> allowedBy(const std::vector<std::string>& words) {
     if (path != std::string::npos) {
       allowed.push_back({word.substr(0, path), word.substr(path + 1)});
       std::string& named = *allowed.back().path;
+      // A preview shows folders with a slash behind them, and a risk has their paths without.
       while (named.size() > 1 && named.back() == '/') named.pop_back();
     } else {
       for (std::string identifier : CLI::detail::split(word, ','))
@@ -215,6 +217,8 @@ std::vector<Allowed> allowedBy(const std::vector<std::string>& words) {
   return allowed;
 }
 
+// A single word could be either, so they are counted here: with a profile there are two, without one there is DEST
+// alone.
 ShareWords shareWordsOf(const Words& words) {
   if (words.shared.size() != (words.whole ? 1 : 2)) {
     throw CLI::ParseError("share takes PROFILE and DEST, or --whole and DEST", WRONG_USAGE);
@@ -256,6 +260,7 @@ void addShareCommands(CLI::App& app, Words& words) {
   share
       ->add_option("--allow", words.allowed,
                    "Share in spite of all such risks, or of the one that is about PATH; can be repeated")
+      // One word each: else the option would take PROFILE and DEST, too, where they stand behind it.
       ->allow_extra_args(false)
       ->transform(unmarked)
       ->type_name("RISK[,RISK...]|RISK=PATH");
@@ -266,6 +271,7 @@ void addShareCommands(CLI::App& app, Words& words) {
                              ->type_name("FILE");
   share->footer(share->get_footer() + riskList());
   share->callback([&words, receipt] {
+    // An empty name, such as of a variable that is not set, would mean that no receipt was asked for.
     if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
     project_share::share(shareWordsOf(words));
   });
@@ -280,6 +286,7 @@ void addShareCommands(CLI::App& app, Words& words) {
 void goTo(const std::string& folder) {
   std::error_code error;
   std::filesystem::current_path(folder, error);
+  // Absolute, because a command that is told will be typed where the user is and not where this run went.
   if (!error) invocation().folder = std::filesystem::current_path(error).string();
   if (!error) return;
   throw Refusal(folder_host::errors::NOT_A_PROJECT, "cannot work in " + inQuotes(folder) + ": " + error.message());
@@ -307,6 +314,7 @@ int parse(CLI::App& app, std::vector<std::string> words) {
     app.parse(std::move(words));
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() != 0) {
+      // A word that was not understood is told of first: what is missing is mostly missing because of it.
       const std::vector<std::string> unknown = app.remaining(true);
       const std::string problem =
           unknown.empty() ? error.what() : "what is " + inQuotes(unmarked(unknown.front())) + "?";
@@ -321,6 +329,7 @@ int parse(CLI::App& app, std::vector<std::string> words) {
 }  // namespace
 
 int runCommandLine(int argc, char** argv) {
+  // What an earlier call in this process was told must not hold for this one.
   manner() = usualManner();
   invocation() = {};
   Words words;

@@ -89,7 +89,8 @@ void addOptions(const CLI::App& command, Candidates& candidates) {
   }
 }
 
-// Without names that are shown in another way than they are typed, and those that would be taken for options.
+// Without names that are shown in another way than they are typed, and those that would be taken for options. The
+// project is opened as by any command: one of another user that is not trusted gives no names.
 void addNames(bool ofLabels, Candidates& candidates) {
   // Beside a journal there is someone to be waited for, or a change to be undone, which would be to write.
   if (std::filesystem::exists(FolderProject::rootOf(".") + "/" + folder_host::STORE_FILE + "-journal")) return;
@@ -114,6 +115,8 @@ Candidates candidatesFor(const std::string& expected, const std::string& word) {
     for (const FilterKind& kind : filterKinds()) candidates[kind.word] = kind.meaning;
   }
   if (isRisk(expected)) {
+    // A shell takes the whole word for what is completed, so each candidate begins with the risks that stand there
+    // already.
     const std::string others = word.substr(0, word.rfind(',') + 1);
     for (const std::string& risk : allowableRisks()) candidates[others + risk];
   }
@@ -160,6 +163,7 @@ std::string offerFor(std::string word, Place place, const CLI::App& program) {
 void complete(const CLI::App& program, std::vector<std::string> words) {
   const std::string word = words.empty() ? "" : words.back();
   if (!words.empty()) words.pop_back();
+  // Printed at the end and at once: where something fails, nothing has been offered.
   std::string lines;
   try {
     lines = offerFor(word, placeBehind(words, program), program);

@@ -25,6 +25,8 @@ Interruption::Interruption() {
   }
 }
 
+// The signal is raised again when all is cleaned up, so that a shell sees what ended the program. Where the work was
+// done before anything looked at it, it came too late and is dropped.
 Interruption::~Interruption() {
   for (const int signal : SIGNALS) {
     if (std::signal(signal, SIG_DFL) == SIG_IGN) std::signal(signal, SIG_IGN);

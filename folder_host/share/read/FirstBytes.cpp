@@ -12,6 +12,7 @@
 
 namespace folder_host {
 
+// Read at a position, so that whoever copies the file from the same descriptor begins at its first byte.
 std::string firstBytesOf(const Descriptor& file) {
   std::array<char, 160> bytes{};
   const ssize_t length = ::pread(file.get(), bytes.data(), bytes.size(), 0);

@@ -26,7 +26,7 @@ void requireListed(const Entry& entry, mode_t type, const struct stat& status) {
   if ((status.st_mode & static_cast<mode_t>(S_IFMT)) != type || !(idOf(status) == entry.id)) throw changed(entry.path);
 }
 
-// Of the very thing that was listed.
+// Of the very thing that was listed. By the time of change and not of modification, which any program can set back.
 bool isAsListed(const Entry& entry, const struct stat& status) {
   const bool sized = entry.kind != EntryKind::file || static_cast<std::uint64_t>(status.st_size) == entry.size;
   return sized && status.st_ctim.tv_sec == entry.changed.tv_sec && status.st_ctim.tv_nsec == entry.changed.tv_nsec;
@@ -75,6 +75,7 @@ OpenEntry EntryReader::open(const Entry& entry) {
   });
 }
 
+// The folder stays open for the next entry, which mostly lies in it too. Within it a name leads nowhere else.
 void EntryReader::enterFolderOf(const Entry& entry) {
   const std::size_t separator = entry.path.rfind('/');
   name_ = entry.path.substr(separator + 1);  // npos + 1 is 0
@@ -125,6 +126,7 @@ bool EntryReader::isUnchanged(const Entry& entry, const struct stat& status) con
   return false;
 }
 
+// Once more, after the last byte was read: a change meanwhile could have mixed two states in the copy.
 bool EntryReader::isUnchanged(const OpenEntry& file) const {
   const struct stat now = reading(file.entry.path, [&] { return statusOf(file.opened); });
   return isUnchanged(file.entry, now) && !file.hasChanged;

@@ -45,6 +45,7 @@ std::optional<std::uint64_t> seek(const Descriptor& file, std::uint64_t from, in
   return static_cast<std::uint64_t>(found);
 }
 
+// In ranges, so that progress can be told, and an interruption noticed, in the middle of a large file.
 std::uint64_t hand(const Descriptor& source, const Descriptor& copy, std::uint64_t most) {
   const auto length = static_cast<std::size_t>(std::min<std::uint64_t>(most, RANGE));
   const ssize_t moved = ::copy_file_range(source.get(), nullptr, copy.get(), nullptr, length, 0);

@@ -36,6 +36,8 @@ FileLabel labelLike(const ExportStrategyItem& item, bool isProtected = false) {
 // A label that the filter does not name.
 FileLabel otherLabel(bool isProtected = false) { return labelLike({u"other", u"other"}, isProtected); }
 
+// The filter itself is asked, about entries made up for the question: a sentence that was written beside the rule would
+// one day tell of another rule.
 std::vector<Case> fileCases(ExportFilter& filter, const std::vector<ExportStrategyItem>& items) {
   std::vector<std::pair<const char*, Labels>> rows{{"no label", {}}, {"another label", {otherLabel()}}};
   if (!items.empty()) {
@@ -51,6 +53,8 @@ std::vector<Case> fileCases(ExportFilter& filter, const std::vector<ExportStrate
   return cases;
 }
 
+// A protected label is a case of its own, because no filter may remove one: who does not know that takes the filter for
+// broken.
 std::vector<Case> labelCases(ExportFilter& filter, const std::vector<ExportStrategyItem>& items) {
   const auto answer = [&](const FileLabel& label) { return takesAwayAny(filter, {label}) ? "removed" : "leaves"; };
   std::vector<Case> cases{{"another label", answer(otherLabel())},
@@ -85,6 +89,7 @@ void printFilter(ExportFilter& filter, std::size_t position, const LabelIndex& l
 
 void explainProfile(const std::string& word) {
   const FolderProject project = openProject();
+  // What is told is the state of one moment: another program may be changing the profile.
   const auto scope = project.metadata()->beginReadScope();
   const auto profile = findProfile(*profiles::createManager(project.metadata()), word);
   const LabelIndex labels(project.labels().list());
@@ -95,6 +100,7 @@ void explainProfile(const std::string& word) {
   std::size_t position = 0;
   for (const auto& filter : filters) printFilter(*filter, ++position, labels);
   if (manner().json || filters.empty()) return;
+  // No filter tells this part: it is done when all of them have had their turns, so no case above can show it.
   line("A folder that is selected is shared all the same when a file below it is. Links to what is held back, and");
   line("folders of which nothing is shared, are held back.");
 }

@@ -37,7 +37,9 @@ using folder_host::Selection;
 
 namespace {
 
-// Of the sorted paths the one named and, unless `only` it is meant, those below it; of an empty path all.
+// Of the sorted paths the one named and, unless `only` it is meant, those below it; of an empty path all. What lies
+// below a folder stands together in the sorted list, behind the folder's name and a slash; "a-b" stands between "a" and
+// "a/x" and is passed over.
 std::vector<std::string> pathsAt(const std::vector<std::string>& sorted, const std::string& path, bool only) {
   std::vector<std::string> found;
   if (std::binary_search(sorted.begin(), sorted.end(), path)) found.push_back(path);
@@ -59,6 +61,7 @@ LabelRecord namedLabel(const FolderProject& project, const std::string& word, co
   }
 }
 
+// One note for all links: whoever labels a folder labels each link in it, and a line each would bury what was done.
 Risk linkNote(const FolderProject& project, const LabelRecord& label, const Paths& links) {
   const std::string more = links.size() == 1 ? "" : fmt::format(" (and {} more)", links.size() - 1);
   return {risks::LABEL_ON_LINK.identifier, links.front(),
@@ -89,6 +92,7 @@ std::map<std::string, std::string> settledAmong(const FolderProject& project, co
     const Entry& entry = table[leftover.entry];
     if (digests.count(entry.path) == 0) digests[entry.path] = digestOf(project.root(), entry);
   }
+  // What cannot be read cannot be settled: nobody knows of which content it would be said.
   for (auto one = digests.begin(); one != digests.end();) one = one->second.empty() ? digests.erase(one) : ++one;
   return digests;
 }
@@ -141,6 +145,7 @@ void createLabels(const std::vector<std::string>& labels) {
 
 void listLabels() {
   const FolderProject project = openProject();
+  // Labels and their numbers of paths are of one moment.
   const auto scope = project.metadata()->beginReadScope();
   for (const LabelRecord& label : project.labels().list()) {
     printLabel(label, project.labels().pathsOf(label.uuid).size());
@@ -152,6 +157,7 @@ void renameLabel(const std::string& word, const std::string& name) {
   const LabelRecord label = edit(project, [&] {
     const LabelIndex labels(project.labels().list());
     LabelRecord found = labels.named(word);
+    // Not compared with itself, or nobody could change upper and lower case in a name.
     LabelLooks(labels.records(), found.uuid).add(found.categoryName, folder_host::fromBytes(name));
     project.labels().rename(found.uuid, folder_host::fromBytes(name));
     return found;
@@ -164,6 +170,7 @@ void deleteLabel(const std::string& word) {
   const FolderProject project = openProject();
   const auto [label, count] = edit(project, [&] {
     LabelRecord found = LabelIndex(project.labels().list()).named(word);
+    // In the scope in which it is deleted: no other program can add it to a filter in between.
     refuseInUse(*profiles::createManager(project.metadata()), found);
     const std::size_t paths = project.labels().pathsOf(found.uuid).size();
     project.labels().erase(found.uuid);
@@ -192,6 +199,7 @@ std::vector<std::string> readPaths(char end) {
   std::ios::sync_with_stdio(false);  // else a read that fails looks like the end
   std::vector<std::string> paths;
   for (std::string path; std::getline(std::cin, path, end);) {
+    // An empty line, such as a list often ends with, names nothing.
     if (!path.empty()) paths.push_back(path);
   }
   if (std::cin.bad()) throw Refusal(refusals::INPUT_FAILED, "standard input cannot be read to its end");
@@ -246,10 +254,14 @@ void detachLabel(const std::string& word, const std::vector<std::string>& named,
   std::set_difference(labelled.begin(), labelled.end(), carrying.begin(), carrying.end(), std::back_inserter(others));
   const std::map<std::string, std::string> settled = settledAmong(project, locations, others);
   for (std::size_t i = 0; i < named.size(); ++i) {
+    // Nothing is done where one of the paths has nothing to do: a path that was mistyped would else go unnoticed, and
+    // the label would stay where it was to come off.
     if (settled.count(locations[i]) != 0 || !pathsAt(labelled, locations[i], folderOnly).empty()) continue;
     throw Refusal(refusals::LABEL_NOT_ATTACHED, fmt::format("nothing at {} carries that label", inQuotes(named[i])));
   }
   const std::size_t removed = edit(project, [&] {
+    // Both in one scope: a label that came off while nothing was settled would have the next share refused for what was
+    // just allowed.
     folder_host::Settlements settlements(*project.metadata());
     for (const auto& [path, digest] : settled) settlements.settle(path, label.uuid, digest);
     return project.labels().detach(label.uuid, carrying);

@@ -39,7 +39,8 @@ std::string indented(const Entry& entry) {
   return std::string(2 * depth, ' ') + freeName(name + (entry.kind == EntryKind::folder ? "/" : ""));
 }
 
-// One line an entry of the tree: '-' is held back, '~' is shared only for the sake of what is below it.
+// One line an entry of the tree: '-' is held back, '~' is shared only for the sake of what is below it. Each mark is a
+// character and not a colour alone, so that it is there in a file and for whoever does not see colours.
 void printTreeLine(const Judgement& judgement, const Entry& entry, const Reason& reason, const Spared* spared) {
   if (reason.rule != Reason::Rule::none) {
     line(fmt::format("- {}  {}", indented(entry), textOf(judgement, reason)), Tone::heldBack);
@@ -105,6 +106,7 @@ void printSummary(const folder_host::WorkingCopy& copy, const Judgement& judgeme
           ? ""
           : fmt::format(" A share is refused for the risks above; {} would allow them.", allowingFlags(risks));
   Json object{{"type", "summary"}, {"entries", all}, {"shared", shared}, {"refused", !risks.empty()}};
+  // The project is named, because the nearest one above may not be the one that is meant.
   putPath(object, "project", copy.root());
   object["labels"] = jsonOf(judgement.leaving);
   item(fmt::format("Of the project {}, {} of {} {} shared.{}", inQuotes(copy.root()), shared,
@@ -137,6 +139,7 @@ std::vector<folder_host::LabelRecord> labelsOf(const folder_host::LabelStore& st
 
 }  // namespace
 
+// What speaks against a share comes behind the tree, which may be long: people read the end.
 void previewProfile(const std::string& word) {
   const auto copy = openProject().workingCopy();
   const Judgement judgement = judge(*copy, *findProfile(*managerOf(*copy), word));
@@ -150,6 +153,7 @@ void previewProfile(const std::string& word) {
 
 void explainPath(const std::string& named, const std::string& word) {
   const FolderProject project = openProject();
+  // A path outside of the project is refused before time is spent on listing it.
   const std::string path = project.locate(named);
   const auto copy = project.workingCopy();
   const Judgement judgement = judge(*copy, *findProfile(*managerOf(*copy), word));

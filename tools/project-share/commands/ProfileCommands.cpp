@@ -77,6 +77,7 @@ Json shownAsJson(const ExportProfile& profile, const LabelIndex& labels) {
 void createProfile(const std::string& word) {
   const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
+  // The name is looked for in the scope in which the profile is made, or two programs could make two of one name.
   const auto uuid = edit(project, [&] { return manager->createProfile(unusedName(*manager, word))->getUUID(); });
   done(fmt::format("Created profile {} ({}).", inQuotes(word), freeName(uuid)),
        {{"uuid", utf8(uuid)}, {"name", utf8(word)}});
@@ -98,6 +99,7 @@ void listProfiles() {
 
 void showProfile(const std::string& word) {
   const FolderProject project = openProject();
+  // In one scope, so that no filter is told with labels that it had before or has after.
   const auto scope = project.metadata()->beginReadScope();
   const auto profile = findProfile(*profiles::createManager(project.metadata()), word);
   const LabelIndex labels(project.labels().list());
@@ -154,6 +156,7 @@ void addFilter(const std::string& word, const std::string& kindWord, const std::
     const auto profile = findProfile(*manager, word);
     const LabelIndex known(project.labels().list());
     std::vector<ExportStrategyItem> items;
+    // Every word is looked up before the profile is changed.
     items.reserve(labels.size());
     for (const std::string& label : labels) items.push_back(itemOf(known.named(label)));
     const std::u16string& kind = kindNamed(kindWord).text;
@@ -184,6 +187,8 @@ void removeFilter(const std::string& word, const std::string& kindWord, const st
                                 inQuotes(word), kindWord));
     }
     const LabelIndex known(project.labels().list());
+    // The library takes the last item for one that is absent (docs/decisions/0002), so each is found in the filter
+    // first: a word that names none must not take another label out, and let its files be shared.
     for (const std::string& label : labels) filter->removeItems({itemIn(*filter, known, label)});
     if (labels.empty()) profile->removeFilter(filter);
     profile->save();

@@ -35,7 +35,8 @@ Json jsonOf(const std::string& root, const std::vector<uid_t>& owners) {
   return object;
 }
 
-// The project that the folder belongs to or, where it is one no more, the folder.
+// The project that the folder belongs to or, where it is one no more, the folder. Whoever wants a project forgotten may
+// have removed it already.
 std::string rootOrFolder(const std::string& folder) {
   try {
     return FolderProject::rootOf(folder);
@@ -57,6 +58,8 @@ void initProject(const std::string& folder) {
 
 void trustProject(const std::string& folder) {
   const std::string root = FolderProject::rootOf(folder);
+  // The folder, the store and the journal may have several owners. Each is trusted and named, since each of them can
+  // decide what is held back.
   const std::vector<uid_t> owners = folder_host::strangersOwning(root);
   std::string names;
   for (const uid_t owner : owners) {
@@ -73,6 +76,7 @@ void trustProject(const std::string& folder) {
        jsonOf(root, owners));
 }
 
+// By the folder alone, whoever owned it: what is to be forgotten must not depend on who owns it now.
 void forgetProject(const std::string& folder) {
   const std::string root = rootOrFolder(folder);
   std::vector<uid_t> owners;

@@ -63,6 +63,7 @@ void addIdleAllowances(const ShareWords& words, const std::vector<Risk>& risks, 
 void refuseRisks(const Findings& found, const ShareWords& words) {
   const Allowances allowances = allowancesOf(words.allowed);
   std::vector<Risk> refused = refusedAmong(found.risks, allowances);
+  // A kind of risk may be a note in this profile, so what is allowed holds for notes as well.
   if (words.strict) {
     for (Risk& note : refusedAmong(found.notes, allowances)) refused.push_back(std::move(note));
   }
@@ -95,6 +96,8 @@ folder_host::HandedOut handOut(const Judgement& judgement, const folder_host::Pl
     });
   };
   folder_host::HandedOut result = folder_host::handOut(*judgement.copy, place, options);
+  // The copy first: a receipt without its copy would tell of what nobody has got. It is written whole by then, so that
+  // only its name can still fail.
   if (receipt) receipt->publish();
   return result;
 }
@@ -119,6 +122,7 @@ void report(const Judgement& judgement, const folder_host::HandedOut& result, co
   const folder_host::Listing& listing = judgement.copy->listing();
   printSkipped(listing);
   for (const Spared& spared : judgement.spared) {
+    // A folder that a drop-files filter selects is told of as a risk already.
     if (!spared.isDropped) printSpared(judgement, spared);
   }
   std::vector<Risk> allowed = judgement.found.risks, notes = judgement.found.notes;
@@ -128,6 +132,7 @@ void report(const Judgement& judgement, const folder_host::HandedOut& result, co
   }
   addIdleAllowances(words, allowed, true, notes);
   printNotes(notes);
+  // Told though allowed: who allowed a kind of risk sees here for which cases that was.
   printRisks(allowed, "allowed: ", {{"allowed", true}});
   const std::size_t heldBack = listing.entries.size() - judgement.shared.size();
   Json object{{"type", "shared"},      {"files", result.files}, {"folders", result.folders},
@@ -163,6 +168,7 @@ void share(const ShareWords& words) {
   const FolderProject project = openProject();
   const auto copy = project.workingCopy();
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
+  // Before the judgement, which may read much: a destination that cannot be used is known at once.
   const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
   Judgement judgement = profile ? judge(*copy, *profile) : judgeWhole(*copy);
   addIdleAllowances(words, judgement.found.risks, false, judgement.found.notes);

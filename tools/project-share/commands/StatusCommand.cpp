@@ -35,6 +35,7 @@ Entries unlabelledIn(WorkingCopy& copy) {
 }
 
 void printUnlabelled(const Entries& unlabelled) {
+  // In a project that nobody has labelled yet these are all entries: people get a few of them, and programs all.
   constexpr std::size_t MOST = 20;
   const std::size_t shownOnes = manner().json ? unlabelled.size() : std::min(unlabelled.size(), MOST);
   for (std::size_t i = 0; i < shownOnes; ++i) {
@@ -68,6 +69,8 @@ std::vector<Risk> doubtfulNames(const std::vector<LabelRecord>& labels, profiles
                      fmt::format("the {} {} and {} look alike; give one another name: {}", what, inQuotes(*one),
                                  inQuotes(other), command)});
   };
+  // Commands name what is in doubt by its UUID. No command renames a category: the way is to make labels in another
+  // one.
   Looks labelLooks, categoryLooks, profileLooks;
   std::set<std::u16string> categories;
   for (const LabelRecord& label : labels) {

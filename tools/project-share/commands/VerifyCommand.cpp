@@ -29,6 +29,7 @@ class Copy {
   explicit Copy(const std::string& folder) {
     add(folder_host::listFolder(folder), "");
     folder_ = folder_host::openFolder(folder);
+    // No listing has the store's folder, but the copy's store was handed out like all else.
     struct stat status {};
     if (::fstatat(folder_.get(), folder_host::STORE_FOLDER, &status, AT_SYMLINK_NOFOLLOW) != 0) return;
     const EntryKind kind = S_ISDIR(status.st_mode) ? EntryKind::folder : EntryKind::file;
@@ -43,6 +44,7 @@ class Copy {
     progress_.allEntries = entries_.size();
   }
 
+  // What was found is struck off, so what remains in the end is what was added.
   void check(const HandedOut& noted) {
     const auto found = entries_.find(noted.path);
     if (found == entries_.end()) return differ("missing", noted.path);
@@ -68,6 +70,7 @@ class Copy {
     }
   }
 
+  // A size that differs is answer enough, and nothing has to be read.
   bool isAsNoted(const Entry& entry, const HandedOut& noted) {
     if (entry.kind != noted.kind || entry.target != noted.target) return false;
     if (entry.kind != EntryKind::file) return true;
@@ -76,6 +79,7 @@ class Copy {
            noted.sha256 == digestOf(file, entry.path);
   }
 
+  // The copy has been in other hands: a link must not lead out of it, and a pipe must not be waited for.
   Descriptor openFile(const std::string& path) const {
     try {
       return openBeneath(folder_, path, O_RDONLY | O_NONBLOCK);
@@ -118,6 +122,7 @@ class Copy {
 
 void verifyCopy(const std::string& folder, const std::string& file) {
   ReceiptReader receipt(file);
+  // All of the receipt is judged before the first comparison: nothing is told by what turns out to be none.
   const std::string time = receipt.judge();
   Copy copy(folder);
   receipt.forEach([&](const HandedOut& noted) { copy.check(noted); });

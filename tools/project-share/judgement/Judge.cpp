@@ -39,6 +39,7 @@ Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile) {
   addProfileRisks(project, profile, mending, judgement);
   addTraceRisks(project, mending, judgement);
   const std::string name = folder_host::toBytes(judgement.name);
+  // The command has to work as it is told, and a UUID can always be typed.
   const std::string word = isTyped(name) ? name : folder_host::toBytes(judgement.uuid);
   addNothingShared(judgement, "this tells why: " + commandOf({"preview", word}));
   return judgement;

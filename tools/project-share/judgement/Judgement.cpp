@@ -211,6 +211,7 @@ Judgement judged(const WorkingCopy& project, const std::u16string& uuid, const F
   Judgement judgement;
   judgement.uuid = uuid;
   judgement.labels = project.labels().list();
+  // Only the clone loses anything: which labels an entry had is asked of the project afterwards.
   const auto copy = project.clone();
   const auto stripped = folder_host::strip(copy, profiles::ExportProfileTransformation(uuid));
   judgement.copy = copy;

@@ -24,6 +24,8 @@ Mending::Mending(const Filters& filters, const folder_host::WorkingCopy& copy) :
   }
 }
 
+// A command is told only where it can be typed as it looks: with a character that is not seen, it would name another
+// label or path.
 std::string Mending::commandFor(const char* action, const LabelRecord& label, const Paths& paths) const {
   std::vector<std::string> words{"label", action, nameOf(label)};
   for (const std::string& path : paths) {
@@ -60,6 +62,7 @@ std::vector<std::u16string> Mending::droppingLabelsOf(const std::string& path) c
 // entry back as surely as any other.
 std::string Mending::holdBack(const Paths& paths) const {
   if (!dropped_.empty()) return "hold it back: " + attach(dropped_.front(), paths);
+  // A keep-files filter holds back what has no label, so an entry is held back when all of its labels are taken off.
   std::string commands;
   for (const auto& carried : copy_.labels().labelsOf(paths.front())) {
     const auto label = labels_.find(carried.getUUID());

@@ -107,6 +107,7 @@ class ProfileRisks {
       for (const auto& [category, uuid] : itemsOf(*filter)) {
         if (known.count({category, uuid}) != 0) continue;
         const std::string kind = wordOf(filter->getType());
+        // By its UUID: its name was deleted with it.
         const std::string label = folder_host::toBytes(uuid);
         found_.add(risks::LABEL_DELETED, {},
                    fmt::format("the {} filter names the label {}, which was deleted; take it out: {}", kind,
@@ -161,6 +162,7 @@ class ProfileRisks {
     const Items removed = itemsOf(profile_, profiles::EXCLUDE_LABEL);
     const std::string profile = folder_host::toBytes(judgement_.name);
     for (const auto& [label, entries] : judgement_.leaving) {
+      // Asked first: the drop-labels filter is there already, and to add the label to it again would mend nothing.
       if (names(removed, label)) {
         found_.add(risks::LABEL_PROTECTED, {},
                    fmt::format("{} leaves, though a drop-labels filter names it, because it is protected; let filters "
@@ -221,6 +223,7 @@ void addProfileRisks(WorkingCopy& project, const ExportProfile& profile, const M
   ProfileRisks(project, profile, mending, judgement).add();
 }
 
+// Of every label: which profile will be shared by is not known here.
 std::vector<Risk> missingPaths(const WorkingCopy& project) {
   return missingPathRisks(labelledMissingPaths(project), project.labels().list(), Mending({}, project),
                           [](const LabelRecord&) { return true; });

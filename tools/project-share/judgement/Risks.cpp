@@ -5,6 +5,7 @@
 
 namespace project_share {
 
+// Taken from the table, so that a new risk can be allowed, completed and found in the help without a second list.
 const std::vector<std::string>& allowableRisks() {
   static const std::vector<std::string> identifiers = [] {
     std::vector<std::string> all;
@@ -16,6 +17,7 @@ const std::vector<std::string>& allowableRisks() {
   return identifiers;
 }
 
+// Every path that the risk is about has to be allowed: who allowed one of three twins has not seen the other two.
 std::vector<Risk> refusedAmong(const std::vector<Risk>& risks, const Allowances& allowed) {
   std::vector<Risk> refused;
   for (const Risk& risk : risks) {
@@ -26,6 +28,7 @@ std::vector<Risk> refusedAmong(const std::vector<Risk>& risks, const Allowances&
   return refused;
 }
 
+// A note that is refused under --strict cannot be allowed, and no option is told that the command line would refuse.
 std::string allowingFlags(const std::vector<Risk>& risks) {
   const auto& allowable = allowableRisks();
   std::set<std::string> identifiers;

@@ -14,6 +14,8 @@ using project::management::LabelIdentifier;
 
 namespace {
 
+// A filter that asks for more than its kind needs would decide by something that nobody made up: that is an error and
+// no answer.
 class Probe : public project::management::ProjectManager {
  public:
   project::management::LabelManager& getLabelManager() override { throw std::logic_error("the probe has no labels"); }

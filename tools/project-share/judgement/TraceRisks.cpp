@@ -36,6 +36,8 @@ class Traces {
         dropped_(shared_.size()) {
     for (std::size_t i = 0; i < judgement.labels.size(); ++i) indices_[judgement.labels[i].uuid] = i;
     for (std::size_t i = 0; i < shared_.size(); ++i) {
+      // What the host's rules hold back is not looked for elsewhere: nobody has said of its content that it must not
+      // leave.
       const Reason& reason = judgement.reasons[i];
       shared_[i] = reason.rule == Reason::Rule::none;
       heldBack_[i] = reason.rule == Reason::Rule::filter || reason.rule == Reason::Rule::folder;
@@ -46,6 +48,8 @@ class Traces {
   void find() {
     addPlaces();
     addStores();
+    // Where nothing is held back, nothing can leave in another shape, and to look for it would only have shares
+    // refused.
     if (std::find(heldBack_.begin(), heldBack_.end(), true) == heldBack_.end()) return;
     addHistories();
     addLeftovers();
@@ -179,6 +183,7 @@ class Traces {
     std::string holdBack = labels.empty()
                                ? mending_.holdBack(paths)
                                : "hold it back: " + mending_.attach(judgement_.labels[*labels.begin()], paths);
+    // Without a digest there is nothing that could be settled, and `label detach` would be told in vain.
     if (labels.empty() || digest.empty()) return holdBack;
     std::string commands;
     for (const std::size_t label : labels) {

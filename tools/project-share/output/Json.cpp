@@ -56,6 +56,7 @@ void putPath(Json& object, const std::string& key, const std::string& bytes) {
   if (object[key].get_ref<const std::string&>() != bytes) object[key + "Hex"] = folder_host::hexOf(bytes);
 }
 
+// No upper case: a path has one form, so two texts that differ are two paths.
 std::optional<std::string> bytesOf(const std::string& hex) {
   if (hex.size() % 2 != 0 || hex.find_first_not_of("0123456789abcdef") != std::string::npos) return {};
   std::string bytes;
@@ -70,6 +71,7 @@ std::optional<std::string> pathIn(const nlohmann::json& object, const std::strin
   if (text == object.end() || !text->is_string()) return {};
   const auto hex = object.find(key + "Hex");
   if (hex == object.end()) return text->get<std::string>();
+  // Text and digits have to be of one path: else a crafted receipt could show one path and be about another.
   auto bytes = hex->is_string() ? bytesOf(hex->get<std::string>()) : std::nullopt;
   return bytes && utf8(*bytes) == text->get<std::string>() ? std::move(bytes) : std::nullopt;
 }

@@ -24,6 +24,7 @@ bool isDumb() {
   return terminal == nullptr || std::string_view(terminal) == "dumb";
 }
 
+// The colour is put around a text that has been escaped: the text can neither end the colour nor begin one.
 std::string coloured(const std::string& text, Tone tone) {
   if (!manner().colour || tone == Tone::plain) return text;
   return fmt::format("\x1b[{}m{}\x1b[0m", tone == Tone::heldBack ? 31 : 33, text);
@@ -41,6 +42,7 @@ Manner& manner() {
   return current;
 }
 
+// In a file or a pipe, colours and lines that are written over would be rubbish between the lines.
 Manner usualManner() {
   Manner usual;
   usual.colour = ::isatty(STDOUT_FILENO) == 1 && !isDumb() && !isSet("NO_COLOR");

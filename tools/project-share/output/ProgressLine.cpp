@@ -39,6 +39,7 @@ std::string remaining(const folder_host::Progress& progress, double seconds) {
 
 ProgressLine::ProgressLine(const char* what) : what_(what) {}
 
+// Only where there is a line: standard error may be a file, which is to get no control characters.
 ProgressLine::~ProgressLine() {
   if (written_) std::fputs(CLEAR, stderr);
 }

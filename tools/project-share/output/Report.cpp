@@ -25,6 +25,7 @@ namespace {
 std::string selection(const Judgement& judgement, std::size_t filter, const std::vector<std::size_t>& labels) {
   const std::string begin = nameOfFilter(judgement, filter) + ": ";
   if (labels.empty()) return begin + "without a label";
+  // Under keep-files, what holds an entry back is a label that the filter does not list.
   const bool keeps = judgement.filters[filter - 1].kind == profiles::INCLUDE_FILES_WITH_LABEL;
   return begin + (keeps ? "not listed: " : "") + namesOf(judgement, labels);
 }
@@ -70,6 +71,7 @@ Json jsonOf(const Judgement& judgement, const Spared& spared) {
   return object;
 }
 
+// All entries stand in one array, so their addresses are in the order of the listing.
 const Spared* sparedOf(const Judgement& judgement, const folder_host::Entry& entry) {
   const auto spared = std::lower_bound(judgement.spared.begin(), judgement.spared.end(), &entry,
                                        [](const Spared& one, const folder_host::Entry* e) { return one.folder < e; });

@@ -115,6 +115,8 @@ class Outgoing {
 
 }  // namespace
 
+// All is made before the copy: that a receipt cannot be written must be known before anything is handed out. Others may
+// not read it at any time, since its names are what is to be hidden from them.
 Receipt::Receipt(const folder_host::WorkingCopy& project, const Place& copy, std::string file)
     : file_(std::move(file)),
       destination_(copy.path()),
@@ -129,6 +131,7 @@ Receipt::Receipt(const folder_host::WorkingCopy& project, const Place& copy, std
 
 void Receipt::write(const Judgement& judgement, const std::set<std::string>& allowed, const Descriptor& copy,
                     const std::function<void(const Progress&)>& onProgress) {
+  // From the judgement that was handed out, and not from a second one, which could have come out differently.
   const Entries& entries = judgement.shared;
   Outgoing outgoing(entries, copy, onProgress);
   std::string head = written(headOf(judgement, allowed, destination_), 1);
@@ -150,6 +153,7 @@ void Receipt::write(const Judgement& judgement, const std::set<std::string>& all
   }
   put("\n ],\n \"labels\": " + written(jsonOf(judgement.leaving)) + "\n}\n");
   flush();
+  // Durable before the copy gets its name: after a power failure, a copy must not be there whose receipt is empty.
   if (::fsync(descriptor_.get()) != 0) throw failed(file_, errno);
 }
 

@@ -33,7 +33,7 @@ bool isAnything(const Part& /*value*/) { return true; }
 
 bool isHex(const Part& value) { return value.is_string() && bytesOf(value.get_ref<const std::string&>()).has_value(); }
 
-// 2026-11-21T06:40:24Z
+// 2026-11-21T06:40:24Z The time is printed, so it is in this form or the file is no receipt.
 bool isTime(const Part& value) {
   constexpr std::string_view FORM = "0000-00-00T00:00:00Z";
   const auto* text = value.get_ptr<const std::string*>();
@@ -58,6 +58,8 @@ std::optional<EntryKind> kindIn(const Part& object) {
   return {};
 }
 
+// The parts of an entry that its kind needs, and no default for one that is missing: a file without a digest would be
+// compared with nothing.
 std::optional<HandedOut> handedOutIn(const Part& value) {
   const auto path = pathIn(value, "path");
   const auto kind = kindIn(value);
@@ -154,6 +156,7 @@ class Parts : public nlohmann::json_sax<Part> {
     return isBegun_ && shape().value(Part::array());
   }
 
+  // A name that comes twice could mean one thing here and another to the next reader.
   bool key(string_t& name) override {
     if (open_.empty()) return names_.insert(part_ = name).second;
     const auto [added, isNew] = open_.back()->get_ref<Part::object_t&>().emplace(name, nullptr);
@@ -170,6 +173,7 @@ class Parts : public nlohmann::json_sax<Part> {
   }
 
  private:
+  // A crafted file can nest without end, and no receipt comes near this.
   static constexpr std::size_t DEEPEST = 64;
 
   const Shape& shape() const {
@@ -200,6 +204,7 @@ class Parts : public nlohmann::json_sax<Part> {
     return !open_.empty() || isDone();
   }
 
+  // Checked as soon as it is whole, and forgotten after its visit: of a long list one element is held at a time.
   bool isDone() {
     if (!(isInList_ ? shape().element : shape().value)(whole_)) return false;
     visit_(part_, whole_);
@@ -222,6 +227,8 @@ Refusal unreadable(const std::string& file, const char* why) {
 
 }  // namespace
 
+// Opened once for both readings: what is judged and what is compared are one file, whatever the name stands for by
+// then. A pipe in its place is not waited for.
 ReceiptReader::ReceiptReader(std::string file) : file_(std::move(file)) {
   folder_host::Descriptor descriptor(::open(file_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (descriptor.get() < 0) throw unreadable(file_, "it cannot be opened");
@@ -231,6 +238,7 @@ ReceiptReader::ReceiptReader(std::string file) : file_(std::move(file)) {
   descriptor.release();
 }
 
+// An entry that is named twice would be found once, and be told of as missing the second time.
 std::string ReceiptReader::judge() {
   std::set<std::string> paths;
   return read([&](const HandedOut& entry) {

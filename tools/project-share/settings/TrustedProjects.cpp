@@ -27,7 +27,8 @@ namespace {
 constexpr const char* NAME = "trusted.json";
 constexpr const char* UNFINISHED = "trusted.json.new";
 
-// Empty where there is no such absolute path.
+// Empty where there is no such absolute path. A relative one would lead into the working directory, which may be a
+// stranger's project with settings that trust it.
 std::string placeIn(const char* variable) {
   const char* value = std::getenv(variable);  // NOLINT(concurrency-mt-unsafe): the tool has one thread
   return value != nullptr && *value == '/' ? value : "";
@@ -56,6 +57,8 @@ TrustedProjects parsed(std::FILE* file) {
   return projects;
 }
 
+// Under another name until it is whole and durable: settings that were cut off would be refused as broken at each
+// project of another user. What a killed process has left under that name is removed.
 void write(const Descriptor& folder, const TrustedProjects& projects) {
   Json all{{"trusted", Json::array()}};
   for (const TrustedProject& project : projects) {
@@ -83,6 +86,7 @@ TrustedProjects trustedProjects() {
     if (errno == ENOENT || errno == ENOTDIR) return {};
     throw failed(errno == ELOOP ? "they are a link" : std::generic_category().message(errno));
   }
+  // Asked of the open file and not of its name, for which another file may stand a moment later.
   const struct stat status = statusOf(file);
   if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid() || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
     throw failed("they are no file that you alone can write");
@@ -103,6 +107,8 @@ void changeTrustedProjects(const std::function<void(TrustedProjects&)>& change) 
   try {
     std::filesystem::create_directories(place);
     const Descriptor folder = folder_host::openFolder(place);
+    // The folder is locked, because each change puts another file in the place of the settings. They are read under the
+    // lock, or of two changes one would be lost.
     if (::flock(folder.get(), LOCK_EX) != 0) folder_host::throwErrno();
     TrustedProjects projects = trustedProjects();
     change(projects);

@@ -21,11 +21,14 @@ const std::vector<FilterKind>& filterKinds() {
   return all;
 }
 
+// It is found: the command line takes no other words.
 const FilterKind& kindNamed(const std::string& word) {
   const auto is = [&](const FilterKind& kind) { return kind.word == word; };
   return *std::find_if(filterKinds().begin(), filterKinds().end(), is);
 }
 
+// A kind that a newer version has stored is shown by its stored name: to pass over it would be to hide a rule from
+// whoever reads the profile.
 FilterKind kindOf(const std::u16string& text) {
   for (const FilterKind& kind : filterKinds()) {
     if (kind.text == text) return kind;

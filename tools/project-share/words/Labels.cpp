@@ -16,6 +16,7 @@ std::string nameOf(const LabelRecord& label) { return folder_host::toBytes(label
 
 profiles::ExportStrategyItem itemOf(const LabelRecord& label) { return {label.categoryUUID, label.uuid}; }
 
+// At the first slash: a category made in this way has none in its name, and a label may have several.
 std::pair<std::u16string, std::u16string> splitLabel(const std::string& word) {
   const std::size_t slash = word.find('/');
   if (slash == std::string::npos) {
@@ -51,6 +52,7 @@ const LabelRecord* LabelIndex::find(const std::u16string& uuid) const {
   return found != byUUID_.end() ? &records_[found->second] : nullptr;
 }
 
+// A filter goes by the category, too: a label of that UUID in another category is not the one that it selects by.
 const LabelRecord* LabelIndex::find(const profiles::ExportStrategyItem& item) const {
   const LabelRecord* found = find(item.labelUUID);
   return found != nullptr && found->categoryUUID == item.category ? found : nullptr;

@@ -34,6 +34,8 @@ LabelLooks::LabelLooks(const std::vector<folder_host::LabelRecord>& labels, cons
   }
 }
 
+// A category is made with its first label. One that looks like another would split what is one category to a person,
+// and a filter would name the labels of one half.
 void LabelLooks::add(const std::u16string& category, const std::u16string& name) {
   const auto known = categories_.add(category);
   if (known && *known != toBytes(category)) {

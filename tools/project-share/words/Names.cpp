@@ -10,6 +10,7 @@ std::string nameOf(const folder_host::Entry& entry) {
   return entry.path + (entry.kind == folder_host::EntryKind::folder ? "/" : "");
 }
 
+// Of several, none is chosen: a guess could label, or hand out, by the wrong one.
 void requireOne(std::size_t found, const char* what, const std::string& word, const char* absent,
                 const char* ambiguous) {
   if (found == 1) return;

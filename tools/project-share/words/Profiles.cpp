@@ -16,7 +16,8 @@ using profiles::ExportProfileManager;
 
 namespace {
 
-// Those of that name or, where there is none, the one of that UUID.
+// Those of that name or, where there is none, the one of that UUID. The name first, as people see names: a profile that
+// is named like the UUID of another is the one that is meant.
 std::vector<std::shared_ptr<ExportProfile>> profilesOf(ExportProfileManager& manager, const std::string& word) {
   const std::u16string text = folder_host::fromBytes(word);
   std::vector<std::shared_ptr<ExportProfile>> named, identified;

@@ -14,6 +14,8 @@ namespace project_share {
 
 namespace {
 
+// What no shell gives a meaning to. All else is quoted, because names come from strangers and the command is meant to
+// be pasted.
 bool isPlain(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
          std::string_view("/._-+@%:,=").find(c) != std::string_view::npos;
@@ -48,12 +50,14 @@ std::string commandOf(const std::vector<std::string>& words, const std::string& 
   bool endsOptions = false;
   for (std::size_t i = 0; i < words.size(); ++i) {
     if (i == 2 && !option.empty()) command += " " + option;
+    // A name may begin with a dash: behind "--" it is no option.
     if (!endsOptions && !words[i].empty() && words[i].front() == '-') endsOptions = (command += " --", true);
     command += " " + shellWord(words[i]);
   }
   return command;
 }
 
+// Elsewhere the absolute path, which is right in any working directory.
 std::string fromHere(const std::string& root, const std::string& path) {
   std::error_code error;
   if (std::filesystem::current_path(error) == root) return path;
