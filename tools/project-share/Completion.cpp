@@ -8,7 +8,7 @@
 
 #include "folder_host/FolderProject.h"
 #include "folder_host/text/Utf.h"
-#include "judgement/Risks.h"
+#include "judgement/RiskKinds.h"
 #include "settings/OpenProject.h"
 #include "words/FilterKinds.h"
 #include "words/Labels.h"

@@ -45,7 +45,7 @@ class Copy {
   }
 
   // What was found is struck off, so what remains in the end is what was added.
-  void check(const HandedOut& noted) {
+  void check(const NotedEntry& noted) {
     const auto found = entries_.find(noted.path);
     if (found == entries_.end()) return differ("missing", noted.path);
     ++progress_.entries;
@@ -71,7 +71,7 @@ class Copy {
   }
 
   // A size that differs is answer enough, and nothing has to be read.
-  bool isAsNoted(const Entry& entry, const HandedOut& noted) {
+  bool isAsNoted(const Entry& entry, const NotedEntry& noted) {
     if (entry.kind != noted.kind || entry.target != noted.target) return false;
     if (entry.kind != EntryKind::file) return true;
     const Descriptor file = openFile(entry.path);
@@ -125,7 +125,7 @@ void verifyCopy(const std::string& folder, const std::string& file) {
   // All of the receipt is judged before the first comparison: nothing is told by what turns out to be none.
   const std::string time = receipt.judge();
   Copy copy(folder);
-  receipt.forEach([&](const HandedOut& noted) { copy.check(noted); });
+  receipt.forEach([&](const NotedEntry& noted) { copy.check(noted); });
   const std::size_t differences = copy.finish();
   if (differences > 0) {
     throw Refusal(refusals::COPY_DIFFERS, fmt::format("{} from what was handed out, listed on standard output",

@@ -124,7 +124,7 @@ class Explanation {
   // A filter that would take nothing out even alone is a mistake more often than not: its label is attached to nothing
   // any more, or to nothing yet. One that merely comes after another that takes the same is none.
   bool matchesAlone(ExportFilter& filter, const Indices& selected) {
-    const bool drops = filter.getType() == profiles::EXCLUDE_FILES_WITH_LABEL;
+    const bool drops = dropsFiles(filter.getType());
     if (judgement_.filters.size() == 1) {  // it is the first, and so it is alone
       for (const std::size_t entry : selected) judgement_.dropped[entry] = judgement_.dropped[entry] || drops;
       return !selected.empty();
@@ -146,7 +146,7 @@ class Explanation {
     FilterEffect& effect = judgement_.filters.back();
     for (const std::size_t entry : selected) spared_[entry] = {Reason::Rule::filter, position(), {}};
     addSufficientLabels(filter, selected);
-    if (effect.kind == profiles::EXCLUDE_FILES_WITH_LABEL) {
+    if (dropsFiles(effect.kind)) {
       for (const std::size_t entry : selected) {
         if (project_.table()[entry].kind == EntryKind::folder) dropped_[entry] = spared_[entry];
       }

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "folder_host/share/WorkingCopy.h"
-#include "judgement/Risks.h"
+#include "judgement/RiskKinds.h"
 #include "project/sharing/profiles/ExportFilter.h"
 
 namespace project_share {

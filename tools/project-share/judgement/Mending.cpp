@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <set>
 
+#include "words/FilterKinds.h"
 #include "words/Labels.h"
 
 namespace project_share {
@@ -14,8 +15,8 @@ using folder_host::LabelRecord;
 Mending::Mending(const Filters& filters, const folder_host::WorkingCopy& copy) : copy_(copy) {
   std::set<std::pair<std::u16string, std::u16string>> dropped;
   for (const auto& filter : filters) {
-    keeps_ = keeps_ || filter->getType() == profiles::INCLUDE_FILES_WITH_LABEL;
-    if (filter->getType() != profiles::EXCLUDE_FILES_WITH_LABEL) continue;
+    keeps_ = keeps_ || keepsFiles(filter->getType());
+    if (!dropsFiles(filter->getType())) continue;
     for (const auto& item : filter->getItems()) dropped.emplace(item.category, item.labelUUID);
   }
   for (LabelRecord& label : copy.labels().list()) {

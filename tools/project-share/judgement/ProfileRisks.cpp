@@ -125,7 +125,9 @@ class ProfileRisks {
     const auto isDropped = [&](const LabelRecord& label) { return names(dropped_, label); };
     const auto& labels = judgement_.labels;
     for (Risk& risk : missingPathRisks(missing, labels, mending_, isDropped)) found_.risks.push_back(std::move(risk));
-    found_.notes = missingPathRisks(missing, labels, mending_, std::not_fn(isDropped));
+    for (Risk& note : missingPathRisks(missing, labels, mending_, std::not_fn(isDropped))) {
+      found_.notes.push_back(std::move(note));
+    }
   }
 
   // A file that lies in a folder that a drop-files filter selects takes the folder with it, whatever its own labels
@@ -183,7 +185,7 @@ class ProfileRisks {
     std::set<std::u16string> attached;
     for (const auto& attachment : project_.labels().attachments()) attached.insert(attachment.second);
     for (const auto& filter : profile_.getFilters()) {
-      if (filter->getType() != profiles::EXCLUDE_FILES_WITH_LABEL) continue;
+      if (!dropsFiles(filter->getType())) continue;
       const Items items = itemsOf(*filter);
       const auto isIdle = [&](const LabelRecord& label) {
         return names(items, label) && attached.count(label.uuid) == 0;

@@ -26,7 +26,7 @@ std::string selection(const Judgement& judgement, std::size_t filter, const std:
   const std::string begin = nameOfFilter(judgement, filter) + ": ";
   if (labels.empty()) return begin + "without a label";
   // Under keep-files, what holds an entry back is a label that the filter does not list.
-  const bool keeps = judgement.filters[filter - 1].kind == profiles::INCLUDE_FILES_WITH_LABEL;
+  const bool keeps = keepsFiles(judgement.filters[filter - 1].kind);
   return begin + (keeps ? "not listed: " : "") + namesOf(judgement, labels);
 }
 

@@ -60,17 +60,17 @@ std::optional<EntryKind> kindIn(const Part& object) {
 
 // The parts of an entry that its kind needs, and no default for one that is missing: a file without a digest would be
 // compared with nothing.
-std::optional<HandedOut> handedOutIn(const Part& value) {
+std::optional<NotedEntry> handedOutIn(const Part& value) {
   const auto path = pathIn(value, "path");
   const auto kind = kindIn(value);
   if (!path || !kind) return {};
-  if (*kind == EntryKind::folder) return HandedOut{*path, *kind, {}, 0, {}};
+  if (*kind == EntryKind::folder) return NotedEntry{*path, *kind, {}, 0, {}};
   if (*kind == EntryKind::link) {
     const auto target = pathIn(value, "target");
-    return target ? std::optional(HandedOut{*path, *kind, *target, 0, {}}) : std::nullopt;
+    return target ? std::optional(NotedEntry{*path, *kind, *target, 0, {}}) : std::nullopt;
   }
   if (!has(value, "size", isCount) || !has(value, "sha256", isSha256)) return {};
-  return HandedOut{*path, *kind, {}, value.at("size").get<std::uint64_t>(), value.at("sha256").get<std::string>()};
+  return NotedEntry{*path, *kind, {}, value.at("size").get<std::uint64_t>(), value.at("sha256").get<std::string>()};
 }
 
 bool isHandedOut(const Part& value) { return handedOutIn(value).has_value(); }
@@ -241,14 +241,14 @@ ReceiptReader::ReceiptReader(std::string file) : file_(std::move(file)) {
 // An entry that is named twice would be found once, and be told of as missing the second time.
 std::string ReceiptReader::judge() {
   std::set<std::string> paths;
-  return read([&](const HandedOut& entry) {
+  return read([&](const NotedEntry& entry) {
     if (!paths.insert(entry.path).second) throw unreadable(file_, "it names an entry twice");
   });
 }
 
-void ReceiptReader::forEach(const std::function<void(const HandedOut&)>& visit) { read(visit); }
+void ReceiptReader::forEach(const std::function<void(const NotedEntry&)>& visit) { read(visit); }
 
-std::string ReceiptReader::read(const std::function<void(const HandedOut&)>& visit) {
+std::string ReceiptReader::read(const std::function<void(const NotedEntry&)>& visit) {
   std::string time;
   const Visit visitPart = [&](const std::string& part, const Part& value) {
     if (part == "time") time = value.get<std::string>();

@@ -11,7 +11,7 @@
 namespace project_share {
 
 // What a receipt says of one entry that was handed out.
-struct HandedOut {
+struct NotedEntry {
   std::string path;
   folder_host::EntryKind kind = folder_host::EntryKind::file;
   std::string target;      // of a link
@@ -33,14 +33,14 @@ class ReceiptReader {
 
   // Visits what was handed out, in its order. Where the file has been changed since it was judged, this may throw after
   // some visits.
-  void forEach(const std::function<void(const HandedOut&)>& visit);
+  void forEach(const std::function<void(const NotedEntry&)>& visit);
 
  private:
   struct Close {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
 
-  std::string read(const std::function<void(const HandedOut&)>& visit);
+  std::string read(const std::function<void(const NotedEntry&)>& visit);
 
   std::string file_;
   std::unique_ptr<std::FILE, Close> stream_;

@@ -26,5 +26,8 @@ FilterKind kindOf(const std::u16string& text);
 
 inline std::string wordOf(const std::u16string& kind) { return kindOf(kind).word; }
 inline bool isFileKind(const std::u16string& kind) { return kindOf(kind).isOfFiles; }
+// Whether filters of the kind hold back the files that they list, or all but those.
+inline bool dropsFiles(const std::u16string& kind) { return isFileKind(kind) && kindOf(kind).drops; }
+inline bool keepsFiles(const std::u16string& kind) { return isFileKind(kind) && !kindOf(kind).drops; }
 
 }  // namespace project_share

@@ -1,4 +1,4 @@
-#include "judgement/Risks.h"
+#include "judgement/RiskKinds.h"
 
 #include <algorithm>
 #include <set>
