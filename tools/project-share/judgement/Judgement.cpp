@@ -97,7 +97,8 @@ class Explanation {
     return static_cast<std::size_t>(entry - project_.listing().entries.data());
   }
 
-  // The labels that the entry has, less those that filters have removed.
+  // The labels that the entry has, less those that filters have removed. A filter sees a label no more that one before
+  // it has removed, so neither may the question why.
   Labels labelsOf(std::size_t entry) const {
     Labels labels = project_.labelsOf(entry);
     const auto isRemoved = [&](const auto& label) { return removed_[labelIndices_.at(label.getUUID())]; };

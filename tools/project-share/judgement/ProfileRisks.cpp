@@ -40,6 +40,7 @@ Items itemsOf(const ExportProfile& profile, const std::u16string& kind) {
   return items;
 }
 
+// By category and UUID, as a filter selects: by the name alone, another label could be taken for the one that it names.
 bool names(const Items& items, const LabelRecord& label) { return items.count({label.categoryUUID, label.uuid}) != 0; }
 
 std::string nameInQuotes(const LabelRecord& label) { return inQuotes(nameOf(label)); }
@@ -134,6 +135,7 @@ class ProfileRisks {
     std::set<const folder_host::Entry*> told;
     for (const Spared& spared : judgement_.spared) {
       if (!spared.isDropped || !told.insert(spared.because).second) continue;
+      // Any of the labels will do: each of them suffices for the filter.
       const LabelRecord& label = judgement_.labels[spared.labels.front()];
       const std::string& folder = spared.folder->path;
       found_.add(risks::FOLDER_SPARED, folder,
