@@ -16,30 +16,21 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct Scratch {
-  std::string name = fs::is_directory("/dev/shm") ? "/dev/shm/fuzz.XXXXXX" : "/tmp/fuzz.XXXXXX";
-
-  Scratch() {
-    require(::mkdtemp(name.data()) != nullptr && std::freopen("/dev/null", "r", stdin) != nullptr,
-            "there is a scratch");
-    fs::create_directories(name + "/model/drafts");
-    fs::current_path(name + "/model");
-    std::ofstream("drafts/plan") << "plan";
-    std::ofstream("open") << "open";
-    fs::create_symlink("open", "link");
-    runProgram(
-        "init\nlabel create a/in a/out\nlabel attach a/in drafts\n"
-        "profile create public\nprofile add-filter public drop-files a/in",
-        true);
-  }
-  ~Scratch() { fs::remove_all(name); }
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
-};
-
 const std::string& scratch() {
-  static const Scratch made;
-  return made.name;
+  static std::string name = fs::is_directory("/dev/shm") ? "/dev/shm/fuzz.XXXXXX" : "/tmp/fuzz.XXXXXX";
+  if (name.back() != 'X') return name;
+  require(::mkdtemp(name.data()) != nullptr && std::freopen("/dev/null", "r", stdin) != nullptr, "there is a scratch");
+  std::atexit([] { fs::remove_all(name); });
+  fs::create_directories(name + "/model/drafts");
+  fs::current_path(name + "/model");
+  std::ofstream("drafts/plan") << "plan";
+  std::ofstream("open") << "open";
+  fs::create_symlink("open", "link");
+  runProgram(
+      "init\nlabel create a/in a/out\nlabel attach a/in drafts\n"
+      "profile create public\nprofile add-filter public drop-files a/in",
+      true);
+  return name;
 }
 
 int exitCode(std::string line, bool isTrusted) {

@@ -18,6 +18,7 @@ check() { # WHAT COMMAND...
 }
 edit() { "$program" --quiet "$@"; }
 edits() { local line words && for line; do read -ra words <<<"$line" && edit "${words[@]}"; done; }
+each() { local words line && for line in "${@:2}"; do read -ra words <<<"$line" && expect "$1" "${words[@]}"; done; } # OUTCOME LINE...
 content() { find "$1" -printf '%P %y %m %i %l\n' | sort && find "$1" -type f -print0 | sort -z | xargs -0 sha256sum; }
 is() { [ "$1" = "$2" ] || { printf 'is     %s\nshould %s\n' "$1" "$2"; return 1; }; }
 refuse() { echo "$*"; exit 1; }

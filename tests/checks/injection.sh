@@ -63,15 +63,16 @@ worker() {
     discard "$place"
   done < <(sed -n "$1~2p" "$scratch/points") >"$scratch/results.$1"
 }
-work() {
+# Tells what was wrong and, for scripts/test, how much was survived.
+work() {  # LEAST: points; fewer mean that the calls were not found
   worker 1 &
   worker 2 &
   wait
   cat "$scratch"/results.* >"$scratch/results"
   grep -v ': right$' "$scratch/results" | head -20 || true
-}
-tally() {  # KIND WORD: a line for scripts/test, of the points with WORD in them
-  local all right
-  all=$(grep -c "$2" "$scratch/points" || true) right=$(grep "$2" "$scratch/results" | grep -c ': right$' || true)
-  echo "survived $right of $all $1"
+  for kind in "error= system calls" "SIGKILL kills"; do
+    echo "survived $(grep "${kind%% *}" "$scratch/results" | grep -c ': right$') of $(grep -c "${kind%% *}" "$scratch/points") ${kind#* }"
+  done
+  (($(wc -l <"$scratch/points") >= $1)) || refuse "fewer than $1 points"
+  ! grep -qv ': right$' "$scratch/results"
 }

@@ -20,10 +20,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::size_t openDescriptors() {
-  const fs::directory_iterator all("/proc/self/fd");
-  return static_cast<std::size_t>(std::distance(begin(all), end(all)));
-}
+auto openDescriptors() { return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()); }
 
 }  // namespace
 
@@ -78,9 +75,8 @@ std::shared_ptr<const Listing> listingOf(const std::vector<std::string>& names) 
 }
 
 std::vector<std::string> namesOf(const std::vector<const Entry*>& entries) {
-  std::vector<std::string> names;
-  names.reserve(entries.size());
-  for (const Entry* entry : entries) names.push_back(entry->path);
+  std::vector<std::string> names(entries.size());
+  std::transform(entries.begin(), entries.end(), names.begin(), [](const Entry* entry) { return entry->path; });
   return names;
 }
 
@@ -90,16 +86,9 @@ fl::filesystem::path at(WorkingCopy& copy, const std::string& relative) {
 }
 
 std::vector<fl::filesystem::path> at(WorkingCopy& copy, const std::vector<std::string>& relative) {
-  std::vector<fl::filesystem::path> paths;
-  paths.reserve(relative.size());
-  for (const std::string& path : relative) paths.push_back(at(copy, path));
+  std::vector<fl::filesystem::path> paths(relative.size());
+  std::transform(relative.begin(), relative.end(), paths.begin(), [&](const auto& path) { return at(copy, path); });
   return paths;
-}
-
-Transformation::~Transformation() = default;
-
-void Transformation::apply(project::sharing::SerializationData& data) const {
-  if (change_) change_(*data.projectManagers.at(data.projectPath));
 }
 
 HandedOut share(const std::shared_ptr<WorkingCopy>& copy, const project::sharing::TransformationHierarchy& change,

@@ -43,8 +43,9 @@ class Transformation final : public project::sharing::TransformationHierarchy {
   using Change = std::function<void(project::management::ProjectManager&)>;
 
   explicit Transformation(Change change = nullptr) : change_(std::move(change)) {}
-  ~Transformation() override;
-  void apply(project::sharing::SerializationData& data) const override;
+  void apply(project::sharing::SerializationData& data) const override {
+    if (change_) change_(*data.projectManagers.at(data.projectPath));
+  }
 
  private:
   Change change_;
@@ -81,7 +82,7 @@ class FolderTest : public ::testing::Test {
   const std::filesystem::path& folder_ = temporary_.path;
 
  private:
-  const std::size_t descriptors_;
+  const std::ptrdiff_t descriptors_;
 };
 
 }  // namespace folder_host

@@ -67,10 +67,9 @@ TEST_F(TreeCopyTest, EverythingArrivesWithItsContentAndIsTold) {
   std::string large;
   for (int i = 0; large.size() < 3000000; ++i) large += std::to_string(i) + '\0';
   put("p/large", large);
-  const std::vector<std::string> sparse = {"/holes", "/tail", "/inside"};  // alone, at the end, with one inside
-  for (const std::string& name : sparse) {
-    put("p" + name, name == "/tail" ? std::string(300000, 'x') : ""), fs::resize_file(in("p" + name), 8000001);
-  }
+  const std::vector<std::string> sparse = {"/tail", "/inside"};  // holes at the end, and before it
+  put("p/tail", std::string(300000, 'x')), put("p/inside");
+  for (const std::string& name : sparse) fs::resize_file(in("p" + name), 8000001);
   std::ofstream(in("p/inside"), std::ios::in).seekp(8000000) << "x";
   put("p/zeros", std::string(300000, '\0') + "end");
   list();
@@ -88,8 +87,7 @@ TEST_F(TreeCopyTest, EverythingArrivesWithItsContentAndIsTold) {
   for (const std::string& path : tree("p")) {
     const fs::path from = in("p/" + path), to = in("copy/" + path);
     ASSERT_EQ(fs::symlink_status(from).type(), fs::symlink_status(to).type()) << path;
-    if (fs::symlink_status(from).type() != fs::file_type::regular) continue;
-    EXPECT_EQ(read(from), read(to)) << path;
+    EXPECT_TRUE(fs::is_directory(from) || read(from) == read(to)) << path;
   }
   for (const std::string& name : sparse) {
     struct stat status {};

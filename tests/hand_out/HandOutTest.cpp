@@ -132,9 +132,8 @@ class HandOutTest : public FolderTest {
     const LabelStore& labels = left.getLabelManager();
     counts_["labels removed"] += all.list().size() - labels.list().size();
     counts_["categories removed"] += all.getCategories().size() - labels.getCategories().size();
-    const auto isLink = [](const Entry& entry) { return entry.kind == EntryKind::link; };
     for (std::size_t i = 0; i < left.table().size(); ++i) {
-      const std::string what = isLink(left.table()[i]) ? "links" : "others";
+      const std::string what = left.table()[i].kind == EntryKind::link ? "links" : "others";
       ++counts_[what + (left.heldBack()[i] ? " held back" : " shared")];
     }
   }
