@@ -15,7 +15,7 @@ class Allowances {
   Allowances(std::initializer_list<std::string> identifiers) : kinds_(identifiers) {}
 
   void allow(const std::string& identifier) { kinds_.insert(identifier); }
-  // The one that is about this path, given as people are shown it.
+  // The one that is about this path, given by its bytes or as people are shown it.
   void allow(const std::string& identifier, const std::string& path) { cases_.emplace(identifier, path); }
 
   bool allows(const std::string& identifier, const std::string& path) const;

@@ -80,7 +80,8 @@ TEST(Traces, FirstBytesTellStoresAndReceiptsAlone) {
     EXPECT_FALSE(firstBytesTell(other)) << other;
   EXPECT_FALSE(firstBytesTell(database));
   EXPECT_FALSE(firstBytesTell(database + std::string(144, '\0')));
-  for (const char* receipt : {"{\"receipt\":1", "\xEF\xBB\xBF\r\n {\n\t\"receipt\" : 1"})
+  for (const char* receipt :
+       {"{\"receipt\":1", "\xEF\xBB\xBF\r\n {\n\t\"receipt\" : 1", "{\"allowed\": [], \"destination\": \"/x\""})
     EXPECT_TRUE(firstBytesTell(receipt)) << receipt;
 }
 

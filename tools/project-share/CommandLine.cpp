@@ -54,6 +54,7 @@ std::string marked(const std::string& word) {
   return !word.empty() && (word.front() == '[' || word.front() == '+' || word.front() == MARK) ? MARK + word : word;
 }
 
+// A word that has the mark's character in front by itself is marked as well, so that it comes back as it was.
 std::string unmarked(const std::string& word) { return !word.empty() && word.front() == MARK ? word.substr(1) : word; }
 
 // As CLI11 wants them: the last one first, without the program's name.
@@ -69,6 +70,7 @@ CLI::Option* addWord(CLI::App* command, const std::string& name, Word& word, con
   return command->add_option(name, word, description)->required()->transform(unmarked);
 }
 
+// Each command has an example: people copy one sooner than they read a list of options.
 CLI::App* addCommand(CLI::App* group, const char* name, const char* description, const std::string& example) {
   return group->add_subcommand(name, description)
       ->footer("Example:\n  project-share " + example)
@@ -158,6 +160,8 @@ void addFilterCommands(CLI::App* add, CLI::App* remove, Words& words) {
     addWord(command, "KIND", words.kind)->check(CLI::IsMember(kinds));
     addWord(command, "LABEL", words.labels, "CATEGORY/NAME or UUID")->required(command == add);
   }
+  // To add needs a label, because a keep filter without one takes everything out; to remove without one removes the
+  // filter.
   add->callback([&] { addFilter(words.profile, words.kind, words.labels); });
   remove->callback([&] { removeFilter(words.profile, words.kind, words.labels); });
 }
@@ -232,6 +236,7 @@ ShareWords shareWordsOf(const Words& words) {
   return share;
 }
 
+// From the table of all risks, so that the help has each of them.
 std::string riskList() {
   std::string list = "\n\nRisks that --allow takes:";
   for (const RiskKind* kind : risks::ALL) {
@@ -309,6 +314,7 @@ std::string namedCommand(const CLI::App& app) {
   return name;
 }
 
+// Wrong usage has a code of its own, so that a script can tell a wrong command from one that was refused.
 int parse(CLI::App& app, std::vector<std::string> words) {
   try {
     app.parse(std::move(words));
@@ -322,6 +328,7 @@ int parse(CLI::App& app, std::vector<std::string> words) {
     }
     app.exit(error);  // help was asked for
   }
+  // Also behind help and the version: a report that was cut off must not end as done.
   finishOutput();
   return 0;
 }

@@ -34,7 +34,8 @@ const CLI::App* commandNamed(const std::string& word, const CLI::App& group) {
   return found.empty() ? nullptr : found.front();
 }
 
-// None where there is no such option, or it takes no value.
+// None where there is no such option, or it takes no value. The command first: an option of the program may stand
+// behind it, and one of its own comes before that.
 const CLI::Option* valuedOption(const std::string& word, const CLI::App& command, const CLI::App& program) {
   const CLI::Option* option = command.get_option_no_throw(word);
   if (option == nullptr) option = program.get_option_no_throw(word);
@@ -62,7 +63,8 @@ Place placeBehind(const std::vector<std::string>& words, const CLI::App& program
   return place;
 }
 
-// What help calls the word: "LABEL". Empty where none is expected.
+// What help calls the word: "LABEL". Empty where none is expected. What is completed follows from the words of the
+// help, so that a new command is completed without a second table.
 std::string placeholderOf(const Place& place) {
   if (place.option != nullptr) return place.option->get_type_name();
   std::vector<std::string> names;
@@ -130,6 +132,7 @@ std::string offer(const Candidates& candidates, const std::string& before = {}) 
 }
 
 std::string offerFor(std::string word, Place place, const CLI::App& program) {
+  // Behind "--" nothing is an option, and what follows an option that takes a value is that value.
   const bool isOption = place.option == nullptr && place.mayBeOption && word.rfind('-', 0) == 0;
   const std::string before = isOption ? word.substr(0, word.find('=') + 1) : "";  // --receipt=FILE in one word
   if (isOption && before.empty()) {

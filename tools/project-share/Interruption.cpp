@@ -7,6 +7,7 @@ namespace project_share {
 
 namespace {
 
+// What asks a program to end: the keyboard, another program, a terminal that was closed.
 constexpr std::array<int, 3> SIGNALS = {SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t noted = 0;

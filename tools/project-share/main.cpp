@@ -16,7 +16,8 @@ constexpr int refused = 1;
 
 int main(int argc, char** argv) {
   using project_share::complain;
-  // A pipe that nobody reads and a file that may not grow are errors like any other.
+  // A pipe that nobody reads and a file that may not grow are errors like any other. The write fails then, and the
+  // program cleans up and tells of it; the signals would end it in the middle.
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
   try {

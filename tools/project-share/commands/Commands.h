@@ -8,6 +8,7 @@
 // throws what keeps it from that (folder_host::Error, Refusal, the library's errors): nothing has changed then.
 namespace project_share {
 
+// Makes the folder, which is there, a project with an empty store.
 void initProject(const std::string& folder);
 // That the project of another user that holds the folder is opened from now on, or no more.
 void trustProject(const std::string& folder);
@@ -17,8 +18,11 @@ void showStatus();
 
 // All of them or none.
 void createLabels(const std::vector<std::string>& labels);
+// By category and name, each with the number of paths that carry it, missing ones included.
 void listLabels();
+// Within its category. Error: LABEL_NAME_TAKEN, also by a name that looks the same.
 void renameLabel(const std::string& label, const std::string& name);
+// With all its attachments. Error: LABEL_IN_USE as long as a profile names it.
 void deleteLabel(const std::string& label);
 // No filter may remove a protected label from a copy.
 void protectLabel(const std::string& label, bool isProtected);
@@ -30,20 +34,25 @@ void detachLabel(const std::string& label, const std::vector<std::string>& paths
 // The paths on standard input, each ended by `end`. Error: INPUT_FAILED.
 std::vector<std::string> readPaths(char end);
 
+// Error of create, rename and duplicate: PROFILE_NAME_TAKEN, also by a name that looks the same.
 void createProfile(const std::string& name);
 void listProfiles();
+// Its filters in the order in which they are applied, with their labels, deleted ones included.
 void showProfile(const std::string& profile);
 void renameProfile(const std::string& profile, const std::string& name);
+// With the filters that the library knows; what it passes over (words/StoredFilters.h) is not in the duplicate.
 void duplicateProfile(const std::string& profile, const std::string& name);
 void deleteProfile(const std::string& profile);
 // To the filter of that kind where the profile has one: stored filters of one kind would become one.
 void addFilter(const std::string& profile, const std::string& kind, const std::vector<std::string>& labels);
 // The labels named, or without any the whole filter of that kind.
 void removeFilter(const std::string& profile, const std::string& kind, const std::vector<std::string>& labels);
+// What each filter makes of each case, as the filter itself answers.
 void explainProfile(const std::string& profile);
 
+// Nothing is refused here: risks are printed.
 void previewProfile(const std::string& profile);
-// Why one path is shared or held back.
+// Why one path is shared or held back. Error: PATH_NOT_AN_ENTRY where nothing is there.
 void explainPath(const std::string& path, const std::string& profile);
 
 // What one --allow names: all risks of a kind, or the one at a path.
@@ -59,8 +68,11 @@ struct ShareWords {
   bool strict = false;  // notes are risks, too
   std::string receipt;  // a file to be made; empty: none
 };
+// Errors: SHARE_REFUSED, with the risks printed before; those of folder_host/share/HandOut.h and receipt/Receipt.h;
+// Interrupted where a signal came. The copy is there all the same only where its receipt could not be named.
 void share(const ShareWords& words);
-// Whether a copy is what went out by the receipt.
+// Whether a copy is what was handed out by the receipt: prints each difference, then throws COPY_DIFFERS. Errors of
+// reading: RECEIPT_UNREADABLE, ENTRY_UNREADABLE.
 void verifyCopy(const std::string& copy, const std::string& receipt);
 
 }  // namespace project_share

@@ -5,7 +5,7 @@
 namespace project_share {
 
 // Runs the edit in one write scope, opened before it reads: so two processes lose no edit. It is undone where the edit
-// throws; a commit that fails is reported here.
+// throws; a commit that fails is reported here. Gives what the edit gives, once it is kept.
 template <class Action>
 auto edit(const folder_host::FolderProject& project, const Action& action) {
   auto result = [&] {

@@ -53,8 +53,7 @@ std::vector<Case> fileCases(ExportFilter& filter, const std::vector<ExportStrate
   return cases;
 }
 
-// A protected label is a case of its own, because no filter may remove one: who does not know that takes the filter for
-// broken.
+// A protected label is a case of its own: no filter may remove it, even one that names it.
 std::vector<Case> labelCases(ExportFilter& filter, const std::vector<ExportStrategyItem>& items) {
   const auto answer = [&](const FileLabel& label) { return takesAwayAny(filter, {label}) ? "removed" : "leaves"; };
   std::vector<Case> cases{{"another label", answer(otherLabel())},

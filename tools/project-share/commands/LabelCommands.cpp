@@ -50,7 +50,8 @@ std::vector<std::string> pathsAt(const std::vector<std::string>& sorted, const s
   return found;
 }
 
-// Tells of words in the wrong order, where that is why there is no such label.
+// Tells of words in the wrong order, where that is why there is no such label. Found by name or UUID once, and by UUID
+// from then on: another program may rename the label before the edit.
 LabelRecord namedLabel(const FolderProject& project, const std::string& word, const Paths& named) {
   const LabelIndex labels(project.labels().list());
   try {
@@ -107,6 +108,8 @@ void refuseInUse(profiles::ExportProfileManager& manager, const LabelRecord& lab
   });
 }
 
+// That a file may be shared from now on is said for each, by its name: it is the part of the command that lets
+// something out.
 void tellDetached(const LabelRecord& label, std::size_t removed, const std::map<std::string, std::string>& settled) {
   const std::string name = inQuotes(nameOf(label));
   Json object{{"label", jsonOf(label)}, {"removed", removed}, {"settled", Json::array()}};
@@ -219,6 +222,7 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
   Paths entries, paths, links;
   for (std::size_t i = 0; i < table.size(); ++i) entries.push_back(table[i].path);
   for (const std::string& one : named) {
+    // A label on a path that is no entry would hold nothing back, and look as if it did.
     const Paths found = pathsAt(entries, project.locate(one), folderOnly);
     if (found.empty()) {
       throw Refusal(
@@ -228,6 +232,7 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
     paths.insert(paths.end(), found.begin(), found.end());
   }
   std::sort(paths.begin(), paths.end());
+  // A folder may be named beside what lies in it: each path counts once, so that the numbers that are told are right.
   paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
   const std::size_t added = edit(project, [&] { return project.labels().attach(label.uuid, paths); });
 

@@ -33,6 +33,7 @@ std::vector<std::size_t> treeOrder(const std::vector<Entry>& entries) {
   return order;
 }
 
+// The name alone, behind its folders' indent: a whole path a line hides where the tree branches.
 std::string indented(const Entry& entry) {
   const auto depth = static_cast<std::size_t>(std::count(entry.path.begin(), entry.path.end(), '/'));
   const std::string name = entry.path.substr(entry.path.rfind('/') + 1);
@@ -158,6 +159,7 @@ void explainPath(const std::string& named, const std::string& word) {
   const auto copy = project.workingCopy();
   const Judgement judgement = judge(*copy, *findProfile(*managerOf(*copy), word));
   const auto index = copy->table().find(path);
+  // A label may be on a path at which nothing is: that is neither shared nor held back.
   if (!index) {
     throw Refusal(folder_host::errors::PATH_NOT_AN_ENTRY,
                   fmt::format("{} is no file, folder or link of the project", inQuotes(named)));

@@ -65,6 +65,8 @@ Json shownAsJson(const ExportProfile& profile, const LabelIndex& labels) {
     Json items = Json::array();
     for (const ExportStrategyItem& item : filter->getItems()) {
       const auto* label = labels.find(item);
+      // A deleted label has no name any more, and is shown all the same: the filter names it, and a share is refused
+      // for it.
       items.push_back(label != nullptr ? jsonOf(*label) : Json{{"uuid", utf8(item.labelUUID)}, {"deleted", true}});
     }
     object["filters"].push_back({{"kind", wordOf(filter->getType())}, {"labels", items}});
@@ -130,6 +132,7 @@ void duplicateProfile(const std::string& word, const std::string& name) {
   const auto uuid = edit(project, [&] {
     const auto original = findProfile(*manager, word);
     const auto copy = manager->createProfile(unusedName(*manager, name));
+    // By the items and not by the filter objects, which would belong to two profiles.
     for (const auto& filter : original->getFilters()) copy->addFilter(filter->getType(), filter->getItems());
     copy->save();
     return copy->getUUID();
@@ -161,6 +164,7 @@ void addFilter(const std::string& word, const std::string& kindWord, const std::
     for (const std::string& label : labels) items.push_back(itemOf(known.named(label)));
     const std::u16string& kind = kindNamed(kindWord).text;
     const auto filter = filterOf(*profile, kind);
+    // A second filter of one kind would become one with the first when the profile is read again.
     if (filter) {
       filter->addItems(items);
     } else {

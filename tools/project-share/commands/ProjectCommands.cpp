@@ -67,6 +67,7 @@ void trustProject(const std::string& folder) {
     if (owner == folder_host::UNKNOWN_OWNER) folder_host::requireTrusted(root, nullptr);
     names += (names.empty() ? "" : " and ") + inQuotes(folder_host::userName(owner));
   }
+  // Nothing is stored that is not needed: should the project once belong to a stranger, nobody has trusted them.
   if (owners.empty()) {
     return done(fmt::format("The project {} belongs to you or to root: it is opened anyway.", inQuotes(root)),
                 jsonOf(root, owners));

@@ -47,6 +47,7 @@ void addIdleAllowances(const ShareWords& words, const std::vector<Risk>& risks, 
   for (const Allowed& allowed : words.allowed) {
     if ((allowed.identifier == folder_host::errors::ENTRY_CHANGED) != afterwards) continue;
     if (allowed.identifier == folder_host::errors::NESTED_PROJECT) continue;
+    // Each by itself: together, one that allows all of a kind would make one that names a path look used.
     const Allowances alone = allowancesOf({allowed});
     const bool isUsed = std::any_of(risks.begin(), risks.end(), [&](const Risk& risk) {
       const auto isAllowed = [&](const std::string& path) { return alone.allows(risk.identifier, path); };
@@ -80,6 +81,8 @@ folder_host::HandedOut handOut(const Judgement& judgement, const folder_host::Pl
   ProgressLine copied("copied");
   folder_host::HandOutOptions options;
   options.allowed = allowancesOf(words.allowed);
+  // The work is interrupted where it tells its progress, by an exception: what was begun is removed as after any
+  // failure.
   options.onProgress = [&](const Progress& progress) {
     interruption.check();
     copied.show(progress);
@@ -87,6 +90,7 @@ folder_host::HandedOut handOut(const Judgement& judgement, const folder_host::Pl
   options.beforePublication = [&](const Descriptor& folder) {
     interruption.check();
     if (!receipt) return;
+    // The receipt reads the whole copy once more, which may take long: it shows its progress, too.
     ProgressLine checked("noted");
     std::set<std::string> allowed;
     for (const Allowed& one : words.allowed) allowed.insert(utf8(argumentOf(one)));

@@ -49,6 +49,7 @@ void printUnlabelled(const Entries& unlabelled) {
 }
 
 void printProfile(WorkingCopy& copy, const profiles::ExportProfile& profile) {
+  // By each profile, as a share would judge: what is told here is what a share would be refused for.
   const Judgement judgement = judge(copy, profile);
   const std::string prefix = fmt::format("profile {}: ", freeName(judgement.name));
   const Json more{{"profile", jsonOf(profile)}};

@@ -97,7 +97,8 @@ class Explanation {
     return static_cast<std::size_t>(entry - project_.listing().entries.data());
   }
 
-  // The labels that the entry has, less those that filters have removed.
+  // The labels that the entry has, less those that filters have removed. A filter sees a label no more that one before
+  // it has removed, so neither may the question why.
   Labels labelsOf(std::size_t entry) const {
     Labels labels = project_.labelsOf(entry);
     const auto isRemoved = [&](const auto& label) { return removed_[labelIndices_.at(label.getUUID())]; };
@@ -151,13 +152,14 @@ class Explanation {
         if (project_.table()[entry].kind == EntryKind::folder) dropped_[entry] = spared_[entry];
       }
     }
-    // What the filter did not select was removed with the folder that it lies in.
+    // What the filter did not select was removed with the folder that it lies in, whatever selected and spared it
+    // before.
     for (const std::size_t entry : heldBack) {
       heldBack_[entry] = true;
       effect.heldBack.push_back(&project_.table()[entry]);
       const auto noted = spared_.find(entry);
-      Reason& reason = judgement_.reasons[entry];
-      reason = noted != spared_.end() ? std::move(noted->second) : Reason{Reason::Rule::folder, position(), {}};
+      const bool isSelected = noted != spared_.end() && noted->second.filter == position();
+      judgement_.reasons[entry] = isSelected ? std::move(noted->second) : Reason{Reason::Rule::folder, position(), {}};
       if (noted != spared_.end()) spared_.erase(noted);
     }
     for (const std::size_t entry : selected) effect.spared += !heldBack_[entry] && isSpared(entry) ? 1U : 0U;

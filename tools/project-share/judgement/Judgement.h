@@ -54,7 +54,8 @@ struct LeavingLabel {
 };
 
 // What a share by one profile is: made once, and read by whatever tells of it or hands it out. Entries are those of the
-// project's listing, by pointer, or by index where there is one item for each.
+// project's listing, by pointer, or by index where there is one item for each; the pointers are good as long as `copy`
+// is there.
 struct Judgement {
   std::u16string name;                                   // of the profile
   std::u16string uuid;                                   // likewise
@@ -71,7 +72,7 @@ struct Judgement {
 
 // Judged, and nothing found yet. The library judges: its transformation is run over a clone of the project, as any host
 // runs it, and what each filter did is told from what it changed; `filters` are those of the profile of that UUID, and
-// are asked why. The project is as it was.
+// are asked why. The project is as it was. Throws std::logic_error where what changed cannot have been those filters.
 Judgement judged(const folder_host::WorkingCopy& project, const std::u16string& uuid, const Filters& filters);
 
 // "filter 1, drop-files"

@@ -20,6 +20,8 @@ class Mending {
   // The copy, as it is before any filter, outlives this object.
   Mending(const Filters& filters, const folder_host::WorkingCopy& copy);
 
+  // The commands as they are typed from the working directory. Where a word cannot be typed as it looks, what to do
+  // instead, in words.
   std::string attach(const folder_host::LabelRecord& label, const Paths& paths) const;
   std::string detach(const folder_host::LabelRecord& label, const Paths& paths) const;
   std::string detachFolderOnly(const folder_host::LabelRecord& label, const std::string& path) const;

@@ -40,6 +40,7 @@ Items itemsOf(const ExportProfile& profile, const std::u16string& kind) {
   return items;
 }
 
+// By category and UUID, as a filter selects: by the name alone, another label could be taken for the one that it names.
 bool names(const Items& items, const LabelRecord& label) { return items.count({label.categoryUUID, label.uuid}) != 0; }
 
 std::string nameInQuotes(const LabelRecord& label) { return inQuotes(nameOf(label)); }
@@ -131,11 +132,12 @@ class ProfileRisks {
   }
 
   // A file that lies in a folder that a drop-files filter selects takes the folder with it, whatever its own labels
-  // are. Of the folders above one file the topmost alone is told of.
+  // are. Of the folders above one file that carry one label the topmost alone is told of.
   void addSparedFolders() {
-    std::set<const folder_host::Entry*> told;
+    std::set<std::pair<const folder_host::Entry*, std::size_t>> told;  // the file, and the label
     for (const Spared& spared : judgement_.spared) {
-      if (!spared.isDropped || !told.insert(spared.because).second) continue;
+      if (!spared.isDropped || !told.insert({spared.because, spared.labels.front()}).second) continue;
+      // Any of the labels will do: each of them suffices for the filter.
       const LabelRecord& label = judgement_.labels[spared.labels.front()];
       const std::string& folder = spared.folder->path;
       found_.add(risks::FOLDER_SPARED, folder,

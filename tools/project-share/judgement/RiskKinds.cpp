@@ -28,7 +28,7 @@ std::vector<Risk> refusedAmong(const std::vector<Risk>& risks, const Allowances&
   return refused;
 }
 
-// A note that is refused under --strict cannot be allowed, and no option is told that the command line would refuse.
+// A note of a kind that is never a risk cannot be allowed, so no option is told that the command line would refuse.
 std::string allowingFlags(const std::vector<Risk>& risks) {
   const auto& allowable = allowableRisks();
   std::set<std::string> identifiers;

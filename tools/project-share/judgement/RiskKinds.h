@@ -90,10 +90,11 @@ struct Findings {
 // The identifiers of the risks: what can be allowed.
 const std::vector<std::string>& allowableRisks();
 
-// Those that are not allowed. A risk that is about several paths is allowed when each of them is.
+// Those that are not allowed, in their order. A risk that is about several paths is allowed when each of them is.
 std::vector<Risk> refusedAmong(const std::vector<Risk>& risks, const Allowances& allowed);
 
-// "--allow a --allow b": what would allow them all, as far as anything does.
+// "--allow a --allow b": what would allow them all, as far as anything does; sorted, each kind once. Empty
+// where nothing does.
 std::string allowingFlags(const std::vector<Risk>& risks);
 
 }  // namespace project_share

@@ -7,7 +7,8 @@
 #include "project/management/Label.h"
 #include "project/sharing/profiles/ExportFilter.h"
 
-// What a filter makes of labels, asked of the filter itself in a project made up for the question.
+// What a filter makes of labels, asked of the filter itself in a project made up for the question. A filter that asks
+// that project for something else gets std::logic_error.
 namespace project_share {
 
 using Labels = std::vector<project::management::FileLabel>;

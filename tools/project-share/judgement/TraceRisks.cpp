@@ -65,6 +65,7 @@ class Traces {
     judgement_.found.risks.push_back(std::move(risk));
   }
 
+  // The folder host knows no labels by which filters go, so the command that mends it is added here.
   void addPlaces() {
     for (Risk& risk : folder_host::risksAmong(*judgement_.copy)) {
       if (std::string_view(risk.identifier) == folder_host::errors::NESTED_PROJECT) {
@@ -138,7 +139,8 @@ class Traces {
     return names;
   }
 
-  // Those by which drop-files filters hold the entries back.
+  // Those by which drop-files filters hold the entries back. By label, because a settlement holds for a path and a
+  // label: another label may stand for another secret.
   Labels labelsOf(const std::vector<std::size_t>& entries) const {
     Labels labels;
     for (const std::size_t entry : entries) {

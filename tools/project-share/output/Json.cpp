@@ -88,6 +88,7 @@ Json jsonOf(const folder_host::LabelRecord& label) {
           {"protected", label.isProtected}};
 }
 
+// Each path stands by itself, so that no program has to find it in a sentence.
 Json jsonOf(const folder_host::Risk& risk) {
   Json object{{"type", "risk"}, {"identifier", risk.identifier}};
   if (!risk.path.empty()) putPath(object, "path", risk.path);

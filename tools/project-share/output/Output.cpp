@@ -61,6 +61,7 @@ void item(const std::string& text, const Json& object, Tone tone) {
   line(text, tone);
 }
 
+// What a command did can be told from its exit code as well, so quiet silences this, and never what was asked for.
 void done(const std::string& text, const Json& object) {
   if (!manner().quiet) item(text, object);
 }

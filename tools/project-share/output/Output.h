@@ -28,7 +28,8 @@ std::string counted(std::size_t count, const char* one, const char* many);
 // What a line for people is about, shown by its colour.
 enum class Tone { plain, heldBack, warning };
 
-// Write to standard output: a line for people, or the object in the place of it.
+// Write to standard output, under --quiet too: a line for people, or the object in the place of it. `line` alone is
+// never JSON: whoever calls it asks manner() first.
 void line(const std::string& text, Tone tone = Tone::plain);
 void item(const std::string& text, const Json& object, Tone tone = Tone::plain);
 

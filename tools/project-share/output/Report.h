@@ -23,7 +23,8 @@ Json jsonOf(const Judgement& judgement, const Spared& spared);
 // None where the entry is not spared.
 const Spared* sparedOf(const Judgement& judgement, const folder_host::Entry& entry);
 
-// With `prefix` before each line, and with the fields of `more` in each object.
+// A line or an object each, in their order: with `prefix` before each line, and with the fields of `more` in each
+// object. Nothing where there are none.
 void printRisks(const std::vector<Risk>& risks, const std::string& prefix = {}, const Json& more = Json::object());
 void printNotes(const std::vector<Risk>& notes, const std::string& prefix = {}, const Json& more = Json::object());
 // "Labels that leave with the copy: 'audience/everyone' on 2 entries."
@@ -31,6 +32,7 @@ std::string textOf(const std::vector<LeavingLabel>& leaving);
 Json jsonOf(const std::vector<LeavingLabel>& leaving);
 // As `label list` gives it: attached to so many paths.
 void printLabel(const folder_host::LabelRecord& label, std::size_t paths);
+// What lies in the project and is no file, folder or link: it is never shared.
 void printSkipped(const folder_host::Listing& listing);
 
 }  // namespace project_share

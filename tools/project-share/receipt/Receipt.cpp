@@ -157,6 +157,7 @@ void Receipt::write(const Judgement& judgement, const std::set<std::string>& all
   if (::fsync(descriptor_.get()) != 0) throw failed(file_, errno);
 }
 
+// The copy has its name by then and is not taken back: it is whole, and only the receipt is missing.
 void Receipt::publish() {
   try {
     staging_.publishFile(CONTENT, place_.name);

@@ -23,7 +23,8 @@ class Receipt {
   Receipt(const Receipt&) = delete;
   Receipt& operator=(const Receipt&) = delete;
 
-  // Writes all of it, from the folder that holds the copy. Errors: RECEIPT_FAILED.
+  // Writes all of it, once, from the folder that holds the copy, which has no name yet; durable when it returns. What
+  // onProgress throws stops it. Errors: RECEIPT_FAILED; what cannot be read passes as std::system_error.
   void write(const Judgement& judgement, const std::set<std::string>& allowed, const folder_host::Descriptor& copy,
              const std::function<void(const folder_host::Progress&)>& onProgress);
 

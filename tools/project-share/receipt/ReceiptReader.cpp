@@ -33,7 +33,7 @@ bool isAnything(const Part& /*value*/) { return true; }
 
 bool isHex(const Part& value) { return value.is_string() && bytesOf(value.get_ref<const std::string&>()).has_value(); }
 
-// 2026-11-21T06:40:24Z The time is printed, so it is in this form or the file is no receipt.
+// "2026-11-21T06:40:24Z". The time is printed, so it is in this form or the file is no receipt.
 bool isTime(const Part& value) {
   constexpr std::string_view FORM = "0000-00-00T00:00:00Z";
   const auto* text = value.get_ptr<const std::string*>();

@@ -8,7 +8,8 @@ namespace project_share {
 // another user's and the settings cannot tell whether it is trusted.
 folder_host::FolderProject openProject();
 
-// Errors: those of FolderProject::init; SETTINGS_FAILED.
+// The folder as a new project, opened. One that is a project already is refused and left as it is. Errors: those of
+// FolderProject::init; SETTINGS_FAILED.
 folder_host::FolderProject makeProject(const std::string& folder);
 
 }  // namespace project_share

@@ -24,7 +24,8 @@ using TrustedProjects = std::vector<TrustedProject>;
 // are not believed. Error: SETTINGS_FAILED (they are not believed, cannot be read, or are broken).
 TrustedProjects trustedProjects();
 
-// One such change at a time, all of it or nothing. Error: SETTINGS_FAILED.
+// One such change at a time, all of it or nothing: it waits for another program that is changing them, and sees what
+// that one stored. A refusal that `change` throws passes, and nothing is stored then. Error: SETTINGS_FAILED.
 void changeTrustedProjects(const std::function<void(TrustedProjects&)>& change);
 
 }  // namespace project_share

@@ -43,6 +43,7 @@ class LabelIndex {
   // where only a UUID will do.
   const folder_host::LabelRecord& named(const std::string& word) const;
 
+  // By CATEGORY/NAME alone.
   bool hasName(const std::string& name) const;
 
   // None where there is no such label: it was deleted, or an item has it in another category.

@@ -9,7 +9,7 @@
 
 namespace project_share {
 
-// Names, to be told from those that look like them (see folder_host::lookOf).
+// Names, to be told from those that look like them (see folder_host::lookOf); the first of each look is remembered.
 class Looks {
  public:
   // Gives the name that was added before and looks like this one, this one itself included.

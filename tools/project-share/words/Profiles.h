@@ -26,6 +26,7 @@ std::shared_ptr<profiles::ExportProfile> findProfile(profiles::ExportProfileMana
 // Whether findProfile would find one, or several.
 bool namesProfile(profiles::ExportProfileManager& manager, const std::string& word);
 
+// All of them, sorted by name; those whose name is lost come first.
 std::vector<std::shared_ptr<profiles::ExportProfile>> profilesByName(profiles::ExportProfileManager& manager);
 
 // Every item of every stored profile: visit(profile, filter, item).

@@ -26,6 +26,7 @@ std::vector<std::string> skippedIn(const project::sharing::profiles::ExportProfi
   for (const MetadataPath& filter : metadata.getChildPaths(node)) {
     const std::u16string kind = filter.getLeaf().getLocation();
     if (known.count(kind) == 0) skipped.push_back(fmt::format("a filter of the unknown kind {}", inQuotes(kind)));
+    // The library reads items of the type "Filter" alone.
     for (const MetadataPath& item : metadata.getChildPaths(filter)) {
       if (item.getLeaf().getType() == u"Filter") continue;
       skipped.push_back(fmt::format("an item of its {} filter, of the unknown type {}", wordOf(kind),

@@ -6,7 +6,8 @@
 // Commands as they are typed into a shell.
 namespace project_share {
 
-// What the options of this run say about where it works; commands that it tells have the same.
+// What the options of this run say about where it works; commands that it tells have the same. Set while
+// the command line is parsed.
 struct Invocation {
   std::string folder;     // that the user named to work in, absolute; empty: none
   bool trusting = false;  // of the project's owner, whoever that is
