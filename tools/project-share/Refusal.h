@@ -7,8 +7,8 @@ namespace project_share {
 // The tool refuses as the folder host does; nothing has been changed then.
 using Refusal = folder_host::Error;
 
-// The tool's own identifiers, beside those of the folder host. Those of risks stand in judgement/RiskKinds.h. What each of
-// them means: docs/errors.md.
+// The tool's own identifiers, beside those of the folder host. Those of risks stand in judgement/RiskKinds.h. What each
+// of them means: docs/errors.md.
 namespace refusals {
 inline constexpr const char* INPUT_FAILED = "input-failed";
 inline constexpr const char* LABEL_AMBIGUOUS = "label-ambiguous";
