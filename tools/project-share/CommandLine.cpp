@@ -245,7 +245,7 @@ std::string riskList() {
   return list;
 }
 
-void addShareCommands(CLI::App& app, Words& words) {
+void addPreviewCommands(CLI::App& app, Words& words) {
   CLI::App* preview =
       addCommand(&app, "preview", "Show as a tree what a share would hand out, and what it would hold back and why",
                  "preview public");
@@ -257,7 +257,9 @@ void addShareCommands(CLI::App& app, Words& words) {
   addWord(why, "PATH", words.name, "A file, folder or link of the project");
   addWord(why, "--profile", words.profile, "Name or UUID")->type_name("PROFILE");
   why->callback([&] { explainPath(words.name, words.profile); });
+}
 
+void addShareCommands(CLI::App& app, Words& words) {
   CLI::App* share = addCommand(&app, "share", "Hand out a copy: share PROFILE DEST, or share --whole DEST",
                                "share public ../for-the-customer --receipt ../for-the-customer.json");
   addWord(share, "PROFILE DEST", words.shared, "The profile (not with --whole), and a folder to be made");
@@ -347,6 +349,7 @@ int runCommandLine(int argc, char** argv) {
   addProjectCommands(app, words);
   addLabelCommands(app, words);
   addProfileCommands(app, words);
+  addPreviewCommands(app, words);
   addShareCommands(app, words);
   if (argc > 1 && std::string_view(argv[1]) == "complete") {  // what is still being typed could not be parsed
     complete(app, {argv + 2, argv + argc});
