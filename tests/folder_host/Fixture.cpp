@@ -91,6 +91,12 @@ std::vector<fl::filesystem::path> at(WorkingCopy& copy, const std::vector<std::s
   return paths;
 }
 
+Transformation::~Transformation() = default;
+
+void Transformation::apply(project::sharing::SerializationData& data) const {
+  if (change_) change_(*data.projectManagers.at(data.projectPath));
+}
+
 HandedOut share(const std::shared_ptr<WorkingCopy>& copy, const project::sharing::TransformationHierarchy& change,
                 const std::string& destination, const HandOutOptions& options) {
   const Place place = checkDestination(*copy, destination);

@@ -43,9 +43,8 @@ class Transformation final : public project::sharing::TransformationHierarchy {
   using Change = std::function<void(project::management::ProjectManager&)>;
 
   explicit Transformation(Change change = nullptr) : change_(std::move(change)) {}
-  void apply(project::sharing::SerializationData& data) const override {
-    if (change_) change_(*data.projectManagers.at(data.projectPath));
-  }
+  ~Transformation() override;
+  void apply(project::sharing::SerializationData& data) const override;
 
  private:
   Change change_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <set>
 #include <system_error>
 
@@ -54,7 +55,7 @@ std::set<int> canariesIn(std::string bytes) {
   bytes.erase(std::remove(bytes.begin(), bytes.end(), '\0'), bytes.end());
   std::set<int> numbers;
   for (std::size_t at = bytes.find("cNry"); at != bytes.npos; at = bytes.find("cNry", at + 1)) {
-    const int number = std::atoi(bytes.substr(at + 4, 6).c_str());
+    const int number = static_cast<int>(std::strtol(bytes.substr(at + 4, 6).c_str(), nullptr, 10));
     if (bytes.compare(at, canary(number).size(), canary(number)) == 0) numbers.insert(number);
   }
   return numbers;
