@@ -10,20 +10,16 @@
 
 namespace folder_host {
 
-// The system's refusal means one thing before the place was found, and another while it was looked at.
 Place checkDestination(const WorkingCopy& copy, const std::string& destination) {
-  const char* what = "there is no folder to hold";
-  try {
-    Place place = placeOf(destination);
-    what = "cannot use";
+  Place place = attempt(errors::DESTINATION_UNUSABLE, "there is no folder to hold", destination,
+                        [&] { return placeOf(destination); });
+  attempt(errors::DESTINATION_UNUSABLE, "cannot use", destination, [&] {
     if (liesIn(place, copy.listing().folders)) {
       throw Error(errors::DESTINATION_IN_PROJECT, inQuotes(destination) + " lies in the project itself");
     }
     if (isTaken(place)) throw Error(errors::DESTINATION_EXISTS, inQuotes(destination) + " is already there");
-    return place;
-  } catch (const std::system_error& error) {
-    throw systemFailure(errors::DESTINATION_UNUSABLE, what, destination, error.code().value());
-  }
+  });
+  return place;
 }
 
 // The order is what makes the promise: everything is in the private folder, durable, and noted in the receipt before

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 namespace folder_host {
@@ -15,16 +14,12 @@ namespace {
 
 template <class Write>
 auto writing(const std::string& path, const Write& write) {
-  try {
-    return write();
-  } catch (const std::system_error& error) {
-    throw systemFailure(errors::COPY_FAILED, "cannot write the copy of", path, error.code().value());
-  }
+  return attempt(errors::COPY_FAILED, "cannot write the copy of", path, write);
 }
 
 // Unless the result of a call is 0.
 void checkWritten(int result, const std::string& path) {
-  if (result != 0) throw systemFailure(errors::COPY_FAILED, "cannot write the copy of", path, errno);
+  writing(path, [&] { check(result); });
 }
 
 std::array<timespec, 2> timesOf(const struct stat& status) { return {status.st_atim, status.st_mtim}; }

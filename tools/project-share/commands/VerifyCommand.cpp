@@ -74,34 +74,15 @@ class Copy {
   bool isAsNoted(const Entry& entry, const NotedEntry& noted) {
     if (entry.kind != noted.kind || entry.target != noted.target) return false;
     if (entry.kind != EntryKind::file) return true;
-    const Descriptor file = openFile(entry.path);
-    return noted.size == static_cast<std::uint64_t>(statusOf(file).st_size) &&
-           noted.sha256 == digestOf(file, entry.path);
-  }
-
-  // The copy has been in other hands: a link must not lead out of it, and a pipe must not be waited for.
-  Descriptor openFile(const std::string& path) const {
-    try {
-      return openBeneath(folder_, path, O_RDONLY | O_NONBLOCK);
-    } catch (const std::system_error& error) {
-      throw unreadable(path, error);
-    }
-  }
-
-  std::string digestOf(const Descriptor& file, const std::string& path) {
-    try {
-      return folder_host::sha256Of(file, [&](std::uint64_t bytes) {
-        progress_.bytes += bytes;
-        line_.show(progress_);
-      });
-    } catch (const std::system_error& error) {
-      throw unreadable(path, error);
-    }
-  }
-
-  static Refusal unreadable(const std::string& path, const std::system_error& error) {
-    return {folder_host::errors::ENTRY_UNREADABLE,
-            fmt::format("cannot read {}: {}", folder_host::inQuotes(path), error.code().message())};
+    // The copy has been in other hands: a link must not lead out of it, and a pipe must not be waited for.
+    return folder_host::attempt(folder_host::errors::ENTRY_UNREADABLE, "cannot read", entry.path, [&] {
+      const Descriptor file = openBeneath(folder_, entry.path, O_RDONLY | O_NONBLOCK);
+      return noted.size == static_cast<std::uint64_t>(statusOf(file).st_size) &&
+             noted.sha256 == folder_host::sha256Of(file, [&](std::uint64_t bytes) {
+               progress_.bytes += bytes;
+               line_.show(progress_);
+             });
+    });
   }
 
   void differ(const char* how, const std::string& path) {

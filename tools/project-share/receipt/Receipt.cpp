@@ -30,18 +30,9 @@ namespace {
 
 constexpr const char* CONTENT = "receipt";
 
-Refusal failed(const std::string& file, int code) {
-  return {refusals::RECEIPT_FAILED,
-          fmt::format("cannot write the receipt {}: {}", inQuotes(file), std::generic_category().message(code))};
-}
-
 template <class Act>
 auto orFailed(const std::string& file, const Act& act) {
-  try {
-    return act();
-  } catch (const std::system_error& error) {
-    throw failed(file, error.code().value());
-  }
+  return folder_host::attempt(refusals::RECEIPT_FAILED, "cannot write the receipt", file, act);
 }
 
 // Nothing is there yet that could be the copy's.
@@ -154,7 +145,7 @@ void Receipt::write(const Judgement& judgement, const std::set<std::string>& all
   put("\n ],\n \"labels\": " + written(jsonOf(judgement.leaving)) + "\n}\n");
   flush();
   // Durable before the copy gets its name: after a power failure, a copy must not be there whose receipt is empty.
-  if (::fsync(descriptor_.get()) != 0) throw failed(file_, errno);
+  orFailed(file_, [&] { folder_host::check(::fsync(descriptor_.get())); });
 }
 
 // The copy has its name by then and is not taken back: it is whole, and only the receipt is missing.
