@@ -45,6 +45,7 @@ inline constexpr const char* STORE_UNREADABLE = "store-unreadable";
 inline constexpr const char* STORE_TOO_NEW = "store-too-new";
 inline constexpr const char* STORE_UNTRUSTED = "store-untrusted";
 inline constexpr const char* STORE_FAILED = "store-failed";
+inline constexpr const char* MEMORY_FAILED = "memory-failed";
 inline constexpr const char* WRITE_IN_READ_SCOPE = "write-in-read-scope";
 inline constexpr const char* NAME_EMPTY = "name-empty";
 inline constexpr const char* LABEL_NAME_TAKEN = "label-name-taken";

@@ -199,7 +199,48 @@ Listing FolderProject::list() const { return listFolder(root_); }
 // file that came between with its label would be listed, and its label not known.
 std::shared_ptr<WorkingCopy> FolderProject::workingCopy() const {
   auto listing = std::make_shared<const Listing>(list());
-  return std::make_shared<WorkingCopy>(root_, store_->memoryCopy(), std::move(listing));
+  auto store = store_->memoryCopy();
+  return std::make_shared<WorkingCopy>(root_, std::move(store), std::move(listing), memory());
+}
+
+std::shared_ptr<const Memory> FolderProject::memory() const {
+  return attempt(errors::MEMORY_FAILED, "cannot read what was noted of labelled entries beside",
+                 root_ + "/" + STORE_FILE,
+                 [&] { return std::make_shared<const Memory>(readMemory(*store_->folder())); });
+}
+
+std::shared_ptr<const Followed> FolderProject::followed(std::shared_ptr<const EntryTable> entries) const {
+  const auto scope = store_->beginRead();
+  auto labels = std::make_shared<const EffectiveLabels>(*entries, *labels_);
+  return std::make_shared<const Followed>(std::move(entries), std::move(labels), memory());
+}
+
+// Read again under the lock: another process may have replaced it since anything was looked at. Whatever fails here
+// fails when the edit is kept, so that no refusal may say that it was not.
+template <class Change>
+void FolderProject::replaceMemory(const std::shared_ptr<const EntryTable>& entries, const Change& change) const {
+  const auto failure = [](const char* why) {
+    return Error(errors::MEMORY_FAILED,
+                 std::string("the labels are as they should be, but which entries have them cannot be noted: ") + why);
+  };
+  try {
+    const MemoryLock lock(*store_->folder());
+    writeMemory(*store_->folder(), change(*followed(entries)));
+  } catch (const Error& error) {
+    throw failure(error.what());
+  } catch (const std::system_error& error) {
+    throw failure(error.code().message().c_str());
+  }
+}
+
+void FolderProject::remember(const std::shared_ptr<const EntryTable>& entries,
+                             const std::vector<std::string>& settled) const {
+  replaceMemory(entries, [&](const Followed& followed) { return followed.renewed(settled); });
+}
+
+void FolderProject::rememberAsMeant(const std::shared_ptr<const EntryTable>& entries,
+                                    const std::vector<std::string>& paths) const {
+  replaceMemory(entries, [&](const Followed& followed) { return followed.renewedAsMeant(paths); });
 }
 
 }  // namespace folder_host

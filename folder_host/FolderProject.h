@@ -6,6 +6,7 @@
 
 #include "folder_host/files/Listing.h"
 #include "folder_host/files/Ownership.h"
+#include "folder_host/labels/Followed.h"
 #include "folder_host/share/WorkingCopy.h"
 #include "folder_host/store/LabelStore.h"
 #include "folder_host/store/MetadataStore.h"
@@ -57,12 +58,24 @@ class FolderProject {
 
   Listing list() const;
 
-  // What the folder holds, and then the store, whose labels may so be newer than the entries. Errors: those of
-  // listFolder, STORE_FAILED.
+  // What the folder holds, and then the store, whose labels may so be newer than the entries, and what the folder
+  // remembers. Errors: those of listFolder, STORE_FAILED, MEMORY_FAILED.
   std::shared_ptr<WorkingCopy> workingCopy() const;
+
+  // What the folder remembers of labelled entries (see Followed), and what became of it. Error: MEMORY_FAILED.
+  std::shared_ptr<const Followed> followed(std::shared_ptr<const EntryTable> entries) const;
+  // Brings it up to date, as of the labels that the store has now: to be called when an edit of marks or rules has been
+  // kept, and after each share. What is at the settled paths, or below them, counts as it is from now on.
+  // Error: MEMORY_FAILED; nothing has changed then.
+  void remember(const std::shared_ptr<const EntryTable>& entries, const std::vector<std::string>& settled) const;
+  // Says of what is lost at these paths that it is meant so. Errors: as above.
+  void rememberAsMeant(const std::shared_ptr<const EntryTable>& entries, const std::vector<std::string>& paths) const;
 
  private:
   FolderProject(std::string root, std::shared_ptr<Store> store);
+  std::shared_ptr<const Memory> memory() const;
+  template <class Change>
+  void replaceMemory(const std::shared_ptr<const EntryTable>& entries, const Change& change) const;
 
   std::string root_;
   std::shared_ptr<Store> store_;

@@ -50,7 +50,7 @@ std::shared_ptr<ProjectManager> makeFolder(MemoryProject& project) {
     const std::string path = folder_host::toBytes(name.text().substr(3));
     using Kind = folder_host::EntryKind;
     listing.entries.push_back({path, isFolder ? Kind::folder : Kind::file, {}});
-    for (const auto& label : labels) store->run("INSERT INTO attachment VALUES(?, ?)", {path, toBlob(label.second)});
+    for (const auto& label : labels) store->run("INSERT INTO mark VALUES(?, ?, 0)", {path, toBlob(label.second)});
   }
   const auto folder =
       std::make_shared<WorkingCopy>("/p", store, std::make_shared<const folder_host::Listing>(std::move(listing)));

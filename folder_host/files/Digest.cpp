@@ -24,25 +24,46 @@ void require(int succeeded) {
   if (succeeded != 1) throw std::bad_alloc();  // nothing else can fail here
 }
 
+class Sha256 {
+ public:
+  Sha256() : context_(EVP_MD_CTX_new()) {
+    require(context_ ? EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr) : 0);
+  }
+
+  void add(std::string_view bytes) { require(EVP_DigestUpdate(context_.get(), bytes.data(), bytes.size())); }
+
+  std::string finish() {
+    std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+    unsigned size = 0;
+    require(EVP_DigestFinal_ex(context_.get(), digest.data(), &size));
+    return hexOf({reinterpret_cast<const char*>(digest.data()), size});
+  }
+
+ private:
+  std::unique_ptr<EVP_MD_CTX, FreeContext> context_;
+};
+
 }  // namespace
 
 std::string sha256Of(const Descriptor& file, const std::function<void(std::uint64_t)>& onBytes, std::uint64_t most) {
-  const std::unique_ptr<EVP_MD_CTX, FreeContext> context(EVP_MD_CTX_new());
-  require(context ? EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) : 0);
+  Sha256 digest;
   std::vector<char> buffer(std::min(most, std::uint64_t{1} << 17U));
   while (most > 0) {
     const ssize_t length = ::read(file.get(), buffer.data(), std::min<std::uint64_t>(most, buffer.size()));
     if (length < 0 && errno == EINTR) continue;
     if (length < 0) throwErrno();
     if (length == 0) break;
-    require(EVP_DigestUpdate(context.get(), buffer.data(), static_cast<std::size_t>(length)));
+    digest.add({buffer.data(), static_cast<std::size_t>(length)});
     most -= static_cast<std::uint64_t>(length);
     onBytes(static_cast<std::uint64_t>(length));
   }
-  std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
-  unsigned size = 0;
-  require(EVP_DigestFinal_ex(context.get(), digest.data(), &size));
-  return hexOf({reinterpret_cast<const char*>(digest.data()), size});
+  return digest.finish();
+}
+
+std::string sha256Of(std::string_view bytes) {
+  Sha256 digest;
+  digest.add(bytes);
+  return digest.finish();
 }
 
 }  // namespace folder_host

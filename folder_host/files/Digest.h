@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "folder_host/files/Descriptor.h"
 
@@ -13,5 +14,8 @@ namespace folder_host {
 // passes. Fails with std::system_error.
 std::string sha256Of(const Descriptor& file, const std::function<void(std::uint64_t)>& onBytes,
                      std::uint64_t most = UINT64_MAX);
+
+// Likewise, of bytes.
+std::string sha256Of(std::string_view bytes);
 
 }  // namespace folder_host

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <ctime>
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,6 +28,8 @@ struct Entry {
   FileId id = {};          // of what stood there
   std::uint64_t size = 0;  // of a file, in bytes; else 0
   timespec changed = {};   // when its content or its status was last changed
+  timespec modified = {};  // when its content was last changed, as far as its times were not set
+  timespec born = {};      // when it came to be; zero where the file system does not say
 };
 
 // The order of a tree: a folder before what lies in it, and that before the folder's next neighbour.
@@ -37,6 +41,12 @@ struct Listing {
   std::vector<std::string> skipped = {};  // FIFOs, sockets, devices: no entries
   FileId root = {};                       // of the project's folder
   std::vector<FileId> folders = {};       // of the project's, its store's and each listed folder; sorted
+  timespec begun = {};                    // when it was begun, as the file systems tell the time
+  // By device, the identifiers of the file systems on which a file keeps its inode's number from mount to mount.
+  std::map<dev_t, std::uint64_t> fileSystems = {};
+
+  // Of an entry of this listing; none where the file system gives it none that lasts.
+  std::optional<Identity> identityOf(const Entry& entry) const;
 };
 
 // Lists the folder without following links. The store of the folder itself (`.project`) is no entry; a `.project`

@@ -7,8 +7,8 @@
 
 #include "folder_host/Error.h"
 #include "folder_host/files/EntryTable.h"
-#include "folder_host/share/SideNames.h"
 #include "folder_host/text/FoldedName.h"
+#include "folder_host/text/SideNames.h"
 
 namespace folder_host {
 
@@ -77,18 +77,6 @@ void addCollisions(const Entries& shared, std::vector<Risk>& risks) {
 }
 
 }  // namespace
-
-std::vector<MissingPath> labelledMissingPaths(const WorkingCopy& copy) {
-  std::vector<MissingPath> missing;
-  for (auto& [path, label] : copy.labels().attachments()) {
-    if (copy.table().find(path)) continue;
-    if (missing.empty() || missing.back().path != path) missing.push_back({path, {}});
-    missing.back().labels.push_back(label);
-  }
-  // In the order of the tree, because whoever tells of a folder passes over what was below it.
-  std::sort(missing.begin(), missing.end(), [](const auto& a, const auto& b) { return beforeInTree(a.path, b.path); });
-  return missing;
-}
 
 // Both are judged by what is shared: a nested project that is held back, or one of two colliding names, harms nobody.
 std::vector<Risk> risksAmong(const WorkingCopy& copy) {

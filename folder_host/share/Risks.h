@@ -17,16 +17,6 @@ struct Risk {
   std::vector<std::string> otherPaths = {};  // of entries that it is about as well
 };
 
-// A path at which there is no entry, and labels that it carries all the same.
-struct MissingPath {
-  std::string path;
-  std::vector<std::u16string> labels;  // UUIDs, sorted
-};
-
-// What was renamed or moved has lost its labels: they stand at paths at which nothing is. In the order of a tree. To be
-// asked before a transformation removes labels.
-std::vector<MissingPath> labelledMissingPaths(const WorkingCopy& copy);
-
 // What is amiss with the entries that the copy shares. NESTED_PROJECT: another project's store is among them.
 // NAMES_COLLIDE: two names in a folder become one where case, or the way in which accents are written, makes no
 // difference.

@@ -7,10 +7,10 @@
 #include <utility>
 
 #include "folder_host/files/Descriptor.h"
-#include "folder_host/share/SideNames.h"
 #include "folder_host/share/read/FirstBytes.h"
 #include "folder_host/share/read/Source.h"
 #include "folder_host/text/FoldedName.h"
+#include "folder_host/text/SideNames.h"
 
 namespace folder_host {
 

@@ -5,7 +5,6 @@
 
 #include "folder_host/Error.h"
 #include "folder_host/files/EntryTable.h"
-#include "folder_host/labels/EntryLabels.h"
 #include "folder_host/share/HostRules.h"
 #include "folder_host/store/Store.h"
 #include "folder_host/text/Utf.h"
@@ -14,26 +13,50 @@ namespace folder_host {
 
 using fl::filesystem::path;
 
-WorkingCopy::WorkingCopy(std::string root, std::shared_ptr<Store> store, std::shared_ptr<const Listing> listing)
-    : WorkingCopy(std::move(root), std::move(store), std::make_shared<const EntryTable>(std::move(listing)), {}) {}
+WorkingCopy::WorkingCopy(std::string root, std::shared_ptr<Store> store, std::shared_ptr<const Listing> listing,
+                         std::shared_ptr<const Memory> memory)
+    : WorkingCopy(std::move(root), std::move(store), std::make_shared<const EntryTable>(std::move(listing)),
+                  std::move(memory)) {}
 
 WorkingCopy::WorkingCopy(std::string root, std::shared_ptr<Store> store, std::shared_ptr<const EntryTable> table,
-                         Selection heldBack)
+                         std::shared_ptr<const Memory> memory)
     : root_(std::move(root)),
       prefix_(fromBytes(root_ == "/" ? root_ : root_ + "/")),
       store_(std::move(store)),
       table_(std::move(table)),
-      heldBack_(std::move(heldBack)),
+      heldBack_(table_->size()),
       metadata_(std::make_shared<MetadataStore>(store_)),
-      labels_(store_) {
-  heldBack_.resize(table_->size());
-}
+      labels_(store_),
+      memory_(std::move(memory)),
+      instead_(std::make_shared<LabelsByEntry>()) {}
 
 WorkingCopy::~WorkingCopy() = default;
 
-// The listing is never changed, so clones have it in common. The store and the marks are each one's own.
+// What never changes, clones have in common: the listing, and what was found out about it. The store and the marks are
+// each one's own.
 std::shared_ptr<WorkingCopy> WorkingCopy::clone() const {
-  return std::shared_ptr<WorkingCopy>(new WorkingCopy(root_, store_->memoryCopy(), table_, heldBack_));
+  std::shared_ptr<WorkingCopy> copy(new WorkingCopy(root_, store_->memoryCopy(), table_, memory_));
+  copy->heldBack_ = heldBack_;
+  copy->instead_ = instead_;
+  copy->followed_ = followed_;
+  if (store_->version() && effectiveOf_ == store_->version()) {
+    copy->effective_ = effective_;
+    copy->effectiveOf_ = copy->store_->version();
+  }
+  return copy;
+}
+
+std::shared_ptr<WorkingCopy> WorkingCopy::asItWas() const {
+  auto instead = std::make_shared<LabelsByEntry>(*instead_);
+  for (const auto& [entry, had] : followed().differing()) {
+    std::vector<std::u16string>& uuids = (*instead)[entry];
+    uuids.clear();
+    for (const std::size_t label : had.labels) uuids.push_back(effective().sources().labels()[label].uuid);
+  }
+  auto copy = clone();
+  copy->instead_ = std::move(instead);
+  copy->effectiveOf_.reset();
+  return copy;
 }
 
 LabelStore& WorkingCopy::getLabelManager() { return labels_; }
@@ -56,17 +79,27 @@ std::vector<const Entry*> WorkingCopy::entries() const {
   return entries;
 }
 
-Selection WorkingCopy::labelled() const { return EntryLabels(*table_, labels_).labelled(table_->size()); }
-
-// A filter asks for the labels of every entry in turn, and a query each would take most of the time of a share. The
-// table of all of them is good for as long as the store's version is the same; within a change that may still be rolled
-// back there is no version, and each question is a query.
-std::vector<project::management::FileLabel> WorkingCopy::labelsOf(std::size_t entry) const {
+// A filter asks for the labels of every entry in turn. The table of all of them is good for as long as the store's
+// version is the same; within a change that may still be rolled back there is no version, and it is made each time.
+const EffectiveLabels& WorkingCopy::effective() const {
   const std::optional<int> version = store_->version();
-  if (!version) return labels_.labelsOf((*table_)[entry].path);
-  if (version != entryLabelsOf_) entryLabels_ = std::make_unique<EntryLabels>(*table_, labels_);
-  entryLabelsOf_ = version;
-  return entryLabels_->of(entry);
+  if (!effective_ || !version || version != effectiveOf_) {
+    effective_ = std::make_shared<const EffectiveLabels>(*table_, labels_, *instead_);
+  }
+  effectiveOf_ = version;
+  return *effective_;
+}
+
+const Followed& WorkingCopy::followed() const {
+  if (!followed_) {
+    effective();
+    followed_ = std::make_shared<const Followed>(table_, effective_, memory_);
+  }
+  return *followed_;
+}
+
+void WorkingCopy::holdBack(const Selection& entries) {
+  for (std::size_t i = 0; i < heldBack_.size(); ++i) heldBack_[i] = heldBack_[i] || entries[i];
 }
 
 std::string WorkingCopy::relative(const path& entry) const {
@@ -76,14 +109,16 @@ std::string WorkingCopy::relative(const path& entry) const {
 
 HostRemovals WorkingCopy::applyHostRules() { return holdBackByHostRules(*table_, heldBack_); }
 
-// An attachment to a missing path does not leave either: the path is a name, and perhaps that of what was held back.
-std::vector<std::pair<std::string, std::u16string>> WorkingCopy::attachmentsThatLeave() const {
-  auto attachments = labels_.attachments();
-  const auto isHeldBack = [&](const auto& attachment) {
-    const auto entry = table_->find(attachment.first);
-    return !entry || heldBack_[*entry];
-  };
-  attachments.erase(std::remove_if(attachments.begin(), attachments.end(), isHeldBack), attachments.end());
+// A mark on a missing path does not leave: the path is a name, and perhaps that of what was held back.
+std::vector<Attachment> WorkingCopy::attachmentsThatLeave() const {
+  const EffectiveLabels& labels = effective();
+  std::vector<Attachment> attachments;
+  for (std::size_t i = 0; i < heldBack_.size(); ++i) {
+    if (heldBack_[i]) continue;
+    for (const std::size_t label : labels.of(i)) {
+      attachments.emplace_back((*table_)[i].path, labels.sources().labels()[label].uuid);
+    }
+  }
   return attachments;
 }
 
@@ -109,7 +144,7 @@ path WorkingCopy::getRootFolder() { return path(fromBytes(root_), true); }
 std::vector<project::management::FileLabel> WorkingCopy::getFileLabels(const path& entry) {
   const auto found = find(entry);
   if (!found) return {};
-  return labelsOf(*found);
+  return effective().fileLabelsOf(*found);
 }
 
 bool WorkingCopy::isFolder(const path& entry) {

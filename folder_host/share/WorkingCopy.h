@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "folder_host/files/EntryTable.h"
+#include "folder_host/labels/EffectiveLabels.h"
+#include "folder_host/labels/Followed.h"
 #include "folder_host/share/HostRules.h"
 #include "folder_host/store/LabelStore.h"
 #include "folder_host/store/MetadataStore.h"
@@ -16,20 +18,22 @@
 
 namespace folder_host {
 
-class EntryLabels;
 class Store;
 
 // The project that a transformation acts on: a private copy of the store in memory and the list of entries, taken
 // together. Nothing that is done to it reaches the project's folder.
 class WorkingCopy : public project::management::ProjectManager, private project::management::FileManager {
  public:
-  WorkingCopy(std::string root, std::shared_ptr<Store> store, std::shared_ptr<const Listing> listing);
+  WorkingCopy(std::string root, std::shared_ptr<Store> store, std::shared_ptr<const Listing> listing,
+              std::shared_ptr<const Memory> memory = std::make_shared<Memory>());
   ~WorkingCopy() override;
   WorkingCopy(const WorkingCopy&) = delete;
   WorkingCopy& operator=(const WorkingCopy&) = delete;
 
   // Another one in the same state; neither sees what is done to the other.
   std::shared_ptr<WorkingCopy> clone() const;
+  // The same, in which the entries have the labels that they had (see Followed).
+  std::shared_ptr<WorkingCopy> asItWas() const;
 
   LabelStore& getLabelManager() override;
   const LabelStore& labels() const { return labels_; }
@@ -40,16 +44,22 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   const std::string& root() const;
   const Listing& listing() const;
   const EntryTable& table() const;
+  const std::shared_ptr<const EntryTable>& tableInCommon() const { return table_; }
 
   // The entries that are shared as things stand, in the order of the listing; at first, all.
   std::vector<const Entry*> entries() const;
   // Which entries of the listing are held back, by index.
   const Selection& heldBack() const noexcept { return heldBack_; }
 
-  // Which entries of the listing carry a label, by index.
-  Selection labelled() const;
-  // Of an entry of the listing, by its index, whether it is shared or held back; by label UUID.
-  std::vector<project::management::FileLabel> labelsOf(std::size_t entry) const;
+  // Which labels the entries of the listing have as things stand, whether they are shared or held back.
+  const EffectiveLabels& effective() const;
+  // What became of what the project's folder remembers, by the labels as they stand when this is asked first. To be
+  // asked before a transformation removes labels.
+  const Followed& followed() const;
+  const Memory& memory() const { return *memory_; }
+
+  // Holds these entries back as well. Of a folder that is held back by it, all that lies in it is.
+  void holdBack(const Selection& entries);
 
   // The relative bytes of a path that getFiles gave; of any other path, empty.
   std::string relative(const fl::filesystem::path& entry) const;
@@ -77,10 +87,10 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   std::vector<fl::filesystem::path> removeFiles(const std::vector<fl::filesystem::path>& entries) override;
 
   WorkingCopy(std::string root, std::shared_ptr<Store> store, std::shared_ptr<const EntryTable> table,
-              Selection heldBack);
+              std::shared_ptr<const Memory> memory);
 
   std::optional<std::size_t> find(const fl::filesystem::path& entry) const;
-  std::vector<std::pair<std::string, std::u16string>> attachmentsThatLeave() const;
+  std::vector<Attachment> attachmentsThatLeave() const;
   fl::filesystem::path pathOf(std::size_t entry) const;
   Selection withAllBelow(const std::vector<fl::filesystem::path>& entries) const;
 
@@ -91,8 +101,11 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   Selection heldBack_;                       // by the table's indices
   std::shared_ptr<MetadataStore> metadata_;
   LabelStore labels_;
-  mutable std::unique_ptr<const EntryLabels> entryLabels_;
-  mutable std::optional<int> entryLabelsOf_;  // this version of the store
+  std::shared_ptr<const Memory> memory_;     // shared with clones, and the next three
+  std::shared_ptr<const LabelsByEntry> instead_;
+  mutable std::shared_ptr<const Followed> followed_;
+  mutable std::shared_ptr<const EffectiveLabels> effective_;
+  mutable std::optional<int> effectiveOf_;  // this version of the store
 };
 
 }  // namespace folder_host

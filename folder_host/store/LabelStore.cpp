@@ -52,6 +52,12 @@ void requireChange(std::size_t changed) {
   if (changed == 0) throw Error(errors::LABEL_NOT_FOUND, "there is no such label");
 }
 
+// To be asked in the scope of an edit: another program may have deleted the label since it was found, and a store with
+// a mark of none is refused when it is opened.
+void requireLabel(Store& store, const std::string& label) {
+  requireChange(store.query("SELECT 1 FROM label WHERE uuid = ?", {label}).size());
+}
+
 // The category, as its UUID and name are stored, of a label.
 Store::Row categoryOf(Store& store, const std::u16string& labelUUID) {
   const char* sql = "SELECT c.uuid, c.name FROM label JOIN category c ON c.uuid = category WHERE label.uuid = ?";
@@ -79,7 +85,8 @@ std::vector<CategoryIdentifier> LabelStore::getCategories() const {
 void LabelStore::removeCategory(const CategoryIdentifier& category) {
   const std::string uuid = toBlob(category.toString());
   store_->atomically([&] {
-    store_->run("DELETE FROM attachment WHERE label IN (SELECT uuid FROM label WHERE category = ?)", {uuid});
+    store_->run("DELETE FROM mark WHERE label IN (SELECT uuid FROM label WHERE category = ?)", {uuid});
+    store_->run("DELETE FROM rule WHERE label IN (SELECT uuid FROM label WHERE category = ?)", {uuid});
     store_->run("DELETE FROM label WHERE category = ?", {uuid});
     store_->run("DELETE FROM category WHERE uuid = ?", {uuid});
   });
@@ -94,14 +101,15 @@ std::vector<LabelIdentifier> LabelStore::getLabels(const CategoryIdentifier& cat
   return labels;
 }
 
-// Attachments are deleted only where the label is: one that is not in this category stays, with all that it is attached
-// to.
+// Marks and rules are deleted only where the label is: one that is not in this category stays, with all that is its.
 void LabelStore::removeLabel(const CategoryIdentifier& category, const LabelIdentifier& label, bool /*flag*/) {
   const std::string uuid = toBlob(label.getUUID());
   store_->atomically([&] {
     const std::size_t removed =
         store_->run("DELETE FROM label WHERE uuid = ? AND category = ?", {uuid, toBlob(category.toString())});
-    if (removed > 0) store_->run("DELETE FROM attachment WHERE label = ?", {uuid});
+    if (removed == 0) return;
+    store_->run("DELETE FROM mark WHERE label = ?", {uuid});
+    store_->run("DELETE FROM rule WHERE label = ?", {uuid});
   });
 }
 
@@ -150,18 +158,16 @@ void LabelStore::erase(const std::u16string& labelUUID) {
   });
 }
 
-std::size_t LabelStore::attach(const std::u16string& labelUUID, const std::vector<std::string>& paths) {
-  const std::string label = toBlob(labelUUID);
+std::size_t LabelStore::attach(const std::u16string& labelUUID, const std::vector<std::string>& paths, MarkKind kind) {
+  const std::string label = toBlob(labelUUID), number = std::to_string(static_cast<int>(kind));
+  const char* sql =
+      "INSERT INTO mark VALUES(?1, ?2, CAST(?3 AS INTEGER)) ON CONFLICT(path, label) DO UPDATE SET kind = "
+      "excluded.kind "
+      "WHERE kind <> excluded.kind";
   std::size_t attached = 0;
   store_->atomically([&] {
-    // Asked in the same scope: another program may have deleted the label since it was found, and a store with an
-    // attachment to none is refused when it is opened.
-    if (store_->query("SELECT 1 FROM label WHERE uuid = ?", {label}).empty()) {
-      throw Error(errors::LABEL_NOT_FOUND, "there is no such label");
-    }
-    for (const std::string& path : paths) {
-      attached += store_->run("INSERT INTO attachment VALUES(?, ?) ON CONFLICT(path, label) DO NOTHING", {path, label});
-    }
+    requireLabel(*store_, label);
+    for (const std::string& path : paths) attached += store_->run(sql, {path, label, number});
   });
   return attached;
 }
@@ -171,36 +177,41 @@ std::size_t LabelStore::detach(const std::u16string& labelUUID, const std::vecto
   std::size_t detached = 0;
   store_->atomically([&] {
     for (const std::string& path : paths) {
-      detached += store_->run("DELETE FROM attachment WHERE path = ? AND label = ?", {path, label});
+      detached += store_->run("DELETE FROM mark WHERE path = ? AND label = ?", {path, label});
     }
   });
   return detached;
 }
 
-std::vector<FileLabel> LabelStore::labelsOf(const std::string& path) const {
-  std::vector<FileLabel> labels;
-  const char* sql =
-      "SELECT label.category, label.uuid, label.protected FROM attachment a JOIN label ON label.uuid = a.label "
-      "WHERE a.path = ? ORDER BY label.uuid";
-  for (const Store::Row& row : store_->query(sql, {path})) {
-    labels.emplace_back(CategoryIdentifier(fromBlob(row[0])), labelOf(row[1], row[2]));
+// Whoever takes marks and rules looks each label up among those of list(), and expects it to be there.
+std::vector<Mark> LabelStore::marks() const {
+  std::vector<Mark> marks;
+  const char* sql = "SELECT path, label, kind FROM mark WHERE label IN (SELECT uuid FROM label) ORDER BY path, label";
+  for (Store::Row& row : store_->query(sql)) {
+    const MarkKind kind = row[2] == "0" ? MarkKind::entry : row[2] == "1" ? MarkKind::reach : MarkKind::exception;
+    marks.push_back({std::move(row[0]), fromBlob(row[1]), kind});
   }
-  return labels;
+  return marks;
 }
 
-std::vector<std::string> LabelStore::pathsOf(const std::u16string& labelUUID) const {
-  std::vector<std::string> paths;
-  const char* sql = "SELECT path FROM attachment WHERE label = ? ORDER BY path";
-  for (Store::Row& row : store_->query(sql, {toBlob(labelUUID)})) paths.push_back(std::move(row[0]));
-  return paths;
+std::vector<Rule> LabelStore::rules() const {
+  std::vector<Rule> rules;
+  const char* sql = "SELECT label, pattern FROM rule WHERE label IN (SELECT uuid FROM label) ORDER BY label, position";
+  for (Store::Row& row : store_->query(sql)) rules.push_back({fromBlob(row[0]), std::move(row[1])});
+  return rules;
 }
 
-// Whoever takes these looks each label up among those of list(), and expects it to be there.
-std::vector<Attachment> LabelStore::attachments() const {
-  std::vector<Attachment> all;
-  const char* sql = "SELECT path, label FROM attachment WHERE label IN (SELECT uuid FROM label) ORDER BY path, label";
-  for (Store::Row& row : store_->query(sql)) all.emplace_back(std::move(row[0]), fromBlob(row[1]));
-  return all;
+void LabelStore::setRules(const std::u16string& labelUUID, const std::vector<std::string>& patterns) {
+  const std::string label = toBlob(labelUUID);
+  store_->atomically([&] {
+    requireLabel(*store_, label);
+    store_->run("DELETE FROM rule WHERE label = ?", {label});
+    std::set<std::string> later;
+    for (std::size_t i = patterns.size(); i-- > 0;) {
+      if (!later.insert(patterns[i]).second) continue;
+      store_->run("INSERT INTO rule VALUES(?, CAST(? AS INTEGER), ?)", {label, std::to_string(i), patterns[i]});
+    }
+  });
 }
 
 // Put together from what it is to hold: whatever else this store holds, now or in a later version, is not in it.
@@ -218,7 +229,7 @@ std::string LabelStore::imageWith(const std::vector<Attachment>& attachments) co
                 {toBlob(label.uuid), toBlob(label.categoryUUID), toBlob(label.name), label.isProtected ? "1" : "0"});
     }
     for (const auto& [path, label] : attachments) {
-      copy->run("INSERT INTO attachment VALUES(?, ?)", {path, toBlob(label)});
+      copy->run("INSERT INTO mark VALUES(?, ?, 0)", {path, toBlob(label)});
     }
   });
   return copy->image();

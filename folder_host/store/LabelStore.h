@@ -21,12 +21,33 @@ struct LabelRecord {
   bool isProtected = false;  // no filter may remove it
 };
 
+// What one mark says of its label.
+enum class MarkKind {
+  entry,      // the entry has it; nothing is said of what lies below
+  reach,      // the entry has it, and all that lies below it, now and later
+  exception,  // neither the entry nor what lies below it has it, whatever stands above or a rule says
+};
+
+// One label on one path. The nearest mark on the way up decides, and a mark on an entry alone is looked past from
+// below; where there is none, the label's rules decide.
+struct Mark {
+  std::string path;  // relative to the project's folder, which is itself "" and takes marks with reach alone
+  std::u16string label;
+  MarkKind kind;
+};
+
+// A pattern (see text/Patterns.h) that gives a label to what it matches, or takes it away.
+struct Rule {
+  std::u16string label;
+  std::string pattern;
+};
+
 // A path, and the UUID of a label that it has.
 using Attachment = std::pair<std::string, std::u16string>;
 
-// The labels of one project and the entries that they are attached to, in the project's store. A category's
-// identifying text is its UUID. Paths are relative to the project's folder, as bytes; whether there is such an entry is
-// not looked at. Every change is atomic by itself; open a write scope of the store around several. Every call may throw
+// The labels of one project with their marks and rules, in the project's store; what they come to is told by
+// EffectiveLabels. A category's identifying text is its UUID. Paths are bytes; whether there is such an entry is not
+// looked at. Every change is atomic by itself; open a write scope of the store around several. Every call may throw
 // STORE_FAILED and STORE_UNREADABLE.
 class LabelStore : public project::management::LabelManager {
  public:
@@ -35,12 +56,12 @@ class LabelStore : public project::management::LabelManager {
 
   // Sorted by UUID; those without a label are among them.
   std::vector<project::management::CategoryIdentifier> getCategories() const override;
-  // Removes its labels and their attachments, too. What is not there is no error, here and below.
+  // Removes its labels with their marks and rules, too. What is not there is no error, here and below.
   void removeCategory(const project::management::CategoryIdentifier& category) override;
   // Sorted by UUID.
   std::vector<project::management::LabelIdentifier> getLabels(
       const project::management::CategoryIdentifier& category) const override;
-  // Removes its attachments, too; the flag makes no difference.
+  // Removes its marks and rules, too; the flag makes no difference.
   void removeLabel(const project::management::CategoryIdentifier& category,
                    const project::management::LabelIdentifier& label, bool flag) override;
 
@@ -58,23 +79,25 @@ class LabelStore : public project::management::LabelManager {
   // Says whether filters are kept from removing the label from a copy. Error: LABEL_NOT_FOUND.
   void setProtected(const std::u16string& labelUUID, bool isProtected);
 
-  // Removes the label with its attachments, and its category where that has no other. Error: LABEL_NOT_FOUND.
+  // Removes the label with its marks and rules, and its category where that has no other. Error: LABEL_NOT_FOUND.
   void erase(const std::u16string& labelUUID);
 
-  // Gives the number of paths that did not have the label; a path given twice counts once. Error: LABEL_NOT_FOUND.
-  std::size_t attach(const std::u16string& labelUUID, const std::vector<std::string>& paths);
-  // Gives the number of paths that had the label; a path given twice counts once.
+  // Puts a mark of that kind on each path, in the place of the label's mark that is there. Gives the number of paths
+  // that had no such mark; one given twice counts once. Error: LABEL_NOT_FOUND.
+  std::size_t attach(const std::u16string& labelUUID, const std::vector<std::string>& paths, MarkKind kind);
+  // Takes the label's marks on these paths away, whatever their kind. Gives their number.
   std::size_t detach(const std::u16string& labelUUID, const std::vector<std::string>& paths);
+  // All marks, sorted by path and label.
+  std::vector<Mark> marks() const;
 
-  // The labels of one path, sorted by UUID; none of an unknown one.
-  std::vector<project::management::FileLabel> labelsOf(const std::string& path) const;
-  // Every path that has the label, sorted by bytes.
-  std::vector<std::string> pathsOf(const std::u16string& labelUUID) const;
-  // All of them, sorted by path and label.
-  std::vector<Attachment> attachments() const;
+  // All rules, sorted by label; those of one label in their order.
+  std::vector<Rule> rules() const;
+  // Replaces the rules of the label. They are patterns (patternFault); one given twice stands where it was given last.
+  // Error: LABEL_NOT_FOUND.
+  void setRules(const std::u16string& labelUUID, const std::vector<std::string>& patterns);
 
-  // The bytes of a store that holds these attachments, each once, of labels that are here; these labels and their
-  // categories; and nothing else.
+  // The bytes of a store that holds these attachments, each once and as a mark on the entry alone, of labels that are
+  // here; these labels and their categories; and nothing else.
   std::string imageWith(const std::vector<Attachment>& attachments) const;
 
  private:

@@ -43,10 +43,21 @@ INSERT INTO label SELECT * FROM before;
 DROP TABLE before;
 )";
 
+// What was attached to a path was about that entry alone: MarkKind::entry. Rules of a label stand in their order.
+constexpr const char* MARKS_AND_RULES = R"(
+CREATE TABLE mark(path BLOB NOT NULL, label BLOB NOT NULL, kind INTEGER NOT NULL,
+                  PRIMARY KEY(path, label)) WITHOUT ROWID;
+CREATE INDEX mark_by_label ON mark(label);
+CREATE TABLE rule(label BLOB NOT NULL, position INTEGER NOT NULL, pattern BLOB NOT NULL,
+                  PRIMARY KEY(label, position)) WITHOUT ROWID;
+INSERT INTO mark SELECT path, label, 0 FROM attachment;
+DROP TABLE attachment;
+)";
+
 // The n-th makes version n of version n - 1. None may ever be changed: stores that it made would be strange. A table
 // whose columns change is made again. ALTER TABLE would write a text into the schema that is SQLite's choice, and
 // another one, perhaps, tomorrow.
-constexpr std::array<const char*, SCHEMA_VERSION> STEPS = {FIRST_TABLES, PROTECTED_LABELS};
+constexpr std::array<const char*, SCHEMA_VERSION> STEPS = {FIRST_TABLES, PROTECTED_LABELS, MARKS_AND_RULES};
 
 static_assert(std::string_view(FIRST_TABLES).substr(0, FIRST_STATEMENT.size()) == FIRST_STATEMENT);
 

@@ -9,6 +9,7 @@
 
 #include "folder_host/files/Listing.h"
 #include "folder_host/store/NodeKey.h"
+#include "folder_host/text/Patterns.h"
 
 namespace folder_host {
 
@@ -26,7 +27,10 @@ SELECT EXISTS(SELECT 1 FROM node WHERE typeof(parent) <> 'blob' OR typeof(type) 
               OR typeof(name) <> 'blob' OR length(name) % 2 OR typeof(protected) <> 'integer'
               OR protected NOT IN (0, 1)
               OR category NOT IN (SELECT uuid FROM category))
-    OR EXISTS(SELECT 1 FROM attachment WHERE typeof(path) <> 'blob' OR label NOT IN (SELECT uuid FROM label)))";
+    OR EXISTS(SELECT 1 FROM mark WHERE typeof(path) <> 'blob' OR typeof(kind) <> 'integer' OR kind NOT IN (0, 1, 2)
+              OR (length(path) = 0 AND kind <> 1) OR label NOT IN (SELECT uuid FROM label))
+    OR EXISTS(SELECT 1 FROM rule WHERE typeof(position) <> 'integer' OR typeof(pattern) <> 'blob'
+              OR label NOT IN (SELECT uuid FROM label)))";
 
 // Whether it is a path that an entry can have.
 bool isEntryPath(std::string_view path) {
@@ -44,9 +48,18 @@ bool isEntryPath(std::string_view path) {
 // A path such as "../x" is no entry's: a label on it would be told of as missing for ever, or followed out of the
 // project by whoever trusts it.
 bool allAreEntryPaths(SQLite::Database& database) {
-  SQLite::Statement paths(database, "SELECT path FROM attachment");
+  SQLite::Statement paths(database, "SELECT path FROM mark WHERE length(path) > 0");  // "" is the project's folder
   while (paths.executeStep()) {
     if (!isEntryPath(paths.getColumn(0).getString())) return false;
+  }
+  return true;
+}
+
+// A pattern that never matches would hold nothing back, and look as if it did.
+bool allArePatterns(SQLite::Database& database) {
+  SQLite::Statement patterns(database, "SELECT pattern FROM rule");
+  while (patterns.executeStep()) {
+    if (patternFault(patterns.getColumn(0).getString()) != nullptr) return false;
   }
   return true;
 }
@@ -78,7 +91,7 @@ bool isIntact(SQLite::Database& database) {
 }
 
 bool isSound(SQLite::Database& database) {
-  return database.execAndGet(STRAYS).getInt() == 0 && allAreEntryPaths(database) &&
+  return database.execAndGet(STRAYS).getInt() == 0 && allAreEntryPaths(database) && allArePatterns(database) &&
          allAreNodes(database, "SELECT DISTINCT parent FROM node") &&
          allAreNodes(database, "SELECT DISTINCT node FROM node_value");
 }

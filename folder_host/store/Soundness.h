@@ -11,8 +11,8 @@ namespace folder_host {
 bool isIntact(SQLite::Database& database);
 
 // Whether the rows of an intact store of SCHEMA_VERSION fit together: every node has its parent, every value its node,
-// every label its category, every attachment its label and a path that an entry can have; and each value is of the type
-// that a store has it in.
+// every label its category, every mark and rule its label, and a path that an entry can have or a pattern; and each
+// value is of the type that a store has it in.
 bool isSound(SQLite::Database& database);
 
 }  // namespace folder_host

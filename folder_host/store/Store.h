@@ -49,6 +49,9 @@ class Store : public std::enable_shared_from_this<Store> {
   // removed is in them.
   std::string image();
 
+  // That of the store's file, as it was when the store was opened; null in memory.
+  const Descriptor* folder() const noexcept { return vfs_ ? &vfs_->folder() : nullptr; }
+
   project::metadata::MetadataScopeGuard beginRead();
   // Errors: WRITE_IN_READ_SCOPE when the outermost scope is a read scope: it could not wait for other writers.
   project::metadata::MetadataScopeGuard beginWrite();

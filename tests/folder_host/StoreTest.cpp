@@ -66,7 +66,9 @@ class OldStoreTest : public StoreTest {
     const LabelStore labels(store);
     for (const LabelRecord& label : labels.list()) {
       all += toBytes(label.categoryName + u"/" + label.name + (label.isProtected ? u" protected:" : u":"));
-      for (const std::string& path : labels.pathsOf(label.uuid)) all += " " + path;
+      for (const Mark& mark : labels.marks()) {
+        if (mark.label == label.uuid && mark.kind == MarkKind::entry) all += " " + mark.path;
+      }
       all += "; ";
     }
     MetadataStore metadata(store);
@@ -156,17 +158,19 @@ TEST_F(StoreTest, AWriteIsAloneFromItsBeginningOn) {
   EXPECT_THROW(runSql(file_, "BEGIN IMMEDIATE"), SQLite::Exception);
 }
 
-TEST_F(StoreTest, ALabelGoesFromItsOwnCategoryAloneAndTakesAnEmptyCategoryAndItsAttachmentsWithIt) {
+TEST_F(StoreTest, ALabelGoesFromItsOwnCategoryAloneAndTakesAnEmptyCategoryAndItsMarksAndRulesWithIt) {
   const auto store = open();
   LabelStore labels(store);
   const LabelRecord free = labels.create(u"Access", u"Open"), draft = labels.create(u"State", u"Draft");
-  labels.attach(draft.uuid, {"a"});
+  labels.attach(draft.uuid, {"a"}, MarkKind::entry);
+  labels.setRules(draft.uuid, {"b", "a", "b"});
+  EXPECT_EQ(labels.rules().front().pattern, "a") << "one that is given again stands last";
   labels.removeLabel(CategoryIdentifier(draft.categoryUUID), LabelIdentifier(free.uuid), true);
   EXPECT_EQ(labels.list().size(), 2U);
-  EXPECT_EQ(refusalOf([&] { labels.attach(u"absent", {}); }), errors::LABEL_NOT_FOUND);
+  EXPECT_EQ(refusalOf([&] { labels.attach(u"absent", {}, MarkKind::entry); }), errors::LABEL_NOT_FOUND);
   labels.erase(draft.uuid);
   EXPECT_EQ(labels.getCategories().size(), 1U);
-  EXPECT_EQ(store->query("SELECT * FROM attachment").size(), 0U);
+  EXPECT_EQ(store->query("SELECT label FROM mark UNION SELECT label FROM rule").size(), 0U);
 }
 
 TEST_F(StoreTest, AllNodesOfOneCallAreWrittenOrNone) {
@@ -192,17 +196,20 @@ TEST_F(StoreTest, AStoreWithAStrangeJournalIsRefused) {
 
 TEST_F(StoreTest, AStoreWhoseRowsAreNotAsTheyAreWrittenIsRefused) {
   const std::string sound =
-      "DELETE FROM category; DELETE FROM label; DELETE FROM attachment; DELETE FROM node; DELETE FROM node_value;"
+      "DELETE FROM category; DELETE FROM label; DELETE FROM mark; DELETE FROM rule; DELETE FROM node; DELETE FROM "
+      "node_value;"
       "INSERT INTO category VALUES(x'0063', x'0043'); INSERT INTO label VALUES(x'006c', x'0063', x'', 1);"
-      "INSERT INTO attachment VALUES(CAST('.a/..b/ ' AS BLOB), x'006c'); INSERT INTO node VALUES(x'', x'0061', "
+      "INSERT INTO mark VALUES(CAST('.a/..b/ ' AS BLOB), x'006c', 1); INSERT INTO rule VALUES(x'006c', 0, x'61');"
+      "INSERT INTO node VALUES(x'', x'0061', "
       "x'0062');"
       "INSERT INTO node_value VALUES(x'000000020061000000020062', x'0061', x'');";
   // What it belongs to is not there; another type, or half a character.
   const std::pair<std::string, std::vector<std::string>> strays[] = {
       {"category", {"name = 'CC'", "name = x'43'", "uuid = 'cc'; UPDATE label SET category = 'cc'"}},
       {"label", {"category = x'0000'", "name = 'LL'", "name = x'004c00'", "protected = 2", "protected = 0.5"}},
-      {"label", {"uuid = 'll'; UPDATE attachment SET label = 'll'"}},
-      {"attachment", {"label = x'0000'", "path = 'p'", "path = x'610062'"}},
+      {"label", {"uuid = 'll'; DELETE FROM rule; UPDATE mark SET label = 'll'"}},
+      {"mark", {"label = x'0000'", "path = 'p'", "path = x'610062'", "kind = 3", "kind = 0, path = x''"}},
+      {"rule", {"label = x'0000'", "pattern = 'p'", "pattern = x''", "pattern = x'5b61'", "position = 'p'"}},
       {"node", {"parent = x'000000020061000000020062'", "parent = x'00000002'", "parent = ''; DELETE FROM node_value"}},
       {"node", {"type = 'aa'; DELETE FROM node_value", "location = x'62'; DELETE FROM node_value"}},
       {"node_value", {"node = x'000000020061000000020063'", "key = 'aa'", "value = 'aa'", "value = x'00'"}},
@@ -216,8 +223,8 @@ TEST_F(StoreTest, AStoreWhoseRowsAreNotAsTheyAreWrittenIsRefused) {
     }
   }
   for (const std::string path :
-       {"", "/", "/p", "p/", "p//q", ".", "..", "../p", "p/..", "p/./q", ".project", ".project/p"}) {
-    runSql(file_, std::string(sound).append("UPDATE attachment SET path = CAST('").append(path).append("' AS BLOB)"));
+       {"/", "/p", "p/", "p//q", ".", "..", "../p", "p/..", "p/./q", ".project", ".project/p"}) {
+    runSql(file_, std::string(sound).append("UPDATE mark SET path = CAST('").append(path).append("' AS BLOB)"));
     EXPECT_EQ(refusalOf([&] { open(); }), errors::STORE_UNREADABLE) << path;
   }
 }

@@ -2,10 +2,12 @@
 
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "folder_host/Error.h"
 #include "folder_host/store/Blob.h"
+#include "folder_host/text/Patterns.h"
 #include "folder_host/text/Printable.h"
 #include "folder_host/text/Utf.h"
 #include "foundation/core/except/Exception.h"
@@ -67,6 +69,44 @@ TEST(Text, ANameStandsFreeOrInQuotesThatItCannotEnd) {
   }
   EXPECT_EQ(freeName(u"it's"), "'it''s'");
   EXPECT_EQ(inQuotes("'"), "''''");
+}
+
+TEST(Text, APatternThatCouldNotMatchIsRefusedWithWhatToDo) {
+  const std::pair<std::string, std::vector<std::string>> rows[] = {{"empty", {"", "a//b", "//a", "a\\//b", "**//b"}},
+                                                                   {"\\!", {"!"}},
+                                                                   {"no name", {"!/", "//"}},
+                                                                   {"\\#", {"#a"}},
+                                                                   {"space", {"a ", " ", "a\\\\ "}},
+                                                                   {"\\\\", {"a\\", "a\\/"}},
+                                                                   {"\\[", {"[a", "[]", "[!"}},
+                                                                   {"[...]", {"[[:a:]]", "[!\x01-\xFF]", "a[/]b"}},
+                                                                   {"../", {"./a", "a/..", "\\./a"}},
+                                                                   {"zero", {std::string("a\0b", 3)}},
+                                                                   {"4,096", {std::string(4097, 'a')}}};
+  for (const auto& [hint, patterns] : rows) {
+    for (const auto& pattern : patterns) {
+      const char* const fault = patternFault(pattern);
+      EXPECT_NE(std::string(fault == nullptr ? "none" : fault).find(hint), std::string::npos)
+          << pattern << ": " << fault;
+    }
+  }
+  for (const std::string pattern : {"!#a", "a\\ ", "a /", "a\nb", "...", "[.]/a", "a]", "[]]", "[[:]", "\\#", "/**/"}) {
+    EXPECT_EQ(patternFault(pattern), nullptr) << pattern;
+  }
+  EXPECT_EQ(patternFault(std::string(4096, 'a')), nullptr);
+}
+
+TEST(Text, TheLastPatternOfEachOwnerThatMatchesDecides) {
+  const PatternTable table(
+      {{2, "*.c"}, {1, "a"}, {2, "!/b/a.c"}, {1, "a.?"}, {2, "/b/a.c/"}, {1, "!x*y"}, {0, "b/"}, {2, "!*.c"}});
+  std::vector<std::size_t> deciding = {7};
+  const std::vector<std::tuple<std::string, bool, std::vector<std::size_t>>> rows = {
+      {"x", false, {}}, {"a", false, {1}},        {"b", false, {}},
+      {"b", true, {6}}, {"b/a.c", false, {3, 7}}, {"xy", true, {5}}};
+  for (const auto& [path, isFolder, expected] : rows) {
+    table.match(path, isFolder, deciding);
+    EXPECT_EQ(deciding, expected) << path;
+  }
 }
 
 TEST(HostFunctions, EveryKnownMessageHasTextsOfItsOwnWithItsArgument) {

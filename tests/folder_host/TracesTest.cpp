@@ -6,8 +6,8 @@
 
 #include "Fixture.h"
 #include "folder_host/FolderProject.h"
-#include "folder_host/share/SideNames.h"
 #include "folder_host/share/Twins.h"
+#include "folder_host/text/SideNames.h"
 
 namespace folder_host {
 

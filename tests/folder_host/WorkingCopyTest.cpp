@@ -90,9 +90,9 @@ TEST(WorkingCopy, LinksAndEmptiedFoldersAreHeldBackByTheHostsRules) {
 TEST(Risks, LabelsOnMissingPathsAreFoundInTheOrderOfATree) {
   const auto copy = copyOf({"b"});
   LabelStore& labels = copy->getLabelManager();
-  labels.attach(labels.create(u"Access", u"Secret").uuid, {"a/x", "a-b", "a", "b"});
+  labels.attach(labels.create(u"Access", u"Secret").uuid, {"a/x", "a-b", "a", "b"}, MarkKind::entry);
   Names found;
-  for (const MissingPath& missing : labelledMissingPaths(*copy)) found.push_back(missing.path);
+  for (const auto& lost : copy->followed().lost()) found.push_back(lost.path);
   EXPECT_EQ(found, (Names{"a", "a/x", "a-b"}));
 }
 

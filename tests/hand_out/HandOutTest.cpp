@@ -121,7 +121,7 @@ class HandOutTest : public FolderTest {
     std::string bytes;
     for (const Entry* entry : left.entries()) {
       bytes += entry->path + '\n' + (entry->kind == EntryKind::file ? read(in("p/" + entry->path)) : "") + '\n';
-      for (const auto& label : left.getLabelManager().labelsOf(entry->path)) {
+      for (const auto& label : left.effective().fileLabelsOf(left.table().find(entry->path).value())) {
         bytes += canary(planted.named.at(label.getUUID()));
         bytes += canary(planted.named.at(label.getCategory().toString()));
       }

@@ -112,7 +112,11 @@ class Planter {
       const bool inLabelled = labelled.count(fs::path(path).parent_path()) != 0;
       if (inLabelled != oneIn(8)) labelled.insert(path);
     }
-    project_.labels().attach(label, {labelled.begin(), labelled.end()});
+    for (const std::string& path : labelled) {
+      const auto kind = oneIn(2) ? MarkKind::entry : oneIn(6) ? MarkKind::exception : MarkKind::reach;
+      project_.labels().attach(label, {path}, kind);
+    }
+    if (oneIn(4)) project_.labels().setRules(label, {"*1*", "!*12*"});
   }
 
   // The last one is the one to hand out by.
@@ -150,7 +154,8 @@ class Planter {
     const auto store = Store::open(onDisk(".project/store.db"));
     store->query("PRAGMA secure_delete = OFF");
     store->atomically([&, id = toBlob(uuid)] {
-      store->run("DELETE FROM attachment WHERE label = ?", {id});
+      store->run("DELETE FROM mark WHERE label = ?", {id});
+      store->run("DELETE FROM rule WHERE label = ?", {id});
       store->run("DELETE FROM label WHERE uuid = ?", {id});
       store->run("DELETE FROM node_value WHERE instr(node, ?)", {id});
       store->run("DELETE FROM node WHERE location = ? OR instr(parent, ?)", {id, id});

@@ -57,7 +57,8 @@ Host makeHost() {
                  project::management::LabelIdentifier(label.uuid, isRemovable ? 1 : 0));
   };
   const auto attach = [host](const Path& entry, const Label& label) {
-    host->project().labels().attach(label.getUUID(), {host->project().locate(toBytes(entry.text()))});
+    host->project().labels().attach(label.getUUID(), {host->project().locate(toBytes(entry.text()))},
+                                    folder_host::MarkKind::entry);
   };
   const auto workingCopy = [host] { return std::shared_ptr<WorkingCopy>(host->project().workingCopy()); };
   return {host, openAgain, adding(false), adding(true), addLabel, attach, workingCopy, true, true};

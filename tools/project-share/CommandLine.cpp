@@ -35,10 +35,13 @@ struct Words {
   std::string kind;
   std::vector<std::string> labels;
   std::vector<std::string> paths;
+  std::vector<std::string> patterns;
   std::vector<std::string> shared;  // the profile, if any, and the destination
   std::vector<std::string> allowed;
   std::string receipt;
   bool folderOnly = false;
+  bool noExceptions = false;
+  bool all = false;
   bool fromInput = false;
   bool zeroEnded = false;
   bool whole = false;
@@ -97,27 +100,81 @@ void addProjectCommands(CLI::App& app, Words& words) {
   addWord(trust, "FOLDER", words.folder, "In the project (the working directory)")->required(false);
   trust->add_flag("--forget", words.forget, "Trust the project no more");
   trust->callback([&] { words.forget ? forgetProject(words.folder) : trustProject(words.folder); });
-  addCommand(&app, "status", "Show what is labelled, what is not, and what a share would be refused for", "status")
-      ->callback([] { showStatus(); });
+  CLI::App* status =
+      addCommand(&app, "status", "Show what is labelled, what is not, and what a share would be refused for", "status");
+  status->add_flag("--all", words.all, "Each entry without a label, not folder by folder");
+  status->callback([&] { showStatus(words.all); });
+}
+
+void addPaths(CLI::App* command, Words& words, const char* description) {
+  addWord(command, "PATH", words.paths, description)->required(false);
+  CLI::Option* input = command->add_flag("--stdin", words.fromInput, "Read the paths from standard input, one a line");
+  command->add_flag("-0", words.zeroEnded, "With --stdin: each path ends with a zero byte")->needs(input);
 }
 
 void addAttachCommands(CLI::App* group, Words& words) {
-  CLI::App* attach = addCommand(group, "attach", "Attach a label to files, links, and folders with all below them",
-                                "label attach audience/internal drafts budget.ods");
-  CLI::App* detach = addCommand(
-      group, "detach",
-      "Detach a label from files, links, and folders with all below them; let a twin or a leftover be shared",
-      "label detach audience/internal drafts/final.txt");
+  CLI::App* attach =
+      addCommand(group, "attach", "Attach a label to files, links, and folders with all below them, now and later",
+                 "label attach audience/internal drafts budget.ods");
+  CLI::App* detach =
+      addCommand(group, "detach",
+                 "Detach a label, or except from it what has it from a folder; let a twin or a leftover be shared",
+                 "label detach audience/internal drafts/final.txt");
   for (CLI::App* command : {attach, detach}) {
     addWord(command, "LABEL", words.label, "CATEGORY/NAME or UUID");
-    addWord(command, "PATH", words.paths, "Files, folders or links of the project")->required(false);
-    CLI::Option* input =
-        command->add_flag("--stdin", words.fromInput, "Read the paths from standard input, one a line");
-    command->add_flag("-0", words.zeroEnded, "With --stdin: each path ends with a zero byte")->needs(input);
-    command->add_flag("--folder-only", words.folderOnly, "The folders alone, not what lies below them");
+    addPaths(command, words, "Files, folders or links of the project");
   }
-  attach->callback([&] { attachLabel(words.label, pathsOf(words), words.folderOnly); });
-  detach->callback([&] { detachLabel(words.label, pathsOf(words), words.folderOnly); });
+  CLI::Option* folderOnly =
+      attach->add_flag("--folder-only", words.folderOnly, "The entries alone, not what lies below them");
+  attach->add_flag("--no-exceptions", words.noExceptions, "Remove the label's exceptions below")->excludes(folderOnly);
+  attach->callback([&] { attachLabel(words.label, pathsOf(words), {words.folderOnly, words.noExceptions}); });
+  detach->callback([&] { detachLabel(words.label, pathsOf(words)); });
+
+  CLI::App* follow = addCommand(group, "follow", "Give what was renamed or moved the labels that it had, for good",
+                                "label follow ideas");
+  addPaths(follow, words, "Entries, with what lies below them (all)");
+  follow->callback([&] { followLabels(words.fromInput ? pathsOf(words) : words.paths); });
+  CLI::App* missing = addCommand(
+      group, "missing", "Say that a labelled path at which nothing is is meant to be missing", "label missing drafts");
+  addPaths(missing, words, "Paths that are told of as missing");
+  missing->callback([&] { callMissing(pathsOf(words)); });
+}
+
+void addQueryCommands(CLI::App* group, Words& words) {
+  CLI::App* of =
+      addCommand(group, "of", "Show the labels of paths, and where they come from", "label of drafts/plan.txt");
+  addPaths(of, words, "Files, folders or links of the project");
+  of->callback([&] { listLabelsOf(pathsOf(words)); });
+  CLI::App* files = addCommand(group, "files", "List the entries that carry a label, and where they have it from",
+                               "label files audience/internal");
+  addWord(files, "LABEL", words.label, "CATEGORY/NAME or UUID");
+  files->callback([&] { listFilesOf(words.label); });
+}
+
+void addRuleCommands(CLI::App* labels, Words& words) {
+  CLI::App* group =
+      addCommand(labels, "rule", "Rules: patterns, as of gitignore, that give a label to what there is and what comes",
+                 "label rule add audience/internal '*.draft.*' drafts/");
+  group->require_subcommand(1);
+  const auto addPatterns = [&](const char* name, const char* description, const char* example) {
+    CLI::App* command = addCommand(group, name, description, example);
+    addWord(command, "LABEL", words.label, "CATEGORY/NAME or UUID");
+    addWord(command, "PATTERN", words.patterns, "A pattern, seen from the project's folder");
+    return command;
+  };
+  addPatterns("add", "Add rules behind those that there are; the last that matches decides",
+              "label rule add audience/internal '*.draft.*' '!drafts/final.txt'")
+      ->callback([&] { addRules(words.label, words.patterns); });
+  addPatterns("remove", "Remove rules", "label rule remove audience/internal '*.draft.*'")->callback([&] {
+    removeRules(words.label, words.patterns);
+  });
+  CLI::App* list = addCommand(group, "list", "List the rules, of one label or all", "label rule list");
+  addWord(list, "LABEL", words.label, "CATEGORY/NAME or UUID")->required(false);
+  list->callback([&] { listRules(words.label); });
+  CLI::App* test =
+      addCommand(group, "test", "Show what rules say of a path, there or to come", "label rule test drafts/new.txt");
+  addWord(test, "PATH", words.name, "With a slash at its end: a folder");
+  test->callback([&] { testRules(words.name); });
 }
 
 void addLabelCommands(CLI::App& app, Words& words) {
@@ -147,6 +204,8 @@ void addLabelCommands(CLI::App& app, Words& words) {
     protectLabel(words.label, false);
   });
   addAttachCommands(group, words);
+  addQueryCommands(group, words);
+  addRuleCommands(group, words);
 }
 
 void addFilterCommands(CLI::App* add, CLI::App* remove, Words& words) {

@@ -10,12 +10,16 @@ using Refusal = folder_host::Error;
 // The tool's own identifiers, beside those of the folder host. Those of risks stand in judgement/RiskKinds.h. What each
 // of them means: docs/errors.md.
 namespace refusals {
+inline constexpr const char* EXCEPTION_IN_THE_WAY = "exception-in-the-way";
 inline constexpr const char* INPUT_FAILED = "input-failed";
 inline constexpr const char* LABEL_AMBIGUOUS = "label-ambiguous";
 inline constexpr const char* LABEL_IN_USE = "label-in-use";
 inline constexpr const char* LABEL_MALFORMED = "label-malformed";
 inline constexpr const char* LABEL_NOT_ATTACHED = "label-not-attached";
 inline constexpr const char* LABEL_NOT_IN_FILTER = "label-not-in-filter";
+inline constexpr const char* LABEL_NOT_MISSING = "label-not-missing";
+inline constexpr const char* PATTERN_MALFORMED = "pattern-malformed";
+inline constexpr const char* RULE_NOT_FOUND = "rule-not-found";
 inline constexpr const char* FILTER_NOT_FOUND = "filter-not-found";
 inline constexpr const char* NOT_TRUSTED = "not-trusted";
 inline constexpr const char* SETTINGS_FAILED = "settings-failed";

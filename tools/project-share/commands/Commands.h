@@ -13,24 +13,51 @@ void initProject(const std::string& folder);
 // That the project of another user that holds the folder is opened from now on, or no more.
 void trustProject(const std::string& folder);
 void forgetProject(const std::string& folder);
-// What is labelled, what is not, and what a share by each profile would be refused for.
-void showStatus();
+// What is labelled, what is not, folder by folder or entry by entry, and what a share by each profile would be refused
+// for.
+void showStatus(bool all);
 
 // All of them or none.
 void createLabels(const std::vector<std::string>& labels);
-// By category and name, each with the number of paths that carry it, missing ones included.
+// By category and name, each with the numbers of its marks, those on missing paths included, and rules.
 void listLabels();
 // Within its category. Error: LABEL_NAME_TAKEN, also by a name that looks the same.
 void renameLabel(const std::string& label, const std::string& name);
-// With all its attachments. Error: LABEL_IN_USE as long as a profile names it.
+// With all its marks and rules. Error: LABEL_IN_USE as long as a profile names it.
 void deleteLabel(const std::string& label);
 // No filter may remove a protected label from a copy.
 void protectLabel(const std::string& label, bool isProtected);
-// To folders with all that lies below them, or to the folders alone.
-void attachLabel(const std::string& label, const std::vector<std::string>& paths, bool folderOnly);
-// From what is named and carries it, there or missing. A file that is named may also be shared from then on, with what
-// it holds, where that is what the label holds back elsewhere.
-void detachLabel(const std::string& label, const std::vector<std::string>& paths, bool folderOnly);
+
+struct AttachWords {
+  bool folderOnly = false;    // on the entries alone, not on what lies below them
+  bool noExceptions = false;  // exceptions below are removed
+};
+// To entries and all that lies below them, now and later. What they have counts from then on, and not what they had
+// under other names. Errors: PATH_NOT_AN_ENTRY; EXCEPTION_IN_THE_WAY of one entry alone.
+void attachLabel(const std::string& label, const std::vector<std::string>& paths, const AttachWords& words);
+// After it, none of the paths, there or missing, carries the label: what would still have it from above or by a rule is
+// excepted. A file that is named may also be shared from then on, with what it holds, where that is what the label
+// holds back elsewhere. Error: LABEL_NOT_ATTACHED, also where it is only on what lies below.
+void detachLabel(const std::string& label, const std::vector<std::string>& paths);
+// Gives entries at the paths and below, or all, the labels that they had under other names, for good.
+void followLabels(const std::vector<std::string>& paths);
+// What carried a label and is missing there is meant to be. Error: LABEL_NOT_MISSING.
+void callMissing(const std::vector<std::string>& paths);
+
+// Behind the rules that the label has; one that it has moves to the end. Error: PATTERN_MALFORMED.
+void addRules(const std::string& label, const std::vector<std::string>& patterns);
+// Error: RULE_NOT_FOUND.
+void removeRules(const std::string& label, const std::vector<std::string>& patterns);
+// Of the label, or of all where it is empty; in their order.
+void listRules(const std::string& label);
+// What rules and marks say of the path, whether or not anything is there; with a slash at its end it is a folder.
+void testRules(const std::string& path);
+
+// The labels of each path, and whence it has them. Error: PATH_NOT_AN_ENTRY.
+void listLabelsOf(const std::vector<std::string>& paths);
+// The entries that carry the label, and whence they have it.
+void listFilesOf(const std::string& label);
+
 // The paths on standard input, each ended by `end`. Error: INPUT_FAILED.
 std::vector<std::string> readPaths(char end);
 

@@ -8,6 +8,7 @@
 #include "commands/Commands.h"
 #include "folder_host/files/EntryTable.h"
 #include "judgement/Judge.h"
+#include "output/LabelReport.h"
 #include "output/Output.h"
 #include "output/Report.h"
 #include "settings/OpenProject.h"
@@ -21,6 +22,7 @@ namespace project_share {
 using folder_host::Entry;
 using folder_host::EntryKind;
 using folder_host::FolderProject;
+using folder_host::LabelSource;
 
 namespace {
 
@@ -40,36 +42,92 @@ std::string indented(const Entry& entry) {
   return std::string(2 * depth, ' ') + freeName(name + (entry.kind == EntryKind::folder ? "/" : ""));
 }
 
+// What of the entries that are shared lacks a label of a drop-files filter by an exception, or by a rule that takes it
+// away: whoever looks through the tree has to see that this is meant.
+class Exceptions {
+ public:
+  Exceptions(const folder_host::WorkingCopy& project, const Judgement& judgement)
+      : project_(project), judgement_(judgement), sources_(project.effective().sources()) {
+    const auto manager = managerOf(*project.clone());
+    for (const auto& filter : manager->getProfileByUUID(judgement.uuid)->getFilters()) {
+      if (!dropsFiles(filter->getType())) continue;
+      for (const auto& item : filter->getItems()) {
+        if (const auto label = sources_.find(item.labelUUID)) labels_.insert(*label);
+      }
+    }
+  }
+
+  // "excepted with 'drafts/final/' from audience/internal"
+  std::vector<std::string> of(std::size_t entry) const {
+    std::vector<std::string> texts;
+    if (judgement_.reasons[entry].rule != Reason::Rule::none) return texts;
+    const Entry& listed = project_.table()[entry];
+    for (const std::size_t label : labels_) {
+      const auto source = sources_.sourceOf(listed.path, listed.kind == EntryKind::folder, label);
+      if (source.kind == LabelSource::Kind::exception || source.kind == LabelSource::Kind::negatedRule) {
+        texts.push_back(textOf(source, listed.path) + " from " + freeName(nameOf(sources_.labels()[label])));
+      }
+    }
+    return texts;
+  }
+
+ private:
+  const folder_host::WorkingCopy& project_;
+  const Judgement& judgement_;
+  const folder_host::LabelSources& sources_;
+  std::set<std::size_t> labels_;
+};
+
+// Where the labels for which the entry is held back come from, unless they are attached to it: " (from 'drafts/')".
+std::string whenceOf(const folder_host::WorkingCopy& project, const Judgement& judgement, std::size_t entry) {
+  const Entry& listed = project.table()[entry];
+  const auto& sources = project.effective().sources();
+  std::set<std::string> whence;
+  for (const std::size_t label : judgement.reasons[entry].labels) {
+    const auto index = sources.find(judgement.labels[label].uuid);
+    const LabelSource source = sources.sourceOf(listed.path, listed.kind == EntryKind::folder, index.value());
+    if (source.gives() && source.at + source.pattern != listed.path) whence.insert(textOf(source, listed.path));
+  }
+  return whence.empty() ? "" : fmt::format(" ({})", fmt::join(whence, ", "));
+}
+
 // One line an entry of the tree: '-' is held back, '~' is shared only for the sake of what is below it. Each mark is a
 // character and not a colour alone, so that it is there in a file and for whoever does not see colours.
-void printTreeLine(const Judgement& judgement, const Entry& entry, const Reason& reason, const Spared* spared) {
+void printTreeLine(const folder_host::WorkingCopy& project, const Judgement& judgement, const Exceptions& exceptions,
+                   std::size_t entry) {
+  const Entry& listed = project.table()[entry];
+  const Reason& reason = judgement.reasons[entry];
+  const Spared* spared = sparedOf(judgement, listed);
   if (reason.rule != Reason::Rule::none) {
-    line(fmt::format("- {}  {}", indented(entry), textOf(judgement, reason)), Tone::heldBack);
+    line(fmt::format("- {}  {}{}", indented(listed), textOf(judgement, reason), whenceOf(project, judgement, entry)),
+         Tone::heldBack);
   } else if (spared != nullptr) {
-    line(fmt::format("~ {}  {}", indented(entry), textOf(judgement, *spared)), Tone::warning);
+    line(fmt::format("~ {}  {}", indented(listed), textOf(judgement, *spared)), Tone::warning);
   } else {
-    line("  " + indented(entry));
+    const auto excepted = exceptions.of(entry);
+    line(fmt::format("  {}{}{}", indented(listed), excepted.empty() ? "" : "  shared, ", fmt::join(excepted, ", ")));
   }
 }
 
-Json jsonLine(const Judgement& judgement, const Entry& entry, const Reason& reason, const Spared* spared) {
+Json jsonLine(const folder_host::WorkingCopy& project, const Judgement& judgement, std::size_t entry) {
+  const Entry& listed = project.table()[entry];
+  const Reason& reason = judgement.reasons[entry];
   Json object{{"type", "entry"}};
-  object.update(jsonOf(entry));
+  object.update(jsonOf(listed));
   object["shared"] = reason.rule == Reason::Rule::none;
   if (reason.rule != Reason::Rule::none) object["reason"] = jsonOf(judgement, reason);
-  if (spared != nullptr) object["spared"] = jsonOf(judgement, *spared);
+  if (const Spared* spared = sparedOf(judgement, listed)) object["spared"] = jsonOf(judgement, *spared);
+  object["labels"] = jsonOfLabels(project, entry);
   return object;
 }
 
 void printTree(const folder_host::WorkingCopy& copy, const Judgement& judgement) {
-  const std::vector<Entry>& entries = copy.listing().entries;
-  for (const std::size_t i : treeOrder(entries)) {
-    const Spared* spared = sparedOf(judgement, entries[i]);
-    const Reason& reason = judgement.reasons[i];
+  const Exceptions exceptions(copy, judgement);
+  for (const std::size_t i : treeOrder(copy.listing().entries)) {
     if (manner().json) {
-      item({}, jsonLine(judgement, entries[i], reason, spared));
+      item({}, jsonLine(copy, judgement, i));
     } else {
-      printTreeLine(judgement, entries[i], reason, spared);
+      printTreeLine(copy, judgement, exceptions, i);
     }
   }
 }
@@ -127,17 +185,6 @@ std::string answer(const Judgement& judgement, const Entry& entry, const Reason&
   return fmt::format("{} is shared: no filter of {} selects it", name, profile);
 }
 
-// By name.
-std::vector<folder_host::LabelRecord> labelsOf(const folder_host::LabelStore& store, const std::string& path) {
-  std::set<std::u16string> uuids;
-  for (const auto& label : store.labelsOf(path)) uuids.insert(label.getUUID());
-  std::vector<folder_host::LabelRecord> labels;
-  for (folder_host::LabelRecord& label : store.list()) {
-    if (uuids.count(label.uuid) != 0) labels.push_back(std::move(label));
-  }
-  return labels;
-}
-
 }  // namespace
 
 // What speaks against a share comes behind the tree, which may be long: people read the end.
@@ -167,14 +214,12 @@ void explainPath(const std::string& named, const std::string& word) {
   const Entry& entry = copy->listing().entries[*index];
   const Reason& reason = judgement.reasons[*index];
   const Spared* spared = sparedOf(judgement, entry);
-  Json object = jsonLine(judgement, entry, reason, spared);
+  Json object = jsonLine(*copy, judgement, *index);
   object["profile"] = {{"uuid", utf8(judgement.uuid)}, {"name", utf8(judgement.name)}};
-  object["labels"] = Json::array();
-  for (const auto& label : labelsOf(copy->getLabelManager(), path)) object["labels"].push_back(jsonOf(label));
   item(answer(judgement, entry, reason, spared), object);
   if (manner().json) return;
-  for (const folder_host::LabelRecord& label : labelsOf(copy->getLabelManager(), path))
-    line("label  " + freeName(nameOf(label)));
+  for (const std::string& label : labelTextsOf(*copy, *index)) line("label  " + label);
+  for (const std::string& label : Exceptions(*copy, judgement).of(*index)) line(label);
 }
 
 }  // namespace project_share

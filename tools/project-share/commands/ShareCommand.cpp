@@ -152,6 +152,15 @@ void report(const Judgement& judgement, const folder_host::HandedOut& result, co
   if (!manner().json) line(textOf(judgement.leaving));
 }
 
+// The copy is there: that nothing could be noted is no failure of the share.
+void remember(const FolderProject& project, const WorkingCopy& copy, std::vector<Risk>& notes) {
+  try {
+    project.remember(copy.tableInCommon(), {});
+  } catch (const Refusal& error) {
+    notes.push_back({risks::MEMORY_FAILED.identifier, {}, error.what()});
+  }
+}
+
 // The two words are easily exchanged, and a folder named like a profile would be made in the wrong place.
 std::shared_ptr<profiles::ExportProfile> profileOf(WorkingCopy& copy, const ShareWords& words) {
   const auto manager = managerOf(copy);
@@ -183,6 +192,7 @@ void share(const ShareWords& words) {
   if (!words.receipt.empty()) receipt.emplace(*copy, place, words.receipt);
   const folder_host::HandedOut result = handOut(judgement, place, words, receipt, interruption);
   project.confirm();
+  remember(project, *copy, judgement.found.notes);
   report(judgement, result, words);
 }
 

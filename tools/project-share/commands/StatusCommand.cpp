@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <map>
 #include <optional>
 #include <set>
 
@@ -25,27 +24,42 @@ using folder_host::WorkingCopy;
 
 namespace {
 
-Entries unlabelledIn(WorkingCopy& copy) {
-  const std::vector<bool> labelled = copy.labelled();
-  Entries unlabelled;
-  for (std::size_t i = 0; i < labelled.size(); ++i) {
-    if (!labelled[i]) unlabelled.push_back(&copy.listing().entries[i]);
-  }
-  return unlabelled;
+// By entry.
+std::vector<bool> labelledIn(const WorkingCopy& copy) {
+  std::vector<bool> labelled(copy.table().size());
+  for (std::size_t i = 0; i < labelled.size(); ++i) labelled[i] = !copy.effective().of(i).empty();
+  return labelled;
 }
 
-void printUnlabelled(const Entries& unlabelled) {
-  // In a project that nobody has labelled yet these are all entries: people get a few of them, and programs all.
+void printUnlabelled(const folder_host::Entry& entry, std::size_t below) {
+  Json object{{"type", "unlabelled"}};
+  object.update(jsonOf(entry));
+  const std::string more = below > 0 ? fmt::format("  (and {} below)", counted(below, "entry", "entries")) : "";
+  item("unlabelled  " + freeName(nameOf(entry)) + more, object);
+}
+
+// A folder in which nothing has a label is told of once, with all that lies in it. In a project that nobody has
+// labelled yet there may be many all the same: people get a few of them, and programs each entry.
+void printUnlabelled(const WorkingCopy& copy, const std::vector<bool>& labelled, bool all) {
   constexpr std::size_t MOST = 20;
-  const std::size_t shownOnes = manner().json ? unlabelled.size() : std::min(unlabelled.size(), MOST);
-  for (std::size_t i = 0; i < shownOnes; ++i) {
-    Json object{{"type", "unlabelled"}};
-    object.update(jsonOf(*unlabelled[i]));
-    item("unlabelled  " + freeName(nameOf(*unlabelled[i])), object);
+  const auto& table = copy.table();
+  std::vector<std::size_t> below(table.size());  // entries without a label, where there are no others
+  std::vector<bool> isMixed = labelled;
+  for (std::size_t i = table.size(); i-- > 0;) {
+    const std::size_t folder = table.parentOf(i);
+    if (folder == folder_host::EntryTable::ROOT) continue;
+    isMixed[folder] = isMixed[folder] || isMixed[i];
+    below[folder] += below[i] + 1;
   }
-  if (shownOnes < unlabelled.size()) {
-    line(fmt::format("unlabelled: {} more; --json lists all", unlabelled.size() - shownOnes));
+  std::vector<bool> isTold(table.size());  // with a folder
+  std::size_t told = 0;
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    const std::size_t folder = table.parentOf(i);
+    isTold[i] = !all && folder != folder_host::EntryTable::ROOT && (isTold[folder] || !isMixed[folder]);
+    if (labelled[i] || isTold[i]) continue;
+    if (all || ++told <= MOST) printUnlabelled(table[i], all || isMixed[i] ? 0 : below[i]);
   }
+  if (!all && told > MOST) line(fmt::format("unlabelled: {} more; 'status --all' lists each", told - MOST));
 }
 
 void printProfile(WorkingCopy& copy, const profiles::ExportProfile& profile) {
@@ -53,8 +67,9 @@ void printProfile(WorkingCopy& copy, const profiles::ExportProfile& profile) {
   const Judgement judgement = judge(copy, profile);
   const std::string prefix = fmt::format("profile {}: ", freeName(judgement.name));
   const Json more{{"profile", jsonOf(profile)}};
-  printNotes(refusedAmong(judgement.found.notes, {risks::LABEL_ON_MISSING_PATH.identifier}), prefix,
-             more);  // it has been told
+  const Allowances told{risks::LABEL_ON_MISSING_PATH.identifier, risks::RULE_IDLE.identifier,
+                        risks::MEMORY_UNREADABLE.identifier};
+  printNotes(refusedAmong(judgement.found.notes, told), prefix, more);
   printRisks(judgement.found.risks, prefix, more);
 }
 
@@ -96,30 +111,29 @@ std::vector<Risk> doubtfulNames(const std::vector<LabelRecord>& labels, profiles
 
 }  // namespace
 
-void showStatus() {
+void showStatus(bool all) {
   const auto copy = openProject().workingCopy();  // store and folder at one moment
   const folder_host::LabelStore& labels = copy->getLabelManager();
   const auto listed = profilesByName(*managerOf(*copy));
   const std::vector<LabelRecord> records = labels.list();
-  const auto unlabelled = unlabelledIn(*copy);
+  const std::vector<bool> labelled = labelledIn(*copy);
+  const auto unlabelled = std::count(labelled.begin(), labelled.end(), false);
 
-  std::map<std::u16string, std::size_t> paths;
-  for (const auto& attachment : labels.attachments()) ++paths[attachment.second];
-  for (const LabelRecord& label : records) printLabel(label, paths[label.uuid]);
-  printUnlabelled(unlabelled);
+  for (const LabelRecord& label : records) printLabel(label, copy->effective().sources());
+  printUnlabelled(*copy, labelled, all || manner().json);
   printSkipped(copy->listing());
-  printNotes(missingPaths(*copy));
+  printNotes(doubtsAboutLabels(*copy));
   printNotes(doubtfulNames(records, *managerOf(*copy)));
   for (const auto& profile : listed) printProfile(*copy, *profile);
   const std::size_t entries = copy->listing().entries.size();
   Json summary{{"type", "summary"},
                {"entries", entries},
-               {"unlabelled", unlabelled.size()},
+               {"unlabelled", unlabelled},
                {"labels", records.size()},
                {"profiles", listed.size()}};
   putPath(summary, "project", copy->root());
   item(fmt::format("{}: {}, {} without a label; {}; {}.", freeName(copy->root()), counted(entries, "entry", "entries"),
-                   unlabelled.size(), counted(records.size(), "label", "labels"),
+                   unlabelled, counted(records.size(), "label", "labels"),
                    counted(listed.size(), "profile", "profiles")),
        summary);
 }

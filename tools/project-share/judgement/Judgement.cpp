@@ -65,42 +65,25 @@ class Explanation {
       ++turn;
     }
     if (turn != turns.end()) throw std::logic_error("a turn was taken by no filter");
+    addSpared();
   }
 
-  void addHostRules(const folder_host::HostRemovals& removals) {
-    for (const std::size_t link : removals.links) judgement_.reasons[link].rule = Reason::Rule::link;
-    for (const std::size_t folder : removals.emptied) judgement_.reasons[folder].rule = Reason::Rule::emptied;
-  }
-
-  // Each file that is shared tells the folders above it, up to the first that has been told.
+  // The folders that are selected and not held back by a filter; for whose sake is not known yet.
   void addSpared() {
-    const EntryTable& table = project_.table();
-    std::vector<const Entry*> because(table.size());
-    for (const Entry* entry : judgement_.shared) {
-      if (entry->kind == EntryKind::folder) continue;
-      for (auto at = table.parentOf(indexOf(entry)); at != EntryTable::ROOT; at = table.parentOf(at)) {
-        if (because[at] != nullptr) break;
-        because[at] = entry;
-      }
-    }
-    for (const Entry* entry : judgement_.shared) {
-      const std::size_t index = indexOf(entry);
-      if (because[index] == nullptr || !isSpared(index)) continue;
-      const auto dropped = dropped_.find(index);
-      const Reason& reason = dropped != dropped_.end() ? dropped->second : spared_.at(index);
-      judgement_.spared.push_back({entry, dropped != dropped_.end(), reason.filter, because[index], reason.labels});
+    for (std::size_t i = 0; i < heldBack_.size(); ++i) {
+      if (heldBack_[i] || !isSpared(i)) continue;
+      const auto dropped = dropped_.find(i);
+      const Reason& reason = dropped != dropped_.end() ? dropped->second : spared_.at(i);
+      judgement_.spared.push_back(
+          {&project_.table()[i], dropped != dropped_.end(), reason.filter, nullptr, reason.labels});
     }
   }
 
  private:
-  std::size_t indexOf(const Entry* entry) const {
-    return static_cast<std::size_t>(entry - project_.listing().entries.data());
-  }
-
   // The labels that the entry has, less those that filters have removed. A filter sees a label no more that one before
   // it has removed, so neither may the question why.
   Labels labelsOf(std::size_t entry) const {
-    Labels labels = project_.labelsOf(entry);
+    Labels labels = project_.effective().fileLabelsOf(entry);
     const auto isRemoved = [&](const auto& label) { return removed_[labelIndices_.at(label.getUUID())]; };
     labels.erase(std::remove_if(labels.begin(), labels.end(), isRemoved), labels.end());
     return labels;
@@ -130,8 +113,8 @@ class Explanation {
       for (const std::size_t entry : selected) judgement_.dropped[entry] = judgement_.dropped[entry] || drops;
       return !selected.empty();
     }
-    const Selection alone = project_share::selectedBy(filter, project_.table().size(),
-                                                      [&](std::size_t entry) { return project_.labelsOf(entry); });
+    const Selection alone = project_share::selectedBy(
+        filter, project_.table().size(), [&](std::size_t entry) { return project_.effective().fileLabelsOf(entry); });
     for (std::size_t i = 0; drops && i < alone.size(); ++i) judgement_.dropped[i] = judgement_.dropped[i] || alone[i];
     return std::find(alone.begin(), alone.end(), true) != alone.end();
   }
@@ -209,19 +192,88 @@ class Explanation {
 
 }  // namespace
 
+namespace {
+
+void addHostRules(const folder_host::HostRemovals& removals, std::vector<Reason>& reasons) {
+  for (const std::size_t link : removals.links) reasons[link].rule = Reason::Rule::link;
+  for (const std::size_t folder : removals.emptied) reasons[folder].rule = Reason::Rule::emptied;
+}
+
+// Keeps of the spared folders those that are shared, each for the sake of what is shared below it. Each file that is
+// shared tells the folders above it, up to the first that has been told.
+void addReasonsOfSpared(const WorkingCopy& copy, Judgement& judgement) {
+  const EntryTable& table = copy.table();
+  const auto indexOf = [&](const Entry* entry) {
+    return static_cast<std::size_t>(entry - copy.listing().entries.data());
+  };
+  std::vector<const Entry*> because(table.size());
+  for (const Entry* entry : judgement.shared) {
+    if (entry->kind == EntryKind::folder) continue;
+    for (auto at = table.parentOf(indexOf(entry)); at != EntryTable::ROOT; at = table.parentOf(at)) {
+      if (because[at] != nullptr) break;
+      because[at] = entry;
+    }
+  }
+  auto& spared = judgement.spared;
+  for (Spared& one : spared) one.because = because[indexOf(one.folder)];
+  const auto isHeldBack = [](const Spared& one) { return one.because == nullptr; };
+  spared.erase(std::remove_if(spared.begin(), spared.end(), isHeldBack), spared.end());
+}
+
+// Judges by the labels that the entries of the project have there. Gives what is shared.
+std::shared_ptr<WorkingCopy> judgeBy(const WorkingCopy& project, const Filters& filters, Judgement& judgement) {
+  judgement.labels = project.labels().list();
+  // Only the clone loses anything: which labels an entry had is asked of the project afterwards.
+  auto copy = project.clone();
+  const auto stripped = folder_host::strip(copy, profiles::ExportProfileTransformation(judgement.uuid));
+  Explanation(project, judgement).run(filters, stripped.turns);
+  addHostRules(stripped.byHost, judgement.reasons);
+  return copy;
+}
+
+// Holds back in the copy, and in its judgement, what is not shared by the labels that the entries had.
+void judgeByWhatTheyHad(const WorkingCopy& project, const Filters& filters, Judgement& judgement, WorkingCopy& copy) {
+  const auto& differing = project.followed().differing();
+  if (differing.empty()) return;
+  Judgement before;
+  before.uuid = judgement.uuid;
+  const auto shared = judgeBy(*project.asItWas(), filters, before);
+  for (const auto& [entry, had] : differing) {
+    const bool isShared = !copy.heldBack()[entry], wasShared = !shared->heldBack()[entry];
+    if (isShared != wasShared) judgement.followed.push_back({entry, wasShared, &had.from});
+  }
+  for (std::size_t i = 0; i < judgement.reasons.size(); ++i) {
+    judgement.dropped[i] = judgement.dropped[i] || before.dropped[i];
+    if (copy.heldBack()[i] || !shared->heldBack()[i]) continue;
+    judgement.reasons[i] = std::move(before.reasons[i]);
+    const auto differs = differing.find(i);
+    if (differs != differing.end()) judgement.reasons[i].from = &differs->second.from;
+  }
+  for (std::size_t i = 0; i < judgement.filters.size(); ++i) {
+    FilterEffect& effect = judgement.filters[i];
+    effect.matches = effect.matches || before.filters[i].matches;
+    for (const Entry* entry : before.filters[i].heldBack) {
+      const auto index = static_cast<std::size_t>(entry - project.listing().entries.data());
+      if (!copy.heldBack()[index]) effect.heldBack.push_back(entry);
+    }
+    std::sort(effect.heldBack.begin(), effect.heldBack.end());
+  }
+  copy.holdBack(shared->heldBack());
+  // A folder of which one half was shared by the labels of each of both is empty now.
+  addHostRules(copy.applyHostRules(), judgement.reasons);
+}
+
+}  // namespace
+
 Judgement judged(const WorkingCopy& project, const std::u16string& uuid, const Filters& filters) {
   Judgement judgement;
   judgement.uuid = uuid;
-  judgement.labels = project.labels().list();
-  // Only the clone loses anything: which labels an entry had is asked of the project afterwards.
-  const auto copy = project.clone();
-  const auto stripped = folder_host::strip(copy, profiles::ExportProfileTransformation(uuid));
+  project.followed();  // once, for all clones
+  const auto copy = judgeBy(project, filters, judgement);
+  judgeByWhatTheyHad(project, filters, judgement, *copy);
   judgement.copy = copy;
   judgement.shared = copy->entries();
-  Explanation explanation(project, judgement);
-  explanation.run(filters, stripped.turns);
-  explanation.addHostRules(stripped.byHost);
-  explanation.addSpared();
+  addReasonsOfSpared(*copy, judgement);
   const auto leaving = copy->labelsThatLeave();
   for (const LabelRecord& label : judgement.labels) {
     const auto found = leaving.find(label.uuid);

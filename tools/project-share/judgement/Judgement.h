@@ -27,6 +27,15 @@ struct Reason {
   std::size_t filter = 0;  // from 1
   // Those of its labels that suffice for the filter: indices into Judgement::labels. Empty: it carries none.
   std::vector<std::size_t> labels;
+  // Where the entry got these labels: set where it is held back only by what it had (see folder_host::Followed).
+  const std::string* from = nullptr;
+};
+
+// An entry that had other labels than it has, and that only one of both would share: it is held back.
+struct FollowedEntry {
+  std::size_t entry;
+  bool isHeldBackByWhatItHas;  // else by what it had
+  const std::string* from;     // where it got what it had
 };
 
 // A folder that a filter selects by its labels, and that is shared for the sake of what is shared below it.
@@ -65,6 +74,7 @@ struct Judgement {
   std::vector<FilterEffect> filters;                     // as the profile applies them
   std::vector<Reason> reasons;                           // of every entry of the listing
   folder_host::Selection dropped;                        // a drop-files filter selects the entry by its labels
+  std::vector<FollowedEntry> followed;                   // in the order of the listing
   std::vector<Spared> spared;                            // of the folders that are shared, in the order of the listing
   std::vector<LeavingLabel> leaving;                     // by name
   Findings found;                                        // what speaks against it, and what is worth knowing
@@ -72,7 +82,8 @@ struct Judgement {
 
 // Judged, and nothing found yet. The library judges: its transformation is run over a clone of the project, as any host
 // runs it, and what each filter did is told from what it changed; `filters` are those of the profile of that UUID, and
-// are asked why. The project is as it was. Throws std::logic_error where what changed cannot have been those filters.
+// are asked why. Where entries had other labels than they have, it is run once more by those, and shared is what both
+// share. The project is as it was. Throws std::logic_error where what changed cannot have been those filters.
 Judgement judged(const folder_host::WorkingCopy& project, const std::u16string& uuid, const Filters& filters);
 
 // "filter 1, drop-files"

@@ -45,18 +45,45 @@ std::string Mending::detach(const LabelRecord& label, const Paths& paths) const 
   return commandFor("detach", label, paths);
 }
 
-std::string Mending::detachFolderOnly(const LabelRecord& label, const std::string& path) const {
-  return commandOf({"label", "detach", nameOf(label), fromHere(copy_.root(), path)}, "--folder-only");
+std::string Mending::follow(const std::string& path) const {
+  return commandOf({"label", "follow", fromHere(copy_.root(), path)});
 }
 
-std::vector<std::u16string> Mending::droppingLabelsOf(const std::string& path) const {
-  std::vector<std::u16string> uuids;
-  for (const auto& label : copy_.labels().labelsOf(path)) {
-    const std::u16string uuid = label.getUUID();
-    const auto is = [&](const LabelRecord& record) { return record.uuid == uuid; };
-    if (std::any_of(dropped_.begin(), dropped_.end(), is)) uuids.push_back(uuid);
+// Any edit on the entry settles it. What it had too much is detached, and what it lacked attached, so that the command
+// says what it is for.
+std::string Mending::settle(std::size_t entry) const {
+  const auto& sources = copy_.effective().sources();
+  const folder_host::LabelSet has = copy_.effective().of(entry);
+  const folder_host::LabelSet& had = copy_.followed().differing().at(entry).labels;
+  for (const std::size_t label : had) {
+    if (!std::binary_search(has.begin(), has.end(), label))
+      return detach(sources.labels()[label], {copy_.table()[entry].path});
   }
-  return uuids;
+  for (const std::size_t label : has) {
+    if (!std::binary_search(had.begin(), had.end(), label))
+      return attach(sources.labels()[label], {copy_.table()[entry].path});
+  }
+  return {};
+}
+
+std::string Mending::callMissing(const std::string& path) const {
+  return commandOf({"label", "missing", fromHere(copy_.root(), path)});
+}
+
+std::vector<std::u16string> Mending::droppingLabelsOf(std::size_t entry) const {
+  const auto& sources = copy_.effective().sources();
+  folder_host::LabelSet labels = copy_.effective().of(entry);
+  const auto had = copy_.followed().differing().find(entry);
+  if (had != copy_.followed().differing().end()) {
+    labels.insert(labels.end(), had->second.labels.begin(), had->second.labels.end());
+  }
+  std::set<std::u16string> uuids;
+  for (const std::size_t label : labels) {
+    const std::u16string& uuid = sources.labels()[label].uuid;
+    const auto is = [&](const LabelRecord& record) { return record.uuid == uuid; };
+    if (std::any_of(dropped_.begin(), dropped_.end(), is)) uuids.insert(uuid);
+  }
+  return {uuids.begin(), uuids.end()};
 }
 
 // The command that is told has to work as it stands. Which label is meant nobody can know; the first by name holds the
@@ -65,7 +92,9 @@ std::string Mending::holdBack(const Paths& paths) const {
   if (!dropped_.empty()) return "hold it back: " + attach(dropped_.front(), paths);
   // A keep-files filter holds back what has no label, so an entry is held back when all of its labels are taken off.
   std::string commands;
-  for (const auto& carried : copy_.labels().labelsOf(paths.front())) {
+  const auto entry = copy_.table().find(paths.front());
+  for (const auto& carried :
+       entry ? copy_.effective().fileLabelsOf(*entry) : std::vector<project::management::FileLabel>()) {
     const auto label = labels_.find(carried.getUUID());
     if (label != labels_.end()) commands += (commands.empty() ? "" : " && ") + detach(label->second, paths);
   }

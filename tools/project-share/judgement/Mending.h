@@ -24,10 +24,13 @@ class Mending {
   // instead, in words.
   std::string attach(const folder_host::LabelRecord& label, const Paths& paths) const;
   std::string detach(const folder_host::LabelRecord& label, const Paths& paths) const;
-  std::string detachFolderOnly(const folder_host::LabelRecord& label, const std::string& path) const;
+  std::string follow(const std::string& path) const;
+  // To have what the entry has counted, and not what it had: the label that it had is detached from it.
+  std::string settle(std::size_t entry) const;
+  std::string callMissing(const std::string& path) const;
 
-  // The labels of the path by which drop-files filters hold it back: UUIDs, sorted.
-  std::vector<std::u16string> droppingLabelsOf(const std::string& path) const;
+  // The labels that the entry has or had, and by which drop-files filters hold it back: UUIDs, sorted.
+  std::vector<std::u16string> droppingLabelsOf(std::size_t entry) const;
 
   // Attaches a label of a drop-files filter or, where there is none, takes off those by which a keep-files filter
   // shares the entries. Without either, what else can be done. There is a path at least.

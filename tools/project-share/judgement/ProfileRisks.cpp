@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <functional>
 #include <map>
 #include <set>
 #include <utility>
@@ -17,7 +16,6 @@
 namespace project_share {
 
 using folder_host::LabelRecord;
-using folder_host::MissingPath;
 using folder_host::WorkingCopy;
 using profiles::ExportProfile;
 
@@ -45,38 +43,144 @@ bool names(const Items& items, const LabelRecord& label) { return items.count({l
 
 std::string nameInQuotes(const LabelRecord& label) { return inQuotes(nameOf(label)); }
 
-// Labels, of those that concern, on paths at which nothing is: what was renamed or moved has lost them. Of a folder
-// that is missing, with what was below it, the folder alone, unless there were other labels below.
-std::vector<Risk> missingPathRisks(const std::vector<MissingPath>& missing, const std::vector<LabelRecord>& all,
-                                   const Mending& mending, const std::function<bool(const LabelRecord&)>& concerns) {
-  if (missing.empty()) return {};
-  std::map<std::u16string, const LabelRecord*> concerned;
-  for (const LabelRecord& label : all) {
-    if (concerns(label)) concerned.emplace(label.uuid, &label);
-  }
-  std::vector<Risk> risks;
-  const MissingPath* folder = nullptr;  // that was told of last
-  for (const MissingPath& one : missing) {
-    const auto& [path, labels] = one;
-    // A folder that was renamed takes a thousand labelled paths with it: one line tells of them all, unless what was
-    // below had labels of its own, which the folder's line does not name.
-    const bool isBelow = folder != nullptr && path.compare(0, folder->path.size() + 1, folder->path + "/") == 0;
-    std::string told, commands;
-    for (const std::u16string& uuid : labels) {
-      const auto label = concerned.find(uuid);
-      if (label == concerned.end()) continue;
-      if (isBelow && std::binary_search(folder->labels.begin(), folder->labels.end(), uuid)) continue;
-      told += (told.empty() ? "" : ", ") + nameInQuotes(*label->second);
-      commands += (commands.empty() ? "" : " && ") + mending.detach(*label->second, {path});
+// What carried a label and is not there. Of a folder that is missing, with what was below it, the folder alone, unless
+// there were other labels below.
+// A label lets something out only where a drop-files filter names it; of the others it is worth knowing. What is gone
+// for good harms nobody either: that is told from what was renamed as far as files can be told by their identity.
+class MissingPaths {
+ public:
+  MissingPaths(const WorkingCopy& project, const Mending& mending) : project_(project), mending_(mending) {}
+
+  template <class IsDropped>
+  void addTo(Findings& found, const IsDropped& isDropped) {
+    for (const Lost& lost : project_.followed().lost()) {
+      std::vector<const LabelRecord*> dropped, others;
+      for (const std::size_t index : lost.labels) {
+        const LabelRecord& label = project_.effective().sources().labels()[index];
+        if (!isTold(lost, index)) (isDropped(label) ? dropped : others).push_back(&label);
+      }
+      if (dropped.size() + others.size() == 0) continue;
+      if (!isBelow(lost)) folder_ = &lost;
+      const bool isRisk = !lost.isMeant && (lost.isFolder || lost.isUncertain);
+      if (!dropped.empty()) add(lost, dropped, isRisk ? found.risks : found.notes);
+      if (!others.empty()) add(lost, others, found.notes);
     }
-    if (told.empty()) continue;
-    if (!isBelow) folder = &one;
-    risks.push_back({risks::LABEL_ON_MISSING_PATH.identifier, path,
-                     fmt::format("nothing is at {}, which is labelled {}; where it was renamed or moved, label what it "
-                                 "is now; then: {}",
-                                 inQuotes(path), told, commands)});
   }
-  return risks;
+
+ private:
+  using Lost = folder_host::Followed::Lost;
+
+  bool isBelow(const Lost& lost) const {
+    return folder_ != nullptr && lost.path.compare(0, folder_->path.size() + 1, folder_->path + "/") == 0;
+  }
+
+  // A folder that was renamed takes a thousand labelled paths with it: one line tells of them all, unless what was
+  // below had labels of its own, which the folder's line does not name.
+  bool isTold(const Lost& lost, std::size_t label) const {
+    return isBelow(lost) && std::find(folder_->labels.begin(), folder_->labels.end(), label) != folder_->labels.end();
+  }
+
+  void add(const Lost& lost, const std::vector<const LabelRecord*>& labels, std::vector<Risk>& found) const {
+    std::string told, attach, detach, perhaps;
+    const auto candidates = project_.followed().candidatesFor(lost);
+    for (const std::size_t one : candidates)
+      perhaps += (perhaps.empty() ? ", perhaps to " : ", ") + inQuotes(project_.table()[one].path);
+    for (const LabelRecord* label : labels) {
+      told += (told.empty() ? "" : ", ") + nameInQuotes(*label);
+      const std::string here =
+          candidates.empty() ? "" : mending_.attach(*label, {project_.table()[candidates.front()].path});
+      if (!here.empty()) attach += (attach.empty() ? ": " : " && ") + here;
+      detach += (detach.empty() ? "" : " && ") + mending_.detach(*label, {lost.path});
+    }
+    found.push_back(
+        {risks::LABEL_ON_MISSING_PATH.identifier, lost.path,
+         fmt::format("nothing is at {}, which is labelled {}; where it was renamed or moved{}, label what "
+                     "it is now{}; {}where it is gone for good: {}",
+                     inQuotes(lost.path), told, perhaps, attach,
+                     lost.isMeant ? "" : fmt::format("where it will be back: {}; ", mending_.callMissing(lost.path)),
+                     detach)});
+  }
+
+  const WorkingCopy& project_;
+  const Mending& mending_;
+  const Lost* folder_ = nullptr;  // that was told of last
+};
+
+// What had other labels under another name, folder by folder.
+class FollowedNotes {
+ public:
+  FollowedNotes(const WorkingCopy& project, const Mending& mending)
+      : project_(project), differing_(project.followed().differing()), mending_(mending) {}
+
+  void addTo(Findings& found, const std::vector<FollowedEntry>& followed) {
+    std::map<std::pair<std::size_t, bool>, std::vector<std::size_t>> byTop;
+    for (const auto& [entry, byWhatItHas, from] : followed) byTop[{topOf(entry), byWhatItHas}].push_back(entry);
+    for (const auto& [top, entries] : byTop) found.notes.push_back(note(top.first, top.second, entries));
+  }
+
+ private:
+  // Who moved a folder moved all that is in it: of that, what came from the folder's old place is told with the folder.
+  std::size_t topOf(std::size_t entry) {
+    const auto [known, isNew] = tops_.emplace(entry, entry);
+    if (!isNew) return known->second;
+    const std::size_t folder = project_.table().parentOf(entry);
+    const auto moved = folder == folder_host::EntryTable::ROOT ? differing_.end() : differing_.find(folder);
+    if (moved == differing_.end()) return entry;
+    const std::string& path = project_.table()[entry].path;
+    const std::string name = path.substr(project_.table()[folder].path.size());
+    if (differing_.at(entry).from != moved->second.from + name) return entry;
+    const std::size_t top = topOf(folder);
+    return tops_[entry] = top;
+  }
+
+  Risk note(std::size_t top, bool byWhatItHas, const std::vector<std::size_t>& entries) const {
+    const std::string& path = project_.table()[top].path;
+    const std::string& from = differing_.at(top).from;
+    const bool isAlone = entries.size() == 1 && entries.front() == top;
+    const std::string what = isAlone ? inQuotes(path) + " is"
+                                     : fmt::format("of {}, {} {}", inQuotes(path), entries.size(),
+                                                   entries.size() == 1 ? "entry is" : "entries are");
+    const std::string follow = mending_.follow(path);
+    std::string message =
+        byWhatItHas ? fmt::format(
+                          "{} held back by the labels of its place; as {} it was shared; to give it the labels "
+                          "that it had: {}",
+                          what, inQuotes(from), follow)
+                    : fmt::format(
+                          "{} held back by what it had as {}; to keep it so for good: {}; to share it by what "
+                          "it has now: {}",
+                          what, inQuotes(from), follow, mending_.settle(top));
+    return {risks::LABEL_FOLLOWED.identifier, path, std::move(message), {from}};
+  }
+
+  const WorkingCopy& project_;
+  const std::map<std::size_t, folder_host::Followed::Had>& differing_;
+  const Mending& mending_;
+  std::map<std::size_t, std::size_t> tops_;
+};
+
+constexpr const char* MEMORY_TEXT =
+    "what this folder noted of its labelled entries is damaged or strange; it is made anew by the next edit or share, "
+    "and until then nothing that was renamed or moved is found again";
+
+struct IdleRule {
+  const LabelRecord* label;
+  Risk note;
+};
+
+std::vector<IdleRule> idleRules(const WorkingCopy& project) {
+  std::vector<IdleRule> idle;
+  const auto& sources = project.effective().sources();
+  for (const std::size_t index : project.effective().idleRules()) {
+    const auto& rule = sources.rules()[index];
+    const LabelRecord& label = sources.labels()[rule.label];
+    idle.push_back({&label,
+                    {risks::RULE_IDLE.identifier,
+                     {},
+                     fmt::format("the rule {} of {} decides for nothing that is there", inQuotes(rule.pattern),
+                                 nameInQuotes(label))}});
+  }
+  return idle;
 }
 
 class ProfileRisks {
@@ -87,12 +191,17 @@ class ProfileRisks {
         mending_(mending),
         judgement_(judgement),
         found_(judgement.found),
-        dropped_(itemsOf(profile, profiles::EXCLUDE_FILES_WITH_LABEL)) {}
+        dropped_(itemsOf(profile, profiles::EXCLUDE_FILES_WITH_LABEL)) {
+    for (const auto& filter : profile.getFilters()) named_.merge(itemsOf(*filter));
+  }
 
   void add() {
     addFilters();
     addMissingPaths();
+    FollowedNotes(project_, mending_).addTo(found_, judgement_.followed);
     addIdleLabels();
+    addIdleRules();
+    addHiddenRules();
     addIdleFilters();
     addSparedFolders();
     addLeavingLabels();
@@ -120,31 +229,33 @@ class ProfileRisks {
     }
   }
 
-  // Losing a label lets something out only where a drop-files filter names it.
   void addMissingPaths() {
-    const std::vector<MissingPath> missing = labelledMissingPaths(project_);
-    const auto isDropped = [&](const LabelRecord& label) { return names(dropped_, label); };
-    const auto& labels = judgement_.labels;
-    for (Risk& risk : missingPathRisks(missing, labels, mending_, isDropped)) found_.risks.push_back(std::move(risk));
-    for (Risk& note : missingPathRisks(missing, labels, mending_, std::not_fn(isDropped))) {
-      found_.notes.push_back(std::move(note));
+    if (project_.memory().isUnreadable) {
+      found_.add(risks::MEMORY_UNREADABLE, {}, MEMORY_TEXT);
     }
+    MissingPaths(project_, mending_).addTo(found_, [&](const LabelRecord& label) { return names(dropped_, label); });
   }
 
   // A file that lies in a folder that a drop-files filter selects takes the folder with it, whatever its own labels
-  // are. Of the folders above one file that carry one label the topmost alone is told of.
+  // are. Of the folders above one file that carry one label the topmost alone is told of. Where the label is about what
+  // lies below as well, the file was excepted from it, and to share the folder is what was asked for.
   void addSparedFolders() {
     std::set<std::pair<const folder_host::Entry*, std::size_t>> told;  // the file, and the label
+    const auto& sources = project_.effective().sources();
     for (const Spared& spared : judgement_.spared) {
-      if (!spared.isDropped || !told.insert({spared.because, spared.labels.front()}).second) continue;
-      // Any of the labels will do: each of them suffices for the filter.
-      const LabelRecord& label = judgement_.labels[spared.labels.front()];
       const std::string& folder = spared.folder->path;
+      const auto isAlone = [&](std::size_t label) {
+        const auto index = sources.find(judgement_.labels[label].uuid);
+        return index && sources.markOn(folder, *index) == folder_host::MarkKind::entry;
+      };
+      const auto alone = std::find_if(spared.labels.begin(), spared.labels.end(), isAlone);
+      if (!spared.isDropped || alone == spared.labels.end() || !told.insert({spared.because, *alone}).second) continue;
+      const LabelRecord& label = judgement_.labels[*alone];
       found_.add(risks::FOLDER_SPARED, folder,
-                 fmt::format("{} carries {} and is shared all the same, because of what in it does not carry it: {}; "
-                             "take the label off the folder alone: {}; or label all of it: {}",
+                 fmt::format("{} alone carries {} and is shared all the same, because of what in it does not carry it: "
+                             "{}; label all of it, now and later: {}; or take the label off: {}",
                              inQuotes(folder), nameInQuotes(label), sharedBelow(folder),
-                             mending_.detachFolderOnly(label, folder), mending_.attach(label, {folder})));
+                             mending_.attach(label, {folder}), mending_.detach(label, {folder})));
     }
   }
 
@@ -184,13 +295,13 @@ class ProfileRisks {
 
   // Labels of a drop-files filter that hold nothing back, beside others that do.
   void addIdleLabels() {
-    std::set<std::u16string> attached;
-    for (const auto& attachment : project_.labels().attachments()) attached.insert(attachment.second);
+    const auto& sources = project_.effective().sources();
+    const std::vector<std::size_t> counts = project_.effective().counts();
     for (const auto& filter : profile_.getFilters()) {
       if (!dropsFiles(filter->getType())) continue;
       const Items items = itemsOf(*filter);
       const auto isIdle = [&](const LabelRecord& label) {
-        return names(items, label) && attached.count(label.uuid) == 0;
+        return names(items, label) && counts[sources.find(label.uuid).value()] == 0;
       };
       const auto idle = std::count_if(judgement_.labels.begin(), judgement_.labels.end(), isIdle);
       // Where all of them are idle the filter as a whole is, which is told once.
@@ -198,8 +309,32 @@ class ProfileRisks {
       for (const LabelRecord& label : judgement_.labels) {
         if (!isIdle(label)) continue;
         found_.add(risks::LABEL_IDLE, {},
-                   fmt::format("the drop-files filter names {}, which is attached to nothing", nameInQuotes(label)));
+                   fmt::format("the drop-files filter names {}, which nothing carries", nameInQuotes(label)));
       }
+    }
+  }
+
+  void addIdleRules() {
+    for (IdleRule& rule : idleRules(project_)) {
+      if (names(named_, *rule.label)) found_.notes.push_back(std::move(rule.note));
+    }
+  }
+
+  // A rule says what must not leave whatever comes; an exception takes that back for one place, perhaps without knowing
+  // of the rule.
+  void addHiddenRules() {
+    const auto& sources = project_.effective().sources();
+    for (const auto& [place, kind] : sources.marks()) {
+      const auto& [path, index] = place;
+      const auto entry = project_.table().find(path);
+      const LabelRecord& label = sources.labels()[index];
+      if (kind != folder_host::MarkKind::exception || !entry || !names(dropped_, label)) continue;
+      const auto rule = sources.ruleFor(path, project_.table()[*entry].kind == folder_host::EntryKind::folder, index);
+      if (!rule.gives()) continue;
+      found_.add(
+          risks::EXCEPTION_HIDES_RULE, path,
+          fmt::format("{} is excepted from {}, which the rule {} would give it; to label it again: {}", inQuotes(path),
+                      nameInQuotes(label), inQuotes(rule.pattern), mending_.attach(label, {path})));
     }
   }
 
@@ -219,6 +354,7 @@ class ProfileRisks {
   Judgement& judgement_;
   Findings& found_;
   const Items dropped_;  // named by drop-files filters
+  Items named_;          // by any
 };
 
 }  // namespace
@@ -228,9 +364,13 @@ void addProfileRisks(WorkingCopy& project, const ExportProfile& profile, const M
 }
 
 // Of every label: which profile will be shared by is not known here.
-std::vector<Risk> missingPaths(const WorkingCopy& project) {
-  return missingPathRisks(labelledMissingPaths(project), project.labels().list(), Mending({}, project),
-                          [](const LabelRecord&) { return true; });
+std::vector<Risk> doubtsAboutLabels(const WorkingCopy& project) {
+  Findings found;
+  if (project.memory().isUnreadable) found.add(risks::MEMORY_UNREADABLE, {}, MEMORY_TEXT);
+  MissingPaths(project, Mending({}, project)).addTo(found, [](const LabelRecord&) { return true; });
+  for (Risk& note : found.notes) found.risks.push_back(std::move(note));
+  for (IdleRule& rule : idleRules(project)) found.risks.push_back(std::move(rule.note));
+  return std::move(found.risks);
 }
 
 }  // namespace project_share

@@ -29,10 +29,10 @@ struct RiskKind {
 namespace risks {
 inline constexpr RiskKind FOLDER_SPARED{
     "folder-spared", Level::risk,
-    "a drop-files filter selects a folder that is shared all the same, for a file in it does not carry the label"};
+    "a drop-files filter selects a folder that alone carries the label: a file in it does not, and is shared"};
 inline constexpr RiskKind LABEL_ON_MISSING_PATH{
     "label-on-missing-path", Level::risk,
-    "a file was renamed or moved, and has lost a label that a drop-files filter names"};
+    "what carried a label that a drop-files filter names is not there, and perhaps is under another name"};
 inline constexpr RiskKind LABEL_DELETED{"label-deleted", Level::risk,
                                         "a filter names a label that was deleted, and selects nothing by it"};
 inline constexpr RiskKind FILTER_SKIPPED{
@@ -62,6 +62,18 @@ inline constexpr RiskKind FILTER_IDLE{"filter-idle", Level::note,
                                       "a filter can take nothing out, or there is no filter at all"};
 inline constexpr RiskKind LABEL_IDLE{"label-idle", Level::note,
                                      "a label that a drop-files filter names is attached to nothing"};
+inline constexpr RiskKind RULE_IDLE{"rule-idle", Level::note, "a rule decides for nothing that is there"};
+inline constexpr RiskKind LABEL_FOLLOWED{
+    "label-followed", Level::note,
+    "an entry had other labels under another name, and is held back because only one of both would share it"};
+inline constexpr RiskKind EXCEPTION_HIDES_RULE{"exception-hides-rule", Level::note,
+                                               "an exception hides a rule of a label that a drop-files filter names"};
+inline constexpr RiskKind MEMORY_UNREADABLE{
+    "memory-unreadable", Level::note,
+    "what the folder noted of labelled entries is damaged: what was renamed is not found again"};
+inline constexpr RiskKind MEMORY_FAILED{
+    folder_host::errors::MEMORY_FAILED, Level::note,
+    "it could not be noted which entries have labels: what is renamed is not found again"};
 inline constexpr RiskKind ALLOW_IDLE{"allow-idle", Level::note, "an --allow allowed nothing"};
 inline constexpr RiskKind LABEL_ON_LINK{"label-on-link", Level::note,
                                         "a label was attached to a link, and not to what it leads to"};
@@ -70,10 +82,11 @@ inline constexpr RiskKind LOOKS_ALIKE{"looks-alike", Level::note,
                                       "two labels, categories or profiles have names that look alike"};
 
 inline constexpr const RiskKind* ALL[] = {
-    &FOLDER_SPARED, &LABEL_ON_MISSING_PATH, &LABEL_DELETED,  &FILTER_SKIPPED, &HISTORY_INSIDE,
-    &LEFTOVER,      &SAME_CONTENT,          &NESTED_PROJECT, &LABEL_LEAVES,   &LABEL_PROTECTED,
-    &NAMES_COLLIDE, &NOTHING_SHARED,        &ENTRY_CHANGED,  &FILTER_IDLE,    &LABEL_IDLE,
-    &ALLOW_IDLE,    &LABEL_ON_LINK,         &LABEL_UNNAMED,  &LOOKS_ALIKE};
+    &FOLDER_SPARED, &LABEL_ON_MISSING_PATH, &LABEL_DELETED,        &FILTER_SKIPPED,    &HISTORY_INSIDE,
+    &LEFTOVER,      &SAME_CONTENT,          &NESTED_PROJECT,       &LABEL_LEAVES,      &LABEL_PROTECTED,
+    &NAMES_COLLIDE, &NOTHING_SHARED,        &ENTRY_CHANGED,        &FILTER_IDLE,       &LABEL_IDLE,
+    &RULE_IDLE,     &LABEL_FOLLOWED,        &EXCEPTION_HIDES_RULE, &MEMORY_UNREADABLE, &MEMORY_FAILED,
+    &ALLOW_IDLE,    &LABEL_ON_LINK,         &LABEL_UNNAMED,        &LOOKS_ALIKE};
 }  // namespace risks
 
 // What was found of one share. A kind's level is what it mostly is: a label on a missing path lets nothing out where no

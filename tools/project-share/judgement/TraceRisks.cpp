@@ -144,7 +144,7 @@ class Traces {
   Labels labelsOf(const std::vector<std::size_t>& entries) const {
     Labels labels;
     for (const std::size_t entry : entries) {
-      for (const std::u16string& uuid : mending_.droppingLabelsOf(pathOf(entry))) labels.insert(indices_.at(uuid));
+      for (const std::u16string& uuid : mending_.droppingLabelsOf(entry)) labels.insert(indices_.at(uuid));
     }
     return labels;
   }

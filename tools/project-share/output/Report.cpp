@@ -37,7 +37,8 @@ std::string textOf(const Judgement& judgement, const Reason& reason) {
     case Reason::Rule::none:
       return {};
     case Reason::Rule::filter:
-      return selection(judgement, reason.filter, reason.labels);
+      return selection(judgement, reason.filter, reason.labels) +
+             (reason.from == nullptr ? "" : ", as it was when it was " + inQuotes(*reason.from));
     case Reason::Rule::folder:
       return nameOfFilter(judgement, reason.filter) + ": lies in a folder that is held back";
     case Reason::Rule::link:
@@ -62,6 +63,7 @@ Json jsonOf(const Judgement& judgement, const Reason& reason) {
               {"kind", wordOf(judgement.filters[reason.filter - 1].kind)}};
   object["labels"] = Json::array();
   for (const std::size_t label : reason.labels) object["labels"].push_back(jsonOf(judgement.labels[label]));
+  if (reason.from != nullptr) putPath(object, "from", *reason.from);
   return object;
 }
 
@@ -111,11 +113,34 @@ Json jsonOf(const std::vector<LeavingLabel>& leaving) {
   return labels;
 }
 
-void printLabel(const folder_host::LabelRecord& label, std::size_t paths) {
+LabelCounts countsOf(const folder_host::LabelRecord& label, const folder_host::LabelSources& sources) {
+  LabelCounts counts;
+  const auto index = sources.find(label.uuid);
+  for (const auto& [place, kind] : sources.marks()) {
+    if (place.second != index) continue;
+    ++(kind == folder_host::MarkKind::exception ? counts.exceptions : counts.paths);
+  }
+  for (const auto& rule : sources.rules()) counts.rules += rule.label == index ? 1U : 0U;
+  return counts;
+}
+
+std::string textOf(const LabelCounts& counts) {
+  std::string text = counted(counts.paths, "path", "paths");
+  if (counts.exceptions > 0) text += ", " + counted(counts.exceptions, "exception", "exceptions");
+  if (counts.rules > 0) text += ", " + counted(counts.rules, "rule", "rules");
+  return text;
+}
+
+Json jsonOf(const LabelCounts& counts) {
+  return {{"paths", counts.paths}, {"exceptions", counts.exceptions}, {"rules", counts.rules}};
+}
+
+void printLabel(const folder_host::LabelRecord& label, const folder_host::LabelSources& sources) {
+  const LabelCounts counts = countsOf(label, sources);
   Json object{{"type", "label"}};
   object.update(jsonOf(label));
-  object["paths"] = paths;
-  item(fmt::format("{}  {}  {}{}", freeName(label.uuid), freeName(nameOf(label)), counted(paths, "path", "paths"),
+  object.update(jsonOf(counts));
+  item(fmt::format("{}  {}  {}{}", freeName(label.uuid), freeName(nameOf(label)), textOf(counts),
                    label.isProtected ? ", protected" : ""),
        object);
 }

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "folder_host/labels/LabelSources.h"
 #include "judgement/Judgement.h"
 #include "output/Json.h"
 
@@ -30,8 +31,18 @@ void printNotes(const std::vector<Risk>& notes, const std::string& prefix = {}, 
 // "Labels that leave with the copy: 'audience/everyone' on 2 entries."
 std::string textOf(const std::vector<LeavingLabel>& leaving);
 Json jsonOf(const std::vector<LeavingLabel>& leaving);
-// As `label list` gives it: attached to so many paths.
-void printLabel(const folder_host::LabelRecord& label, std::size_t paths);
+// How often a label is stored.
+struct LabelCounts {
+  std::size_t paths = 0;  // with a mark that gives it
+  std::size_t exceptions = 0;
+  std::size_t rules = 0;
+};
+LabelCounts countsOf(const folder_host::LabelRecord& label, const folder_host::LabelSources& sources);
+std::string textOf(const LabelCounts& counts);  // "3 paths, 1 exception, 2 rules"
+Json jsonOf(const LabelCounts& counts);
+
+// As `label list` gives it.
+void printLabel(const folder_host::LabelRecord& label, const folder_host::LabelSources& sources);
 // What lies in the project and is no file, folder or link: it is never shared.
 void printSkipped(const folder_host::Listing& listing);
 

@@ -60,7 +60,8 @@ std::string commandOf(const std::vector<std::string>& words, const std::string& 
 // Elsewhere the absolute path, which is right in any working directory.
 std::string fromHere(const std::string& root, const std::string& path) {
   std::error_code error;
-  if (std::filesystem::current_path(error) == root) return path;
+  if (std::filesystem::current_path(error) == root) return path.empty() ? "." : path;
+  if (path.empty()) return root;
   return folder_host::joined(root == "/" ? "" : root, path);
 }
 

@@ -1,4 +1,4 @@
-#include "folder_host/share/SideNames.h"
+#include "folder_host/text/SideNames.h"
 
 #include <algorithm>
 #include <array>

@@ -1,0 +1,429 @@
+#include "folder_host/labels/Followed.h"
+
+#include <algorithm>
+#include <optional>
+#include <set>
+#include <string_view>
+#include <tuple>
+#include <utility>
+
+#include "folder_host/text/FoldedName.h"
+#include "folder_host/text/SideNames.h"
+
+namespace folder_host {
+
+namespace {
+
+using Indices = std::vector<std::size_t>;
+
+std::string_view nameOf(std::string_view path) { return path.substr(path.rfind('/') + 1); }  // npos + 1 is 0
+
+bool isEarlier(const timespec& a, const timespec& b) {
+  return std::tie(a.tv_sec, a.tv_nsec) < std::tie(b.tv_sec, b.tv_nsec);
+}
+
+// Whether a program leaves under this name what it makes of that file or folder.
+bool isSideName(std::string_view name, std::string_view of) {
+  const std::string folded = foldedName(of);
+  const std::string stem = folded.substr(0, folded.rfind('.'));
+  const std::vector<Original> originals = originalsOf(name);
+  return std::any_of(originals.begin(), originals.end(), [&](const Original& original) {
+    return !original.isCopy && original.name == (original.isStem ? stem : folded);
+  });
+}
+
+// Files by their size and, with it, by their name, their time, or both.
+class Likeness {
+ public:
+  Likeness(const EntryTable& entries, const Selection& without, const timespec& since) {
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      const Entry& entry = entries[i];
+      // A file that was there when all was noted last is not what was lost since; where files have no identity, their
+      // status has no time of its own either.
+      const bool wasThere = isEarlier(entry.changed, since) && entries.listing().identityOf(entry);
+      if (without[i] || entry.kind != EntryKind::file || wasThere) continue;
+      for (const Key& key : keysOf(entry.path, entry.size, entry.modified)) entries_[key].push_back(i);
+    }
+  }
+
+  // Asked for many that are alike and have the same labels, the first answer is as good as each.
+  Indices find(const Remembered& lost) {
+    if (lost.kind != EntryKind::file || lost.size == 0) return {};
+    for (const Key& key : keysOf(lost.at, lost.size, lost.modified)) {
+      const auto alike = entries_.find(key);
+      if (alike == entries_.end()) continue;
+      return asked_.emplace(key, lost.labels).second ? alike->second : Indices{alike->second.front()};
+    }
+    return {};
+  }
+
+ private:
+  using Key = std::tuple<std::uint64_t, std::int64_t, std::int64_t, std::string>;
+
+  // The likeliest first.
+  static std::vector<Key> keysOf(const std::string& path, std::uint64_t size, const timespec& modified) {
+    const std::string name(nameOf(path));
+    return {{size, modified.tv_sec, modified.tv_nsec, name},
+            {size, modified.tv_sec, modified.tv_nsec, {}},
+            {size, 0, 0, name}};
+  }
+
+  std::map<Key, Indices> entries_;
+  std::set<std::pair<Key, std::vector<std::u16string>>> asked_;
+};
+
+}  // namespace
+
+class Followed::Search {
+ public:
+  explicit Search(Followed& result)
+      : result_(result),
+        entries_(result.entries_),
+        has_(result.has_),
+        remembered_(result.memory_.entries),
+        by_(remembered_.size(), By::nothing),
+        isFoundByIdentity_(entries_.size()),
+        hasOwnMark_(entries_.size()) {
+    result_.found_.resize(remembered_.size());
+    result_.claims_.resize(entries_.size(), NONE);
+    for (const auto& mark : has_.sources().marks()) {
+      if (const auto entry = entries_.find(mark.first.first)) hasOwnMark_[*entry] = true;
+    }
+  }
+
+  void run() {
+    seekByIdentity();
+    seekAlike();
+    claim();
+    inferFromClaims();
+    inferFromNeighbours();
+    addLost();
+  }
+
+ private:
+  // In ascending order of what counts, where two come to one path.
+  enum class By { nothing, likeness, place, identity, identityAtPlace };
+
+  void seekByIdentity() {
+    std::vector<std::pair<Identity, std::size_t>> identities;
+    for (std::size_t i = 0; i < entries_.size() && !remembered_.empty(); ++i) {
+      if (const auto identity = entries_.listing().identityOf(entries_[i])) identities.emplace_back(*identity, i);
+    }
+    std::sort(identities.begin(), identities.end());
+    std::size_t found = 0, byIdentity = 0;
+    for (std::size_t r = 0; r < remembered_.size(); ++r) {
+      Indices same;
+      const auto& identity = remembered_[r].identity;
+      auto next = identity
+                      ? std::lower_bound(identities.begin(), identities.end(), std::pair(*identity, std::size_t{0}))
+                      : identities.end();
+      for (; next != identities.end() && next->first == *identity; ++next) same.push_back(next->second);
+      place(r, std::move(same));
+      found += by_[r] != By::nothing ? 1U : 0U;
+      byIdentity += by_[r] >= By::identity ? 1U : 0U;
+    }
+    result_.isUncertain_ = 2 * byIdentity < found;
+  }
+
+  // Of one that is remembered, by the entries that have its identity: where it is now.
+  void place(std::size_t r, Indices same) {
+    const auto at = entries_.find(remembered_[r].at);
+    const bool isThere = at && std::find(same.begin(), same.end(), *at) != same.end();
+    for (const std::size_t entry : same) isFoundByIdentity_[entry] = true;
+    if (isThere) return set(r, {*at}, By::identityAtPlace);
+    if (!at) return set(r, std::move(same), By::identity);
+    // Editors move the file aside and write the name anew: the document is still the one of that name.
+    const auto isAside = [&](std::size_t entry) {
+      return entries_.parentOf(entry) == entries_.parentOf(*at) &&
+             isSideName(nameOf(entries_[entry].path), nameOf(entries_[*at].path));
+    };
+    same.erase(std::remove_if(same.begin(), same.end(), isAside), same.end());
+    if (same.empty()) return set(r, {*at}, By::place);
+    set(r, std::move(same), By::identity);
+    newcomers_.emplace_back(*at, r);
+  }
+
+  void set(std::size_t r, Indices entries, By by) {
+    by_[r] = entries.empty() ? By::nothing : by;
+    result_.found_[r] = std::move(entries);
+  }
+
+  void seekAlike() {
+    if (std::find(by_.begin(), by_.end(), By::nothing) == by_.end()) return;
+    Likeness likeness(entries_, isFoundByIdentity_, result_.memory_.written);
+    for (std::size_t r = 0; r < remembered_.size(); ++r) {
+      if (by_[r] == By::nothing) set(r, likeness.find(remembered_[r]), By::likeness);
+    }
+  }
+
+  void claim() {
+    for (std::size_t r = 0; r < remembered_.size(); ++r) {
+      for (const std::size_t entry : result_.found_[r]) {
+        std::size_t& claim = result_.claims_[entry];
+        if (claim == NONE || by_[claim] < by_[r]) {
+          claim = r;
+          claimed_.erase(entry);
+        } else if (by_[claim] == by_[r]) {
+          // Neither is likelier: it may have been either, and had what both had.
+          LabelSet& labels = claimed_.try_emplace(entry, labelsOf(claim)).first->second;
+          labels = joined(labels, labelsOf(r));
+        }
+      }
+    }
+  }
+
+  void inferFromClaims() {
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+      const std::size_t claim = result_.claims_[i];
+      if (claim == NONE || remembered_[claim].from == entries_[i].path) continue;
+      const auto several = claimed_.find(i);
+      infer(i, several != claimed_.end() ? several->second : labelsOf(claim), remembered_[claim].from);
+    }
+    for (const auto& [entry, r] : newcomers_) {
+      if (result_.claims_[entry] != NONE) continue;
+      isNewcomer_.insert(entry);
+      const LabelSet has = has_.of(entry), labels = labelsOf(r);
+      const bool isGiven = std::includes(has.begin(), has.end(), labels.begin(), labels.end());
+      infer(entry, isGiven ? LabelSet() : labels, entries_[result_.found_[r].front()].path);
+    }
+  }
+
+  // Of what has neither a mark nor anything remembered: side files, and what is new in a folder that was moved. A
+  // folder comes before what lies in it.
+  void inferFromNeighbours() {
+    const auto originals = originalsByFolder();
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+      if (result_.claims_[i] != NONE || hasOwnMark_[i] || isNewcomer_.count(i) != 0) continue;
+      const std::size_t folder = entries_.parentOf(i);
+      const auto beside = originals.find(folder);
+      if (beside != originals.end() && inferFromOriginals(i, beside->second)) continue;
+      const auto moved = folder == EntryTable::ROOT ? result_.differing_.end() : result_.differing_.find(folder);
+      if (moved == result_.differing_.end()) continue;
+      infer(i, moved->second.labels, moved->second.from + "/" + std::string(nameOf(entries_[i].path)));
+    }
+  }
+
+  using Originals = std::multimap<std::string, std::size_t>;  // entries by name, folded, and by stem
+
+  // Of those whose labels are not those that all that lies beside them has.
+  std::map<std::size_t, Originals> originalsByFolder() const {
+    std::map<std::size_t, Originals> originals;
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+      const std::size_t folder = entries_.parentOf(i);
+      const bool isOther = has_.of(i) != (folder == EntryTable::ROOT ? LabelSet() : has_.of(folder));
+      if (!isOther && result_.differing_.count(i) == 0) continue;
+      const std::string name = foldedName(nameOf(entries_[i].path));
+      originals[folder].emplace(name, i);
+      const std::size_t dot = name.rfind('.');
+      if (dot != std::string::npos && dot > 0) originals[folder].emplace(name.substr(0, dot) + '/', i);
+    }
+    return originals;
+  }
+
+  bool inferFromOriginals(std::size_t entry, const Originals& beside) {
+    std::optional<std::size_t> of;
+    LabelSet labels;
+    for (const Original& original : originalsOf(nameOf(entries_[entry].path))) {
+      if (original.isCopy) continue;
+      const auto [first, last] = beside.equal_range(original.isStem ? original.name + '/' : original.name);
+      for (auto one = first; one != last; ++one) {
+        if (!of) of = one->second;
+        const auto differs = result_.differing_.find(one->second);
+        labels = joined(labels, differs != result_.differing_.end() ? differs->second.labels : has_.of(one->second));
+      }
+    }
+    if (of) infer(entry, labels, entries_[*of].path);
+    return of.has_value();
+  }
+
+  void infer(std::size_t entry, const LabelSet& labels, const std::string& from) {
+    if (labels != has_.of(entry)) result_.differing_[entry] = {labels, from};
+  }
+
+  // A mark whose entry is found under another name is not lost.
+  void addLost() {
+    std::multimap<std::string, std::size_t> byPath;
+    for (std::size_t r = 0; r < remembered_.size(); ++r) {
+      byPath.emplace(remembered_[r].at, r);
+      if (remembered_[r].from != remembered_[r].at) byPath.emplace(remembered_[r].from, r);
+    }
+    std::map<std::string, LabelSet> marked;
+    for (const auto& [place, kind] : has_.sources().marks()) {
+      const bool isThere = place.first.empty() || entries_.find(place.first);
+      if (!isThere && kind != MarkKind::exception) marked[place.first].push_back(place.second);
+    }
+    for (const auto& [path, labels] : marked) {
+      Lost lost{path, labels, true, false, false, false};
+      const auto [first, last] = byPath.equal_range(path);
+      lost.isUncertain = first == last;
+      bool isFound = false;
+      for (auto one = first; one != last; ++one) {
+        isFound = isFound || by_[one->second] != By::nothing;
+        describe(remembered_[one->second], lost);
+      }
+      if (!isFound) result_.lost_.push_back(std::move(lost));
+    }
+    for (std::size_t r = 0; r < remembered_.size(); ++r) {
+      const Remembered& one = remembered_[r];
+      if (by_[r] != By::nothing || one.kind == EntryKind::folder || marked.count(one.at) + marked.count(one.from) != 0)
+        continue;
+      Lost lost{one.at, labelsOf(r), false, false, false, false};
+      describe(one, lost);
+      if (lost.isUncertain && !lost.labels.empty()) result_.lost_.push_back(std::move(lost));
+    }
+    std::sort(result_.lost_.begin(), result_.lost_.end(),
+              [](const Lost& a, const Lost& b) { return beforeInTree(a.path, b.path); });
+  }
+
+  void describe(const Remembered& one, Lost& lost) const {
+    lost.isFolder = lost.isFolder || one.kind == EntryKind::folder;
+    lost.isMeant = lost.isMeant || one.missing == Remembered::Missing::meant;
+    lost.isUncertain = lost.isUncertain || result_.isUncertain(one);
+  }
+
+  LabelSet labelsOf(std::size_t r) const {
+    LabelSet labels;
+    for (const std::u16string& uuid : remembered_[r].labels) {
+      if (const auto label = has_.sources().find(uuid)) labels.push_back(*label);
+    }
+    std::sort(labels.begin(), labels.end());
+    return labels;
+  }
+
+  static LabelSet joined(const LabelSet& a, const LabelSet& b) {
+    LabelSet both;
+    std::set_union(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(both));
+    return both;
+  }
+
+  Followed& result_;
+  const EntryTable& entries_;
+  const EffectiveLabels& has_;
+  const std::vector<Remembered>& remembered_;
+  std::vector<By> by_;  // by what is remembered
+  Selection isFoundByIdentity_;
+  Selection hasOwnMark_;
+  std::vector<std::pair<std::size_t, std::size_t>> newcomers_;  // an entry, and whose name it took
+  std::set<std::size_t> isNewcomer_;
+  std::map<std::size_t, LabelSet> claimed_;  // by entry, where several have the same claim
+};
+
+Followed::Followed(std::shared_ptr<const EntryTable> entries, std::shared_ptr<const EffectiveLabels> has,
+                   std::shared_ptr<const Memory> memory)
+    : table_(std::move(entries)),
+      labels_(std::move(has)),
+      noted_(std::move(memory)),
+      entries_(*table_),
+      has_(*labels_),
+      memory_(*noted_) {
+  Search(*this).run();
+}
+
+// Where nothing at all is found, its own file system tells whether it could have been.
+bool Followed::isUncertain(const Remembered& lost) const {
+  const auto& systems = entries_.listing().fileSystems;
+  const auto isOf = [&](const auto& system) { return lost.identity && system.second == lost.identity->fileSystem; };
+  return lost.missing == Remembered::Missing::uncertain || isUncertain_ ||
+         std::none_of(systems.begin(), systems.end(), isOf);
+}
+
+std::vector<std::size_t> Followed::candidatesFor(const Lost& lost) const {
+  constexpr std::size_t MOST = 3;
+  const auto remembered = std::find_if(memory_.entries.begin(), memory_.entries.end(),
+                                       [&](const Remembered& one) { return one.at == lost.path; });
+  std::vector<std::pair<int, std::size_t>> ranked;  // the best, which is the least, first
+  for (std::size_t i = 0; i < entries_.size(); ++i) {
+    const Entry& entry = entries_[i];
+    if ((entry.kind == EntryKind::folder) != lost.isFolder && remembered != memory_.entries.end()) continue;
+    int rank = nameOf(entry.path) == nameOf(lost.path) ? -2 : 0;
+    if (remembered != memory_.entries.end() && entry.kind == EntryKind::file && entry.size != 0) {
+      const bool sameTime =
+          !isEarlier(entry.modified, remembered->modified) && !isEarlier(remembered->modified, entry.modified);
+      rank -= (entry.size == remembered->size ? 2 : 0) + (sameTime ? 1 : 0);
+    }
+    if (rank < -1) ranked.emplace_back(rank, i);
+  }
+  std::sort(ranked.begin(), ranked.end());
+  std::vector<std::size_t> candidates;
+  for (const auto& one : ranked) {
+    if (candidates.size() < MOST) candidates.push_back(one.second);
+  }
+  return candidates;
+}
+
+Memory Followed::renewed(const std::vector<std::string>& settled) const {
+  const std::set<std::string> paths(settled.begin(), settled.end());
+  const auto isSettledBy = [&](std::string path) {
+    while (paths.count(path) == 0 && !path.empty()) path = parentOf(path);
+    return paths.count(path) != 0;
+  };
+  Memory next;
+  next.written = entries_.listing().begun;
+  const LabelSources& sources = has_.sources();
+  std::set<std::string> exceptions, marked, told;  // paths
+  for (const auto& [place, kind] : sources.marks()) {
+    if (kind == MarkKind::exception) exceptions.insert(place.first);
+    if (!place.first.empty() && !entries_.find(place.first)) marked.insert(place.first);
+  }
+  for (std::size_t i = 0; i < entries_.size(); ++i) {
+    const Entry& entry = entries_[i];
+    const auto differs = differing_.find(i);
+    const bool isOpen = differs != differing_.end() && !isSettledBy(entry.path);
+    const LabelSet labels = isOpen ? differs->second.labels : has_.of(i);
+    // What has no label any more is remembered for that: else the next look would infer one from what lies beside it.
+    const bool isKnown = differs != differing_.end() || claims_[i] != NONE;
+    if (labels.empty() && !isKnown && exceptions.count(entry.path) == 0) continue;
+    const std::string& from = isOpen ? differs->second.from : entry.path;
+    told.insert(from);
+    next.entries.push_back({uuidsOf(labels), from, entry.path, entry.kind, entries_.listing().identityOf(entry),
+                            entry.size, entry.modified});
+  }
+  for (std::size_t r = 0; r < memory_.entries.size(); ++r) {
+    Remembered one = memory_.entries[r];
+    const bool isMarked = marked.count(one.from) + marked.count(one.at) != 0;
+    if (!found_[r].empty()) {
+      // Its mark stands where it was, and it has other labels now, or the same by another way.
+      if (marked.count(one.from) == 0 || !told.insert(one.from).second) continue;
+      next.entries.push_back({one.labels, one.from, one.from, one.kind, {}, 0, {}, Remembered::Missing::meant});
+      continue;
+    }
+    if (!paths.empty() && (isSettledBy(one.at) || isSettledBy(one.from))) continue;
+    if (one.missing == Remembered::Missing::unknown && isUncertain(one)) one.missing = Remembered::Missing::uncertain;
+    const bool isKept = isMarked || one.missing == Remembered::Missing::uncertain ||
+                        (one.missing == Remembered::Missing::meant && one.identity);
+    if (isKept && told.insert(one.at).second) next.entries.push_back(std::move(one));
+  }
+  return next;
+}
+
+// A mark that was lost before anything was remembered gets something to remember.
+Memory Followed::renewedAsMeant(const std::vector<std::string>& paths) const {
+  Memory next = renewed({});
+  for (const Lost& lost : lost_) {
+    if (std::find(paths.begin(), paths.end(), lost.path) == paths.end()) continue;
+    bool isKnown = false;
+    for (Remembered& one : next.entries) {
+      if (one.at != lost.path && one.from != lost.path) continue;
+      one.missing = Remembered::Missing::meant;
+      isKnown = true;
+    }
+    if (isKnown) continue;
+    next.entries.push_back({uuidsOf(lost.labels),
+                            lost.path,
+                            lost.path,
+                            lost.isFolder ? EntryKind::folder : EntryKind::file,
+                            {},
+                            0,
+                            {},
+                            Remembered::Missing::meant});
+  }
+  return next;
+}
+
+std::vector<std::u16string> Followed::uuidsOf(const LabelSet& labels) const {
+  std::vector<std::u16string> uuids;
+  for (const std::size_t label : labels) uuids.push_back(has_.sources().labels()[label].uuid);
+  return uuids;
+}
+
+}  // namespace folder_host

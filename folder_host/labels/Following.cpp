@@ -1,0 +1,99 @@
+#include "folder_host/labels/Following.h"
+
+#include <algorithm>
+#include <set>
+
+namespace folder_host {
+
+namespace {
+
+// Marks are changed in `sources` first, which tells what they come to, and are then written.
+class Following {
+ public:
+  Following(const EntryTable& entries, LabelStore& labels) : entries_(entries), labels_(labels), sources_(labels) {}
+
+  // A folder before what lies in it, so that a mark with reach is there when its entries are looked at.
+  void follow(const Entry& entry, const Followed::Had& had) {
+    if (!entries_.find(had.from) && !had.from.empty()) moveMarks(had.from, entry.path);
+    give(entry, had.labels);
+  }
+
+  void give(const Entry& entry, const LabelSet& labels) {
+    for (std::size_t label = 0; label < sources_.labels().size(); ++label) {
+      const bool isGiven = std::binary_search(labels.begin(), labels.end(), label);
+      const auto has = [&] { return sources_.sourceOf(entry.path, entry.kind == EntryKind::folder, label).gives(); };
+      if (has() == isGiven) continue;
+      if (!isGiven && sources_.markOn(entry.path, label)) remove(entry.path, label);
+      if (has() != isGiven) put(entry.path, label, isGiven ? MarkKind::reach : MarkKind::exception);
+    }
+  }
+
+  // Exceptions that were left at the old paths have nothing to except from there.
+  void write() {
+    const LabelSources before(labels_);
+    for (std::size_t label = 0; label < sources_.labels().size(); ++label) {
+      for (const std::string& path : exceptionsMadeIdle(before, sources_, label)) remove(path, label);
+    }
+    for (const auto& [path, label] : changed_) {
+      const std::u16string& uuid = sources_.labels()[label].uuid;
+      const auto mark = sources_.markOn(path, label);
+      if (mark) labels_.attach(uuid, {path}, *mark);
+      if (!mark) labels_.detach(uuid, {path});
+    }
+  }
+
+ private:
+  void moveMarks(const std::string& from, const std::string& to) {
+    for (std::size_t label = 0; label < sources_.labels().size(); ++label) {
+      const auto mark = sources_.markOn(from, label);
+      if (!mark) continue;
+      put(to, label, *mark);
+      remove(from, label);
+    }
+  }
+
+  void put(const std::string& path, std::size_t label, MarkKind kind) {
+    sources_.put(path, label, kind);
+    changed_.emplace(path, label);
+  }
+
+  void remove(const std::string& path, std::size_t label) {
+    sources_.remove(path, label);
+    changed_.emplace(path, label);
+  }
+
+  const EntryTable& entries_;
+  LabelStore& labels_;
+  LabelSources sources_;
+  std::set<std::pair<std::string, std::size_t>> changed_;
+};
+
+}  // namespace
+
+std::vector<std::pair<std::string, std::string>> followIn(const Followed& followed, const EntryTable& entries,
+                                                          const std::vector<std::string>& scope, LabelStore& labels) {
+  const std::set<std::string> tops(scope.begin(), scope.end());
+  const auto isIn = [&](std::string path) {
+    while (tops.count(path) == 0 && !path.empty()) path = parentOf(path);
+    return tops.count(path) != 0;
+  };
+  std::vector<std::pair<std::string, std::string>> moves;
+  Following following(entries, labels);
+  Selection isTouched(entries.size());  // what lies below may have other labels by what is done there
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    const std::size_t folder = entries.parentOf(i);
+    isTouched[i] = folder != EntryTable::ROOT && isTouched[folder];
+    const auto differs = followed.differing().find(i);
+    if (differs != followed.differing().end() && isIn(entries[i].path)) {
+      following.follow(entries[i], differs->second);
+      moves.emplace_back(entries[i].path, differs->second.from);
+      isTouched[i] = true;
+    } else if (isTouched[i]) {
+      following.give(entries[i], followed.has().of(i));
+    }
+  }
+  following.write();
+  return moves;
+}
+
+}  // namespace folder_host

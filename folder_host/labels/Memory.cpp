@@ -1,0 +1,227 @@
+#include "folder_host/labels/Memory.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <map>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "folder_host/files/Digest.h"
+#include "folder_host/store/Blob.h"
+
+namespace folder_host {
+
+namespace {
+
+constexpr const char* NAME = "memory";
+constexpr const char* NEXT = "memory.next";
+constexpr std::string_view HEAD = "project-share memory 1\n";
+constexpr std::size_t DIGEST = 64;
+
+// Numbers are eight bytes, the least first; a text has its length before it.
+void putNumber(std::string& bytes, std::uint64_t number) {
+  for (unsigned shift = 0; shift < 64; shift += 8) bytes += static_cast<char>((number >> shift) & 0xFFU);
+}
+
+void putText(std::string& bytes, std::string_view text) {
+  putNumber(bytes, text.size());
+  bytes += text;
+}
+
+void putTime(std::string& bytes, const timespec& time) {
+  putNumber(bytes, static_cast<std::uint64_t>(time.tv_sec));
+  putNumber(bytes, static_cast<std::uint64_t>(time.tv_nsec));
+}
+
+// Takes a memory's bytes apart. Once they are found not to be one, everything is empty, and stays so.
+class Parser {
+ public:
+  explicit Parser(std::string_view bytes) : rest_(bytes) {}
+
+  std::uint64_t number() {
+    const std::string_view bytes = take(8);
+    std::uint64_t number = 0;
+    for (std::size_t i = bytes.size(); i-- > 0;) number = number << 8U | static_cast<unsigned char>(bytes[i]);
+    return number;
+  }
+
+  std::uint64_t number(std::uint64_t most) {
+    const std::uint64_t value = number();
+    if (value > most) fails_ = true;
+    return fails_ ? 0 : value;
+  }
+
+  // Of things of which each has so many bytes at least: a number that was made up allocates nothing.
+  std::size_t count(std::size_t least) { return static_cast<std::size_t>(number(rest_.size() / least)); }
+
+  std::string text() { return std::string(take(count(1))); }
+
+  timespec time() {
+    const auto seconds = static_cast<time_t>(number());
+    return {seconds, static_cast<long>(number(999999999))};
+  }
+
+  bool fails() const { return fails_; }
+  bool isAtEnd() const { return !fails_ && rest_.empty(); }
+
+ private:
+  std::string_view take(std::size_t count) {
+    if (count > rest_.size()) fails_ = true;
+    if (fails_) return {};
+    const std::string_view taken = rest_.substr(0, count);
+    rest_.remove_prefix(count);
+    return taken;
+  }
+
+  std::string_view rest_;
+  bool fails_ = false;
+};
+
+using LabelSets = std::vector<std::vector<std::u16string>>;
+
+void put(std::string& bytes, const Remembered& entry, std::size_t labels) {
+  putNumber(bytes, labels);
+  putText(bytes, entry.from);
+  putText(bytes, entry.at == entry.from ? std::string() : entry.at);
+  putNumber(bytes, static_cast<std::uint64_t>(entry.kind));
+  const Identity identity = entry.identity.value_or(Identity{});
+  for (const std::uint64_t number : {identity.fileSystem, identity.inode}) putNumber(bytes, number);
+  putTime(bytes, {identity.bornSeconds, static_cast<long>(identity.bornNanoseconds)});
+  putNumber(bytes, entry.size);
+  putTime(bytes, entry.modified);
+  putNumber(bytes, static_cast<std::uint64_t>(entry.missing));
+}
+
+Remembered entryIn(Parser& parser, const LabelSets& sets) {
+  Remembered entry;
+  const std::size_t labels = static_cast<std::size_t>(parser.number(sets.empty() ? 0 : sets.size() - 1));
+  if (labels < sets.size()) entry.labels = sets[labels];
+  entry.from = parser.text();
+  entry.at = parser.text();
+  if (entry.at.empty()) entry.at = entry.from;
+  entry.kind = static_cast<EntryKind>(parser.number(2));
+  Identity identity;
+  identity.fileSystem = parser.number();
+  identity.inode = parser.number();
+  const timespec born = parser.time();
+  identity.bornSeconds = born.tv_sec;
+  identity.bornNanoseconds = born.tv_nsec;
+  if (identity.fileSystem != 0) entry.identity = identity;
+  entry.size = parser.number();
+  entry.modified = parser.time();
+  entry.missing = static_cast<Remembered::Missing>(parser.number(2));
+  return entry;
+}
+
+std::string readAll(const Descriptor& file, std::size_t size) {
+  std::string bytes(size, '\0');
+  std::size_t length = 0;
+  while (length < size) {
+    const ssize_t more = ::read(file.get(), &bytes[length], size - length);
+    if (more < 0 && errno == EINTR) continue;
+    check(more);
+    if (more == 0) break;
+    length += static_cast<std::size_t>(more);
+  }
+  bytes.resize(length);
+  return bytes;
+}
+
+}  // namespace
+
+// The sets of labels stand before the entries, once each: most entries have one of a few.
+std::string bytesOf(const Memory& memory) {
+  std::map<std::vector<std::u16string>, std::size_t> numbers;
+  std::vector<const std::vector<std::u16string>*> sets;
+  std::string entries;
+  for (const Remembered& entry : memory.entries) {
+    const auto [known, isNew] = numbers.emplace(entry.labels, sets.size());
+    if (isNew) sets.push_back(&known->first);
+    put(entries, entry, known->second);
+  }
+  std::string bytes(HEAD);
+  putTime(bytes, memory.written);
+  putNumber(bytes, sets.size());
+  for (const auto* set : sets) {
+    putNumber(bytes, set->size());
+    for (const std::u16string& uuid : *set) putText(bytes, toBlob(uuid));
+  }
+  putNumber(bytes, memory.entries.size());
+  bytes += entries;
+  return bytes + sha256Of(bytes);
+}
+
+std::optional<Memory> memoryIn(std::string_view bytes) {
+  if (bytes.size() < HEAD.size() + DIGEST || bytes.substr(0, HEAD.size()) != HEAD) return std::nullopt;
+  const std::string_view content = bytes.substr(0, bytes.size() - DIGEST);
+  if (sha256Of(content) != bytes.substr(content.size())) return std::nullopt;
+  Parser parser(content.substr(HEAD.size()));
+  Memory memory;
+  memory.written = parser.time();
+  LabelSets sets(parser.count(sizeof(std::uint64_t)));
+  for (auto& set : sets) {
+    set.resize(parser.count(sizeof(std::uint64_t)));
+    for (std::u16string& uuid : set) {
+      const std::string blob = parser.text();
+      if (blob.size() % 2 != 0) return std::nullopt;
+      uuid = fromBlob(blob);
+    }
+  }
+  constexpr std::size_t LEAST = 12 * sizeof(std::uint64_t);  // of one entry
+  memory.entries.reserve(parser.count(LEAST));
+  for (std::size_t left = memory.entries.capacity(); left > 0; --left) {
+    memory.entries.push_back(entryIn(parser, sets));
+    if (parser.fails()) return std::nullopt;
+  }
+  return parser.isAtEnd() ? std::optional(std::move(memory)) : std::nullopt;
+}
+
+// What is damaged, or something else in its place, is made anew, and who depends on it is told. What merely cannot be
+// read now must not be replaced: it may be whole.
+Memory readMemory(const Descriptor& storeFolder) {
+  constexpr off_t MOST = off_t{1} << 30U;
+  try {
+    const Descriptor file = openBeneath(storeFolder, NAME, O_RDONLY | O_NONBLOCK);
+    const struct stat status = statusOf(file);
+    if (S_ISREG(status.st_mode) && status.st_size <= MOST) {
+      if (auto memory = memoryIn(readAll(file, static_cast<std::size_t>(status.st_size)))) return *std::move(memory);
+    }
+  } catch (const std::system_error& error) {
+    const int code = error.code().value();
+    if (code == ENOENT) return {};
+    if (code != ELOOP && code != ENXIO) throw;  // a link; a pipe or a socket
+  }
+  Memory unreadable;
+  unreadable.isUnreadable = true;
+  return unreadable;
+}
+
+void writeMemory(const Descriptor& storeFolder, const Memory& memory) {
+  if (::unlinkat(storeFolder.get(), NEXT, 0) != 0 && errno != ENOENT) throwErrno();
+  const mode_t mode = statusIn(storeFolder, STORE_NAME).st_mode;
+  {
+    const Descriptor file = openBeneath(storeFolder, NEXT, O_WRONLY | O_CREAT | O_EXCL, 0600);
+    check(::fchmod(file.get(), mode & 0666U));
+    writeAll(file, bytesOf(memory));
+    check(::fdatasync(file.get()));
+  }
+  check(::renameat(storeFolder.get(), NEXT, storeFolder.get(), NAME));
+  check(::fsync(openBeneath(storeFolder, ".", O_RDONLY | O_DIRECTORY).get()));
+}
+
+MemoryLock::MemoryLock(const Descriptor& storeFolder) : folder_(openBeneath(storeFolder, ".", O_RDONLY | O_DIRECTORY)) {
+  constexpr int TRIES = 200;
+  constexpr useconds_t PAUSE = 10000;
+  for (int tries = 0; ::flock(folder_.get(), LOCK_EX | LOCK_NB) != 0; ++tries) {
+    if (errno != EWOULDBLOCK || tries == TRIES) throwErrno();
+    ::usleep(PAUSE);
+  }
+}
+
+}  // namespace folder_host
