@@ -4,7 +4,10 @@
 #include "folder_host/text/Utf.h"
 
 #include "Fuzz.h"
+#include "folder_host/files/Digest.h"
+#include "folder_host/labels/Memory.h"
 #include "folder_host/text/FoldedName.h"
+#include "folder_host/text/Patterns.h"
 #include "folder_host/text/Printable.h"
 
 using namespace folder_host;
@@ -39,6 +42,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   require(isSeen(shown(bytes)), "what is shown is seen");
   require(endsWithItsQuotes(inQuotes(bytes)), "a name ends where its quotes end");
   require(foldedName(foldedName(bytes)) == foldedName(bytes), "a folded name stays as it is");
+  const auto memory = memoryIn(bytes + sha256Of(bytes));
+  require(!memory || memoryIn(bytesOf(*memory)), "a memory comes back");
+  std::vector<std::size_t> deciding;
+  if (patternFault(bytes) == nullptr) PatternTable({{0, bytes}}).match("a/b.c", true, deciding);
   if (size % 2 == 0) require(toBlob(fromBlob(bytes)) == bytes, "any units come back");
   return 0;
 }

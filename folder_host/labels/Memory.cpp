@@ -21,7 +21,6 @@ namespace {
 
 constexpr const char* NAME = "memory";
 constexpr const char* NEXT = "memory.next";
-constexpr std::string_view HEAD = "project-share memory 1\n";
 constexpr std::size_t DIGEST = 64;
 
 // Numbers are eight bytes, the least first; a text has its length before it.
@@ -145,7 +144,7 @@ std::string bytesOf(const Memory& memory) {
     if (isNew) sets.push_back(&known->first);
     put(entries, entry, known->second);
   }
-  std::string bytes(HEAD);
+  std::string bytes(MEMORY_HEAD);
   putTime(bytes, memory.written);
   putNumber(bytes, sets.size());
   for (const auto* set : sets) {
@@ -158,10 +157,11 @@ std::string bytesOf(const Memory& memory) {
 }
 
 std::optional<Memory> memoryIn(std::string_view bytes) {
-  if (bytes.size() < HEAD.size() + DIGEST || bytes.substr(0, HEAD.size()) != HEAD) return std::nullopt;
+  if (bytes.size() < MEMORY_HEAD.size() + DIGEST || bytes.substr(0, MEMORY_HEAD.size()) != MEMORY_HEAD)
+    return std::nullopt;
   const std::string_view content = bytes.substr(0, bytes.size() - DIGEST);
   if (sha256Of(content) != bytes.substr(content.size())) return std::nullopt;
-  Parser parser(content.substr(HEAD.size()));
+  Parser parser(content.substr(MEMORY_HEAD.size()));
   Memory memory;
   memory.written = parser.time();
   LabelSets sets(parser.count(sizeof(std::uint64_t)));

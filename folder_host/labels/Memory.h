@@ -4,6 +4,7 @@
 #include <ctime>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "folder_host/files/Descriptor.h"
@@ -29,6 +30,9 @@ struct Remembered {
   timespec modified = {};
   Missing missing = Missing::unknown;
 };
+
+// A memory begins so, under whatever name.
+inline constexpr std::string_view MEMORY_HEAD = "project-share memory 1\n";
 
 // What a folder remembers of the entries of its project that have labels, so that a label can be told to have followed
 // a file whose name changed. It stands beside the store, in a file of its own, and is the folder's alone: no copy has

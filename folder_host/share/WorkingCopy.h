@@ -101,7 +101,7 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   Selection heldBack_;                       // by the table's indices
   std::shared_ptr<MetadataStore> metadata_;
   LabelStore labels_;
-  std::shared_ptr<const Memory> memory_;     // shared with clones, and the next three
+  std::shared_ptr<const Memory> memory_;  // shared with clones, and the next three
   std::shared_ptr<const LabelsByEntry> instead_;
   mutable std::shared_ptr<const Followed> followed_;
   mutable std::shared_ptr<const EffectiveLabels> effective_;

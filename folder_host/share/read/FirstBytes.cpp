@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "folder_host/files/Listing.h"
+#include "folder_host/labels/Memory.h"
 #include "folder_host/store/Schema.h"
 
 namespace folder_host {
@@ -20,8 +21,8 @@ std::string firstBytesOf(const Descriptor& file) {
   return {bytes.data(), static_cast<std::size_t>(length)};
 }
 
-// A store under another name, a dump, an archive or a receipt names labels, profiles and files that were held back. It
-// is told by what it begins with, whatever it is called; JSON may begin with a byte order mark and blanks.
+// A store under another name, a dump, an archive, a memory or a receipt names labels, profiles and files that were held
+// back. It is told by what it begins with, whatever it is called; JSON may begin with a byte order mark and blanks.
 bool firstBytesTell(std::string_view first) {
   constexpr std::string_view DATABASE("SQLite format 3\0", 16);
   constexpr std::size_t ID_AT = 68;
@@ -34,6 +35,7 @@ bool firstBytesTell(std::string_view first) {
     if (first.substr(0, archived.size()) == archived) return true;
   }
   if (first.find(FIRST_STATEMENT) != std::string_view::npos) return true;
+  if (first.substr(0, MEMORY_HEAD.size()) == MEMORY_HEAD) return true;
   const auto take = [&first](std::string_view word) {
     first.remove_prefix(std::min(first.find_first_not_of(" \t\r\n"), first.size()));
     const bool there = first.substr(0, word.size()) == word;

@@ -1,8 +1,12 @@
 #include <fmt/format.h>
 
+#include <filesystem>
+
 #include "Refusal.h"
 #include "commands/Commands.h"
 #include "commands/Edit.h"
+#include "folder_host/files/Descriptor.h"
+#include "folder_host/labels/LabelSources.h"
 #include "folder_host/text/Utf.h"
 #include "output/Output.h"
 #include "settings/OpenProject.h"
@@ -99,6 +103,29 @@ void listProfiles() {
   }
 }
 
+namespace {
+
+// What nobody has labelled stays at home under keep-files, unless a label comes to it by itself.
+void printComingIn(const FolderProject& project, const profiles::ExportFilter& filter) {
+  const folder_host::LabelSources sources(project.labels());
+  for (const auto& item : filter.getItems()) {
+    const auto label = sources.find(item.labelUUID);
+    for (const auto& [place, kind] : sources.marks()) {
+      const std::string& path = place.first;
+      const auto status = std::filesystem::symlink_status(folder_host::joined(project.root(), path));
+      if (place.second != label || kind != folder_host::MarkKind::reach || !std::filesystem::is_directory(status))
+        continue;
+      line(fmt::format("     whatever comes into {} is shared", inQuotes(path.empty() ? "./" : path + "/")));
+    }
+    for (const auto& rule : sources.rules()) {
+      if (rule.label != label || folder_host::isNegated(rule.pattern)) continue;
+      line(fmt::format("     whatever comes that {} matches is shared", inQuotes(rule.pattern)));
+    }
+  }
+}
+
+}  // namespace
+
 void showProfile(const std::string& word) {
   const FolderProject project = openProject();
   // In one scope, so that no filter is told with labels that it had before or has after.
@@ -111,6 +138,7 @@ void showProfile(const std::string& word) {
   for (const auto& filter : profile->getFilters()) {
     line(fmt::format("  {}. {}", ++position, wordOf(filter->getType())));
     for (const NamedLabel& label : labels.namedBy(*filter)) line("     " + textOf(label));
+    if (keepsFiles(filter->getType())) printComingIn(project, *filter);
   }
 }
 
