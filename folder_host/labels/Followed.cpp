@@ -269,7 +269,7 @@ class Followed::Search {
         continue;
       Lost lost{one.at, labelsOf(r), false, false, false, false};
       describe(one, lost);
-      if (lost.isUncertain && !lost.labels.empty()) result_.lost_.push_back(std::move(lost));
+      if ((lost.isUncertain || lost.isMeant) && !lost.labels.empty()) result_.lost_.push_back(std::move(lost));
     }
     std::sort(result_.lost_.begin(), result_.lost_.end(),
               [](const Lost& a, const Lost& b) { return beforeInTree(a.path, b.path); });
@@ -335,6 +335,7 @@ std::vector<std::size_t> Followed::candidatesFor(const Lost& lost) const {
   for (std::size_t i = 0; i < entries_.size(); ++i) {
     const Entry& entry = entries_[i];
     if ((entry.kind == EntryKind::folder) != lost.isFolder && remembered != memory_.entries.end()) continue;
+    if (claims_[i] != NONE) continue;  // it is something else that was remembered
     int rank = nameOf(entry.path) == nameOf(lost.path) ? -2 : 0;
     if (remembered != memory_.entries.end() && entry.kind == EntryKind::file && entry.size != 0) {
       const bool sameTime =
@@ -351,71 +352,85 @@ std::vector<std::size_t> Followed::candidatesFor(const Lost& lost) const {
   return candidates;
 }
 
-Memory Followed::renewed(const std::vector<std::string>& settled) const {
-  const std::set<std::string> paths(settled.begin(), settled.end());
-  const auto isSettledBy = [&](std::string path) {
-    while (paths.count(path) == 0 && !path.empty()) path = parentOf(path);
-    return paths.count(path) != 0;
-  };
-  Memory next;
-  next.written = entries_.listing().begun;
-  const LabelSources& sources = has_.sources();
-  std::set<std::string> exceptions, marked, told;  // paths
-  for (const auto& [place, kind] : sources.marks()) {
-    if (kind == MarkKind::exception) exceptions.insert(place.first);
-    if (!place.first.empty() && !entries_.find(place.first)) marked.insert(place.first);
-  }
-  for (std::size_t i = 0; i < entries_.size(); ++i) {
-    const Entry& entry = entries_[i];
-    const auto differs = differing_.find(i);
-    const bool isOpen = differs != differing_.end() && !isSettledBy(entry.path);
-    const LabelSet labels = isOpen ? differs->second.labels : has_.of(i);
-    // What has no label any more is remembered for that: else the next look would infer one from what lies beside it.
-    const bool isKnown = differs != differing_.end() || claims_[i] != NONE;
-    if (labels.empty() && !isKnown && exceptions.count(entry.path) == 0) continue;
-    const std::string& from = isOpen ? differs->second.from : entry.path;
-    told.insert(from);
-    next.entries.push_back({uuidsOf(labels), from, entry.path, entry.kind, entries_.listing().identityOf(entry),
-                            entry.size, entry.modified});
-  }
-  for (std::size_t r = 0; r < memory_.entries.size(); ++r) {
-    Remembered one = memory_.entries[r];
-    const bool isMarked = marked.count(one.from) + marked.count(one.at) != 0;
-    if (!found_[r].empty()) {
-      // Its mark stands where it was, and it has other labels now, or the same by another way.
-      if (marked.count(one.from) == 0 || !told.insert(one.from).second) continue;
-      next.entries.push_back({one.labels, one.from, one.from, one.kind, {}, 0, {}, Remembered::Missing::meant});
-      continue;
+// Puts together what is to be remembered.
+class Followed::Renewal {
+ public:
+  Renewal(const Followed& followed, const std::vector<std::string>& settled)
+      : followed_(followed), entries_(followed.entries_), settled_(settled.begin(), settled.end()) {
+    next_.written = entries_.listing().begun;
+    for (const auto& [place, kind] : followed_.has_.sources().marks()) {
+      if (kind == MarkKind::exception) exceptions_.insert(place.first);
+      if (!place.first.empty() && !entries_.find(place.first)) missing_.insert(place.first);
     }
-    if (!paths.empty() && (isSettledBy(one.at) || isSettledBy(one.from))) continue;
-    if (one.missing == Remembered::Missing::unknown && isUncertain(one)) one.missing = Remembered::Missing::uncertain;
-    const bool isKept = isMarked || one.missing == Remembered::Missing::uncertain ||
-                        (one.missing == Remembered::Missing::meant && one.identity);
-    if (isKept && told.insert(one.at).second) next.entries.push_back(std::move(one));
   }
-  return next;
-}
+
+  Memory run() {
+    for (std::size_t i = 0; i < entries_.size(); ++i) addEntry(i);
+    for (std::size_t r = 0; r < followed_.found_.size(); ++r) {
+      followed_.found_[r].empty() ? keepLost(followed_.memory_.entries[r]) : keepMark(followed_.memory_.entries[r]);
+    }
+    return std::move(next_);
+  }
+
+ private:
+  void addEntry(std::size_t i) {
+    const Entry& entry = entries_[i];
+    const auto differs = followed_.differing_.find(i);
+    const bool isKnown = differs != followed_.differing_.end() || followed_.claims_[i] != NONE;
+    const bool isOpen = differs != followed_.differing_.end() && !isSettled(entry.path);
+    const LabelSet labels = isOpen ? differs->second.labels : followed_.has_.of(i);
+    // What has no label any more is remembered for that: else the next look would infer one from what lies beside it.
+    if (labels.empty() && !isKnown && exceptions_.count(entry.path) == 0) return;
+    const std::string& from = isOpen ? differs->second.from : entry.path;
+    told_.insert(from);
+    next_.entries.push_back({followed_.uuidsOf(labels), from, entry.path, entry.kind,
+                             entries_.listing().identityOf(entry), entry.size, entry.modified});
+  }
+
+  // Of what is found: its mark stands where it was, and it has other labels now, or the same by another way.
+  void keepMark(const Remembered& found) {
+    if (missing_.count(found.from) == 0 || !told_.insert(found.from).second) return;
+    next_.entries.push_back({found.labels, found.from, found.from, found.kind, {}, 0, {}, Remembered::Missing::meant});
+  }
+
+  void keepLost(Remembered lost) {
+    if (isSettled(lost.at) || isSettled(lost.from)) return;
+    if (lost.missing == Remembered::Missing::unknown && followed_.isUncertain(lost)) {
+      lost.missing = Remembered::Missing::uncertain;
+    }
+    const bool isMarked = missing_.count(lost.from) + missing_.count(lost.at) != 0;
+    const bool isKept = isMarked || lost.missing == Remembered::Missing::uncertain ||
+                        (lost.missing == Remembered::Missing::meant && lost.identity);
+    if (isKept && told_.insert(lost.at).second) next_.entries.push_back(std::move(lost));
+  }
+
+  bool isSettled(const std::string& path) const { return isAtOrBelow(path, settled_); }
+
+  const Followed& followed_;
+  const EntryTable& entries_;
+  const std::set<std::string> settled_;
+  Memory next_;
+  std::set<std::string> exceptions_;  // paths
+  std::set<std::string> missing_;     // paths with a mark at which nothing is
+  std::set<std::string> told_;        // paths from which something has its labels
+};
+
+Memory Followed::renewed(const std::vector<std::string>& settled) const { return Renewal(*this, settled).run(); }
 
 // A mark that was lost before anything was remembered gets something to remember.
 Memory Followed::renewedAsMeant(const std::vector<std::string>& paths) const {
+  const std::set<std::string> tops(paths.begin(), paths.end());
   Memory next = renewed({});
+  std::set<std::string> known;
+  for (Remembered& one : next.entries) {
+    if (entries_.find(one.at) || (!isAtOrBelow(one.at, tops) && !isAtOrBelow(one.from, tops))) continue;
+    one.missing = Remembered::Missing::meant;
+    known.insert({one.at, one.from});
+  }
   for (const Lost& lost : lost_) {
-    if (std::find(paths.begin(), paths.end(), lost.path) == paths.end()) continue;
-    bool isKnown = false;
-    for (Remembered& one : next.entries) {
-      if (one.at != lost.path && one.from != lost.path) continue;
-      one.missing = Remembered::Missing::meant;
-      isKnown = true;
-    }
-    if (isKnown) continue;
-    next.entries.push_back({uuidsOf(lost.labels),
-                            lost.path,
-                            lost.path,
-                            lost.isFolder ? EntryKind::folder : EntryKind::file,
-                            {},
-                            0,
-                            {},
-                            Remembered::Missing::meant});
+    if (known.count(lost.path) != 0 || !isAtOrBelow(lost.path, tops)) continue;
+    next.entries.push_back(
+        {uuidsOf(lost.labels), lost.path, lost.path, EntryKind::folder, {}, 0, {}, Remembered::Missing::meant});
   }
   return next;
 }

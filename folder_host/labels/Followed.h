@@ -52,11 +52,12 @@ class Followed {
   // What is to be remembered from now on. Of what is settled, which is what stands, or is lost, at these paths or below
   // them, what it has counts from now on; of all else, what it had as long as that differs.
   Memory renewed(const std::vector<std::string>& settled) const;
-  // The same, with nothing settled, and what is lost at these paths known as meant so.
+  // The same, with nothing settled, and what is lost at these paths or below known as meant so.
   Memory renewedAsMeant(const std::vector<std::string>& paths) const;
 
  private:
   class Search;
+  class Renewal;
 
   bool isUncertain(const Remembered& lost) const;
   std::vector<std::u16string> uuidsOf(const LabelSet& labels) const;

@@ -73,10 +73,6 @@ class Following {
 std::vector<std::pair<std::string, std::string>> followIn(const Followed& followed, const EntryTable& entries,
                                                           const std::vector<std::string>& scope, LabelStore& labels) {
   const std::set<std::string> tops(scope.begin(), scope.end());
-  const auto isIn = [&](std::string path) {
-    while (tops.count(path) == 0 && !path.empty()) path = parentOf(path);
-    return tops.count(path) != 0;
-  };
   std::vector<std::pair<std::string, std::string>> moves;
   Following following(entries, labels);
   Selection isTouched(entries.size());  // what lies below may have other labels by what is done there
@@ -84,7 +80,7 @@ std::vector<std::pair<std::string, std::string>> followIn(const Followed& follow
     const std::size_t folder = entries.parentOf(i);
     isTouched[i] = folder != EntryTable::ROOT && isTouched[folder];
     const auto differs = followed.differing().find(i);
-    if (differs != followed.differing().end() && isIn(entries[i].path)) {
+    if (differs != followed.differing().end() && isAtOrBelow(entries[i].path, tops)) {
       following.follow(entries[i], differs->second);
       moves.emplace_back(entries[i].path, differs->second.from);
       isTouched[i] = true;

@@ -25,6 +25,7 @@ std::vector<LabelSources::Rule> rulesOf(const LabelStore& store, const std::vect
 
 PatternTable tableOf(const std::vector<LabelSources::Rule>& rules) {
   std::vector<PatternTable::Pattern> patterns;
+  patterns.reserve(rules.size());
   for (const LabelSources::Rule& rule : rules) patterns.push_back({rule.label, rule.pattern});
   return PatternTable(patterns);
 }
@@ -89,6 +90,11 @@ std::vector<std::string> exceptionsMadeIdle(LabelSources before, LabelSources af
     if (gives(before, path) && !gives(after, path)) idle.push_back(std::move(path));
   }
   return idle;
+}
+
+bool isAtOrBelow(std::string path, const std::set<std::string>& tops) {
+  while (tops.count(path) == 0 && !path.empty()) path = parentOf(path);
+  return tops.count(path) != 0;
 }
 
 std::string parentOf(const std::string& path) {

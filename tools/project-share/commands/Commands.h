@@ -41,7 +41,7 @@ void attachLabel(const std::string& label, const std::vector<std::string>& paths
 void detachLabel(const std::string& label, const std::vector<std::string>& paths);
 // Gives entries at the paths and below, or all, the labels that they had under other names, for good.
 void followLabels(const std::vector<std::string>& paths);
-// What carried a label and is missing there is meant to be. Error: LABEL_NOT_MISSING.
+// What carried a label and is missing there or below is meant to be. Error: LABEL_NOT_MISSING.
 void callMissing(const std::vector<std::string>& paths);
 
 // Behind the rules that the label has; one that it has moves to the end. Error: PATTERN_MALFORMED.

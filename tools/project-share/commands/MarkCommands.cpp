@@ -4,6 +4,7 @@
 #include <iostream>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,7 @@ using folder_host::EntryKind;
 using folder_host::EntryTable;
 using folder_host::FolderProject;
 using folder_host::Followed;
+using folder_host::isAtOrBelow;
 using folder_host::LabelRecord;
 using folder_host::LabelSources;
 using folder_host::Listing;
@@ -62,13 +64,7 @@ std::size_t indexOf(const LabelSources& sources, const LabelRecord& label) {
   return *index;
 }
 
-bool isAtOrBelow(const std::string& path, const std::string& top) {
-  return top.empty() || path == top || path.compare(0, top.size() + 1, top + "/") == 0;
-}
-
-bool isAtOrBelow(const std::string& path, const Paths& tops) {
-  return std::any_of(tops.begin(), tops.end(), [&](const std::string& top) { return isAtOrBelow(path, top); });
-}
+std::set<std::string> setOf(const Paths& paths) { return {paths.begin(), paths.end()}; }
 
 // Names, in quotes, as far as anyone reads them.
 std::string listOf(const Paths& paths) {
@@ -87,12 +83,16 @@ Json jsonOfPaths(const Paths& paths) {
   return all;
 }
 
-// Entries at the paths or below them that were held back by what they had: from now on what they have counts. It is
-// said for each, by its name, because it can let something out.
+// What is at the paths or below them and had other labels, or is lost: from now on what it has counts. It is said for
+// each, by its name, because it can let something out.
 Paths settledAt(const Followed& followed, const EntryTable& table, const Paths& paths) {
+  const auto tops = setOf(paths);
   Paths settled;
   for (const auto& [entry, had] : followed.differing()) {
-    if (isAtOrBelow(table[entry].path, paths)) settled.push_back(table[entry].path);
+    if (isAtOrBelow(table[entry].path, tops)) settled.push_back(table[entry].path);
+  }
+  for (const Followed::Lost& lost : followed.lost()) {
+    if (!lost.isMarked && isAtOrBelow(lost.path, tops)) settled.push_back(lost.path);
   }
   return settled;
 }
@@ -159,14 +159,27 @@ std::size_t putMarks(const FolderProject& project, const LabelRecord& label, con
 
 // The label's exceptions below the paths.
 Paths exceptionsBelow(const LabelSources& sources, std::size_t label, const Paths& paths) {
+  const auto tops = setOf(paths);
   Paths exceptions;
   for (const auto& [place, kind] : sources.marks()) {
-    const bool isNamed = std::find(paths.begin(), paths.end(), place.first) != paths.end();
-    if (kind == MarkKind::exception && place.second == label && !isNamed && isAtOrBelow(place.first, paths)) {
+    const bool isBelow = tops.count(place.first) == 0 && isAtOrBelow(place.first, tops);
+    if (kind == MarkKind::exception && place.second == label && isBelow) {
       exceptions.push_back(place.first);
     }
   }
   return exceptions;
+}
+
+// The entries that have the label or had it.
+Selection carriersOf(const Followed& followed, const EntryTable& table, const LabelRecord& label) {
+  const std::size_t index = indexOf(followed.has().sources(), label);
+  const auto has = [&](const folder_host::LabelSet& set) { return std::binary_search(set.begin(), set.end(), index); };
+  Selection carrying(table.size());
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    const auto differs = followed.differing().find(i);
+    carrying[i] = has(followed.has().of(i)) || (differs != followed.differing().end() && has(differs->second.labels));
+  }
+  return carrying;
 }
 
 // Whoever detaches the label from a file says that it may be shared, with what it holds, even where that, or its name,
@@ -174,8 +187,9 @@ Paths exceptionsBelow(const LabelSources& sources, std::size_t label, const Path
 // Only the named files can be settled, so only they are compared with what carries the label.
 std::map<std::string, std::string> twinsSettledAmong(const FolderProject& project, const EntryTable& table,
                                                      const Selection& carrying, const Paths& paths) {
+  const auto tops = setOf(paths);
   Selection others(table.size()), named(table.size());
-  for (std::size_t i = 0; i < table.size(); ++i) others[i] = carrying[i] && !isAtOrBelow(table[i].path, paths);
+  for (std::size_t i = 0; i < table.size(); ++i) others[i] = carrying[i] && !isAtOrBelow(table[i].path, tops);
   for (const std::string& path : paths) {
     const auto entry = table.find(path);
     if (entry && table[*entry].kind == EntryKind::file) named[*entry] = true;
@@ -232,12 +246,13 @@ Detached takeMarks(const FolderProject& project, const LabelRecord& label, const
 // On how many entries below the paths the label still is, by where it comes from.
 std::map<std::string, std::size_t> stillBelow(const EffectiveLabels& labels, const EntryTable& table,
                                               const LabelRecord& label, const Paths& paths) {
+  const auto tops = setOf(paths);
   std::map<std::string, std::size_t> below;
   const std::size_t index = indexOf(labels.sources(), label);
   for (std::size_t i = 0; i < table.size(); ++i) {
     const folder_host::LabelSet set = labels.of(i);
     const Entry& entry = table[i];
-    if (!std::binary_search(set.begin(), set.end(), index) || !isAtOrBelow(entry.path, paths)) continue;
+    if (!std::binary_search(set.begin(), set.end(), index) || !isAtOrBelow(entry.path, tops)) continue;
     ++below[textOf(labels.sources().sourceOf(entry.path, entry.kind == EntryKind::folder, index), entry.path)];
   }
   return below;
@@ -314,11 +329,11 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
   });
   project.remember(table, paths);
 
+  const auto tops = setOf(paths);
   std::size_t entries = paths.size();
   for (std::size_t i = 0; i < table->size() && !words.folderOnly; ++i) {
-    entries += isAtOrBelow((*table)[i].path, paths) && !std::binary_search(paths.begin(), paths.end(), (*table)[i].path)
-                   ? 1U
-                   : 0U;
+    const std::string& path = (*table)[i].path;
+    entries += tops.count(path) == 0 && isAtOrBelow(path, tops) ? 1U : 0U;
   }
   std::string text = fmt::format("Attached {} to {}", inQuotes(nameOf(label)), counted(added, "path", "paths"));
   if (added < paths.size()) text += fmt::format(" ({} had it already)", paths.size() - added);
@@ -346,33 +361,21 @@ void detachLabel(const std::string& word, const std::vector<std::string>& named)
   Paths paths;
   for (const std::string& one : named) paths.push_back(project.locate(one));
   const auto followed = project.followed(table);
-  const EffectiveLabels labels(*table, project.labels());
-  const std::size_t index = indexOf(labels.sources(), label);
-  Selection carrying(table->size());
-  for (std::size_t i = 0; i < table->size(); ++i) {
-    const auto differs = followed->differing().find(i);
-    const auto has = [&](const folder_host::LabelSet& set) {
-      return std::binary_search(set.begin(), set.end(), index);
-    };
-    carrying[i] = has(labels.of(i)) || (differs != followed->differing().end() && has(differs->second.labels));
-  }
+  const Selection carrying = carriersOf(*followed, *table, label);
   const auto twins = twinsSettledAmong(project, *table, carrying, paths);
-  const Paths settled = settledAt(*followed, *table, paths);
   for (std::size_t i = 0; i < named.size(); ++i) {
     // Nothing is done where one of the paths has nothing to do: a path that was mistyped would else go unnoticed, and
     // the label would stay where it was to come off.
-    const std::string& path = paths[i];
-    const auto entry = table->find(path);
-    const auto mark = labels.sources().markOn(path, index);
+    const auto entry = table->find(paths[i]);
+    const auto mark = followed->has().sources().markOn(paths[i], indexOf(followed->has().sources(), label));
     const bool isOn = (mark && mark != MarkKind::exception) || (entry && carrying[*entry]);
-    const auto isSettled = [&](const std::string& one) { return isAtOrBelow(one, path); };
-    if (isOn || twins.count(path) != 0 || std::any_of(settled.begin(), settled.end(), isSettled)) continue;
-    const auto below = stillBelow(labels, *table, label, {path});
+    if (isOn || twins.count(paths[i]) != 0 || !settledAt(*followed, *table, {paths[i]}).empty()) continue;
+    const bool isBelow = !stillBelow(followed->has(), *table, label, {paths[i]}).empty();
     throw Refusal(refusals::LABEL_NOT_ATTACHED,
                   fmt::format("{} does not carry that label{}", inQuotes(named[i]),
-                              below.empty() ? ""
-                                            : ", only what lies below it; name that: " +
-                                                  commandOf({"label", "files", nameOf(label)})));
+                              isBelow ? ", only what lies below it; to see where it is: " +
+                                            commandOf({"label", "files", nameOf(label)})
+                                      : ""));
   }
   const Detached detached = edit(project, [&] {
     // Both in one scope: a label that came off while nothing was settled would have the next share refused for what was
@@ -384,7 +387,7 @@ void detachLabel(const std::string& word, const std::vector<std::string>& named)
     return result;
   });
   project.remember(table, paths);
-  tellDetached(label, detached, twins, settled);
+  tellDetached(label, detached, twins, settledAt(*followed, *table, paths));
 }
 
 void followLabels(const std::vector<std::string>& named) {
@@ -425,7 +428,7 @@ void callMissing(const std::vector<std::string>& named) {
   Paths paths;
   for (const std::string& one : named) {
     paths.push_back(project.locate(one));
-    const auto isIt = [&](const Followed::Lost& lost) { return lost.path == paths.back(); };
+    const auto isIt = [&](const Followed::Lost& lost) { return isAtOrBelow(lost.path, {paths.back()}); };
     if (std::any_of(followed->lost().begin(), followed->lost().end(), isIt)) continue;
     throw Refusal(refusals::LABEL_NOT_MISSING,
                   fmt::format("nothing that carried a label is missing at {}", inQuotes(one)));

@@ -28,7 +28,7 @@ void remember(const std::string& root, const std::vector<uid_t>& owners) {
   });
 }
 
-Json jsonOf(const std::string& root, const std::vector<uid_t>& owners) {
+Json jsonOfOwners(const std::string& root, const std::vector<uid_t>& owners) {
   Json object;
   putPath(object, "project", root);
   object["owners"] = owners;
@@ -70,11 +70,11 @@ void trustProject(const std::string& folder) {
   // Nothing is stored that is not needed: should the project once belong to a stranger, nobody has trusted them.
   if (owners.empty()) {
     return done(fmt::format("The project {} belongs to you or to root: it is opened anyway.", inQuotes(root)),
-                jsonOf(root, owners));
+                jsonOfOwners(root, owners));
   }
   remember(root, owners);
   done(fmt::format("The project {} is opened from now on, though it belongs to {}.", inQuotes(root), names),
-       jsonOf(root, owners));
+       jsonOfOwners(root, owners));
 }
 
 // By the folder alone, whoever owned it: what is to be forgotten must not depend on who owns it now.
@@ -90,7 +90,7 @@ void forgetProject(const std::string& folder) {
       throw Refusal(refusals::NOT_TRUSTED, fmt::format("{} is not trusted: nothing to forget", inQuotes(root)));
     }
   });
-  done(fmt::format("The project {} is trusted no more.", inQuotes(root)), jsonOf(root, owners));
+  done(fmt::format("The project {} is trusted no more.", inQuotes(root)), jsonOfOwners(root, owners));
 }
 
 }  // namespace project_share

@@ -44,7 +44,7 @@ bool names(const Items& items, const LabelRecord& label) { return items.count({l
 std::string nameInQuotes(const LabelRecord& label) { return inQuotes(nameOf(label)); }
 
 // What carried a label and is not there. Of a folder that is missing, with what was below it, the folder alone, unless
-// there were other labels below.
+// there were other labels below; of what had no mark of its own, what was in one folder together.
 // A label lets something out only where a drop-files filter names it; of the others it is worth knowing. What is gone
 // for good harms nobody either: that is told from what was renamed as far as files can be told by their identity.
 class MissingPaths {
@@ -53,22 +53,34 @@ class MissingPaths {
 
   template <class IsDropped>
   void addTo(Findings& found, const IsDropped& isDropped) {
+    std::map<std::pair<std::string, folder_host::LabelSet>, Group> unmarked;  // by folder and labels
     for (const Lost& lost : project_.followed().lost()) {
-      std::vector<const LabelRecord*> dropped, others;
-      for (const std::size_t index : lost.labels) {
-        const LabelRecord& label = project_.effective().sources().labels()[index];
-        if (!isTold(lost, index)) (isDropped(label) ? dropped : others).push_back(&label);
-      }
-      if (dropped.size() + others.size() == 0) continue;
+      if (!lost.isMarked && !isBelow(lost)) unmarked[{folder_host::parentOf(lost.path), lost.labels}].push_back(&lost);
+      if (!lost.isMarked) continue;
+      addGroup({&lost}, found, isDropped);
       if (!isBelow(lost)) folder_ = &lost;
-      const bool isRisk = !lost.isMeant && (lost.isFolder || lost.isUncertain);
-      if (!dropped.empty()) add(lost, dropped, isRisk ? found.risks : found.notes);
-      if (!others.empty()) add(lost, others, found.notes);
     }
+    folder_ = nullptr;
+    for (const auto& one : unmarked) addGroup(one.second, found, isDropped);
   }
 
  private:
   using Lost = folder_host::Followed::Lost;
+  using Group = std::vector<const Lost*>;  // of one kind, with the same labels
+  using Labels = std::vector<const LabelRecord*>;
+
+  template <class IsDropped>
+  void addGroup(const Group& group, Findings& found, const IsDropped& isDropped) {
+    Labels dropped, others;
+    for (const std::size_t index : group.front()->labels) {
+      const LabelRecord& label = project_.effective().sources().labels()[index];
+      if (!isTold(*group.front(), index)) (isDropped(label) ? dropped : others).push_back(&label);
+    }
+    const Lost& first = *group.front();
+    const bool isRisk = !first.isMeant && (first.isFolder || first.isUncertain);
+    if (!dropped.empty()) add(group, dropped, isRisk ? found.risks : found.notes);
+    if (!others.empty()) add(group, others, found.notes);
+  }
 
   bool isBelow(const Lost& lost) const {
     return folder_ != nullptr && lost.path.compare(0, folder_->path.size() + 1, folder_->path + "/") == 0;
@@ -80,25 +92,34 @@ class MissingPaths {
     return isBelow(lost) && std::find(folder_->labels.begin(), folder_->labels.end(), label) != folder_->labels.end();
   }
 
-  void add(const Lost& lost, const std::vector<const LabelRecord*>& labels, std::vector<Risk>& found) const {
-    std::string told, attach, detach, perhaps;
-    const auto candidates = project_.followed().candidatesFor(lost);
-    for (const std::size_t one : candidates)
+  void add(const Group& group, const Labels& labels, std::vector<Risk>& found) const {
+    const Lost& first = *group.front();
+    Risk risk{risks::LABEL_ON_MISSING_PATH.identifier, first.path, {}};
+    for (std::size_t i = 1; i < group.size(); ++i) risk.otherPaths.push_back(group[i]->path);
+    const std::string folder = folder_host::parentOf(first.path);
+    const std::string top = group.size() == 1 || folder.empty() ? first.path : folder;
+    std::string what = inQuotes(first.path);
+    if (group.size() > 1) what += fmt::format(" and {} more", group.size() - 1);
+    const auto candidates = project_.followed().candidatesFor(first);
+    std::string perhaps, told, attach, detach;
+    for (const std::size_t one : candidates) {
       perhaps += (perhaps.empty() ? ", perhaps to " : ", ") + inQuotes(project_.table()[one].path);
+    }
     for (const LabelRecord* label : labels) {
       told += (told.empty() ? "" : ", ") + nameInQuotes(*label);
-      const std::string here =
-          candidates.empty() ? "" : mending_.attach(*label, {project_.table()[candidates.front()].path});
-      if (!here.empty()) attach += (attach.empty() ? ": " : " && ") + here;
-      detach += (detach.empty() ? "" : " && ") + mending_.detach(*label, {lost.path});
+      if (!candidates.empty()) {
+        const std::string here = mending_.attach(*label, {project_.table()[candidates.front()].path});
+        attach += (attach.empty() ? ": " : " && ") + here;
+      }
+      detach += (detach.empty() ? "" : " && ") + mending_.detach(*label, {first.path});
     }
-    found.push_back(
-        {risks::LABEL_ON_MISSING_PATH.identifier, lost.path,
-         fmt::format("nothing is at {}, which is labelled {}; where it was renamed or moved{}, label what "
-                     "it is now{}; {}where it is gone for good: {}",
-                     inQuotes(lost.path), told, perhaps, attach,
-                     lost.isMeant ? "" : fmt::format("where it will be back: {}; ", mending_.callMissing(lost.path)),
-                     detach)});
+    const std::string missing = mending_.callMissing(top);
+    risk.message =
+        fmt::format("nothing is at {}, which had {}; where it was renamed or moved{}, label what it is now{}", what,
+                    told, perhaps, attach);
+    if (!first.isMeant) risk.message += fmt::format("; where it is meant to be missing: {}", missing);
+    if (first.isMarked) risk.message += fmt::format("; where it is gone for good: {}", detach);
+    found.push_back(std::move(risk));
   }
 
   const WorkingCopy& project_;
