@@ -32,17 +32,21 @@ bool isSideName(std::string_view name, std::string_view of) {
   });
 }
 
-// Files by their size and, with it, by their name, their time, or both.
+// Files by their size and, with it, by their name, their time, or both. A checkout of a rename makes a file anew, with
+// another name and time: where files have an identity, a new one of the same size alone is alike, too.
 class Likeness {
  public:
-  Likeness(const EntryTable& entries, const Selection& without, const timespec& since) {
+  Likeness(const EntryTable& entries, const Selection& without, const timespec& since, bool bySizeAlone) {
     for (std::size_t i = 0; i < entries.size(); ++i) {
       const Entry& entry = entries[i];
       // A file that was there when all was noted last is not what was lost since; where files have no identity, their
       // status has no time of its own either.
       const bool wasThere = isEarlier(entry.changed, since) && entries.listing().identityOf(entry);
       if (without[i] || entry.kind != EntryKind::file || wasThere) continue;
-      for (const Key& key : keysOf(entry.path, entry.size, entry.modified)) entries_[key].push_back(i);
+      for (const Key& key : keysOf(entry.path, entry.size, entry.modified)) {
+        const bool isOfSizeAlone = key == Key{entry.size, 0, 0, {}};
+        if (!isOfSizeAlone || (bySizeAlone && !isEarlier(entry.born, since))) entries_[key].push_back(i);
+      }
     }
   }
 
@@ -65,7 +69,8 @@ class Likeness {
     const std::string name(nameOf(path));
     return {{size, modified.tv_sec, modified.tv_nsec, name},
             {size, modified.tv_sec, modified.tv_nsec, {}},
-            {size, 0, 0, name}};
+            {size, 0, 0, name},
+            {size, 0, 0, {}}};
   }
 
   std::map<Key, Indices> entries_;
@@ -150,7 +155,7 @@ class Followed::Search {
 
   void seekAlike() {
     if (std::find(by_.begin(), by_.end(), By::nothing) == by_.end()) return;
-    Likeness likeness(entries_, isFoundByIdentity_, result_.memory_.written);
+    Likeness likeness(entries_, isFoundByIdentity_, result_.memory_.written, !result_.isUncertain_);
     for (std::size_t r = 0; r < remembered_.size(); ++r) {
       if (by_[r] == By::nothing) set(r, likeness.find(remembered_[r]), By::likeness);
     }

@@ -36,7 +36,7 @@ inline constexpr std::string_view MEMORY_HEAD = "project-share memory 1\n";
 
 // What a folder remembers of the entries of its project that have labels, so that a label can be told to have followed
 // a file whose name changed. It stands beside the store, in a file of its own, and is the folder's alone: no copy has
-// it, and no mark depends on it. Whatever it says, it only ever holds back more.
+// it, and no mark depends on it. What it says of entries that are there only ever holds back more.
 struct Memory {
   std::vector<Remembered> entries;
   timespec written = {};      // when it was noted last, by the clock
