@@ -38,7 +38,7 @@ std::string textOf(const Judgement& judgement, const Reason& reason) {
       return {};
     case Reason::Rule::filter:
       return selection(judgement, reason.filter, reason.labels) +
-             (reason.from == nullptr ? "" : ", as it was when it was " + inQuotes(*reason.from));
+             (reason.from == nullptr ? "" : fmt::format(" (by what it had as {})", inQuotes(*reason.from)));
     case Reason::Rule::folder:
       return nameOfFilter(judgement, reason.filter) + ": lies in a folder that is held back";
     case Reason::Rule::link:
