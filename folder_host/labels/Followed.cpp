@@ -189,7 +189,7 @@ class Followed::Search {
       isNewcomer_.insert(entry);
       const LabelSet has = has_.of(entry), labels = labelsOf(r);
       const bool isGiven = std::includes(has.begin(), has.end(), labels.begin(), labels.end());
-      infer(entry, isGiven ? LabelSet() : labels, entries_[result_.found_[r].front()].path);
+      infer(entry, isGiven ? LabelSet() : labels, {});
     }
   }
 
@@ -204,7 +204,8 @@ class Followed::Search {
       if (beside != originals.end() && inferFromOriginals(i, beside->second)) continue;
       const auto moved = folder == EntryTable::ROOT ? result_.differing_.end() : result_.differing_.find(folder);
       if (moved == result_.differing_.end()) continue;
-      infer(i, moved->second.labels, moved->second.from + "/" + std::string(nameOf(entries_[i].path)));
+      const std::string& from = moved->second.from;
+      infer(i, moved->second.labels, from.empty() ? from : from + "/" + std::string(nameOf(entries_[i].path)));
     }
   }
 

@@ -20,7 +20,9 @@ class Followed {
  public:
   struct Had {
     LabelSet labels;
-    std::string from;  // the path at which it got them: of what it was, or of what it is a side file of
+    // The path at which it got them: of what it was, or of what it is a side file of. Empty where the entry took the
+    // name of something that is elsewhere now.
+    std::string from;
   };
 
   // What was remembered, or has a mark, and is not found.

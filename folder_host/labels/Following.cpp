@@ -12,19 +12,23 @@ class Following {
  public:
   Following(const EntryTable& entries, LabelStore& labels) : entries_(entries), labels_(labels), sources_(labels) {}
 
-  // A folder before what lies in it, so that a mark with reach is there when its entries are looked at.
-  void follow(const Entry& entry, const Followed::Had& had) {
-    if (!entries_.find(had.from) && !had.from.empty()) moveMarks(had.from, entry.path);
-    give(entry, had.labels);
+  // Whether the entry has just what it had. A folder is followed before what lies in it, so that a mark with reach is
+  // there when its entries are looked at.
+  bool follow(const Entry& entry, const Followed::Had& had) {
+    moveMarks(had.from, entry.path);
+    bool isSame = true;
+    for (std::size_t label = 0; label < sources_.labels().size(); ++label) {
+      const bool hadIt = std::binary_search(had.labels.begin(), had.labels.end(), label);
+      if (hadIt && !has(entry, label)) put(entry.path, label, MarkKind::reach);
+      isSame = isSame && has(entry, label) == hadIt;
+    }
+    return isSame;
   }
 
-  void give(const Entry& entry, const LabelSet& labels) {
+  void keep(const Entry& entry, const LabelSet& labels) {
     for (std::size_t label = 0; label < sources_.labels().size(); ++label) {
-      const bool isGiven = std::binary_search(labels.begin(), labels.end(), label);
-      const auto has = [&] { return sources_.sourceOf(entry.path, entry.kind == EntryKind::folder, label).gives(); };
-      if (has() == isGiven) continue;
-      if (!isGiven && sources_.markOn(entry.path, label)) remove(entry.path, label);
-      if (has() != isGiven) put(entry.path, label, isGiven ? MarkKind::reach : MarkKind::exception);
+      const bool hasIt = std::binary_search(labels.begin(), labels.end(), label);
+      if (has(entry, label) != hasIt) put(entry.path, label, hasIt ? MarkKind::reach : MarkKind::exception);
     }
   }
 
@@ -43,12 +47,17 @@ class Following {
   }
 
  private:
+  bool has(const Entry& entry, std::size_t label) const {
+    return sources_.sourceOf(entry.path, entry.kind == EntryKind::folder, label).gives();
+  }
+
   void moveMarks(const std::string& from, const std::string& to) {
+    const bool isFree = !entries_.find(from);
     for (std::size_t label = 0; label < sources_.labels().size(); ++label) {
       const auto mark = sources_.markOn(from, label);
-      if (!mark) continue;
+      if (!mark || (*mark == MarkKind::exception && !isFree)) continue;
       put(to, label, *mark);
-      remove(from, label);
+      if (isFree) remove(from, label);
     }
   }
 
@@ -80,12 +89,12 @@ std::vector<std::pair<std::string, std::string>> followIn(const Followed& follow
     const std::size_t folder = entries.parentOf(i);
     isTouched[i] = folder != EntryTable::ROOT && isTouched[folder];
     const auto differs = followed.differing().find(i);
-    if (differs != followed.differing().end() && isAtOrBelow(entries[i].path, tops)) {
-      following.follow(entries[i], differs->second);
-      moves.emplace_back(entries[i].path, differs->second.from);
+    const bool isMoved = differs != followed.differing().end() && !differs->second.from.empty();
+    if (isMoved && isAtOrBelow(entries[i].path, tops)) {
+      if (following.follow(entries[i], differs->second)) moves.emplace_back(entries[i].path, differs->second.from);
       isTouched[i] = true;
     } else if (isTouched[i]) {
-      following.give(entries[i], followed.has().of(i));
+      following.keep(entries[i], followed.has().of(i));
     }
   }
   following.write();

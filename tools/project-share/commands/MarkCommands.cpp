@@ -394,7 +394,7 @@ void followLabels(const std::vector<std::string>& named) {
   const FolderProject project = openProject();
   const Table table = tableOf(project);
   const Paths scope = named.empty() ? Paths{""} : entriesNamed(project, *table, named, false);
-  const auto moves = edit(project, [&] {
+  const auto [moves, open] = edit(project, [&] {
     const auto followed = project.followed(table);
     if (followed->memory().isUnreadable) {
       throw Refusal(
@@ -402,7 +402,9 @@ void followLabels(const std::vector<std::string>& named) {
           "what was noted of labelled entries is damaged, and nothing is known that could be followed; attach "
           "labels instead");
     }
-    return folder_host::followIn(*followed, *table, scope, project.labels());
+    auto made = folder_host::followIn(*followed, *table, scope, project.labels());
+    const std::size_t left = settledAt(*followed, *table, scope).size() - made.size();
+    return std::pair(std::move(made), left);
   });
   Paths paths;
   Json object{{"followed", Json::array()}};
@@ -413,12 +415,16 @@ void followLabels(const std::vector<std::string>& named) {
     putPath(object["followed"].back(), "from", from);
   }
   project.remember(table, paths);
-  if (moves.empty()) return done("Nothing there had other labels than it has.", object);
+  object["open"] = open;
+  const char* const left = "What has labels by its place that it had not keeps them; label detach takes them from it";
+  if (moves.empty()) {
+    return done(open == 0 ? "Nothing there had other labels than it has." : fmt::format("{}.", left), object);
+  }
   std::string text = fmt::format("{} the labels that {} had", counted(moves.size(), "entry has", "entries have"),
                                  moves.size() == 1 ? "it" : "they");
   text += fmt::format(": {} as {}{}.", inQuotes(moves.front().first), inQuotes(moves.front().second),
                       moves.size() == 1 ? "" : fmt::format(" and {} more", moves.size() - 1));
-  done(text, object);
+  done(open == 0 ? text : fmt::format("{} {}.", text, left), object);
 }
 
 void callMissing(const std::vector<std::string>& named) {

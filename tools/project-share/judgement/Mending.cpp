@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <optional>
 #include <set>
 
 #include "words/FilterKinds.h"
@@ -49,21 +50,34 @@ std::string Mending::follow(const std::string& path) const {
   return commandOf({"label", "follow", fromHere(copy_.root(), path)});
 }
 
+namespace {
+
+// A label of the one set that is not in the other.
+std::optional<std::size_t> firstBeyond(const folder_host::LabelSet& one, const folder_host::LabelSet& other) {
+  for (const std::size_t label : one) {
+    if (!std::binary_search(other.begin(), other.end(), label)) return label;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
 // Any edit on the entry settles it. What it had too much is detached, and what it lacked attached, so that the command
 // says what it is for.
 std::string Mending::settle(std::size_t entry) const {
-  const auto& sources = copy_.effective().sources();
-  const folder_host::LabelSet has = copy_.effective().of(entry);
-  const folder_host::LabelSet& had = copy_.followed().differing().at(entry).labels;
-  for (const std::size_t label : had) {
-    if (!std::binary_search(has.begin(), has.end(), label))
-      return detach(sources.labels()[label], {copy_.table()[entry].path});
-  }
-  for (const std::size_t label : has) {
-    if (!std::binary_search(had.begin(), had.end(), label))
-      return attach(sources.labels()[label], {copy_.table()[entry].path});
-  }
-  return {};
+  const auto& labels = copy_.effective().sources().labels();
+  const auto has = copy_.effective().of(entry), had = copy_.followed().differing().at(entry).labels;
+  const Paths paths{copy_.table()[entry].path};
+  if (const auto label = firstBeyond(had, has)) return detach(labels[*label], paths);
+  return attach(labels[firstBeyond(has, had).value()], paths);
+}
+
+std::string Mending::restore(std::size_t entry) const {
+  const auto& labels = copy_.effective().sources().labels();
+  const auto has = copy_.effective().of(entry), had = copy_.followed().differing().at(entry).labels;
+  const Paths paths{copy_.table()[entry].path};
+  if (const auto label = firstBeyond(has, had)) return detach(labels[*label], paths);
+  return attach(labels[firstBeyond(had, has).value()], paths);
 }
 
 std::string Mending::callMissing(const std::string& path) const {

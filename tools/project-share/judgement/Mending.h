@@ -25,8 +25,9 @@ class Mending {
   std::string attach(const folder_host::LabelRecord& label, const Paths& paths) const;
   std::string detach(const folder_host::LabelRecord& label, const Paths& paths) const;
   std::string follow(const std::string& path) const;
-  // To have what the entry has counted, and not what it had: the label that it had is detached from it.
+  // Of an entry that had other labels than it has: to have what it has counted, and what it had.
   std::string settle(std::size_t entry) const;
+  std::string restore(std::size_t entry) const;
   std::string callMissing(const std::string& path) const;
 
   // The labels that the entry has or had, and by which drop-files filters hold it back: UUIDs, sorted.

@@ -135,7 +135,10 @@ class FollowedNotes {
 
   void addTo(Findings& found, const std::vector<FollowedEntry>& followed) {
     std::map<std::pair<std::size_t, bool>, std::vector<std::size_t>> byTop;
-    for (const auto& [entry, byWhatItHas, from] : followed) byTop[{topOf(entry), byWhatItHas}].push_back(entry);
+    for (const auto& [entry, byWhatItHas, from] : followed) {
+      // What takes a labelled name is held back by that, as anybody would expect.
+      if (!byWhatItHas || !from->empty()) byTop[{topOf(entry), byWhatItHas}].push_back(entry);
+    }
     for (const auto& [top, entries] : byTop) found.notes.push_back(note(top.first, top.second, entries));
   }
 
@@ -149,7 +152,8 @@ class FollowedNotes {
     if (moved == differing_.end()) return entry;
     const std::string& path = project_.table()[entry].path;
     const std::string name = path.substr(project_.table()[folder].path.size());
-    if (differing_.at(entry).from != moved->second.from + name) return entry;
+    const std::string& from = moved->second.from;
+    if (differing_.at(entry).from != (from.empty() ? from : from + name)) return entry;
     const std::size_t top = topOf(folder);
     return tops_[entry] = top;
   }
@@ -161,17 +165,24 @@ class FollowedNotes {
     const std::string what = isAlone ? inQuotes(path) + " is"
                                      : fmt::format("of {}, {} {}", inQuotes(path), entries.size(),
                                                    entries.size() == 1 ? "entry is" : "entries are");
-    const std::string follow = mending_.follow(path);
-    std::string message =
-        byWhatItHas ? fmt::format(
-                          "{} held back by the labels of its place; as {} it was shared; to give it the labels "
-                          "that it had: {}",
-                          what, inQuotes(from), follow)
-                    : fmt::format(
-                          "{} held back by what it had as {}; to keep it so for good: {}; to share it by what "
-                          "it has now: {}",
-                          what, inQuotes(from), follow, mending_.settle(top));
-    return {risks::LABEL_FOLLOWED.identifier, path, std::move(message), {from}};
+    std::string message;
+    if (byWhatItHas) {
+      message = fmt::format("{} held back by the labels of its place; as {} it was shared; to share it again: {}", what,
+                            inQuotes(from), mending_.restore(top));
+    } else if (from.empty()) {
+      message = fmt::format(
+          "{} held back: its labels were those of something else, which is elsewhere now; to share it "
+          "by what it has now: {}",
+          what, mending_.settle(top));
+    } else {
+      message = fmt::format(
+          "{} held back by what it had as {}; to keep it so for good: {}; to share it by what it has "
+          "now: {}",
+          what, inQuotes(from), mending_.follow(path), mending_.settle(top));
+    }
+    Risk note{risks::LABEL_FOLLOWED.identifier, path, std::move(message)};
+    if (!from.empty()) note.otherPaths.push_back(from);
+    return note;
   }
 
   const WorkingCopy& project_;

@@ -91,11 +91,13 @@ Json jsonOfLabels(const folder_host::WorkingCopy& project, std::size_t entry) {
   return labels;
 }
 
-std::string followedText(const std::string& from) { return "followed from " + inQuotes(from); }
+std::string followedText(const std::string& from) {
+  return from.empty() ? "of what had its name" : "followed from " + inQuotes(from);
+}
 
 Json jsonOfFollowed(const std::string& from) {
   Json object{{"kind", "followed"}};
-  putPath(object, "from", from);
+  if (!from.empty()) putPath(object, "from", from);
   return object;
 }
 

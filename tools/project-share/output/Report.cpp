@@ -38,7 +38,9 @@ std::string textOf(const Judgement& judgement, const Reason& reason) {
       return {};
     case Reason::Rule::filter:
       return selection(judgement, reason.filter, reason.labels) +
-             (reason.from == nullptr ? "" : fmt::format(" (by what it had as {})", inQuotes(*reason.from)));
+             (reason.from == nullptr || reason.from->empty()
+                  ? ""
+                  : fmt::format(" (by what it had as {})", inQuotes(*reason.from)));
     case Reason::Rule::folder:
       return nameOfFilter(judgement, reason.filter) + ": lies in a folder that is held back";
     case Reason::Rule::link:
@@ -63,7 +65,7 @@ Json jsonOf(const Judgement& judgement, const Reason& reason) {
               {"kind", wordOf(judgement.filters[reason.filter - 1].kind)}};
   object["labels"] = Json::array();
   for (const std::size_t label : reason.labels) object["labels"].push_back(jsonOf(judgement.labels[label]));
-  if (reason.from != nullptr) putPath(object, "from", *reason.from);
+  if (reason.from != nullptr && !reason.from->empty()) putPath(object, "from", *reason.from);
   return object;
 }
 
