@@ -403,7 +403,9 @@ void followLabels(const std::vector<std::string>& named) {
           "labels instead");
     }
     auto made = folder_host::followIn(*followed, *table, scope, project.labels());
-    const std::size_t left = settledAt(*followed, *table, scope).size() - made.size();
+    const auto& differing = followed->differing();
+    const auto isIn = [&, tops = setOf(scope)](const auto& one) { return isAtOrBelow((*table)[one.first].path, tops); };
+    const auto left = static_cast<std::size_t>(std::count_if(differing.begin(), differing.end(), isIn)) - made.size();
     return std::pair(std::move(made), left);
   });
   Paths paths;
