@@ -152,14 +152,17 @@ TEST(Labels, OfAWholeTreeAreThoseOfEachPath) {
   for (const char* size : {"none", "some", "all"}) EXPECT_GT(sizes[size], 50U) << size;
 }
 
+using Rules = FolderTest;
+
 // Each tree has rules of its own, so that git is asked once about them all.
-TEST_F(FolderTest, RulesGiveALabelToWhatGitIgnores) {
+TEST_F(Rules, GiveALabelToWhatGitIgnores) {
   Maker maker(10);
   std::string questions, expected;
+  LabelStore labels(Store::inMemory());
+  const std::u16string uuid = labels.create(u"c", u"l").uuid;
   for (std::size_t set = 0; set < 150; ++set) {
-    LabelStore labels(Store::inMemory());
     const std::string folder = "t" + std::to_string(set) + "/", rules = maker.rules(false);
-    give(labels, labels.create(u"c", u"l").uuid, "", rules);
+    give(labels, uuid, "", rules);
     const Words tree = maker.tree();
     for (const std::string& name : tree) {
       std::filesystem::create_directories(in(folder + name.substr(0, name.rfind('/') + 1)));
@@ -170,7 +173,8 @@ TEST_F(FolderTest, RulesGiveALabelToWhatGitIgnores) {
     put(folder + ".gitignore", lines);
     const EntryTable entries(listingOf(tree));
     for (std::size_t i = 0; i < entries.size(); ++i) questions += folder + entries[i].path + '\n';
-    for (const std::string& path : carrying(entries, labels).front()) expected += folder + path + '\n';
+    const Words ignored = carrying(entries, labels).front();
+    for (const std::string& path : ignored) expected += folder + path + '\n';
   }
   put("questions", questions);
   const std::string run =
