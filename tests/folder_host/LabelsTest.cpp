@@ -160,7 +160,7 @@ TEST_F(Rules, GiveALabelToWhatGitIgnores) {
   std::string questions, expected;
   LabelStore labels(Store::inMemory());
   const std::u16string uuid = labels.create(u"c", u"l").uuid;
-  for (std::size_t set = 0; set < 150; ++set) {
+  for (std::size_t set = 0; set < 60; ++set) {
     const std::string folder = "t" + std::to_string(set) + "/", rules = maker.rules(false);
     give(labels, uuid, "", rules);
     const Words tree = maker.tree();
