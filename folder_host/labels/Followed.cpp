@@ -98,6 +98,7 @@ class Followed::Search {
 
   void run() {
     seekByIdentity();
+    seekInMovedFolders();
     seekAlike();
     claim();
     inferFromClaims();
@@ -153,6 +154,27 @@ class Followed::Search {
     result_.found_[r] = std::move(entries);
   }
 
+  // What was saved as another file, in a folder that was then moved, is known by its name there.
+  void seekInMovedFolders() {
+    std::map<std::string, std::size_t> moved;  // by where they were
+    for (std::size_t r = 0; r < remembered_.size(); ++r) {
+      if (remembered_[r].kind == EntryKind::folder && by_[r] == By::identity) moved.emplace(remembered_[r].at, r);
+    }
+    for (std::size_t r = 0; r < remembered_.size() && !moved.empty(); ++r) {
+      const std::string& at = remembered_[r].at;
+      auto folder = moved.end();
+      std::string top = at;
+      while (folder == moved.end() && !top.empty()) folder = moved.find(top = parentOf(top));
+      if (by_[r] != By::nothing || folder == moved.end()) continue;
+      Indices there;
+      for (const std::size_t now : result_.found_[folder->second]) {
+        const auto entry = entries_.find(entries_[now].path + at.substr(top.size()));
+        if (entry && !isFoundByIdentity_[*entry]) there.push_back(*entry);
+      }
+      set(r, std::move(there), By::place);
+    }
+  }
+
   void seekAlike() {
     if (std::find(by_.begin(), by_.end(), By::nothing) == by_.end()) return;
     Likeness likeness(entries_, isFoundByIdentity_, result_.memory_.written, !result_.isUncertain_);
@@ -189,6 +211,8 @@ class Followed::Search {
       isNewcomer_.insert(entry);
       const LabelSet has = has_.of(entry), labels = labelsOf(r);
       const bool isGiven = std::includes(has.begin(), has.end(), labels.begin(), labels.end());
+      // Made since then, it is what the name stands for now, and has its labels as anything that is added has.
+      if (isGiven && !isEarlier(entries_[entry].born, result_.memory_.written)) continue;
       infer(entry, isGiven ? LabelSet() : labels, {});
     }
   }
@@ -205,41 +229,56 @@ class Followed::Search {
       const auto moved = folder == EntryTable::ROOT ? result_.differing_.end() : result_.differing_.find(folder);
       if (moved == result_.differing_.end()) continue;
       const std::string& from = moved->second.from;
-      infer(i, moved->second.labels, from.empty() ? from : from + "/" + std::string(nameOf(entries_[i].path)));
+      infer(i, joined(moved->second.labels, byItsNameAlone(i)),
+            from.empty() ? from : from + "/" + std::string(nameOf(entries_[i].path)));
     }
+  }
+
+  // The labels that the entry has and its folder has not.
+  LabelSet byItsNameAlone(std::size_t entry) const {
+    const std::size_t folder = entries_.parentOf(entry);
+    const LabelSet has = has_.of(entry), above = folder == EntryTable::ROOT ? LabelSet() : has_.of(folder);
+    LabelSet labels;
+    std::set_difference(has.begin(), has.end(), above.begin(), above.end(), std::back_inserter(labels));
+    return labels;
   }
 
   using Originals = std::multimap<std::string, std::size_t>;  // entries by name, folded, and by stem
 
-  // Of those whose labels are not those that all that lies beside them has.
+  // Of the folders in which something has, or had, other labels than all that lies beside it.
   std::map<std::size_t, Originals> originalsByFolder() const {
     std::map<std::size_t, Originals> originals;
     for (std::size_t i = 0; i < entries_.size(); ++i) {
       const std::size_t folder = entries_.parentOf(i);
       const bool isOther = has_.of(i) != (folder == EntryTable::ROOT ? LabelSet() : has_.of(folder));
-      if (!isOther && result_.differing_.count(i) == 0) continue;
+      if (isOther || result_.differing_.count(i) != 0) originals[folder];
+    }
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+      const auto beside = originals.find(entries_.parentOf(i));
+      if (beside == originals.end()) continue;
       const std::string name = foldedName(nameOf(entries_[i].path));
-      originals[folder].emplace(name, i);
+      beside->second.emplace(name, i);
       const std::size_t dot = name.rfind('.');
-      if (dot != std::string::npos && dot > 0) originals[folder].emplace(name.substr(0, dot) + '/', i);
+      if (dot != std::string::npos && dot > 0) beside->second.emplace(name.substr(0, dot) + '/', i);
     }
     return originals;
   }
 
   bool inferFromOriginals(std::size_t entry, const Originals& beside) {
-    std::optional<std::size_t> of;
-    LabelSet labels;
+    std::optional<std::string> from;
+    LabelSet labels = byItsNameAlone(entry);
     for (const Original& original : originalsOf(nameOf(entries_[entry].path))) {
       if (original.isCopy) continue;
       const auto [first, last] = beside.equal_range(original.isStem ? original.name + '/' : original.name);
       for (auto one = first; one != last; ++one) {
-        if (!of) of = one->second;
         const auto differs = result_.differing_.find(one->second);
-        labels = joined(labels, differs != result_.differing_.end() ? differs->second.labels : has_.of(one->second));
+        const bool isOther = differs != result_.differing_.end();
+        if (!from) from = isOther ? differs->second.from : entries_[one->second].path;
+        labels = joined(labels, isOther ? differs->second.labels : has_.of(one->second));
       }
     }
-    if (of) infer(entry, labels, entries_[*of].path);
-    return of.has_value();
+    if (from) infer(entry, labels, *from);
+    return from.has_value();
   }
 
   void infer(std::size_t entry, const LabelSet& labels, const std::string& from) {

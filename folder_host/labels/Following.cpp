@@ -16,11 +16,17 @@ class Following {
   // there when its entries are looked at.
   bool follow(const Entry& entry, const Followed::Had& had) {
     moveMarks(had.from, entry.path);
+    const auto exceptions = moveExceptions(had.from, entry.path);
     bool isSame = true;
     for (std::size_t label = 0; label < sources_.labels().size(); ++label) {
       const bool hadIt = std::binary_search(had.labels.begin(), had.labels.end(), label);
       if (hadIt && !has(entry, label)) put(entry.path, label, MarkKind::reach);
       isSame = isSame && has(entry, label) == hadIt;
+    }
+    // What keeps some label by its place keeps all of them.
+    for (std::size_t i = 0; i < exceptions.size() && !isSame; ++i) {
+      remove(entry.path, exceptions[i]);
+      put(had.from, exceptions[i], MarkKind::exception);
     }
     return isSame;
   }
@@ -55,10 +61,22 @@ class Following {
     const bool isFree = !entries_.find(from);
     for (std::size_t label = 0; label < sources_.labels().size(); ++label) {
       const auto mark = sources_.markOn(from, label);
-      if (!mark || (*mark == MarkKind::exception && !isFree)) continue;
+      if (!mark || *mark == MarkKind::exception) continue;
       put(to, label, *mark);
       if (isFree) remove(from, label);
     }
+  }
+
+  // Those of the labels that are given; where something else is at the old path, none.
+  std::vector<std::size_t> moveExceptions(const std::string& from, const std::string& to) {
+    std::vector<std::size_t> moved;
+    for (std::size_t label = 0; label < sources_.labels().size() && !entries_.find(from); ++label) {
+      if (sources_.markOn(from, label) != MarkKind::exception || sources_.markOn(to, label)) continue;
+      put(to, label, MarkKind::exception);
+      remove(from, label);
+      moved.push_back(label);
+    }
+    return moved;
   }
 
   void put(const std::string& path, std::size_t label, MarkKind kind) {

@@ -104,6 +104,16 @@ HandedOut share(const std::shared_ptr<WorkingCopy>& copy, const project::sharing
   return handOut(*copy, place, options);
 }
 
+std::shared_ptr<WorkingCopy> judged(const FolderProject& project, const project::sharing::TransformationHierarchy& by) {
+  auto copy = project.workingCopy();
+  const auto before = copy->asItWas();
+  strip(copy, by);
+  strip(before, by);
+  copy->holdBack(before->heldBack());
+  copy->applyHostRules();
+  return copy;
+}
+
 TemporaryFolder::TemporaryFolder() {
   std::string name = (fs::canonical(fs::temp_directory_path()) / "folder-host-XXXXXX").string();
   if (::mkdtemp(name.data()) == nullptr) throw std::system_error(errno, std::generic_category(), name);

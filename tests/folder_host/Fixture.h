@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "folder_host/Error.h"
+#include "folder_host/FolderProject.h"
 #include "folder_host/files/Listing.h"
 #include "folder_host/share/HandOut.h"
 #include "folder_host/share/WorkingCopy.h"
@@ -53,6 +54,9 @@ class Transformation final : public project::sharing::TransformationHierarchy {
 // Judges by the transformation alone, and hands out what is shared then.
 HandedOut share(const std::shared_ptr<WorkingCopy>& copy, const project::sharing::TransformationHierarchy& change,
                 const std::string& destination, const HandOutOptions& options = {});
+
+// What is shared by the labels that the entries have and by those that they had.
+std::shared_ptr<WorkingCopy> judged(const FolderProject& project, const project::sharing::TransformationHierarchy& by);
 
 // A folder of its own, without links on its path, that goes with it.
 struct TemporaryFolder {
