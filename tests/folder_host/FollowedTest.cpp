@@ -119,6 +119,8 @@ TEST_F(FollowedTest, WhatHadALabelUnderAnotherNameIsHeldBackAsIfItHadIt) {
        "a.key d/sub/y d/x s ", "", ""},
       {"moved aside and saved", "mv s s~; echo new >s; mv a.key a.key.bak; echo new >a.key; cp d/x d/.x.swp",
        "a.key a.key.bak d/.x.swp d/sub/y d/x s s~ ", "a.key d/.x.swp d/sub/y d/x s ", "a.key.bak<a.key s~<s ", ""},
+      {"moved aside, and another moved there", "mv s s~; mv n s", "a.key d/sub/y d/x s s~ ", "a.key d/sub/y d/x s ",
+       "s~<s ", ""},
       {"moved away and saved", "mv s t; echo new >s; mv d/x x; echo new >d/x", "a.key d/sub/y d/x s t x ",
        "a.key d/sub/y d/x s ", "t<s x<d/x ", ""},
       {"swapped", "mv s t; mv o s; mv t o", "a.key d/sub/y d/x o s ", "a.key d/sub/y d/x ", "o<s s<o ", ""},
