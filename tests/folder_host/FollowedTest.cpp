@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
+#include <thread>
 
 #include "Fixture.h"
 #include "PlainFilters.h"
@@ -24,6 +26,8 @@ class FollowedTest : public FolderTest {
     for (const char* file : {"s", "d/x", "d/sub/y", "d/open", "a.key", "w", "o", "n"}) {
       put(std::string("p/") + file, std::string("the content of ") + file);
     }
+    // The clock that entries are stamped by goes in steps: all that was there has to be older than what is remembered.
+    std::this_thread::sleep_for(std::chrono::milliseconds(15));
     const FolderProject project = FolderProject::init(in("p"));
     secret_ = project.labels().create(u"c", u"secret");
     project.labels().attach(secret_.uuid, {"s", "d"}, MarkKind::reach);
