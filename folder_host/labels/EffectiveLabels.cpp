@@ -103,18 +103,17 @@ EffectiveLabels::EffectiveLabels(const EntryTable& entries, const LabelStore& la
   }
   stateOf_.reserve(entries.size());
   Walk(entries, *this).run();
+  std::map<LabelsByEntry::mapped_type, std::shared_ptr<const LabelSet>> known;
   for (const auto& [entry, uuids] : instead) {
-    LabelSet& set = instead_[entry];
-    for (const std::u16string& uuid : uuids) {
-      if (const auto label = sources_.find(uuid)) set.push_back(*label);
-    }
-    std::sort(set.begin(), set.end());
+    std::shared_ptr<const LabelSet>& set = known[uuids];
+    if (!set) set = std::make_shared<const LabelSet>(sources_.setOf(*uuids));
+    instead_[entry] = set;
   }
 }
 
 LabelSet EffectiveLabels::of(std::size_t entry) const {
   const auto other = instead_.find(entry);
-  if (other != instead_.end()) return other->second;
+  if (other != instead_.end()) return *other->second;
   LabelSet set = givenBy(stateOf_[entry]);
   auto own = std::lower_bound(own_.begin(), own_.end(), std::pair(entry, std::size_t{0}));
   if (own == own_.end() || own->first != entry) return set;

@@ -11,11 +11,9 @@
 
 namespace folder_host {
 
-// Labels of one entry: indices into LabelSources::labels(), ascending.
-using LabelSet = std::vector<std::size_t>;
-
-// Labels by UUID that entries, by index, have in the place of those that marks and rules give them.
-using LabelsByEntry = std::map<std::size_t, std::vector<std::u16string>>;
+// Labels by UUID that entries, by index, have in the place of those that marks and rules give them. Entries have them
+// in common: there may be many of both.
+using LabelsByEntry = std::map<std::size_t, std::shared_ptr<const std::vector<std::u16string>>>;
 
 // Which labels each entry of a listing has, by marks and rules, as the store had them when this was made. Never
 // changes. Made in one pass over the entries; its size grows with the entries, marks and matches, and not with the
@@ -55,8 +53,8 @@ class EffectiveLabels {
   std::vector<State> states_;
   std::vector<std::size_t> stateOf_;  // by entry
   std::vector<std::pair<std::size_t, std::size_t>>
-      own_;                                  // an entry, and a label that it has by a mark on it alone; sorted
-  std::map<std::size_t, LabelSet> instead_;  // by entry
+      own_;  // an entry, and a label that it has by a mark on it alone; sorted
+  std::map<std::size_t, std::shared_ptr<const LabelSet>> instead_;  // by entry
   std::vector<std::size_t> idleRules_;
 };
 

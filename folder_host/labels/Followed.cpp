@@ -74,7 +74,7 @@ class Likeness {
   }
 
   std::map<Key, Indices> entries_;
-  std::set<std::pair<Key, std::vector<std::u16string>>> asked_;
+  std::set<std::pair<Key, LabelNames>> asked_;
 };
 
 }  // namespace
@@ -125,8 +125,8 @@ class Followed::Search {
                       : identities.end();
       for (; next != identities.end() && next->first == *identity; ++next) same.push_back(next->second);
       place(r, std::move(same));
-      found += by_[r] != By::nothing ? 1U : 0U;
-      byIdentity += by_[r] >= By::identity ? 1U : 0U;
+      found += by_[r] != By::nothing && !remembered_[r].isWay ? 1U : 0U;
+      byIdentity += by_[r] >= By::identity && !remembered_[r].isWay ? 1U : 0U;
     }
     result_.isUncertain_ = 2 * byIdentity < found;
   }
@@ -146,7 +146,7 @@ class Followed::Search {
     same.erase(std::remove_if(same.begin(), same.end(), isAside), same.end());
     if (same.empty()) return set(r, {*at}, By::place);
     set(r, std::move(same), By::identity);
-    newcomers_.emplace_back(*at, r);
+    if (!remembered_[r].isWay) newcomers_.emplace_back(*at, r);
   }
 
   void set(std::size_t r, Indices entries, By by) {
@@ -185,6 +185,7 @@ class Followed::Search {
 
   void claim() {
     for (std::size_t r = 0; r < remembered_.size(); ++r) {
+      if (remembered_[r].isWay) continue;
       for (const std::size_t entry : result_.found_[r]) {
         std::size_t& claim = result_.claims_[entry];
         if (claim == NONE || by_[claim] < by_[r]) {
@@ -282,13 +283,16 @@ class Followed::Search {
   }
 
   void infer(std::size_t entry, const LabelSet& labels, const std::string& from) {
-    if (labels != has_.of(entry)) result_.differing_[entry] = {labels, from};
+    result_.differing_.erase(entry);
+    if (labels == has_.of(entry)) return;
+    result_.differing_.emplace(entry, Had{*result_.sets_.insert(labels).first, from});
   }
 
   // A mark whose entry is found under another name is not lost.
   void addLost() {
     std::multimap<std::string, std::size_t> byPath;
     for (std::size_t r = 0; r < remembered_.size(); ++r) {
+      if (remembered_[r].isWay) continue;
       byPath.emplace(remembered_[r].at, r);
       if (remembered_[r].from != remembered_[r].at) byPath.emplace(remembered_[r].from, r);
     }
@@ -326,13 +330,11 @@ class Followed::Search {
     lost.isUncertain = lost.isUncertain || result_.isUncertain(one);
   }
 
-  LabelSet labelsOf(std::size_t r) const {
-    LabelSet labels;
-    for (const std::u16string& uuid : remembered_[r].labels) {
-      if (const auto label = has_.sources().find(uuid)) labels.push_back(*label);
-    }
-    std::sort(labels.begin(), labels.end());
-    return labels;
+  const LabelSet& labelsOf(std::size_t r) {
+    const LabelNames& names = remembered_[r].labels;
+    const auto [known, isNew] = labelsOf_.try_emplace(names);
+    if (isNew && names) known->second = has_.sources().setOf(*names);
+    return known->second;
   }
 
   static LabelSet joined(const LabelSet& a, const LabelSet& b) {
@@ -350,6 +352,7 @@ class Followed::Search {
   Selection hasOwnMark_;
   std::vector<std::pair<std::size_t, std::size_t>> newcomers_;  // an entry, and whose name it took
   std::set<std::size_t> isNewcomer_;
+  std::map<LabelNames, LabelSet> labelsOf_;
   std::map<std::size_t, LabelSet> claimed_;  // by entry, where several have the same claim
 };
 
@@ -401,7 +404,10 @@ std::vector<std::size_t> Followed::candidatesFor(const Lost& lost) const {
 class Followed::Renewal {
  public:
   Renewal(const Followed& followed, const std::vector<std::string>& settled)
-      : followed_(followed), entries_(followed.entries_), settled_(settled.begin(), settled.end()) {
+      : followed_(followed),
+        entries_(followed.entries_),
+        settled_(settled.begin(), settled.end()),
+        isNoted_(entries_.size()) {
     next_.written = entries_.listing().begun;
     for (const auto& [place, kind] : followed_.has_.sources().marks()) {
       if (kind == MarkKind::exception) exceptions_.insert(place.first);
@@ -411,8 +417,11 @@ class Followed::Renewal {
 
   Memory run() {
     for (std::size_t i = 0; i < entries_.size(); ++i) addEntry(i);
+    addWays();
     for (std::size_t r = 0; r < followed_.found_.size(); ++r) {
-      followed_.found_[r].empty() ? keepLost(followed_.memory_.entries[r]) : keepMark(followed_.memory_.entries[r]);
+      const Remembered& one = followed_.memory_.entries[r];
+      if (one.isWay) continue;
+      followed_.found_[r].empty() ? keepLost(one) : keepMark(one);
     }
     return std::move(next_);
   }
@@ -428,8 +437,23 @@ class Followed::Renewal {
     if (labels.empty() && !isKnown && exceptions_.count(entry.path) == 0) return;
     const std::string& from = isOpen ? differs->second.from : entry.path;
     told_.insert(from);
-    next_.entries.push_back({followed_.uuidsOf(labels), from, entry.path, entry.kind,
-                             entries_.listing().identityOf(entry), entry.size, entry.modified});
+    const auto [names, isNew] = names_.try_emplace(labels);
+    if (isNew) names->second = followed_.namesOf(labels);
+    next_.entries.push_back({names->second, from, entry.path, entry.kind, entries_.listing().identityOf(entry),
+                             entry.size, entry.modified});
+    isNoted_[i] = true;
+  }
+
+  // The folders above what is noted: what is saved as another file, and moved with its folder, is found by them.
+  void addWays() {
+    for (std::size_t i = entries_.size(); i-- > 0;) {
+      const std::size_t folder = entries_.parentOf(i);
+      if (!isNoted_[i] || folder == EntryTable::ROOT || isNoted_[folder]) continue;
+      isNoted_[folder] = true;
+      const Entry& way = entries_[folder];
+      next_.entries.push_back({nullptr, way.path, way.path, way.kind, entries_.listing().identityOf(way)});
+      next_.entries.back().isWay = true;
+    }
   }
 
   // Of what is found: its mark stands where it was, and it has other labels now, or the same by another way.
@@ -455,6 +479,8 @@ class Followed::Renewal {
   const EntryTable& entries_;
   const std::set<std::string> settled_;
   Memory next_;
+  Selection isNoted_;  // entries
+  std::map<LabelSet, LabelNames> names_;
   std::set<std::string> exceptions_;  // paths
   std::set<std::string> missing_;     // paths with a mark at which nothing is
   std::set<std::string> told_;        // paths from which something has its labels
@@ -468,22 +494,23 @@ Memory Followed::renewedAsMeant(const std::vector<std::string>& paths) const {
   Memory next = renewed({});
   std::set<std::string> known;
   for (Remembered& one : next.entries) {
-    if (entries_.find(one.at) || (!isAtOrBelow(one.at, tops) && !isAtOrBelow(one.from, tops))) continue;
+    if (one.isWay || entries_.find(one.at) || (!isAtOrBelow(one.at, tops) && !isAtOrBelow(one.from, tops))) continue;
     one.missing = Remembered::Missing::meant;
     known.insert({one.at, one.from});
   }
   for (const Lost& lost : lost_) {
     if (known.count(lost.path) != 0 || !isAtOrBelow(lost.path, tops)) continue;
     next.entries.push_back(
-        {uuidsOf(lost.labels), lost.path, lost.path, EntryKind::folder, {}, 0, {}, Remembered::Missing::meant});
+        {namesOf(lost.labels), lost.path, lost.path, EntryKind::folder, {}, 0, {}, Remembered::Missing::meant});
   }
   return next;
 }
 
-std::vector<std::u16string> Followed::uuidsOf(const LabelSet& labels) const {
+LabelNames Followed::namesOf(const LabelSet& labels) const {
+  if (labels.empty()) return nullptr;
   std::vector<std::u16string> uuids;
   for (const std::size_t label : labels) uuids.push_back(has_.sources().labels()[label].uuid);
-  return uuids;
+  return std::make_shared<const std::vector<std::u16string>>(std::move(uuids));
 }
 
 }  // namespace folder_host

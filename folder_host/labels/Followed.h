@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,7 @@ namespace folder_host {
 class Followed {
  public:
   struct Had {
-    LabelSet labels;
+    const LabelSet& labels;  // as long as what was followed is there
     // The path at which it got them: of what it was, or of what it is a side file of. Empty where the entry took the
     // name of something that is elsewhere now.
     std::string from;
@@ -62,7 +63,7 @@ class Followed {
   class Renewal;
 
   bool isUncertain(const Remembered& lost) const;
-  std::vector<std::u16string> uuidsOf(const LabelSet& labels) const;
+  LabelNames namesOf(const LabelSet& labels) const;
 
   std::shared_ptr<const EntryTable> table_;
   std::shared_ptr<const EffectiveLabels> labels_;
@@ -72,6 +73,7 @@ class Followed {
   const Memory& memory_;
   std::vector<std::vector<std::size_t>> found_;  // by what is remembered, the entries that it is now
   std::vector<std::size_t> claims_;              // by entry, the remembered one that counts; NONE
+  std::set<LabelSet> sets_;                      // that entries had: many have one in common
   std::map<std::size_t, Had> differing_;
   std::vector<Lost> lost_;
   bool isUncertain_ = false;  // files cannot be told by their identity

@@ -44,6 +44,15 @@ std::optional<std::size_t> LabelSources::find(const std::u16string& uuid) const 
   return index < labels_.size() && labels_[index].uuid == uuid ? std::optional(index) : std::nullopt;
 }
 
+LabelSet LabelSources::setOf(const std::vector<std::u16string>& uuids) const {
+  LabelSet set;
+  for (const std::u16string& uuid : uuids) {
+    if (const auto label = find(uuid)) set.push_back(*label);
+  }
+  std::sort(set.begin(), set.end());
+  return set;
+}
+
 std::optional<MarkKind> LabelSources::markOn(const std::string& path, std::size_t label) const {
   const auto found = marks_.find({path, label});
   return found != marks_.end() ? std::optional(found->second) : std::nullopt;

@@ -14,6 +14,9 @@
 
 namespace folder_host {
 
+// Labels by their index in LabelSources::labels(), ascending.
+using LabelSet = std::vector<std::size_t>;
+
 // What decides whether a path has a label.
 struct LabelSource {
   enum class Kind { nothing, mark, exception, rule, negatedRule };
@@ -34,6 +37,8 @@ class LabelSources {
   // By UUID.
   const std::vector<LabelRecord>& labels() const noexcept { return labels_; }
   std::optional<std::size_t> find(const std::u16string& uuid) const;
+  // Those of the UUIDs that there are.
+  LabelSet setOf(const std::vector<std::u16string>& uuids) const;
 
   using Marks = std::map<std::pair<std::string, std::size_t>, MarkKind>;  // by path and label
   const Marks& marks() const noexcept { return marks_; }

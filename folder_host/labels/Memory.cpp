@@ -82,7 +82,7 @@ class Parser {
   bool fails_ = false;
 };
 
-using LabelSets = std::vector<std::vector<std::u16string>>;
+using LabelSets = std::vector<LabelNames>;
 
 void put(std::string& bytes, const Remembered& entry, std::size_t labels) {
   putNumber(bytes, labels);
@@ -95,12 +95,13 @@ void put(std::string& bytes, const Remembered& entry, std::size_t labels) {
   putNumber(bytes, entry.size);
   putTime(bytes, entry.modified);
   putNumber(bytes, static_cast<std::uint64_t>(entry.missing));
+  putNumber(bytes, entry.isWay ? 1 : 0);
 }
 
 Remembered entryIn(Parser& parser, const LabelSets& sets) {
   Remembered entry;
-  const std::size_t labels = static_cast<std::size_t>(parser.number(sets.empty() ? 0 : sets.size() - 1));
-  if (labels < sets.size()) entry.labels = sets[labels];
+  const auto labels = static_cast<std::size_t>(parser.number(sets.size()));  // 0: none
+  if (labels != 0) entry.labels = sets[labels - 1];
   entry.from = parser.text();
   entry.at = parser.text();
   if (entry.at.empty()) entry.at = entry.from;
@@ -115,6 +116,7 @@ Remembered entryIn(Parser& parser, const LabelSets& sets) {
   entry.size = parser.number();
   entry.modified = parser.time();
   entry.missing = static_cast<Remembered::Missing>(parser.number(2));
+  entry.isWay = parser.number(1) != 0;
   return entry;
 }
 
@@ -136,18 +138,18 @@ std::string readAll(const Descriptor& file, std::size_t size) {
 
 // The sets of labels stand before the entries, once each: most entries have one of a few.
 std::string bytesOf(const Memory& memory) {
-  std::map<std::vector<std::u16string>, std::size_t> numbers;
-  std::vector<const std::vector<std::u16string>*> sets;
+  std::map<LabelNames, std::size_t> numbers{{nullptr, 0}};
+  std::vector<LabelNames> sets;
   std::string entries;
   for (const Remembered& entry : memory.entries) {
-    const auto [known, isNew] = numbers.emplace(entry.labels, sets.size());
-    if (isNew) sets.push_back(&known->first);
+    const auto [known, isNew] = numbers.emplace(entry.labels, sets.size() + 1);
+    if (isNew) sets.push_back(entry.labels);
     put(entries, entry, known->second);
   }
   std::string bytes(MEMORY_HEAD);
   putTime(bytes, memory.written);
   putNumber(bytes, sets.size());
-  for (const auto* set : sets) {
+  for (const LabelNames& set : sets) {
     putNumber(bytes, set->size());
     for (const std::u16string& uuid : *set) putText(bytes, toBlob(uuid));
   }
@@ -165,15 +167,16 @@ std::optional<Memory> memoryIn(std::string_view bytes) {
   Memory memory;
   memory.written = parser.time();
   LabelSets sets(parser.count(sizeof(std::uint64_t)));
-  for (auto& set : sets) {
-    set.resize(parser.count(sizeof(std::uint64_t)));
-    for (std::u16string& uuid : set) {
+  for (LabelNames& set : sets) {
+    std::vector<std::u16string> uuids(parser.count(sizeof(std::uint64_t)));
+    for (std::u16string& uuid : uuids) {
       const std::string blob = parser.text();
       if (blob.size() % 2 != 0) return std::nullopt;
       uuid = fromBlob(blob);
     }
+    set = std::make_shared<const std::vector<std::u16string>>(std::move(uuids));
   }
-  constexpr std::size_t LEAST = 12 * sizeof(std::uint64_t);  // of one entry
+  constexpr std::size_t LEAST = 13 * sizeof(std::uint64_t);  // of one entry
   memory.entries.reserve(parser.count(LEAST));
   for (std::size_t left = memory.entries.capacity(); left > 0; --left) {
     memory.entries.push_back(entryIn(parser, sets));

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <ctime>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,7 +13,10 @@
 
 namespace folder_host {
 
-// One entry that had labels, or an exception, when it was seen last.
+// UUIDs, sorted; in common to all that have the same. None where there are none.
+using LabelNames = std::shared_ptr<const std::vector<std::u16string>>;
+
+// One entry that had labels, or an exception, when it was seen last; or a folder on the way to one.
 struct Remembered {
   // What is known where nothing is found of it.
   enum class Missing {
@@ -21,14 +25,15 @@ struct Remembered {
     meant       // somebody said that it is meant so, or the entry has been settled under another name
   };
 
-  std::vector<std::u16string> labels;  // UUIDs, sorted
-  std::string from;                    // where it got them: its path when it was settled last
-  std::string at;                      // where it was seen last
+  LabelNames labels = {};
+  std::string from;  // where it got them: its path when it was settled last
+  std::string at;    // where it was seen last
   EntryKind kind = EntryKind::file;
   std::optional<Identity> identity;  // none where the file system gives none that lasts
   std::uint64_t size = 0;            // of a file
   timespec modified = {};
   Missing missing = Missing::unknown;
+  bool isWay = false;  // a folder without labels of which is known only that something lies in it that has some
 };
 
 // A memory begins so, under whatever name.

@@ -48,10 +48,15 @@ std::shared_ptr<WorkingCopy> WorkingCopy::clone() const {
 
 std::shared_ptr<WorkingCopy> WorkingCopy::asItWas() const {
   auto instead = std::make_shared<LabelsByEntry>(*instead_);
+  std::map<const LabelSet*, LabelsByEntry::mapped_type> known;
   for (const auto& [entry, had] : followed().differing()) {
-    std::vector<std::u16string>& uuids = (*instead)[entry];
-    uuids.clear();
-    for (const std::size_t label : had.labels) uuids.push_back(effective().sources().labels()[label].uuid);
+    auto& names = known[&had.labels];
+    if (!names) {
+      std::vector<std::u16string> uuids;
+      for (const std::size_t label : had.labels) uuids.push_back(effective().sources().labels()[label].uuid);
+      names = std::make_shared<const std::vector<std::u16string>>(std::move(uuids));
+    }
+    (*instead)[entry] = names;
   }
   auto copy = clone();
   copy->instead_ = std::move(instead);

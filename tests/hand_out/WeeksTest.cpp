@@ -215,7 +215,7 @@ class Week {
     if (document.isLinked) return;
     for (int left = 2; left > 0; --left) {
       const std::string link = newPath(folder());
-      note("ln " + path + " " + link);
+      note(std::string("ln ").append(path).append(" ").append(link));
       fs::create_hard_link(onDisk(path), onDisk(link));
       documents_[link] = document;
       documents_[link].isMoved = documents_[link].isLinked = true;
