@@ -233,8 +233,7 @@ void FolderProject::replaceMemory(const std::shared_ptr<const EntryTable>& entri
   }
 }
 
-void FolderProject::remember(const std::shared_ptr<const EntryTable>& entries,
-                             const std::vector<std::string>& settled) const {
+void FolderProject::remember(const std::shared_ptr<const EntryTable>& entries, const Settled& settled) const {
   replaceMemory(entries, [&](const Followed& followed) { return followed.renewed(settled); });
 }
 

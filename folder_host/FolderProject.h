@@ -65,9 +65,9 @@ class FolderProject {
   // What the folder remembers of labelled entries (see Followed), and what became of it. Error: MEMORY_FAILED.
   std::shared_ptr<const Followed> followed(std::shared_ptr<const EntryTable> entries) const;
   // Brings it up to date, as of the labels that the store has now: to be called when an edit of marks or rules has been
-  // kept, and after each share. What is at the settled paths, or below them, counts as it is from now on.
-  // Error: MEMORY_FAILED; nothing has changed then.
-  void remember(const std::shared_ptr<const EntryTable>& entries, const std::vector<std::string>& settled) const;
+  // kept, and after each share. What is settled counts as it is from now on. Error: MEMORY_FAILED; nothing has changed
+  // then.
+  void remember(const std::shared_ptr<const EntryTable>& entries, const Settled& settled) const;
   // Says of what is lost at these paths that it is meant so. Errors: as above.
   void rememberAsMeant(const std::shared_ptr<const EntryTable>& entries, const std::vector<std::string>& paths) const;
 

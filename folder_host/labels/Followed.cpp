@@ -53,12 +53,23 @@ class Likeness {
   // Asked for many that are alike and have the same labels, the first answer is as good as each.
   Indices find(const Remembered& lost) {
     if (lost.kind != EntryKind::file || lost.size == 0) return {};
-    for (const Key& key : keysOf(lost.at, lost.size, lost.modified)) {
+    std::vector<Key> keys = keysOf(lost.at, lost.size, lost.modified);
+    const std::vector<Key> archived = keysOf(lost.at, lost.size, {lost.modified.tv_sec, 0});
+    keys.insert(keys.begin() + 2, archived.begin(), archived.begin() + 2);
+    for (const Key& key : keys) {
       const auto alike = entries_.find(key);
       if (alike == entries_.end()) continue;
       return asked_.emplace(key, lost.labels).second ? alike->second : Indices{alike->second.front()};
     }
     return {};
+  }
+
+  // Those of its size and time. Archives keep whole seconds.
+  Indices findSame(const Remembered& one) const {
+    if (one.kind != EntryKind::file || one.size == 0) return {};
+    auto same = entries_.find({one.size, one.modified.tv_sec, one.modified.tv_nsec, {}});
+    if (same == entries_.end()) same = entries_.find({one.size, one.modified.tv_sec, 0, {}});
+    return same != entries_.end() ? same->second : Indices();
   }
 
  private:
@@ -176,11 +187,28 @@ class Followed::Search {
   }
 
   void seekAlike() {
-    if (std::find(by_.begin(), by_.end(), By::nothing) == by_.end()) return;
-    Likeness likeness(entries_, isFoundByIdentity_, result_.memory_.written, !result_.isUncertain_);
+    const auto isOpen = [&](std::size_t r) { return by_[r] == By::nothing || isRewritten(r); };
+    Indices open;
     for (std::size_t r = 0; r < remembered_.size(); ++r) {
-      if (by_[r] == By::nothing) set(r, likeness.find(remembered_[r]), By::likeness);
+      if (!remembered_[r].isWay && isOpen(r)) open.push_back(r);
     }
+    if (open.empty()) return;
+    Likeness likeness(entries_, isFoundByIdentity_, result_.memory_.written, !result_.isUncertain_);
+    for (const std::size_t r : open) {
+      if (by_[r] == By::nothing) {
+        set(r, likeness.find(remembered_[r]), By::likeness);
+      } else {
+        for (const std::size_t entry : likeness.findSame(remembered_[r])) strays_.emplace_back(entry, r);
+      }
+    }
+  }
+
+  // Whether something else, by its size or time, stands at the place of what cannot be told by its identity: the same
+  // after it was saved, or another, while it was moved elsewhere.
+  bool isRewritten(std::size_t r) const {
+    if (by_[r] != By::place) return false;
+    const Entry& entry = entries_[result_.found_[r].front()];
+    return entry.size != remembered_[r].size || entry.modified.tv_sec != remembered_[r].modified.tv_sec;
   }
 
   void claim() {
@@ -205,8 +233,24 @@ class Followed::Search {
       const std::size_t claim = result_.claims_[i];
       if (claim == NONE || remembered_[claim].from == entries_[i].path) continue;
       const auto several = claimed_.find(i);
-      infer(i, several != claimed_.end() ? several->second : labelsOf(claim), remembered_[claim].from);
+      const LabelSet& labels = several != claimed_.end() ? several->second : labelsOf(claim);
+      // What took a name had none while it stands there; moved on, it had those of the name.
+      const bool tookName = remembered_[claim].from.empty();
+      const bool isThere = remembered_[claim].at == entries_[i].path;
+      infer(i, tookName && isThere ? LabelSet() : labels,
+            tookName && !isThere ? remembered_[claim].at : remembered_[claim].from);
     }
+    inferFromNewcomers();
+    for (const auto& [entry, r] : strays_) {
+      const std::size_t claim = result_.claims_[entry];
+      const bool isSettled = claim != NONE && by_[claim] != By::likeness && !isRewritten(claim);
+      if (isSettled || remembered_[r].from == entries_[entry].path) continue;
+      isNewcomer_.insert(entry);
+      infer(entry, labelsOf(r), remembered_[r].from.empty() ? remembered_[r].at : remembered_[r].from);
+    }
+  }
+
+  void inferFromNewcomers() {
     for (const auto& [entry, r] : newcomers_) {
       if (result_.claims_[entry] != NONE) continue;
       isNewcomer_.insert(entry);
@@ -214,7 +258,12 @@ class Followed::Search {
       const bool isGiven = std::includes(has.begin(), has.end(), labels.begin(), labels.end());
       // Made since then, it is what the name stands for now, and has its labels as anything that is added has.
       if (isGiven && !isEarlier(entries_[entry].born, result_.memory_.written)) continue;
-      infer(entry, isGiven ? LabelSet() : labels, {});
+      const std::string& from = remembered_[r].from;
+      const bool isElsewhere = !from.empty() && from != entries_[entry].path;
+      infer(entry, isGiven ? LabelSet() : labels,
+            isGiven       ? std::string()
+            : isElsewhere ? from
+                          : entries_[result_.found_[r].front()].path);
     }
   }
 
@@ -351,6 +400,7 @@ class Followed::Search {
   Selection isFoundByIdentity_;
   Selection hasOwnMark_;
   std::vector<std::pair<std::size_t, std::size_t>> newcomers_;  // an entry, and whose name it took
+  std::vector<std::pair<std::size_t, std::size_t>> strays_;     // an entry, and whose size and time it has
   std::set<std::size_t> isNewcomer_;
   std::map<LabelNames, LabelSet> labelsOf_;
   std::map<std::size_t, LabelSet> claimed_;  // by entry, where several have the same claim
@@ -403,10 +453,12 @@ std::vector<std::size_t> Followed::candidatesFor(const Lost& lost) const {
 // Puts together what is to be remembered.
 class Followed::Renewal {
  public:
-  Renewal(const Followed& followed, const std::vector<std::string>& settled)
+  Renewal(const Followed& followed, const Settled& settled)
       : followed_(followed),
         entries_(followed.entries_),
-        settled_(settled.begin(), settled.end()),
+        settled_(settled),
+        tops_(settled.paths.begin(), settled.paths.end()),
+        label_(followed.has_.sources().find(settled.label)),
         isNoted_(entries_.size()) {
     next_.written = entries_.listing().begun;
     for (const auto& [place, kind] : followed_.has_.sources().marks()) {
@@ -430,18 +482,43 @@ class Followed::Renewal {
   void addEntry(std::size_t i) {
     const Entry& entry = entries_[i];
     const auto differs = followed_.differing_.find(i);
-    const bool isKnown = differs != followed_.differing_.end() || followed_.claims_[i] != NONE;
-    const bool isOpen = differs != followed_.differing_.end() && !isSettled(entry.path);
-    const LabelSet labels = isOpen ? differs->second.labels : followed_.has_.of(i);
+    const std::size_t claim = followed_.claims_[i];
+    const LabelSet has = followed_.has_.of(i);
+    const LabelSet had = differs != followed_.differing_.end() ? settledOf(entry.path, differs->second, has) : has;
+    const bool isOpen = had != has;
     // What has no label any more is remembered for that: else the next look would infer one from what lies beside it.
-    if (labels.empty() && !isKnown && exceptions_.count(entry.path) == 0) return;
-    const std::string& from = isOpen ? differs->second.from : entry.path;
+    const bool isKnown = differs != followed_.differing_.end() || claim != NONE;
+    if (has.empty() && had.empty() && !isKnown && exceptions_.count(entry.path) == 0) return;
+    std::string from = isOpen ? differs->second.from : entry.path;
+    if (!isOpen && claim != NONE && !isSettled(entry.path) && isMarkLeft(i, followed_.memory_.entries[claim].from)) {
+      from = left_[i] = followed_.memory_.entries[claim].from;
+    }
     told_.insert(from);
-    const auto [names, isNew] = names_.try_emplace(labels);
-    if (isNew) names->second = followed_.namesOf(labels);
+    // Of what took a name, that it did is remembered, and the labels of the name.
+    const auto [names, isNew] = names_.try_emplace(from.empty() ? has : had);
+    if (isNew) names->second = followed_.namesOf(names->first);
     next_.entries.push_back({names->second, from, entry.path, entry.kind, entries_.listing().identityOf(entry),
                              entry.size, entry.modified});
     isNoted_[i] = true;
+  }
+
+  // Whether a mark stands at the old path, and nothing else, or did at that of the folder with which the entry was
+  // moved: as long as it does, that is where the entry has its labels from, whatever else gives them to it.
+  bool isMarkLeft(std::size_t entry, const std::string& from) const {
+    if (missing_.count(from) != 0) return true;
+    const auto folder = left_.find(entries_.parentOf(entry));
+    return folder != left_.end() && from == joined(folder->second, std::string(nameOf(entries_[entry].path)));
+  }
+
+  // What an entry that had other labels than it has is to have had from now on.
+  LabelSet settledOf(const std::string& path, const Had& had, const LabelSet& has) const {
+    if (!isSettled(path)) return had.labels;
+    if (settled_.label.empty() || had.from.empty()) return has;
+    LabelSet labels = had.labels;
+    labels.erase(std::remove(labels.begin(), labels.end(), label_), labels.end());
+    if (label_ && std::binary_search(has.begin(), has.end(), *label_)) labels.push_back(*label_);
+    std::sort(labels.begin(), labels.end());
+    return labels;
   }
 
   // The folders above what is noted: what is saved as another file, and moved with its folder, is found by them.
@@ -463,30 +540,42 @@ class Followed::Renewal {
   }
 
   void keepLost(Remembered lost) {
-    if (isSettled(lost.at) || isSettled(lost.from)) return;
+    if (settled_.isTakenOff && (isSettled(lost.at) || isSettled(lost.from))) takeOff(lost);
     if (lost.missing == Remembered::Missing::unknown && followed_.isUncertain(lost)) {
       lost.missing = Remembered::Missing::uncertain;
     }
     const bool isMarked = missing_.count(lost.from) + missing_.count(lost.at) != 0;
-    const bool isKept = isMarked || lost.missing == Remembered::Missing::uncertain ||
+    const bool isKept = isMarked || (lost.missing == Remembered::Missing::uncertain && lost.labels) ||
                         (lost.missing == Remembered::Missing::meant && lost.identity);
     if (isKept && told_.insert(lost.at).second) next_.entries.push_back(std::move(lost));
   }
 
-  bool isSettled(const std::string& path) const { return isAtOrBelow(path, settled_); }
+  void takeOff(Remembered& lost) const {
+    if (!lost.labels) return;
+    std::vector<std::u16string> left = *lost.labels;
+    left.erase(std::remove(left.begin(), left.end(), settled_.label), left.end());
+    lost.labels = left.empty() ? nullptr : std::make_shared<const std::vector<std::u16string>>(std::move(left));
+  }
+
+  bool isSettled(const std::string& path) const {
+    return settled_.withAllBelow ? isAtOrBelow(path, tops_) : tops_.count(path) != 0;
+  }
 
   const Followed& followed_;
   const EntryTable& entries_;
-  const std::set<std::string> settled_;
+  const Settled& settled_;
+  const std::set<std::string> tops_;
+  const std::optional<std::size_t> label_;
   Memory next_;
-  Selection isNoted_;  // entries
+  Selection isNoted_;                        // entries
+  std::map<std::size_t, std::string> left_;  // by entry, the old path at which its mark, or its folder's, stands
   std::map<LabelSet, LabelNames> names_;
   std::set<std::string> exceptions_;  // paths
   std::set<std::string> missing_;     // paths with a mark at which nothing is
   std::set<std::string> told_;        // paths from which something has its labels
 };
 
-Memory Followed::renewed(const std::vector<std::string>& settled) const { return Renewal(*this, settled).run(); }
+Memory Followed::renewed(const Settled& settled) const { return Renewal(*this, settled).run(); }
 
 // A mark that was lost before anything was remembered gets something to remember.
 Memory Followed::renewedAsMeant(const std::vector<std::string>& paths) const {

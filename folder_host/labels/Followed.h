@@ -49,12 +49,13 @@ class Followed {
 
   // In the order of a tree. What has neither a mark nor is uncertain is not among them: it was deleted.
   const std::vector<Lost>& lost() const noexcept { return lost_; }
-  // The entries that are likeliest to be what is lost, by name, size and time; the likeliest first, a few.
+  // The entries that are likeliest to be what is lost, by name, size and time; the likeliest first, a few. Takes a look
+  // at each entry.
   std::vector<std::size_t> candidatesFor(const Lost& lost) const;
 
-  // What is to be remembered from now on. Of what is settled, which is what stands, or is lost, at these paths or below
-  // them, what it has counts from now on; of all else, what it had as long as that differs.
-  Memory renewed(const std::vector<std::string>& settled) const;
+  // What is to be remembered from now on. Of what is settled, what it has counts from now on; of all else, what it had
+  // as long as that differs.
+  Memory renewed(const Settled& settled) const;
   // The same, with nothing settled, and what is lost at these paths or below known as meant so.
   Memory renewedAsMeant(const std::vector<std::string>& paths) const;
 

@@ -14,6 +14,8 @@
 
 #include "folder_host/files/Digest.h"
 #include "folder_host/store/Blob.h"
+#include "folder_host/text/Utf.h"
+#include "project/metadata/MetadataManager.h"
 
 namespace folder_host {
 
@@ -134,6 +136,14 @@ std::string readAll(const Descriptor& file, std::size_t size) {
   return bytes;
 }
 
+// Frees a name of ours. A folder, which is nobody's here, is moved aside: there may be something in it.
+void clear(const Descriptor& folder, const char* name) {
+  if (::unlinkat(folder.get(), name, 0) == 0 || errno == ENOENT) return;
+  if (errno != EISDIR) throwErrno();
+  const std::string aside = std::string(name) + "-" + toBytes(project::metadata::generateUUID());
+  check(::renameat(folder.get(), name, folder.get(), aside.c_str()));
+}
+
 }  // namespace
 
 // The sets of labels stand before the entries, once each: most entries have one of a few.
@@ -206,7 +216,7 @@ Memory readMemory(const Descriptor& storeFolder) {
 }
 
 void writeMemory(const Descriptor& storeFolder, const Memory& memory) {
-  if (::unlinkat(storeFolder.get(), NEXT, 0) != 0 && errno != ENOENT) throwErrno();
+  clear(storeFolder, NEXT);
   const mode_t mode = statusIn(storeFolder, STORE_NAME).st_mode;
   {
     const Descriptor file = openBeneath(storeFolder, NEXT, O_WRONLY | O_CREAT | O_EXCL, 0600);
@@ -214,7 +224,11 @@ void writeMemory(const Descriptor& storeFolder, const Memory& memory) {
     writeAll(file, bytesOf(memory));
     check(::fdatasync(file.get()));
   }
-  check(::renameat(storeFolder.get(), NEXT, storeFolder.get(), NAME));
+  if (::renameat(storeFolder.get(), NEXT, storeFolder.get(), NAME) != 0) {
+    if (errno != EISDIR) throwErrno();
+    clear(storeFolder, NAME);
+    check(::renameat(storeFolder.get(), NEXT, storeFolder.get(), NAME));
+  }
   check(::fsync(openBeneath(storeFolder, ".", O_RDONLY | O_DIRECTORY).get()));
 }
 

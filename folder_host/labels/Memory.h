@@ -39,6 +39,14 @@ struct Remembered {
 // A memory begins so, under whatever name.
 inline constexpr std::string_view MEMORY_HEAD = "project-share memory 1\n";
 
+// What an edit says of entries: from then on what they have counts, and not what they had under other names.
+struct Settled {
+  std::vector<std::string> paths = {};
+  bool withAllBelow = true;
+  std::u16string label = {};  // as far as this label is concerned; empty: all
+  bool isTakenOff = false;    // the label was detached: what is lost there need not be found for it
+};
+
 // What a folder remembers of the entries of its project that have labels, so that a label can be told to have followed
 // a file whose name changed. It stands beside the store, in a file of its own, and is the folder's alone: no copy has
 // it, and no mark depends on it. What it says of entries that are there only ever holds back more.

@@ -96,7 +96,7 @@ class FollowedTest : public FolderTest {
       EXPECT_TRUE(isOpen ? std::includes(now.begin(), now.end(), has.begin(), has.end()) : now == expected)
           << (*table)[i].path;
     }
-    project.remember(table, {""});
+    project.remember(table, {{""}});
     EXPECT_EQ(differing(*project.followed(table), *table), "");
   }
 

@@ -355,7 +355,7 @@ class Week {
 
   // As after every command.
   void remember(const Paths& settled) {
-    project_.remember(table(), settled);
+    project_.remember(table(), {settled});
     const auto places = given();
     gone_.clear();
     for (auto& [path, document] : documents_) {

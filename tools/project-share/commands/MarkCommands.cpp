@@ -83,23 +83,32 @@ Json jsonOfPaths(const Paths& paths) {
   return all;
 }
 
-// What is at the paths or below them and had other labels, or is lost: from now on what it has counts. It is said for
-// each, by its name, because it can let something out.
-Paths settledAt(const Followed& followed, const EntryTable& table, const Paths& paths) {
-  const auto tops = setOf(paths);
+// What had the label under another name and is to have it no more, where the edit takes it off, or had it not; and what
+// is lost with it. It is said for each, by its name, because it can let something out.
+Paths settledBy(const folder_host::Settled& edit, const Followed& followed, const EntryTable& table) {
+  const auto tops = setOf(edit.paths);
+  const auto label = followed.has().sources().find(edit.label);
+  const auto holds = [&](const folder_host::LabelSet& set) {
+    return label && std::binary_search(set.begin(), set.end(), *label);
+  };
+  const auto isMeant = [&](const std::string& path) {
+    return edit.withAllBelow ? isAtOrBelow(path, tops) : tops.count(path) != 0;
+  };
   Paths settled;
   for (const auto& [entry, had] : followed.differing()) {
-    if (isAtOrBelow(table[entry].path, tops)) settled.push_back(table[entry].path);
+    const bool isOpen = had.from.empty() || holds(had.labels) == edit.isTakenOff;
+    if (isOpen && isMeant(table[entry].path)) settled.push_back(table[entry].path);
   }
   for (const Followed::Lost& lost : followed.lost()) {
-    if (!lost.isMarked && isAtOrBelow(lost.path, tops)) settled.push_back(lost.path);
+    if (edit.isTakenOff && !lost.isMarked && holds(lost.labels) && isMeant(lost.path)) settled.push_back(lost.path);
   }
   return settled;
 }
 
-std::string settledText(const Paths& settled) {
-  return settled.empty() ? ""
-                         : fmt::format(" What {} had under another name does not count any more.", listOf(settled));
+std::string settledText(const LabelRecord& label, const Paths& settled) {
+  if (settled.empty()) return {};
+  return fmt::format(" As far as {} is concerned, what {} had under another name does not count any more.",
+                     inQuotes(nameOf(label)), listOf(settled));
 }
 
 // One note for all links: a line each would bury what was done.
@@ -292,7 +301,7 @@ void tellDetached(const LabelRecord& label, const Detached& detached, const std:
   object["below"] = still;
   if (still > 0)
     sentences.push_back(fmt::format("Below, it is still on {}: {}.", counted(still, "entry", "entries"), whence));
-  std::string text = fmt::format("{}{}", fmt::join(sentences, " "), settledText(settled));
+  std::string text = fmt::format("{}{}", fmt::join(sentences, " "), settledText(label, settled));
   done(text.substr(text.find_first_not_of(' ')), object);
 }
 
@@ -319,7 +328,8 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
   const LabelRecord label = namedLabel(project, word, named);
   const Table table = tableOf(project);
   const Paths paths = entriesNamed(project, *table, named, words.folderOnly);
-  const Paths settled = settledAt(*project.followed(table), *table, paths);
+  const folder_host::Settled settling{paths, !words.folderOnly, label.uuid, false};
+  const Paths settled = settledBy(settling, *project.followed(table), *table);
   const auto [added, exceptions] = edit(project, [&] {
     const std::size_t count = putMarks(project, label, paths, words.folderOnly);
     const LabelSources sources(project.labels());
@@ -327,7 +337,7 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
     if (words.noExceptions) project.labels().detach(label.uuid, below);
     return std::pair(count, std::move(below));
   });
-  project.remember(table, paths);
+  project.remember(table, settling);
 
   const auto tops = setOf(paths);
   std::size_t entries = paths.size();
@@ -345,12 +355,13 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
                                            : " Excepted below, and to be included with --no-exceptions: {}.",
                         listOf(exceptions));
   }
-  done(text + settledText(settled), {{"label", jsonOf(label)},
-                                     {"paths", paths.size()},
-                                     {"entries", entries},
-                                     {"added", added},
-                                     {words.noExceptions ? "exceptionsRemoved" : "exceptions", jsonOfPaths(exceptions)},
-                                     {"followed", jsonOfPaths(settled)}});
+  done(text + settledText(label, settled),
+       {{"label", jsonOf(label)},
+        {"paths", paths.size()},
+        {"entries", entries},
+        {"added", added},
+        {words.noExceptions ? "exceptionsRemoved" : "exceptions", jsonOfPaths(exceptions)},
+        {"followed", jsonOfPaths(settled)}});
   noteLinks(project, label, *table, paths);
 }
 
@@ -369,7 +380,9 @@ void detachLabel(const std::string& word, const std::vector<std::string>& named)
     const auto entry = table->find(paths[i]);
     const auto mark = followed->has().sources().markOn(paths[i], indexOf(followed->has().sources(), label));
     const bool isOn = (mark && mark != MarkKind::exception) || (entry && carrying[*entry]);
-    if (isOn || twins.count(paths[i]) != 0 || !settledAt(*followed, *table, {paths[i]}).empty()) continue;
+    if (isOn || twins.count(paths[i]) != 0 ||
+        !settledBy({{paths[i]}, true, label.uuid, true}, *followed, *table).empty())
+      continue;
     const bool isBelow = !stillBelow(followed->has(), *table, label, {paths[i]}).empty();
     throw Refusal(refusals::LABEL_NOT_ATTACHED,
                   fmt::format("{} does not carry that label{}", inQuotes(named[i]),
@@ -386,8 +399,8 @@ void detachLabel(const std::string& word, const std::vector<std::string>& named)
     result.below = stillBelow(EffectiveLabels(*table, project.labels()), *table, label, paths);
     return result;
   });
-  project.remember(table, paths);
-  tellDetached(label, detached, twins, settledAt(*followed, *table, paths));
+  project.remember(table, {paths, true, label.uuid, true});
+  tellDetached(label, detached, twins, settledBy({paths, true, label.uuid, true}, *followed, *table));
 }
 
 void followLabels(const std::vector<std::string>& named) {
@@ -416,7 +429,7 @@ void followLabels(const std::vector<std::string>& named) {
     putPath(object["followed"].back(), "path", path);
     putPath(object["followed"].back(), "from", from);
   }
-  project.remember(table, paths);
+  project.remember(table, {paths, false, {}, false});
   object["open"] = open;
   const char* const left = "What has labels by its place that it had not keeps them; label detach takes them from it";
   if (moves.empty()) {

@@ -46,9 +46,13 @@ std::string Mending::detach(const LabelRecord& label, const Paths& paths) const 
   return commandFor("detach", label, paths);
 }
 
-std::string Mending::follow(const std::string& path) const {
-  return commandOf({"label", "follow", fromHere(copy_.root(), path)});
+std::string Mending::commandOn(const char* action, const std::string& path) const {
+  const std::string word = fromHere(copy_.root(), path);
+  if (isTyped(word)) return commandOf({"label", action, word});
+  return std::string("label ") + action + " takes its path by --stdin -0, as it cannot be typed as it looks";
 }
+
+std::string Mending::follow(const std::string& path) const { return commandOn("follow", path); }
 
 namespace {
 
@@ -80,9 +84,7 @@ std::string Mending::restore(std::size_t entry) const {
   return attach(labels[firstBeyond(had, has).value()], paths);
 }
 
-std::string Mending::callMissing(const std::string& path) const {
-  return commandOf({"label", "missing", fromHere(copy_.root(), path)});
-}
+std::string Mending::callMissing(const std::string& path) const { return commandOn("missing", path); }
 
 std::vector<std::u16string> Mending::droppingLabelsOf(std::size_t entry) const {
   const auto& sources = copy_.effective().sources();

@@ -68,6 +68,7 @@ class MissingPaths {
   using Lost = folder_host::Followed::Lost;
   using Group = std::vector<const Lost*>;  // of one kind, with the same labels
   using Labels = std::vector<const LabelRecord*>;
+  using Candidates = std::vector<std::size_t>;
 
   template <class IsDropped>
   void addGroup(const Group& group, Findings& found, const IsDropped& isDropped) {
@@ -100,7 +101,8 @@ class MissingPaths {
     const std::string top = group.size() == 1 || folder.empty() ? first.path : folder;
     std::string what = inQuotes(first.path);
     if (group.size() > 1) what += fmt::format(" and {} more", group.size() - 1);
-    const auto candidates = project_.followed().candidatesFor(first);
+    constexpr std::size_t ENOUGH = 20;  // a look at all entries for each of thousands would take too long
+    const auto candidates = found.size() < ENOUGH ? project_.followed().candidatesFor(first) : Candidates();
     std::string perhaps, told, attach, detach;
     for (const std::size_t one : candidates) {
       perhaps += (perhaps.empty() ? ", perhaps to " : ", ") + inQuotes(project_.table()[one].path);
