@@ -7,6 +7,7 @@
 #include <tuple>
 #include <utility>
 
+#include "folder_host/files/Descriptor.h"
 #include "folder_host/text/FoldedName.h"
 #include "folder_host/text/SideNames.h"
 
@@ -56,6 +57,7 @@ class Likeness {
     std::vector<Key> keys = keysOf(lost.at, lost.size, lost.modified);
     const std::vector<Key> archived = keysOf(lost.at, lost.size, {lost.modified.tv_sec, 0});
     keys.insert(keys.begin() + 2, archived.begin(), archived.begin() + 2);
+    if (!lost.labels) keys.resize(4);  // a guess by less would take labels away from what is new
     for (const Key& key : keys) {
       const auto alike = entries_.find(key);
       if (alike == entries_.end()) continue;
@@ -117,6 +119,12 @@ class Followed::Search {
     addLost();
   }
 
+  static LabelSet joined(const LabelSet& a, const LabelSet& b) {
+    LabelSet both;
+    std::set_union(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(both));
+    return both;
+  }
+
  private:
   // In ascending order of what counts, where two come to one path.
   enum class By { nothing, likeness, place, identity, identityAtPlace };
@@ -148,7 +156,7 @@ class Followed::Search {
     const bool isThere = at && std::find(same.begin(), same.end(), *at) != same.end();
     for (const std::size_t entry : same) isFoundByIdentity_[entry] = true;
     if (isThere) return set(r, {*at}, By::identityAtPlace);
-    if (!at) return set(r, std::move(same), By::identity);
+    if (!at) return set(r, withSavedBeside(r, std::move(same)), By::identity);
     // Editors move the file aside and write the name anew: the document is still the one of that name.
     const auto isAside = [&](std::size_t entry) {
       return entries_.parentOf(entry) == entries_.parentOf(*at) &&
@@ -158,6 +166,17 @@ class Followed::Search {
     if (same.empty()) return set(r, {*at}, By::place);
     set(r, std::move(same), By::identity);
     if (!remembered_[r].isWay) newcomers_.emplace_back(*at, r);
+  }
+
+  // What was moved aside and saved anew, in a folder that was then moved, is there under both names.
+  Indices withSavedBeside(std::size_t r, Indices same) const {
+    const std::string name(nameOf(remembered_[r].at));
+    for (std::size_t i = same.size(); i-- > 0;) {
+      const std::string& path = entries_[same[i]].path;
+      const auto saved = entries_.find(folder_host::joined(parentOf(path), name));
+      if (saved && isSideName(nameOf(path), name)) same.push_back(*saved);
+    }
+    return same;
   }
 
   void set(std::size_t r, Indices entries, By by) {
@@ -244,9 +263,11 @@ class Followed::Search {
     for (const auto& [entry, r] : strays_) {
       const std::size_t claim = result_.claims_[entry];
       const bool isSettled = claim != NONE && by_[claim] != By::likeness && !isRewritten(claim);
-      if (isSettled || remembered_[r].from == entries_[entry].path) continue;
+      if (isSettled || labelsOf(r).empty() || remembered_[r].from == entries_[entry].path) continue;
       isNewcomer_.insert(entry);
-      infer(entry, labelsOf(r), remembered_[r].from.empty() ? remembered_[r].at : remembered_[r].from);
+      // It may be either, and has no label less for that.
+      const LabelSet labels = claim == NONE ? labelsOf(r) : joined(labelsOf(claim), labelsOf(r));
+      infer(entry, labels, remembered_[r].from.empty() ? remembered_[r].at : remembered_[r].from);
     }
   }
 
@@ -324,7 +345,8 @@ class Followed::Search {
         const auto differs = result_.differing_.find(one->second);
         const bool isOther = differs != result_.differing_.end();
         if (!from) from = isOther ? differs->second.from : entries_[one->second].path;
-        labels = joined(labels, isOther ? differs->second.labels : has_.of(one->second));
+        labels = joined(labels, has_.of(one->second));
+        if (isOther) labels = joined(labels, differs->second.labels);
       }
     }
     if (from) infer(entry, labels, *from);
@@ -384,12 +406,6 @@ class Followed::Search {
     const auto [known, isNew] = labelsOf_.try_emplace(names);
     if (isNew && names) known->second = has_.sources().setOf(*names);
     return known->second;
-  }
-
-  static LabelSet joined(const LabelSet& a, const LabelSet& b) {
-    LabelSet both;
-    std::set_union(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(both));
-    return both;
   }
 
   Followed& result_;
@@ -463,7 +479,9 @@ class Followed::Renewal {
     next_.written = entries_.listing().begun;
     for (const auto& [place, kind] : followed_.has_.sources().marks()) {
       if (kind == MarkKind::exception) exceptions_.insert(place.first);
-      if (!place.first.empty() && !entries_.find(place.first)) missing_.insert(place.first);
+      if (place.first.empty() || entries_.find(place.first)) continue;
+      missing_.insert(place.first);
+      if (kind != MarkKind::exception) left_.insert(place.first);
     }
   }
 
@@ -484,15 +502,15 @@ class Followed::Renewal {
     const auto differs = followed_.differing_.find(i);
     const std::size_t claim = followed_.claims_[i];
     const LabelSet has = followed_.has_.of(i);
-    const LabelSet had = differs != followed_.differing_.end() ? settledOf(entry.path, differs->second, has) : has;
+    LabelSet had = differs != followed_.differing_.end() ? settledOf(entry.path, differs->second, has) : has;
+    const bool isLeft = claim != NONE && !isSettled(entry.path) && isMarkLeft(i, followed_.memory_.entries[claim].from);
     const bool isOpen = had != has;
+    if (isLeft) had = Search::joined(had, has);
     // What has no label any more is remembered for that: else the next look would infer one from what lies beside it.
     const bool isKnown = differs != followed_.differing_.end() || claim != NONE;
     if (has.empty() && had.empty() && !isKnown && exceptions_.count(entry.path) == 0) return;
     std::string from = isOpen ? differs->second.from : entry.path;
-    if (!isOpen && claim != NONE && !isSettled(entry.path) && isMarkLeft(i, followed_.memory_.entries[claim].from)) {
-      from = left_[i] = followed_.memory_.entries[claim].from;
-    }
+    if (isLeft) from = leftAt_[i] = followed_.memory_.entries[claim].from;
     told_.insert(from);
     // Of what took a name, that it did is remembered, and the labels of the name.
     const auto [names, isNew] = names_.try_emplace(from.empty() ? has : had);
@@ -502,12 +520,12 @@ class Followed::Renewal {
     isNoted_[i] = true;
   }
 
-  // Whether a mark stands at the old path, and nothing else, or did at that of the folder with which the entry was
-  // moved: as long as it does, that is where the entry has its labels from, whatever else gives them to it.
+  // Whether a mark stands at the old path, and nothing else, or does at that of the folder with which the entry was
+  // moved: as long as it does, that is where the entry has its labels from, and what else gives it some adds to them.
   bool isMarkLeft(std::size_t entry, const std::string& from) const {
-    if (missing_.count(from) != 0) return true;
-    const auto folder = left_.find(entries_.parentOf(entry));
-    return folder != left_.end() && from == joined(folder->second, std::string(nameOf(entries_[entry].path)));
+    if (left_.count(from) != 0) return true;
+    const auto folder = leftAt_.find(entries_.parentOf(entry));
+    return folder != leftAt_.end() && from == joined(folder->second, std::string(nameOf(entries_[entry].path)));
   }
 
   // What an entry that had other labels than it has is to have had from now on.
@@ -567,10 +585,11 @@ class Followed::Renewal {
   const std::set<std::string> tops_;
   const std::optional<std::size_t> label_;
   Memory next_;
-  Selection isNoted_;                        // entries
-  std::map<std::size_t, std::string> left_;  // by entry, the old path at which its mark, or its folder's, stands
+  Selection isNoted_;                          // entries
+  std::map<std::size_t, std::string> leftAt_;  // by entry, the old path at which its mark, or its folder's, stands
   std::map<LabelSet, LabelNames> names_;
   std::set<std::string> exceptions_;  // paths
+  std::set<std::string> left_;        // paths with a mark that gives a label, at which nothing is
   std::set<std::string> missing_;     // paths with a mark at which nothing is
   std::set<std::string> told_;        // paths from which something has its labels
 };

@@ -31,10 +31,12 @@ class Following {
     return isSame;
   }
 
-  void keep(const Entry& entry, const LabelSet& labels) {
+  // Of what was done above, the entry loses no label and, unless it may, gets none.
+  void keep(const Entry& entry, const LabelSet& labels, bool andNoOther) {
     for (std::size_t label = 0; label < sources_.labels().size(); ++label) {
-      const bool hasIt = std::binary_search(labels.begin(), labels.end(), label);
-      if (has(entry, label) != hasIt) put(entry.path, label, hasIt ? MarkKind::reach : MarkKind::exception);
+      const bool hadIt = std::binary_search(labels.begin(), labels.end(), label);
+      if (has(entry, label) == hadIt || (!hadIt && !andNoOther)) continue;
+      put(entry.path, label, hadIt ? MarkKind::reach : MarkKind::exception);
     }
   }
 
@@ -109,10 +111,14 @@ std::vector<std::pair<std::string, std::string>> followIn(const Followed& follow
     const auto differs = followed.differing().find(i);
     const bool isMoved = differs != followed.differing().end() && !differs->second.from.empty();
     if (isMoved && isAtOrBelow(entries[i].path, tops)) {
-      if (following.follow(entries[i], differs->second)) moves.emplace_back(entries[i].path, differs->second.from);
+      if (following.follow(entries[i], differs->second)) {
+        moves.emplace_back(entries[i].path, differs->second.from);
+      } else {
+        following.keep(entries[i], followed.has().of(i), false);  // an exception of its folder may have moved
+      }
       isTouched[i] = true;
     } else if (isTouched[i]) {
-      following.keep(entries[i], followed.has().of(i));
+      following.keep(entries[i], followed.has().of(i), true);
     }
   }
   following.write();

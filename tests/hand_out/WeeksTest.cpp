@@ -88,10 +88,12 @@ class Week {
   }
   // Who moves a file and edits it as well, all in one go, leaves nothing by which it could be known again.
   std::string fileToMove() {
-    return fileThat([](const Document& document) { return !document.isRewritten; });
+    // Several names of one file are told from one another by their places alone.
+    return fileThat([](const Document& document) { return !document.isRewritten && !document.isLinked; });
   }
   std::string fileToSave() {
-    return fileThat([](const Document& document) { return !document.isMoved; });
+    // Of a file with several names, the one that is saved apart is not told from the others when it moves as well.
+    return fileThat([](const Document& document) { return !document.isMoved && !document.isLinked; });
   }
 
   std::string folder() {
