@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "folder_host/files/Descriptor.h"
+#include "folder_host/files/Path.h"
 #include "folder_host/text/FoldedName.h"
 #include "folder_host/text/SideNames.h"
 
@@ -16,8 +17,6 @@ namespace folder_host {
 namespace {
 
 using Indices = std::vector<std::size_t>;
-
-std::string_view nameOf(std::string_view path) { return path.substr(path.rfind('/') + 1); }  // npos + 1 is 0
 
 bool isEarlier(const timespec& a, const timespec& b) {
   return std::tie(a.tv_sec, a.tv_nsec) < std::tie(b.tv_sec, b.tv_nsec);

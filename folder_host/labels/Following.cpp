@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <set>
 
+#include "folder_host/files/Path.h"
+
 namespace folder_host {
 
 namespace {
@@ -43,7 +45,9 @@ class Following {
   // Exceptions that were left at the old paths have nothing to except from there.
   void write() {
     const LabelSources before(labels_);
-    for (std::size_t label = 0; label < sources_.labels().size(); ++label) {
+    std::set<std::size_t> touched;
+    for (const auto& place : changed_) touched.insert(place.second);
+    for (const std::size_t label : touched) {
       for (const std::string& path : exceptionsMadeIdle(before, sources_, label)) remove(path, label);
     }
     for (const auto& [path, label] : changed_) {

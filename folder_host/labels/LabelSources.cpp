@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "folder_host/files/Path.h"
+
 namespace folder_host {
 
 namespace {
@@ -99,16 +101,6 @@ std::vector<std::string> exceptionsMadeIdle(LabelSources before, LabelSources af
     if (gives(before, path) && !gives(after, path)) idle.push_back(std::move(path));
   }
   return idle;
-}
-
-bool isAtOrBelow(std::string path, const std::set<std::string>& tops) {
-  while (tops.count(path) == 0 && !path.empty()) path = parentOf(path);
-  return tops.count(path) != 0;
-}
-
-std::string parentOf(const std::string& path) {
-  const std::size_t separator = path.rfind('/');
-  return separator == std::string::npos ? std::string() : path.substr(0, separator);
 }
 
 }  // namespace folder_host

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -71,11 +70,5 @@ class LabelSources {
 // The label's exceptions, in both, that had something to except from before an edit and have nothing any more after it:
 // what gave it there was removed.
 std::vector<std::string> exceptionsMadeIdle(LabelSources before, LabelSources after, std::size_t label);
-
-// Whether the path is one of these or lies below one; "" is above all.
-bool isAtOrBelow(std::string path, const std::set<std::string>& tops);
-
-// The path of the folder that holds what is at the path; empty for the project's.
-std::string parentOf(const std::string& path);
 
 }  // namespace folder_host

@@ -7,6 +7,7 @@
 
 #include "folder_host/Error.h"
 #include "folder_host/files/EntryTable.h"
+#include "folder_host/files/Path.h"
 #include "folder_host/text/FoldedName.h"
 #include "folder_host/text/SideNames.h"
 
@@ -15,15 +16,6 @@ namespace folder_host {
 namespace {
 
 using Entries = std::vector<const Entry*>;
-
-std::string_view folderOf(const std::string& path) {
-  const std::size_t separator = path.rfind('/');
-  return separator == std::string::npos ? std::string_view() : std::string_view(path).substr(0, separator);
-}
-
-std::string_view nameOf(const std::string& path) {
-  return std::string_view(path).substr(path.rfind('/') + 1);  // npos + 1 is 0
-}
 
 // By its name alone; a plain file of that name is a file, but a backup or an archive of the folder is more.
 // A handed-out project would open with the rules and the names of its sender, and its receiver would share by them.
@@ -69,7 +61,7 @@ void addCollisions(const Entries& shared, std::vector<Risk>& risks) {
   for (std::size_t i = 1; i < folded.size(); ++i) {
     const std::string& one = folded[i - 1].second->path;
     const std::string& other = folded[i].second->path;
-    if (folded[i - 1].first != folded[i].first || folderOf(one) != folderOf(other)) continue;
+    if (folded[i - 1].first != folded[i].first || parentOf(one) != parentOf(other)) continue;
     risks.push_back({errors::NAMES_COLLIDE, one,
                      inQuotes(one) + " and " + inQuotes(other) +
                          " become one where upper and lower case are the same; rename one"});

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "folder_host/files/Descriptor.h"
+#include "folder_host/files/Path.h"
 #include "folder_host/share/read/FirstBytes.h"
 #include "folder_host/share/read/Source.h"
 #include "folder_host/text/FoldedName.h"
@@ -15,10 +16,6 @@
 namespace folder_host {
 
 namespace {
-
-std::string_view nameOf(const Entry& entry) {
-  return std::string_view(entry.path).substr(entry.path.rfind('/') + 1);  // npos + 1 is 0
-}
 
 // A bare repository, whatever its name, of which the objects would leave.
 bool holdsRepository(const EntryTable& entries, const Selection& shared, const std::string& folder) {
@@ -67,7 +64,7 @@ class Originals {
     for (std::size_t i = 0; i < entries.size(); ++i) {
       if (!isOriginal_[i] && !isCopied_[i]) continue;
       const std::size_t folder = entries.parentOf(i);
-      std::string name = foldedName(nameOf(entries[i]));
+      std::string name = foldedName(nameOf(entries[i].path));
       const std::size_t dot = name.rfind('.');
       if (dot != std::string::npos && dot > 0) stems_.add(folder, name.substr(0, dot), i);
       names_.add(folder, std::move(name), i);
@@ -79,7 +76,7 @@ class Originals {
   // Whether the entry is a leftover; of what, as far as its name tells.
   bool find(std::size_t leftover, std::vector<std::size_t>& of) const {
     const std::size_t folder = entries_.parentOf(leftover);
-    const std::string_view name = nameOf(entries_[leftover]);
+    const std::string_view name = nameOf(entries_[leftover].path);
     for (const Original& original : originalsOf(name)) {
       (original.isStem ? stems_ : names_).find(folder, original.name, [&](std::size_t found) {
         if (isCopied_[found] || (isOriginal_[found] && !original.isCopy)) of.push_back(found);
@@ -115,7 +112,7 @@ bool endsWith(std::string_view text, std::string_view end) {
 // To look into every file would open each of them twice in one share.
 bool canBeStore(const Entry& file) {
   constexpr std::uint64_t LEAST_PAGE = 512;
-  const std::string name = foldedName(nameOf(file));
+  const std::string name = foldedName(nameOf(file.path));
   return (file.size > 0 && file.size % LEAST_PAGE == 0) || name.find("receipt") != std::string::npos ||
          endsWith(name, ".json") || endsWith(name, ".sql") || endsWith(name, ".dump");
 }
@@ -141,7 +138,7 @@ std::vector<std::size_t> historiesAmong(const EntryTable& entries, const Selecti
     const std::size_t parent = entries.parentOf(i);
     within[i] = parent != EntryTable::ROOT && within[parent];
     if (within[i] || !shared[i]) continue;
-    within[i] = isHistory(nameOf(entries[i])) ||
+    within[i] = isHistory(nameOf(entries[i].path)) ||
                 (entries[i].kind == EntryKind::folder && holdsRepository(entries, shared, entries[i].path));
     if (within[i]) found.push_back(i);
   }

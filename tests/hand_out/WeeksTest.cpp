@@ -9,6 +9,7 @@
 #include "RandomProject.h"
 #include "folder_host/Fixture.h"
 #include "folder_host/FolderProject.h"
+#include "folder_host/files/Path.h"
 #include "folder_host/labels/Following.h"
 #include "project/sharing/profiles/ExportFilter.h"
 
@@ -24,7 +25,7 @@ namespace {
 using Paths = std::vector<std::string>;
 
 bool isAtOrBelow(const std::string& path, const std::string& top) {
-  return top.empty() || path == top || path.compare(0, top.size() + 1, top + "/") == 0;
+  return folder_host::isAtOrBelow(path, std::set<std::string>{top});
 }
 
 // A project in which people work, and which they share now and then. What each document's labels are is known here by

@@ -59,8 +59,7 @@ void listLabels() {
   const FolderProject project = openProject();
   // Labels and their numbers of paths are of one moment.
   const auto scope = project.metadata()->beginReadScope();
-  const folder_host::LabelSources sources(project.labels());
-  for (const LabelRecord& label : project.labels().list()) printLabel(label, sources);
+  printLabels(project.labels().list(), folder_host::LabelSources(project.labels()));
 }
 
 void renameLabel(const std::string& word, const std::string& name) {
@@ -83,7 +82,8 @@ void deleteLabel(const std::string& word) {
     LabelRecord found = LabelIndex(project.labels().list()).named(word);
     // In the scope in which it is deleted: no other program can add it to a filter in between.
     refuseInUse(*profiles::createManager(project.metadata()), found);
-    const LabelCounts had = countsOf(found, folder_host::LabelSources(project.labels()));
+    const folder_host::LabelSources sources(project.labels());
+    const LabelCounts had = countsOf(sources)[sources.find(found.uuid).value()];
     project.labels().erase(found.uuid);
     return std::pair(std::move(found), had);
   });

@@ -12,6 +12,7 @@
 #include "commands/Commands.h"
 #include "commands/Edit.h"
 #include "folder_host/files/EntryTable.h"
+#include "folder_host/files/Path.h"
 #include "folder_host/labels/Following.h"
 #include "folder_host/share/Twins.h"
 #include "folder_host/store/Settlements.h"
@@ -106,8 +107,7 @@ Paths settledBy(const folder_host::Settled& edit, const Followed& followed, cons
 }
 
 std::string settledText(const LabelRecord& label, const Paths& settled) {
-  if (settled.empty()) return {};
-  return fmt::format(" As far as {} is concerned, what {} had under another name does not count any more.",
+  return fmt::format("As far as {} is concerned, what {} had under another name does not count any more.",
                      inQuotes(nameOf(label)), listOf(settled));
 }
 
@@ -282,7 +282,7 @@ void tellDetached(const LabelRecord& label, const Detached& detached, const std:
   }
   if (!detached.idle.empty()) {
     sentences.push_back(
-        fmt::format("Removed what was excepted there from nothing any more: {}.", listOf(detached.idle)));
+        fmt::format("Removed exceptions that have nothing left to except from: {}.", listOf(detached.idle)));
   }
   // That a file may be shared from now on is said for each, by its name: it is the part of the command that lets
   // something out.
@@ -301,8 +301,10 @@ void tellDetached(const LabelRecord& label, const Detached& detached, const std:
   object["below"] = still;
   if (still > 0)
     sentences.push_back(fmt::format("Below, it is still on {}: {}.", counted(still, "entry", "entries"), whence));
-  std::string text = fmt::format("{}{}", fmt::join(sentences, " "), settledText(label, settled));
-  done(text.substr(text.find_first_not_of(' ')), object);
+  // Another command may have taken it off meanwhile.
+  if (sentences.empty() && settled.empty()) sentences.push_back(fmt::format("{} is on none of them any more.", name));
+  if (!settled.empty()) sentences.push_back(settledText(label, settled));
+  done(fmt::format("{}", fmt::join(sentences, " ")), object);
 }
 
 }  // namespace
@@ -351,17 +353,17 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
     text += fmt::format(", with {} below", counted(entries - paths.size(), "entry", "entries"));
   text += ".";
   if (!exceptions.empty()) {
-    text += fmt::format(words.noExceptions ? " Removed the exceptions {}."
-                                           : " Excepted below, and to be included with --no-exceptions: {}.",
+    text += fmt::format(words.noExceptions ? " Removed exceptions below: {}."
+                                           : " Exceptions below stay, unless --no-exceptions removes them: {}.",
                         listOf(exceptions));
   }
-  done(text + settledText(label, settled),
-       {{"label", jsonOf(label)},
-        {"paths", paths.size()},
-        {"entries", entries},
-        {"added", added},
-        {words.noExceptions ? "exceptionsRemoved" : "exceptions", jsonOfPaths(exceptions)},
-        {"followed", jsonOfPaths(settled)}});
+  if (!settled.empty()) text += " " + settledText(label, settled);
+  done(text, {{"label", jsonOf(label)},
+              {"paths", paths.size()},
+              {"entries", entries},
+              {"added", added},
+              {words.noExceptions ? "exceptionsRemoved" : "exceptions", jsonOfPaths(exceptions)},
+              {"followed", jsonOfPaths(settled)}});
   noteLinks(project, label, *table, paths);
 }
 
@@ -431,14 +433,14 @@ void followLabels(const std::vector<std::string>& named) {
   }
   project.remember(table, {paths, false, {}, false});
   object["open"] = open;
-  const char* const left = "What has labels by its place that it had not keeps them; label detach takes them from it";
+  const char* const left =
+      "Entries whose place gives them labels that they did not have keep these labels; label detach takes them off";
   if (moves.empty()) {
     return done(open == 0 ? "Nothing there had other labels than it has." : fmt::format("{}.", left), object);
   }
-  std::string text = fmt::format("{} the labels that {} had", counted(moves.size(), "entry has", "entries have"),
-                                 moves.size() == 1 ? "it" : "they");
-  text += fmt::format(": {} as {}{}.", inQuotes(moves.front().first), inQuotes(moves.front().second),
-                      moves.size() == 1 ? "" : fmt::format(" and {} more", moves.size() - 1));
+  const std::string text = fmt::format(
+      "Gave {} the labels that it had as {}{}.", inQuotes(moves.front().first), inQuotes(moves.front().second),
+      moves.size() == 1 ? "" : ", and likewise " + counted(moves.size() - 1, "other entry", "other entries"));
   done(open == 0 ? text : fmt::format("{} {}.", text, left), object);
 }
 
@@ -455,7 +457,7 @@ void callMissing(const std::vector<std::string>& named) {
                   fmt::format("nothing that carried a label is missing at {}", inQuotes(one)));
   }
   project.rememberAsMeant(table, paths);
-  done(fmt::format("Known as meant to be missing: {}.", listOf(paths)), {{"missing", jsonOfPaths(paths)}});
+  done(fmt::format("Noted that nothing is meant to be at {}.", listOf(paths)), {{"missing", jsonOfPaths(paths)}});
 }
 
 }  // namespace project_share

@@ -82,7 +82,7 @@ void tell(const std::string& text, Json object, const LabelRecord& label, const 
     if (owner != index || std::find(named.begin(), named.end(), pattern) == named.end()) continue;
     notes.push_back({risks::RULE_IDLE.identifier,
                      {},
-                     fmt::format("the rule {} decides for nothing that is there", inQuotes(pattern))});
+                     fmt::format("the rule {} has no effect on what is there", inQuotes(pattern))});
   }
   if (!manner().quiet) printNotes(notes);
 }
@@ -131,7 +131,7 @@ void removeRules(const std::string& word, const Patterns& patterns) {
       fmt::format("Removed {} from {}.", counted(patterns.size(), "rule", "rules"), inQuotes(nameOf(label)));
   Json object{{"removed", jsonOfPatterns(patterns)}, {"exceptionsRemoved", Json::array()}};
   for (const std::string& path : idle) {
-    text += fmt::format(" Removed the exception {}, which excepts from nothing any more.", inQuotes(path));
+    text += fmt::format(" Removed the exception {}, which has nothing left to except from.", inQuotes(path));
     object["exceptionsRemoved"].push_back(Json::object());
     putPath(object["exceptionsRemoved"].back(), "path", path);
   }

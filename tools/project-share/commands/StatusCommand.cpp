@@ -119,7 +119,7 @@ void showStatus(bool all) {
   const std::vector<bool> labelled = labelledIn(*copy);
   const auto unlabelled = std::count(labelled.begin(), labelled.end(), false);
 
-  for (const LabelRecord& label : records) printLabel(label, copy->effective().sources());
+  printLabels(records, copy->effective().sources());
   printUnlabelled(*copy, labelled, all || manner().json);
   printSkipped(copy->listing());
   printNotes(doubtsAboutLabels(*copy));

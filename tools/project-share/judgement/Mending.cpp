@@ -66,22 +66,22 @@ std::optional<std::size_t> firstBeyond(const folder_host::LabelSet& one, const f
 
 }  // namespace
 
-// Any edit on the entry settles it. What it had too much is detached, and what it lacked attached, so that the command
-// says what it is for.
-std::string Mending::settle(std::size_t entry) const {
+// An edit of a label on the entry settles it as far as that label is concerned: what is too much is detached, and what
+// is wanting attached.
+std::string Mending::change(std::size_t entry, const folder_host::LabelSet& from,
+                            const folder_host::LabelSet& to) const {
   const auto& labels = copy_.effective().sources().labels();
-  const auto has = copy_.effective().of(entry), had = copy_.followed().differing().at(entry).labels;
   const Paths paths{copy_.table()[entry].path};
-  if (const auto label = firstBeyond(had, has)) return detach(labels[*label], paths);
-  return attach(labels[firstBeyond(has, had).value()], paths);
+  if (const auto label = firstBeyond(from, to)) return detach(labels[*label], paths);
+  return attach(labels[firstBeyond(to, from).value()], paths);
+}
+
+std::string Mending::settle(std::size_t entry) const {
+  return change(entry, copy_.followed().differing().at(entry).labels, copy_.effective().of(entry));
 }
 
 std::string Mending::restore(std::size_t entry) const {
-  const auto& labels = copy_.effective().sources().labels();
-  const auto has = copy_.effective().of(entry), had = copy_.followed().differing().at(entry).labels;
-  const Paths paths{copy_.table()[entry].path};
-  if (const auto label = firstBeyond(has, had)) return detach(labels[*label], paths);
-  return attach(labels[firstBeyond(had, has).value()], paths);
+  return change(entry, copy_.effective().of(entry), copy_.followed().differing().at(entry).labels);
 }
 
 std::string Mending::callMissing(const std::string& path) const { return commandOn("missing", path); }

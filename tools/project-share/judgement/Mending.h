@@ -38,6 +38,7 @@ class Mending {
   std::string holdBack(const Paths& paths) const;
 
  private:
+  std::string change(std::size_t entry, const folder_host::LabelSet& from, const folder_host::LabelSet& to) const;
   std::string commandOn(const char* action, const std::string& path) const;
   std::string commandFor(const char* action, const folder_host::LabelRecord& label, const Paths& paths) const;
 

@@ -7,6 +7,7 @@
 #include <set>
 #include <utility>
 
+#include "folder_host/files/Path.h"
 #include "folder_host/text/Utf.h"
 #include "words/FilterKinds.h"
 #include "words/Labels.h"
@@ -178,7 +179,7 @@ class FollowedNotes {
           what, mending_.settle(top));
     } else {
       message = fmt::format(
-          "{} held back by what it had as {}; to keep it so for good: {}; to share it by what it has "
+          "{} held back by the labels that it had as {}; to keep it so for good: {}; to share it by what it has "
           "now: {}",
           what, inQuotes(from), mending_.follow(path), mending_.settle(top));
     }
@@ -211,7 +212,7 @@ std::vector<IdleRule> idleRules(const WorkingCopy& project) {
     idle.push_back({&label,
                     {risks::RULE_IDLE.identifier,
                      {},
-                     fmt::format("the rule {} of {} decides for nothing that is there", inQuotes(rule.pattern),
+                     fmt::format("the rule {} of {} has no effect on what is there", inQuotes(rule.pattern),
                                  nameInQuotes(label))}});
   }
   return idle;

@@ -29,7 +29,7 @@ struct RiskKind {
 namespace risks {
 inline constexpr RiskKind FOLDER_SPARED{
     "folder-spared", Level::risk,
-    "a drop-files filter selects a folder that alone carries the label: a file in it does not, and is shared"};
+    "a drop-files filter selects a folder by a label that does not reach what lies in it, and a file in it is shared"};
 inline constexpr RiskKind LABEL_ON_MISSING_PATH{
     "label-on-missing-path", Level::risk,
     "what carried a label that a drop-files filter names is not there, and perhaps is under another name"};
@@ -62,10 +62,11 @@ inline constexpr RiskKind FILTER_IDLE{"filter-idle", Level::note,
                                       "a filter can take nothing out, or there is no filter at all"};
 inline constexpr RiskKind LABEL_IDLE{"label-idle", Level::note,
                                      "a label that a drop-files filter names is attached to nothing"};
-inline constexpr RiskKind RULE_IDLE{"rule-idle", Level::note, "a rule decides for nothing that is there"};
+inline constexpr RiskKind RULE_IDLE{"rule-idle", Level::note,
+                                    "a rule has no effect: it matches nothing that is there, or a later rule decides"};
 inline constexpr RiskKind LABEL_FOLLOWED{
     "label-followed", Level::note,
-    "an entry had other labels under another name, and is held back because only one of both would share it"};
+    "an entry had other labels under another name, and is held back because only one of the two sets would share it"};
 inline constexpr RiskKind EXCEPTION_HIDES_RULE{"exception-hides-rule", Level::note,
                                                "an exception hides a rule of a label that a drop-files filter names"};
 inline constexpr RiskKind MEMORY_UNREADABLE{

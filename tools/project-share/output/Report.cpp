@@ -40,7 +40,7 @@ std::string textOf(const Judgement& judgement, const Reason& reason) {
       return selection(judgement, reason.filter, reason.labels) +
              (reason.from == nullptr || reason.from->empty()
                   ? ""
-                  : fmt::format(" (by what it had as {})", inQuotes(*reason.from)));
+                  : fmt::format(" (by the labels that it had as {})", inQuotes(*reason.from)));
     case Reason::Rule::folder:
       return nameOfFilter(judgement, reason.filter) + ": lies in a folder that is held back";
     case Reason::Rule::link:
@@ -115,14 +115,13 @@ Json jsonOf(const std::vector<LeavingLabel>& leaving) {
   return labels;
 }
 
-LabelCounts countsOf(const folder_host::LabelRecord& label, const folder_host::LabelSources& sources) {
-  LabelCounts counts;
-  const auto index = sources.find(label.uuid);
+std::vector<LabelCounts> countsOf(const folder_host::LabelSources& sources) {
+  std::vector<LabelCounts> counts(sources.labels().size());
   for (const auto& [place, kind] : sources.marks()) {
-    if (place.second != index) continue;
-    ++(kind == folder_host::MarkKind::exception ? counts.exceptions : counts.paths);
+    LabelCounts& count = counts[place.second];
+    ++(kind == folder_host::MarkKind::exception ? count.exceptions : count.paths);
   }
-  for (const auto& rule : sources.rules()) counts.rules += rule.label == index ? 1U : 0U;
+  for (const auto& rule : sources.rules()) ++counts[rule.label].rules;
   return counts;
 }
 
@@ -137,14 +136,17 @@ Json jsonOf(const LabelCounts& counts) {
   return {{"paths", counts.paths}, {"exceptions", counts.exceptions}, {"rules", counts.rules}};
 }
 
-void printLabel(const folder_host::LabelRecord& label, const folder_host::LabelSources& sources) {
-  const LabelCounts counts = countsOf(label, sources);
-  Json object{{"type", "label"}};
-  object.update(jsonOf(label));
-  object.update(jsonOf(counts));
-  item(fmt::format("{}  {}  {}{}", freeName(label.uuid), freeName(nameOf(label)), textOf(counts),
-                   label.isProtected ? ", protected" : ""),
-       object);
+void printLabels(const std::vector<folder_host::LabelRecord>& labels, const folder_host::LabelSources& sources) {
+  const std::vector<LabelCounts> all = countsOf(sources);
+  for (const folder_host::LabelRecord& label : labels) {
+    const LabelCounts& counts = all[sources.find(label.uuid).value()];
+    Json object{{"type", "label"}};
+    object.update(jsonOf(label));
+    object.update(jsonOf(counts));
+    item(fmt::format("{}  {}  {}{}", freeName(label.uuid), freeName(nameOf(label)), textOf(counts),
+                     label.isProtected ? ", protected" : ""),
+         object);
+  }
 }
 
 void printSkipped(const folder_host::Listing& listing) {

@@ -37,12 +37,13 @@ struct LabelCounts {
   std::size_t exceptions = 0;
   std::size_t rules = 0;
 };
-LabelCounts countsOf(const folder_host::LabelRecord& label, const folder_host::LabelSources& sources);
+// Of each of the sources' labels, by index.
+std::vector<LabelCounts> countsOf(const folder_host::LabelSources& sources);
 std::string textOf(const LabelCounts& counts);  // "3 paths, 1 exception, 2 rules"
 Json jsonOf(const LabelCounts& counts);
 
-// As `label list` gives it.
-void printLabel(const folder_host::LabelRecord& label, const folder_host::LabelSources& sources);
+// As `label list` gives them: by category and name.
+void printLabels(const std::vector<folder_host::LabelRecord>& labels, const folder_host::LabelSources& sources);
 // What lies in the project and is no file, folder or link: it is never shared.
 void printSkipped(const folder_host::Listing& listing);
 
