@@ -319,6 +319,15 @@ class Week {
     const std::size_t which = below(2);
     const std::string rule = Paths{"*.key", "f1*", "!f1*", "*~"}[below(4)];
     note("rule of " + std::to_string(which) + " " + rule);
+    // What a rule gave, under the old name or the new one, goes with the rule.
+    const LabelSources before(project_.labels());
+    const std::size_t index = before.find(labels_[which].uuid).value();
+    for (auto& [path, document] : documents_) {
+      const auto isRuled = [&, isFolder = document.number == 0](const std::string& at) {
+        return before.sourceOf(at, isFolder, index).kind == LabelSource::Kind::rule;
+      };
+      if (isRuled(path) || isRuled(document.from)) document.labels &= ~(1U << which);
+    }
     project_.labels().setRules(labels_[which].uuid, {rule, "*2.key"});
     remember({});
   }
