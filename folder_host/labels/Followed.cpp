@@ -118,12 +118,6 @@ class Followed::Search {
     addLost();
   }
 
-  static LabelSet joined(const LabelSet& a, const LabelSet& b) {
-    LabelSet both;
-    std::set_union(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(both));
-    return both;
-  }
-
  private:
   // In ascending order of what counts, where two come to one path.
   enum class By { nothing, likeness, place, identity, identityAtPlace };
@@ -250,13 +244,12 @@ class Followed::Search {
     for (std::size_t i = 0; i < entries_.size(); ++i) {
       const std::size_t claim = result_.claims_[i];
       if (claim == NONE || remembered_[claim].from == entries_[i].path) continue;
+      const Remembered& one = remembered_[claim];
       const auto several = claimed_.find(i);
       const LabelSet& labels = several != claimed_.end() ? several->second : labelsOf(claim);
-      // What took a name had none while it stands there; moved on, it had those of the name.
-      const bool tookName = remembered_[claim].from.empty();
-      const bool isThere = remembered_[claim].at == entries_[i].path;
-      infer(i, tookName && isThere ? LabelSet() : labels,
-            tookName && !isThere ? remembered_[claim].at : remembered_[claim].from);
+      // What its place gave it counts when it goes on from there: it was there with these labels.
+      const bool isThere = one.at == entries_[i].path;
+      infer(i, isThere ? labels : joined(labels, setOf(one.place)), one.from.empty() && !isThere ? one.at : one.from);
     }
     inferFromNewcomers();
     for (const auto& [entry, r] : strays_) {
@@ -400,11 +393,18 @@ class Followed::Search {
     lost.isUncertain = lost.isUncertain || result_.isUncertain(one);
   }
 
-  const LabelSet& labelsOf(std::size_t r) {
-    const LabelNames& names = remembered_[r].labels;
-    const auto [known, isNew] = labelsOf_.try_emplace(names);
+  const LabelSet& labelsOf(std::size_t r) { return setOf(remembered_[r].labels); }
+
+  const LabelSet& setOf(const LabelNames& names) {
+    const auto [known, isNew] = sets_.try_emplace(names);
     if (isNew && names) known->second = has_.sources().setOf(*names);
     return known->second;
+  }
+
+  static LabelSet joined(const LabelSet& a, const LabelSet& b) {
+    LabelSet both;
+    std::set_union(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(both));
+    return both;
   }
 
   Followed& result_;
@@ -417,7 +417,7 @@ class Followed::Search {
   std::vector<std::pair<std::size_t, std::size_t>> newcomers_;  // an entry, and whose name it took
   std::vector<std::pair<std::size_t, std::size_t>> strays_;     // an entry, and whose size and time it has
   std::set<std::size_t> isNewcomer_;
-  std::map<LabelNames, LabelSet> labelsOf_;
+  std::map<LabelNames, LabelSet> sets_;
   std::map<std::size_t, LabelSet> claimed_;  // by entry, where several have the same claim
 };
 
@@ -501,26 +501,28 @@ class Followed::Renewal {
     const auto differs = followed_.differing_.find(i);
     const std::size_t claim = followed_.claims_[i];
     const LabelSet has = followed_.has_.of(i);
-    LabelSet had = differs != followed_.differing_.end() ? settledOf(entry.path, differs->second, has) : has;
+    const LabelSet had = differs != followed_.differing_.end() ? settledOf(entry.path, differs->second, has) : has;
     const bool isLeft = claim != NONE && !isSettled(entry.path) && isMarkLeft(i, followed_.memory_.entries[claim].from);
     const bool isOpen = had != has;
-    if (isLeft) had = Search::joined(had, has);
     // What has no label any more is remembered for that: else the next look would infer one from what lies beside it.
     const bool isKnown = differs != followed_.differing_.end() || claim != NONE;
     if (has.empty() && had.empty() && !isKnown && exceptions_.count(entry.path) == 0) return;
     std::string from = isOpen ? differs->second.from : entry.path;
     if (isLeft) from = leftAt_[i] = followed_.memory_.entries[claim].from;
     told_.insert(from);
-    // Of what took a name, that it did is remembered, and the labels of the name.
-    const auto [names, isNew] = names_.try_emplace(from.empty() ? has : had);
-    if (isNew) names->second = followed_.namesOf(names->first);
-    next_.entries.push_back({names->second, from, entry.path, entry.kind, entries_.listing().identityOf(entry),
-                             entry.size, entry.modified});
+    next_.entries.push_back({namesOf(had), isOpen ? namesOf(has) : nullptr, from, entry.path, entry.kind,
+                             entries_.listing().identityOf(entry), entry.size, entry.modified});
     isNoted_[i] = true;
   }
 
+  const LabelNames& namesOf(const LabelSet& labels) {
+    const auto [names, isNew] = names_.try_emplace(labels);
+    if (isNew) names->second = followed_.namesOf(labels);
+    return names->second;
+  }
+
   // Whether a mark stands at the old path, and nothing else, or does at that of the folder with which the entry was
-  // moved: as long as it does, that is where the entry has its labels from, and what else gives it some adds to them.
+  // moved: as long as it does, that is where the entry has its labels from, whatever else gives it some.
   bool isMarkLeft(std::size_t entry, const std::string& from) const {
     if (left_.count(from) != 0) return true;
     const auto folder = leftAt_.find(entries_.parentOf(entry));
@@ -545,7 +547,7 @@ class Followed::Renewal {
       if (!isNoted_[i] || folder == EntryTable::ROOT || isNoted_[folder]) continue;
       isNoted_[folder] = true;
       const Entry& way = entries_[folder];
-      next_.entries.push_back({nullptr, way.path, way.path, way.kind, entries_.listing().identityOf(way)});
+      next_.entries.push_back({nullptr, nullptr, way.path, way.path, way.kind, entries_.listing().identityOf(way)});
       next_.entries.back().isWay = true;
     }
   }
@@ -553,7 +555,8 @@ class Followed::Renewal {
   // Of what is found: its mark stands where it was, and it has other labels now, or the same by another way.
   void keepMark(const Remembered& found) {
     if (missing_.count(found.from) == 0 || !told_.insert(found.from).second) return;
-    next_.entries.push_back({found.labels, found.from, found.from, found.kind, {}, 0, {}, Remembered::Missing::meant});
+    next_.entries.push_back(
+        {found.labels, nullptr, found.from, found.from, found.kind, {}, 0, {}, Remembered::Missing::meant});
   }
 
   void keepLost(Remembered lost) {
@@ -607,8 +610,15 @@ Memory Followed::renewedAsMeant(const std::vector<std::string>& paths) const {
   }
   for (const Lost& lost : lost_) {
     if (known.count(lost.path) != 0 || !isAtOrBelow(lost.path, tops)) continue;
-    next.entries.push_back(
-        {namesOf(lost.labels), lost.path, lost.path, EntryKind::folder, {}, 0, {}, Remembered::Missing::meant});
+    next.entries.push_back({namesOf(lost.labels),
+                            nullptr,
+                            lost.path,
+                            lost.path,
+                            EntryKind::folder,
+                            {},
+                            0,
+                            {},
+                            Remembered::Missing::meant});
   }
   return next;
 }

@@ -86,8 +86,7 @@ class Parser {
 
 using LabelSets = std::vector<LabelNames>;
 
-void put(std::string& bytes, const Remembered& entry, std::size_t labels) {
-  putNumber(bytes, labels);
+void put(std::string& bytes, const Remembered& entry) {
   putText(bytes, entry.from);
   putText(bytes, entry.at == entry.from ? std::string() : entry.at);
   putNumber(bytes, static_cast<std::uint64_t>(entry.kind));
@@ -102,8 +101,10 @@ void put(std::string& bytes, const Remembered& entry, std::size_t labels) {
 
 Remembered entryIn(Parser& parser, const LabelSets& sets) {
   Remembered entry;
-  const auto labels = static_cast<std::size_t>(parser.number(sets.size()));  // 0: none
-  if (labels != 0) entry.labels = sets[labels - 1];
+  for (LabelNames* names : {&entry.labels, &entry.place}) {
+    const auto set = static_cast<std::size_t>(parser.number(sets.size()));  // 0: none
+    if (set != 0) *names = sets[set - 1];
+  }
   entry.from = parser.text();
   entry.at = parser.text();
   if (entry.at.empty()) entry.at = entry.from;
@@ -152,9 +153,12 @@ std::string bytesOf(const Memory& memory) {
   std::vector<LabelNames> sets;
   std::string entries;
   for (const Remembered& entry : memory.entries) {
-    const auto [known, isNew] = numbers.emplace(entry.labels, sets.size() + 1);
-    if (isNew) sets.push_back(entry.labels);
-    put(entries, entry, known->second);
+    for (const LabelNames& names : {entry.labels, entry.place}) {
+      const auto [known, isNew] = numbers.emplace(names, sets.size() + 1);
+      if (isNew) sets.push_back(names);
+      putNumber(entries, known->second);
+    }
+    put(entries, entry);
   }
   std::string bytes(MEMORY_HEAD);
   putTime(bytes, memory.written);
@@ -186,7 +190,7 @@ std::optional<Memory> memoryIn(std::string_view bytes) {
     }
     set = std::make_shared<const std::vector<std::u16string>>(std::move(uuids));
   }
-  constexpr std::size_t LEAST = 13 * sizeof(std::uint64_t);  // of one entry
+  constexpr std::size_t LEAST = 14 * sizeof(std::uint64_t);  // of one entry
   memory.entries.reserve(parser.count(LEAST));
   for (std::size_t left = memory.entries.capacity(); left > 0; --left) {
     memory.entries.push_back(entryIn(parser, sets));

@@ -26,8 +26,9 @@ struct Remembered {
   };
 
   LabelNames labels = {};
-  std::string from;  // where it got them: its path when it was settled last
-  std::string at;    // where it was seen last
+  LabelNames place = {};  // what its place gave it, where that was something else: it counts, too, once it goes on
+  std::string from;       // where it got them: its path when it was settled last
+  std::string at;         // where it was seen last
   EntryKind kind = EntryKind::file;
   std::optional<Identity> identity;  // none where the file system gives none that lasts
   std::uint64_t size = 0;            // of a file

@@ -191,6 +191,7 @@ TEST_F(FollowedTest, WhatHadALabelIsHeldBackUnderWhateverNameItTakesNext) {
       {"the name anew, followed", {"mv s t; echo new >s", "follow"}, "a.key d/sub/y d/x s t "},
       {"the name anew, and moved", {"mv s t; echo new >s", "mv s u"}, "a.key d/sub/y d/x t u "},
       {"a hard link, saved", {"ln d/x d/z", "echo new >t; mv t d/x", "mv d/x x"}, "a.key d/sub/y d/z s x "},
+      {"what took a name, moved on", {"mv s t; mv o s", "mv s u"}, "a.key d/sub/y d/x t u "},
       {"saved, and its folder moved", {"mkdir u; mv s u", "echo new >t; mv t u/s; mv u v"}, "a.key d/sub/y d/x v/s "},
       {"moved there and back", {"mv d/x o", "mv o d/x", "mv d/x x"}, "a.key d/sub/y s x "},
   };
