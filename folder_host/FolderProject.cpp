@@ -180,6 +180,33 @@ project::metadata::MetadataScopeGuard FolderProject::beginWrite() const { return
 
 void FolderProject::confirm() const { store_->confirm(); }
 
+History FolderProject::history() const { return History(store_); }
+
+void FolderProject::setAuthor(Author author) const { store_->setAuthor(std::move(author)); }
+
+const Author& FolderProject::author() const { return store_->author(); }
+
+std::int64_t FolderProject::lastEdit() const { return store_->lastEdit(); }
+
+void FolderProject::note(const std::vector<Remembered>& before) const {
+  if (!before.empty()) store_->note({{}, bytesOf(Memory{before})});
+}
+
+Edit FolderProject::undo(std::int64_t number, const std::shared_ptr<const EntryTable>& entries) const {
+  Edit edit;
+  std::vector<Remembered> before;
+  store_->atomically([&] {
+    edit = history().undo(number);
+    if (edit.settled.empty()) return;
+    auto noted = memoryIn(edit.settled);
+    if (!noted) throw Error(errors::STORE_UNREADABLE, "the log of the project's store is damaged");
+    before = std::move(noted->entries);
+    store_->note({edit.id, bytesOf(Memory{followed(entries)->nowOf(before)})});
+  });
+  replaceMemory(entries, [&](const Followed& followed) { return followed.renewedAsBefore(before); });
+  return edit;
+}
+
 std::string FolderProject::locate(const std::string& named) const {
   const auto relative = named.empty() ? std::nullopt : below(root_, resolvedOrRefused(named));
   if (!relative || isStore(*relative)) {
@@ -191,6 +218,8 @@ std::string FolderProject::locate(const std::string& named) const {
 }
 
 Listing FolderProject::list() const { return listFolder(root_); }
+
+const Descriptor& FolderProject::storeFolder() const { return *store_->folder(); }
 
 // The folder first: nobody has to wait for it with what they want to write, and whatever comes into the project from
 // then on is not shared. A label that is attached meanwhile only holds back more. Where a file is moved meanwhile and
@@ -206,7 +235,7 @@ std::shared_ptr<WorkingCopy> FolderProject::workingCopy() const {
 std::shared_ptr<const Memory> FolderProject::memory() const {
   return attempt(errors::MEMORY_FAILED, "cannot read what was noted of labelled entries beside",
                  root_ + "/" + STORE_FILE,
-                 [&] { return std::make_shared<const Memory>(readMemory(*store_->folder())); });
+                 [&] { return std::make_shared<const Memory>(readMemory(storeFolder())); });
 }
 
 std::shared_ptr<const Followed> FolderProject::followed(std::shared_ptr<const EntryTable> entries) const {
@@ -224,8 +253,8 @@ void FolderProject::replaceMemory(const std::shared_ptr<const EntryTable>& entri
                  std::string("the labels are as they should be, but which entries have them cannot be noted: ") + why);
   };
   try {
-    const MemoryLock lock(*store_->folder());
-    writeMemory(*store_->folder(), change(*followed(entries)));
+    const MemoryLock lock(storeFolder());
+    writeMemory(storeFolder(), change(*followed(entries)));
   } catch (const Error& error) {
     throw failure(error.what());
   } catch (const std::system_error& error) {

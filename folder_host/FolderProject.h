@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -8,6 +9,7 @@
 #include "folder_host/files/Ownership.h"
 #include "folder_host/labels/Followed.h"
 #include "folder_host/share/WorkingCopy.h"
+#include "folder_host/store/History.h"
 #include "folder_host/store/LabelStore.h"
 #include "folder_host/store/MetadataStore.h"
 #include "project/metadata/MetadataScopeGuard.h"
@@ -50,6 +52,19 @@ class FolderProject {
   // Throws the failure of a commit that nobody has been told of yet. To be called after the last scope has ended.
   void confirm() const;
 
+  // Each outermost write scope that changes something is an entry of the log, with its author; see Store.
+  History history() const;
+  void setAuthor(Author author) const;
+  const Author& author() const;
+  // The number of the last entry that was made through this object; 0: none.
+  std::int64_t lastEdit() const;
+  // Notes with the edit whose write scope is open what the folder remembers of what it settles (Followed::openAt).
+  // Where there is any, it is an entry of the log even if it changes nothing in the store.
+  void note(const std::vector<Remembered>& before) const;
+  // Takes an edit back, by an edit of its own; what it settled is remembered as before. Gives the edit that was taken
+  // back. Errors: those of History::undo, and then MEMORY_FAILED.
+  Edit undo(std::int64_t number, const std::shared_ptr<const EntryTable>& entries) const;
+
   // The path relative to root() of what a person named, relative to the working directory or absolute: links in the
   // folders on the way are followed, a link at the end only where a slash stands behind it. Empty for root() itself. It
   // need not exist.
@@ -57,6 +72,9 @@ class FolderProject {
   std::string locate(const std::string& named) const;
 
   Listing list() const;
+
+  // That of the store, as it was opened: what is the folder's alone lies in it.
+  const Descriptor& storeFolder() const;
 
   // What the folder holds, and then the store, whose labels may so be newer than the entries, and what the folder
   // remembers. Errors: those of listFolder, STORE_FAILED, MEMORY_FAILED.

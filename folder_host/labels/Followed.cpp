@@ -623,6 +623,103 @@ Memory Followed::renewedAsMeant(const std::vector<std::string>& paths) const {
   return next;
 }
 
+std::vector<Remembered> Followed::openAt(const std::vector<std::string>& paths, bool withAllBelow) const {
+  const std::set<std::string> tops(paths.begin(), paths.end());
+  const auto isIn = [&](const std::string& path) {
+    return withAllBelow ? isAtOrBelow(path, tops) : tops.count(path) != 0;
+  };
+  std::vector<Remembered> open;
+  for (const auto& [i, had] : differing_) {
+    const Entry& entry = entries_[i];
+    if (!isIn(entry.path)) continue;
+    open.push_back({namesOf(had.labels), namesOf(has_.of(i)), had.from, entry.path, entry.kind,
+                    entries_.listing().identityOf(entry), entry.size, entry.modified});
+  }
+  std::set<std::string> known;
+  for (std::size_t r = 0; r < found_.size(); ++r) {
+    const Remembered& one = memory_.entries[r];
+    if (one.isWay || !found_[r].empty() || (!isIn(one.at) && !isIn(one.from))) continue;
+    known.insert({one.at, one.from});
+    open.push_back(one);
+  }
+  for (const Lost& lost : lost_) {
+    if (known.count(lost.path) != 0 || !isIn(lost.path)) continue;
+    open.push_back({namesOf(lost.labels),
+                    nullptr,
+                    lost.path,
+                    lost.path,
+                    EntryKind::folder,
+                    {},
+                    0,
+                    {},
+                    Remembered::Missing::uncertain});
+  }
+  return open;
+}
+
+namespace {
+
+// What of a memory is the same thing: by its identity or, where it has none, by its place.
+class SameIn {
+ public:
+  explicit SameIn(const std::vector<Remembered>& entries) {
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      if (entries[i].identity) byIdentity_.emplace(*entries[i].identity, i);
+      byPlace_.emplace(entries[i].at, i);
+    }
+  }
+
+  std::optional<std::size_t> find(const Remembered& one) const {
+    if (one.identity) {
+      const auto same = byIdentity_.find(*one.identity);
+      return same != byIdentity_.end() ? std::optional(same->second) : std::nullopt;
+    }
+    const auto same = byPlace_.find(one.at);
+    return same != byPlace_.end() ? std::optional(same->second) : std::nullopt;
+  }
+
+ private:
+  std::map<Identity, std::size_t> byIdentity_;
+  std::map<std::string, std::size_t> byPlace_;
+};
+
+}  // namespace
+
+// Of what is not remembered now, what it has counts.
+std::vector<Remembered> Followed::nowOf(const std::vector<Remembered>& before) const {
+  const SameIn same(memory_.entries);
+  std::vector<Remembered> now;
+  for (Remembered one : before) {
+    if (const auto index = same.find(one)) {
+      one = memory_.entries[*index];
+    } else {
+      one.labels = one.place = nullptr;
+      one.from = one.at;
+    }
+    now.push_back(std::move(one));
+  }
+  return now;
+}
+
+Memory Followed::renewedAsBefore(const std::vector<Remembered>& before) const {
+  Memory next = renewed({});
+  const SameIn same(next.entries);
+  for (const Remembered& one : before) {
+    const auto index = same.find(one);
+    if (!index) {
+      next.entries.push_back(one);
+      continue;
+    }
+    Remembered& now = next.entries[*index];
+    now.labels = one.labels;
+    now.place = one.place;
+    now.from = one.from;
+    now.missing = one.missing;
+    now.isWay = one.isWay;
+  }
+  return next;
+}
+
 LabelNames Followed::namesOf(const LabelSet& labels) const {
   if (labels.empty()) return nullptr;
   std::vector<std::u16string> uuids;

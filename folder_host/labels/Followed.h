@@ -53,11 +53,19 @@ class Followed {
   // at each entry.
   std::vector<std::size_t> candidatesFor(const Lost& lost) const;
 
+  // What an edit at these paths, or below as well, can settle, as it is remembered now: where the edit is taken back,
+  // it is remembered so again.
+  std::vector<Remembered> openAt(const std::vector<std::string>& paths, bool withAllBelow) const;
+  // The same things, as they are remembered now.
+  std::vector<Remembered> nowOf(const std::vector<Remembered>& before) const;
+
   // What is to be remembered from now on. Of what is settled, what it has counts from now on; of all else, what it had
   // as long as that differs.
   Memory renewed(const Settled& settled) const;
   // The same, with nothing settled, and what is lost at these paths or below known as meant so.
   Memory renewedAsMeant(const std::vector<std::string>& paths) const;
+  // The same, with nothing settled, and these remembered so again.
+  Memory renewedAsBefore(const std::vector<Remembered>& before) const;
 
  private:
   class Search;

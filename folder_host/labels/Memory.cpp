@@ -14,6 +14,7 @@
 
 #include "folder_host/files/Digest.h"
 #include "folder_host/store/Blob.h"
+#include "folder_host/text/Packing.h"
 #include "folder_host/text/Utf.h"
 #include "project/metadata/MetadataManager.h"
 
@@ -25,64 +26,15 @@ constexpr const char* NAME = "memory";
 constexpr const char* NEXT = "memory.next";
 constexpr std::size_t DIGEST = 64;
 
-// Numbers are eight bytes, the least first; a text has its length before it.
-void putNumber(std::string& bytes, std::uint64_t number) {
-  for (unsigned shift = 0; shift < 64; shift += 8) bytes += static_cast<char>((number >> shift) & 0xFFU);
-}
-
-void putText(std::string& bytes, std::string_view text) {
-  putNumber(bytes, text.size());
-  bytes += text;
-}
-
 void putTime(std::string& bytes, const timespec& time) {
   putNumber(bytes, static_cast<std::uint64_t>(time.tv_sec));
   putNumber(bytes, static_cast<std::uint64_t>(time.tv_nsec));
 }
 
-// Takes a memory's bytes apart. Once they are found not to be one, everything is empty, and stays so.
-class Parser {
- public:
-  explicit Parser(std::string_view bytes) : rest_(bytes) {}
-
-  std::uint64_t number() {
-    const std::string_view bytes = take(8);
-    std::uint64_t number = 0;
-    for (std::size_t i = bytes.size(); i-- > 0;) number = number << 8U | static_cast<unsigned char>(bytes[i]);
-    return number;
-  }
-
-  std::uint64_t number(std::uint64_t most) {
-    const std::uint64_t value = number();
-    if (value > most) fails_ = true;
-    return fails_ ? 0 : value;
-  }
-
-  // Of things of which each has so many bytes at least: a number that was made up allocates nothing.
-  std::size_t count(std::size_t least) { return static_cast<std::size_t>(number(rest_.size() / least)); }
-
-  std::string text() { return std::string(take(count(1))); }
-
-  timespec time() {
-    const auto seconds = static_cast<time_t>(number());
-    return {seconds, static_cast<long>(number(999999999))};
-  }
-
-  bool fails() const { return fails_; }
-  bool isAtEnd() const { return !fails_ && rest_.empty(); }
-
- private:
-  std::string_view take(std::size_t count) {
-    if (count > rest_.size()) fails_ = true;
-    if (fails_) return {};
-    const std::string_view taken = rest_.substr(0, count);
-    rest_.remove_prefix(count);
-    return taken;
-  }
-
-  std::string_view rest_;
-  bool fails_ = false;
-};
+timespec timeIn(Unpacker& parser) {
+  const auto seconds = static_cast<time_t>(parser.number());
+  return {seconds, static_cast<long>(parser.number(999999999))};
+}
 
 using LabelSets = std::vector<LabelNames>;
 
@@ -99,7 +51,7 @@ void put(std::string& bytes, const Remembered& entry) {
   putNumber(bytes, entry.isWay ? 1 : 0);
 }
 
-Remembered entryIn(Parser& parser, const LabelSets& sets) {
+Remembered entryIn(Unpacker& parser, const LabelSets& sets) {
   Remembered entry;
   for (LabelNames* names : {&entry.labels, &entry.place}) {
     const auto set = static_cast<std::size_t>(parser.number(sets.size()));  // 0: none
@@ -112,12 +64,12 @@ Remembered entryIn(Parser& parser, const LabelSets& sets) {
   Identity identity;
   identity.fileSystem = parser.number();
   identity.inode = parser.number();
-  const timespec born = parser.time();
+  const timespec born = timeIn(parser);
   identity.bornSeconds = born.tv_sec;
   identity.bornNanoseconds = born.tv_nsec;
   if (identity.fileSystem != 0) entry.identity = identity;
   entry.size = parser.number();
-  entry.modified = parser.time();
+  entry.modified = timeIn(parser);
   entry.missing = static_cast<Remembered::Missing>(parser.number(2));
   entry.isWay = parser.number(1) != 0;
   return entry;
@@ -177,9 +129,9 @@ std::optional<Memory> memoryIn(std::string_view bytes) {
     return std::nullopt;
   const std::string_view content = bytes.substr(0, bytes.size() - DIGEST);
   if (sha256Of(content) != bytes.substr(content.size())) return std::nullopt;
-  Parser parser(content.substr(MEMORY_HEAD.size()));
+  Unpacker parser(content.substr(MEMORY_HEAD.size()));
   Memory memory;
-  memory.written = parser.time();
+  memory.written = timeIn(parser);
   LabelSets sets(parser.count(sizeof(std::uint64_t)));
   for (LabelNames& set : sets) {
     std::vector<std::u16string> uuids(parser.count(sizeof(std::uint64_t)));

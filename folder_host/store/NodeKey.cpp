@@ -12,9 +12,12 @@ namespace {
 constexpr std::size_t LENGTH = 4;
 
 // The length stands before the text: a separator could occur in a text, and two paths would be one.
-void appendPart(std::string& key, const std::u16string& part) {
-  const std::size_t size = 2 * part.size();
+void appendLength(std::string& key, std::size_t size) {
   for (const unsigned shift : {24U, 16U, 8U, 0U}) key += static_cast<char>(static_cast<unsigned char>(size >> shift));
+}
+
+void appendPart(std::string& key, const std::u16string& part) {
+  appendLength(key, 2 * part.size());
   appendBlob(key, part);
 }
 
@@ -42,6 +45,15 @@ std::string nodeKeyOf(const MetadataPath& path) {
 void appendToNodeKey(std::string& key, const project::metadata::PathElement& child) {
   appendPart(key, child.getType());
   appendPart(key, child.getLocation());
+}
+
+std::string childKeyOf(std::string_view parent, std::string_view type, std::string_view location) {
+  std::string key(parent);
+  for (const std::string_view part : {type, location}) {
+    appendLength(key, part.size());
+    key += part;
+  }
+  return key;
 }
 
 std::string parentKeyOf(const MetadataPath& path) {

@@ -17,6 +17,9 @@ std::string parentKeyOf(const project::metadata::MetadataPath& path);  // not of
 // Makes a node's key that of a child.
 void appendToNodeKey(std::string& key, const project::metadata::PathElement& child);
 
+// The key of the node with that type and location, as blobs, below that one.
+std::string childKeyOf(std::string_view parent, std::string_view type, std::string_view location);
+
 // The least key above all that begin with this one, which is not empty.
 std::string endOfKeys(std::string key);
 

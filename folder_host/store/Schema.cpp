@@ -54,10 +54,18 @@ INSERT INTO mark SELECT path, label, 0 FROM attachment;
 DROP TABLE attachment;
 )";
 
+// The log. An edit's number is its place in it; nothing is ever taken out. Times are milliseconds since 1970; `undoes`
+// is the id of another edit or empty; for `changes` see bytesOf, for `settled` EditNote.
+constexpr const char* LOG = R"(
+CREATE TABLE edit(number INTEGER NOT NULL PRIMARY KEY, id BLOB NOT NULL, at INTEGER NOT NULL, user BLOB NOT NULL,
+                  machine BLOB NOT NULL, words BLOB NOT NULL, undoes BLOB NOT NULL, settled BLOB NOT NULL,
+                  changes BLOB NOT NULL);
+)";
+
 // The n-th makes version n of version n - 1. None may ever be changed: stores that it made would be strange. A table
 // whose columns change is made again. ALTER TABLE would write a text into the schema that is SQLite's choice, and
 // another one, perhaps, tomorrow.
-constexpr std::array<const char*, SCHEMA_VERSION> STEPS = {FIRST_TABLES, PROTECTED_LABELS, MARKS_AND_RULES};
+constexpr std::array<const char*, SCHEMA_VERSION> STEPS = {FIRST_TABLES, PROTECTED_LABELS, MARKS_AND_RULES, LOG};
 
 static_assert(std::string_view(FIRST_TABLES).substr(0, FIRST_STATEMENT.size()) == FIRST_STATEMENT);
 

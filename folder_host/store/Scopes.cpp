@@ -24,8 +24,11 @@ struct Scopes::Scope {
   bool rolledBack = false;
 };
 
-Scopes::Scopes(SQLite::Database& database)
-    : database_(database), savepoint_(database, "SAVEPOINT inner"), release_(database, "RELEASE inner") {}
+Scopes::Scopes(SQLite::Database& database, KeepEdit keepEdit)
+    : database_(database),
+      keepEdit_(std::move(keepEdit)),
+      savepoint_(database, "SAVEPOINT inner"),
+      release_(database, "RELEASE inner") {}
 
 Scopes::~Scopes() = default;
 
@@ -65,6 +68,7 @@ void Scopes::enter(Scope& scope) {
       database_.exec(scope.write ? "BEGIN IMMEDIATE" : "BEGIN");
       // A deferred transaction sees the state of its first read.
       if (!scope.write) database_.execAndGet("SELECT count(*) FROM sqlite_schema");
+      if (scope.write && keepEdit_) recording_.emplace(database_);
     } else if (scope.write) {
       // A statement that ran before has to be reset before it runs again.
       savepoint_.tryReset();
@@ -93,15 +97,32 @@ void Scopes::end(Scope& scope) noexcept {
 // A guard's destructor cannot throw. What fails here is remembered, and the next use of the store tells it.
 void Scopes::finish(const Scope& scope) noexcept {
   if (scope.level == Scope::Level::counted) return;
-  if (scope.rolledBack) return undo(scope);
-  const int result = scope.level == Scope::Level::transaction ? commit() : release();
-  if (result == SQLITE_OK) return;
-  remember(result);
+  if (!scope.rolledBack) {
+    const int result = scope.level == Scope::Level::transaction ? commit(scope) : release();
+    if (result != SQLITE_OK) remember(result);
+    if (result == SQLITE_OK) return;
+  }
   undo(scope);
 }
 
+// The record stands in the transaction that it is about: an edit is kept with its entry in the log, or neither is.
+int Scopes::keepEdit() noexcept {
+  if (!recording_) return SQLITE_OK;
+  try {
+    const Changes changes = recording_->changes();
+    recording_.reset();
+    keepEdit_(changes);
+    return SQLITE_OK;
+  } catch (const SQLite::Exception& error) {
+    return error.getErrorCode();
+  } catch (const std::exception&) {
+    return SQLITE_NOMEM;
+  }
+}
+
 // A lock that could not be given back, which is done last, leaves the changes as kept as they are.
-int Scopes::commit() noexcept {
+int Scopes::commit(const Scope& scope) noexcept {
+  if (const int failure = scope.write ? keepEdit() : SQLITE_OK; failure != SQLITE_OK) return failure;
   const int result = database_.tryExec("COMMIT");
   const int detail = result == SQLITE_OK ? SQLITE_OK : database_.getExtendedErrorCode();
   return detail == SQLITE_IOERR_UNLOCK || detail == SQLITE_IOERR_RDLOCK ? SQLITE_OK : result;
@@ -114,6 +135,7 @@ int Scopes::release() noexcept {
 }
 
 void Scopes::undo(const Scope& scope) noexcept {
+  if (scope.level == Scope::Level::transaction) recording_.reset();
   // After some failures SQLite has rolled back by itself.
   if (sqlite3_get_autocommit(database_.getHandle()) != 0) return;
   // To roll back to a savepoint leaves it standing: it has to be released as well, or the next RELEASE would end the

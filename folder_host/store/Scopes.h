@@ -3,9 +3,12 @@
 #include <SQLiteCpp/Database.h>
 #include <SQLiteCpp/Statement.h>
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
+#include "folder_host/store/Changes.h"
 #include "project/metadata/MetadataScopeGuard.h"
 
 namespace folder_host {
@@ -14,8 +17,12 @@ namespace folder_host {
 // Store for what a scope means.
 class Scopes {
  public:
-  // The database outlives this object and its scopes.
-  explicit Scopes(SQLite::Database& database);
+  // Given what the outermost write scope has changed, before that is committed; what it writes belongs to the scope.
+  // Where it throws, nothing is kept.
+  using KeepEdit = std::function<void(const Changes&)>;
+
+  // The database outlives this object and its scopes. Without `keepEdit`, nothing is recorded.
+  Scopes(SQLite::Database& database, KeepEdit keepEdit);
   ~Scopes();
   Scopes(const Scopes&) = delete;
   Scopes& operator=(const Scopes&) = delete;
@@ -36,13 +43,16 @@ class Scopes {
   void enter(Scope& scope);
   void end(Scope& scope) noexcept;
   void finish(const Scope& scope) noexcept;
-  int commit() noexcept;
+  int commit(const Scope& scope) noexcept;
+  int keepEdit() noexcept;
   int release() noexcept;
   void undo(const Scope& scope) noexcept;
   void remember(int result) noexcept;
 
   SQLite::Database& database_;
-  SQLite::Statement savepoint_;  // prepared once: within a scope each single change is a scope of its own
+  KeepEdit keepEdit_;
+  std::optional<Recording> recording_;  // of the outermost write scope
+  SQLite::Statement savepoint_;         // prepared once: within a scope each single change is a scope of its own
   SQLite::Statement release_;
   std::vector<std::shared_ptr<Scope>> scopes_;
   int failure_ = 0;

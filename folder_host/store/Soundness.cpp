@@ -30,7 +30,10 @@ SELECT EXISTS(SELECT 1 FROM node WHERE typeof(parent) <> 'blob' OR typeof(type) 
     OR EXISTS(SELECT 1 FROM mark WHERE typeof(path) <> 'blob' OR typeof(kind) <> 'integer' OR kind NOT IN (0, 1, 2)
               OR (length(path) = 0 AND kind <> 1) OR label NOT IN (SELECT uuid FROM label))
     OR EXISTS(SELECT 1 FROM rule WHERE typeof(position) <> 'integer' OR typeof(pattern) <> 'blob'
-              OR label NOT IN (SELECT uuid FROM label)))";
+              OR label NOT IN (SELECT uuid FROM label))
+    OR EXISTS(SELECT 1 FROM edit WHERE typeof(id) <> 'blob' OR typeof(at) <> 'integer' OR typeof(user) <> 'blob'
+              OR typeof(machine) <> 'blob' OR typeof(words) <> 'blob' OR typeof(undoes) <> 'blob'
+              OR typeof(settled) <> 'blob' OR typeof(changes) <> 'blob'))";
 
 // Whether it is a path that an entry can have.
 bool isEntryPath(std::string_view path) {

@@ -2,12 +2,20 @@
 
 #include <SQLiteCpp/Column.h>
 #include <sqlite3.h>
+#include <unistd.h>
 
+#include <array>
+#include <chrono>
+#include <climits>
 #include <limits>
 #include <memory>
 #include <utility>
 
 #include "folder_host/Error.h"
+#include "folder_host/files/Ownership.h"
+#include "folder_host/store/Soundness.h"
+#include "folder_host/text/Utf.h"
+#include "project/metadata/MetadataManager.h"
 
 namespace folder_host {
 
@@ -16,7 +24,8 @@ using project::metadata::MetadataScopeGuard;
 namespace {
 
 // Not copied: the caller's values live until the statement has run, and are bound anew the next time.
-void bindValues(SQLite::Statement& statement, Store::Values values) {
+template <class List>
+void bindValues(SQLite::Statement& statement, const List& values) {
   int index = 0;
   for (const std::string_view value : values) {
     if (value.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
@@ -39,6 +48,12 @@ Store::Row readRow(const SQLite::Statement& statement) {
 struct Release {
   void operator()(unsigned char* bytes) const { sqlite3_free(bytes); }
 };
+
+// Empty where the system does not say.
+std::string machineName() {
+  std::array<char, HOST_NAME_MAX + 1> name{};
+  return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : std::string();
+}
 
 // Leaves a cached statement without locks, whatever happens; its values are bound anew for each use.
 class Use {
@@ -67,7 +82,10 @@ std::shared_ptr<Store> Store::inMemory() {
 }
 
 Store::Store(StoreDatabase store)
-    : vfs_(std::move(store.vfs)), database_(std::move(store.database)), scopes_(database_) {}
+    : vfs_(std::move(store.vfs)),
+      database_(std::move(store.database)),
+      author_{userName(::geteuid()), machineName()},
+      scopes_(database_, vfs_ ? [this](const Changes& changes) { keepEdit(changes); } : Scopes::KeepEdit()) {}
 
 Store::~Store() = default;
 
@@ -75,7 +93,9 @@ Store::~Store() = default;
 std::shared_ptr<Store> Store::memoryCopy() {
   const MetadataScopeGuard scope = beginRead();
   try {
-    return std::make_shared<Store>(copyInMemory(database_));
+    StoreDatabase copy = copyInMemory(database_);
+    copy.database.exec("DELETE FROM edit");
+    return std::make_shared<Store>(std::move(copy));
   } catch (const SQLite::Exception& error) {
     throw storeFailure(error);
   }
@@ -97,7 +117,22 @@ std::string Store::image() {
 
 MetadataScopeGuard Store::beginRead() { return scopes_.begin(false, shared_from_this()); }
 
-MetadataScopeGuard Store::beginWrite() { return scopes_.begin(true, shared_from_this()); }
+MetadataScopeGuard Store::beginWrite() {
+  if (sqlite3_get_autocommit(database_.getHandle()) != 0) note_ = {};  // of a scope that was rolled back
+  return scopes_.begin(true, shared_from_this());
+}
+
+void Store::keepEdit(const Changes& changes) {
+  const EditNote note = std::exchange(note_, {});
+  if (changes.empty() && note.settled.empty()) return;
+  constexpr std::size_t MOST_WORDS = std::size_t{64} << 10U;
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  const std::string at = std::to_string(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+  const std::string id = toBytes(project::metadata::generateUUID()), words = author_.words.substr(0, MOST_WORDS);
+  execute("INSERT INTO edit SELECT coalesce(max(number), 0) + 1, ?, CAST(? AS INTEGER), ?, ?, ?, ?, ?, ? FROM edit",
+          Values{id, at, author_.user, author_.machine, words, note.undoes, note.settled, bytesOf(changes)});
+  lastEdit_ = database_.getLastInsertRowid();
+}
 
 void Store::confirm() { scopes_.confirm(); }
 
@@ -130,14 +165,33 @@ std::vector<Store::Row> Store::query(const char* sql, Values values) {
   }
 }
 
-std::size_t Store::run(const char* sql, Values values) {
+template <class List>
+std::size_t Store::execute(const char* sql, const List& values) {
+  SQLite::Statement& statement = prepared(sql);
+  const Use use(statement);
+  bindValues(statement, values);
+  return static_cast<std::size_t>(statement.exec());
+}
+
+template <class List>
+std::size_t Store::change(const char* sql, const List& values) {
   confirm();
   scopes_.requireWritable();
   try {
-    SQLite::Statement& statement = prepared(sql);
-    const Use use(statement);
-    bindValues(statement, values);
-    return static_cast<std::size_t>(statement.exec());
+    return execute(sql, values);
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+}
+
+std::size_t Store::run(const char* sql, Values values) { return change(sql, values); }
+
+std::size_t Store::run(const char* sql, const Row& values) { return change(sql, values); }
+
+bool Store::isSound() {
+  confirm();
+  try {
+    return folder_host::isSound(database_);
   } catch (const SQLite::Exception& error) {
     throw storeFailure(error);
   }

@@ -4,6 +4,7 @@
 #include <SQLiteCpp/Statement.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <map>
@@ -11,6 +12,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "folder_host/store/Scopes.h"
@@ -27,6 +29,9 @@ namespace folder_host {
 // nothing of its own. A write scope is rolled back when it ends while an exception passes. A scope ends with its guard,
 // but not before those that began later: it waits for the last of them. A transaction that cannot be committed then is
 // rolled back, and the next call throws STORE_FAILED for it, once.
+//
+// Of a store in a file, each outermost write scope that changes something, or has a note, is an entry of the log
+// (History), in its own transaction.
 class Store : public std::enable_shared_from_this<Store> {
  public:
   using Row = std::vector<std::string>;
@@ -43,7 +48,7 @@ class Store : public std::enable_shared_from_this<Store> {
   Store(const Store&) = delete;
   Store& operator=(const Store&) = delete;
 
-  // The same content in a store that has no file.
+  // The same content, without the log, in a store that has no file.
   std::shared_ptr<Store> memoryCopy();
   // The bytes of a store file with the content of this one, which has no file and no open scope. No byte of what was
   // removed is in them.
@@ -59,6 +64,14 @@ class Store : public std::enable_shared_from_this<Store> {
   // Throws the failure of a commit that nobody has been told of yet.
   void confirm();
 
+  // Of the edits from now on; without it, the user and the machine as the system names them, and no words.
+  void setAuthor(Author author) { author_ = std::move(author); }
+  const Author& author() const noexcept { return author_; }
+  // Of the outermost write scope, which is open; it goes with it.
+  void note(EditNote note) { note_ = std::move(note); }
+  // The number of the last entry that this object has made in the log; 0: none.
+  std::int64_t lastEdit() const noexcept { return lastEdit_; }
+
   // Makes the changes of `edit` in a write scope of their own: all of them or, where it throws, none.
   template <class Edit>
   void atomically(const Edit& edit) {
@@ -73,16 +86,27 @@ class Store : public std::enable_shared_from_this<Store> {
   std::vector<Row> query(const char* sql, Values values = {});
   // The number of rows changed. Errors: WRITE_IN_READ_SCOPE, as beginWrite.
   std::size_t run(const char* sql, Values values = {});
+  std::size_t run(const char* sql, const Row& values);
+  // Whether its rows fit together (isSound).
+  bool isSound();
   // Of a store that only this object writes to: as long as this is the same number, so is the content. None while there
   // are changes that may still be rolled back.
   std::optional<int> version() const noexcept;
 
  private:
   SQLite::Statement& prepared(const char* sql);
+  template <class List>
+  std::size_t change(const char* sql, const List& values);
+  template <class List>
+  std::size_t execute(const char* sql, const List& values);
+  void keepEdit(const Changes& changes);
 
   std::unique_ptr<StoreVfs> vfs_;  // null in memory
   SQLite::Database database_;
   std::map<std::string, SQLite::Statement, std::less<>> statements_;
+  Author author_;
+  EditNote note_;
+  std::int64_t lastEdit_ = 0;
   Scopes scopes_;
 };
 

@@ -164,7 +164,11 @@ StoreDatabase openStoreFile(const std::string& file, const std::function<void(co
     database.exec("COMMIT");
     // Looked at in a read transaction first: a store of today is opened without a lock that would keep others out, and
     // a strange one is refused before anything is written.
-    if (version < SCHEMA_VERSION && !upgradeFile(database, file)) return upgradedCopy(database, file);
+    if (version < SCHEMA_VERSION && !upgradeFile(database, file)) {
+      StoreDatabase copy = upgradedCopy(database, file);
+      copy.vfs = std::move(vfs);  // what lies beside the file is still the project's
+      return copy;
+    }
     return {std::move(vfs), std::move(database)};
   } catch (const SQLite::Exception& error) {
     throw openingFailure(file, *vfs, error);

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -39,6 +40,7 @@ struct Words {
   std::vector<std::string> shared;  // the profile, if any, and the destination
   std::vector<std::string> allowed;
   std::string receipt;
+  std::int64_t number = 0;
   bool folderOnly = false;
   bool noExceptions = false;
   bool all = false;
@@ -304,6 +306,20 @@ std::string riskList() {
   return list;
 }
 
+void addNumber(CLI::App* command, std::int64_t& number, const char* description) {
+  command->add_option("NUMBER", number, description)->check(CLI::PositiveNumber)->type_name("");
+}
+
+void addHistoryCommands(CLI::App& app, Words& words) {
+  CLI::App* log = addCommand(&app, "log", "List the edits and the shares: when, who, the words typed", "log");
+  addNumber(log, words.number, "One edit, and all that it changed");
+  log->add_flag("--all", words.all, "All of them, not the last 20");
+  log->callback([&] { showLog(words.number, words.all); });
+  CLI::App* undo = addCommand(&app, "undo", "Take back your last edit, or the edit of that number", "undo");
+  addNumber(undo, words.number, "As 'log' shows it; another user's, too");
+  undo->callback([&] { undoEdit(words.number); });
+}
+
 void addPreviewCommands(CLI::App& app, Words& words) {
   CLI::App* preview =
       addCommand(&app, "preview", "Show as a tree what a share would hand out, and what it would hold back and why",
@@ -400,6 +416,7 @@ int runCommandLine(int argc, char** argv) {
   // What an earlier call in this process was told must not hold for this one.
   manner() = usualManner();
   invocation() = {};
+  invocation().typed = typedWords({argv + std::min(argc, 1), argv + argc});
   Words words;
   CLI::App app("Hands out copies of a folder without what is labelled internal", "project-share");
   app.require_subcommand(1);
@@ -409,6 +426,7 @@ int runCommandLine(int argc, char** argv) {
   addLabelCommands(app, words);
   addProfileCommands(app, words);
   addPreviewCommands(app, words);
+  addHistoryCommands(app, words);
   addShareCommands(app, words);
   if (argc > 1 && std::string_view(argv[1]) == "complete") {  // what is still being typed could not be parsed
     complete(app, {argv + 2, argv + argc});

@@ -9,6 +9,7 @@
 
 #include "folder_host/files/Listing.h"
 #include "folder_host/labels/Memory.h"
+#include "folder_host/share/ShareList.h"
 #include "folder_host/store/Schema.h"
 
 namespace folder_host {
@@ -35,7 +36,9 @@ bool firstBytesTell(std::string_view first) {
     if (first.substr(0, archived.size()) == archived) return true;
   }
   if (first.find(FIRST_STATEMENT) != std::string_view::npos) return true;
-  if (first.substr(0, MEMORY_HEAD.size()) == MEMORY_HEAD) return true;
+  for (const std::string_view head : {MEMORY_HEAD, SHARE_LIST_HEAD}) {
+    if (first.substr(0, head.size()) == head) return true;
+  }
   const auto take = [&first](std::string_view word) {
     first.remove_prefix(std::min(first.find_first_not_of(" \t\r\n"), first.size()));
     const bool there = first.substr(0, word.size()) == word;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -57,6 +58,13 @@ void testRules(const std::string& path);
 void listLabelsOf(const std::vector<std::string>& paths);
 // The entries that carry the label, and whence they have it.
 void listFilesOf(const std::string& label);
+
+// The edits in the log and the shares, by time; of edits, what they changed in sum or, of the one of that number, each
+// change. 0: the last of them, or all. Error: EDIT_NOT_FOUND.
+void showLog(std::int64_t number, bool all);
+// Takes the edit of that number back; 0: the user's own last that stands and took none back itself. Errors:
+// NOTHING_TO_UNDO; those of folder_host::History::undo.
+void undoEdit(std::int64_t number);
 
 // The paths on standard input, each ended by `end`. Error: INPUT_FAILED.
 std::vector<std::string> readPaths(char end);

@@ -331,8 +331,10 @@ void attachLabel(const std::string& word, const std::vector<std::string>& named,
   const Table table = tableOf(project);
   const Paths paths = entriesNamed(project, *table, named, words.folderOnly);
   const folder_host::Settled settling{paths, !words.folderOnly, label.uuid, false};
-  const Paths settled = settledBy(settling, *project.followed(table), *table);
+  const auto followed = project.followed(table);
+  const Paths settled = settledBy(settling, *followed, *table);
   const auto [added, exceptions] = edit(project, [&] {
+    project.note(followed->openAt(paths, !words.folderOnly));
     const std::size_t count = putMarks(project, label, paths, words.folderOnly);
     const LabelSources sources(project.labels());
     Paths below = words.folderOnly ? Paths() : exceptionsBelow(sources, indexOf(sources, label), paths);
@@ -393,6 +395,7 @@ void detachLabel(const std::string& word, const std::vector<std::string>& named)
                                       : ""));
   }
   const Detached detached = edit(project, [&] {
+    project.note(followed->openAt(paths, true));
     // Both in one scope: a label that came off while nothing was settled would have the next share refused for what was
     // just allowed.
     folder_host::Settlements settlements(*project.metadata());
@@ -418,6 +421,7 @@ void followLabels(const std::vector<std::string>& named) {
           "labels instead");
     }
     auto made = folder_host::followIn(*followed, *table, scope, project.labels());
+    project.note(followed->openAt(scope, true));
     const auto& differing = followed->differing();
     const auto isIn = [&, tops = setOf(scope)](const auto& one) { return isAtOrBelow((*table)[one.first].path, tops); };
     const auto left = static_cast<std::size_t>(std::count_if(differing.begin(), differing.end(), isIn)) - made.size();
@@ -456,6 +460,10 @@ void callMissing(const std::vector<std::string>& named) {
     throw Refusal(refusals::LABEL_NOT_MISSING,
                   fmt::format("nothing that carried a label is missing at {}", inQuotes(one)));
   }
+  edit(project, [&] {
+    project.note(followed->openAt(paths, true));
+    return true;
+  });
   project.rememberAsMeant(table, paths);
   done(fmt::format("Noted that nothing is meant to be at {}.", listOf(paths)), {{"missing", jsonOfPaths(paths)}});
 }

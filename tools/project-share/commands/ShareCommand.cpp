@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <optional>
 #include <set>
 
@@ -8,11 +9,13 @@
 #include "Refusal.h"
 #include "commands/Commands.h"
 #include "folder_host/share/HandOut.h"
+#include "folder_host/share/ShareList.h"
 #include "judgement/Judge.h"
 #include "output/Output.h"
 #include "output/ProgressLine.h"
 #include "output/Report.h"
 #include "receipt/Receipt.h"
+#include "receipt/ShareRecord.h"
 #include "settings/OpenProject.h"
 #include "words/Names.h"
 #include "words/Profiles.h"
@@ -121,7 +124,9 @@ void printSpared(const Judgement& judgement, const Spared& spared) {
   item(fmt::format("spared: {}  {}", freeName(nameOf(*spared.folder)), textOf(judgement, spared)), object);
 }
 
-void report(const Judgement& judgement, const folder_host::HandedOut& result, const ShareWords& words) {
+// `notes` are those that came with the share; all others were told before it.
+void report(const Judgement& judgement, const folder_host::HandedOut& result, const ShareWords& words,
+            std::vector<Risk> notes) {
   if (manner().quiet) return;
   const folder_host::Listing& listing = judgement.copy->listing();
   printSkipped(listing);
@@ -129,7 +134,7 @@ void report(const Judgement& judgement, const folder_host::HandedOut& result, co
     // A folder that a drop-files filter selects is told of as a risk already.
     if (!spared.isDropped) printSpared(judgement, spared);
   }
-  std::vector<Risk> allowed = judgement.found.risks, notes = judgement.found.notes;
+  std::vector<Risk> allowed = judgement.found.risks;
   for (const std::string& path : result.changed) {
     allowed.push_back({folder_host::errors::ENTRY_CHANGED, path,
                        inQuotes(path) + " was changed meanwhile, and was shared as it was read"});
@@ -152,13 +157,35 @@ void report(const Judgement& judgement, const folder_host::HandedOut& result, co
   if (!manner().json) line(textOf(judgement.leaving));
 }
 
+// Opened before anything is copied: who shares is told then that it will not be listed.
+std::optional<Descriptor> openList(const FolderProject& project, std::vector<Risk>& notes) {
+  try {
+    return folder_host::openShareList(project.storeFolder());
+  } catch (const std::system_error& error) {
+    notes.push_back({risks::SHARE_UNLISTED.identifier,
+                     {},
+                     fmt::format("this share will not be in the log, because {} cannot be written to: {}",
+                                 inQuotes(project.root() + "/" + folder_host::STORE_FOLDER), error.code().message())});
+    return std::nullopt;
+  }
+}
+
 // The copy is there: that nothing could be noted is no failure of the share.
-void remember(const FolderProject& project, const WorkingCopy& copy, std::vector<Risk>& notes) {
+std::vector<Risk> remember(const FolderProject& project, const Judgement& judgement, const ShareWords& words,
+                           const std::optional<Descriptor>& list, const WorkingCopy& copy) {
+  std::vector<Risk> notes;
+  try {
+    if (list)
+      folder_host::addShare(*list, lineOf(project, judgement, std::filesystem::absolute(words.destination).string()));
+  } catch (const std::system_error& error) {
+    notes.push_back({risks::SHARE_UNLISTED.identifier, {}, "this share is not in the log: " + error.code().message()});
+  }
   try {
     project.remember(copy.tableInCommon(), {});
   } catch (const Refusal& error) {
-    notes.push_back({risks::MEMORY_FAILED.identifier, {}, error.what()});
+    if (list) notes.push_back({risks::MEMORY_FAILED.identifier, {}, error.what()});  // else it was told before
   }
+  return notes;
 }
 
 // The two words are easily exchanged, and a folder named like a profile would be made in the wrong place.
@@ -185,15 +212,16 @@ void share(const ShareWords& words) {
   const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
   Judgement judgement = profile ? judge(*copy, *profile) : judgeWhole(*copy);
   addIdleAllowances(words, judgement.found.risks, false, judgement.found.notes);
+  const std::optional<Descriptor> list = openList(project, judgement.found.notes);
   refuseRisks(judgement.found, words);
+  if (!manner().quiet) printNotes(judgement.found.notes);
   // All that can be refused has been by now: nothing is written for a share that is refused.
   const Interruption interruption;  // ends last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
   if (!words.receipt.empty()) receipt.emplace(*copy, place, words.receipt);
   const folder_host::HandedOut result = handOut(judgement, place, words, receipt, interruption);
   project.confirm();
-  remember(project, *copy, judgement.found.notes);
-  report(judgement, result, words);
+  report(judgement, result, words, remember(project, judgement, words, list, *copy));
 }
 
 }  // namespace project_share

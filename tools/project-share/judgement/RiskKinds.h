@@ -75,6 +75,8 @@ inline constexpr RiskKind MEMORY_UNREADABLE{
 inline constexpr RiskKind MEMORY_FAILED{
     folder_host::errors::MEMORY_FAILED, Level::note,
     "it could not be noted which entries have labels: what is renamed is not found again"};
+inline constexpr RiskKind SHARE_UNLISTED{
+    "share-unlisted", Level::note, "the project's folder cannot be written to: the share is not listed in its log"};
 inline constexpr RiskKind ALLOW_IDLE{"allow-idle", Level::note, "an --allow allowed nothing"};
 inline constexpr RiskKind LABEL_ON_LINK{"label-on-link", Level::note,
                                         "a label was attached to a link, and not to what it leads to"};
@@ -82,12 +84,15 @@ inline constexpr RiskKind LABEL_UNNAMED{"label-unnamed", Level::note, "no profil
 inline constexpr RiskKind LOOKS_ALIKE{"looks-alike", Level::note,
                                       "two labels, categories or profiles have names that look alike"};
 
-inline constexpr const RiskKind* ALL[] = {
-    &FOLDER_SPARED, &LABEL_ON_MISSING_PATH, &LABEL_DELETED,        &FILTER_SKIPPED,    &HISTORY_INSIDE,
-    &LEFTOVER,      &SAME_CONTENT,          &NESTED_PROJECT,       &LABEL_LEAVES,      &LABEL_PROTECTED,
-    &NAMES_COLLIDE, &NOTHING_SHARED,        &ENTRY_CHANGED,        &FILTER_IDLE,       &LABEL_IDLE,
-    &RULE_IDLE,     &LABEL_FOLLOWED,        &EXCEPTION_HIDES_RULE, &MEMORY_UNREADABLE, &MEMORY_FAILED,
-    &ALLOW_IDLE,    &LABEL_ON_LINK,         &LABEL_UNNAMED,        &LOOKS_ALIKE};
+inline constexpr const RiskKind* ALL[] = {&FOLDER_SPARED,     &LABEL_ON_MISSING_PATH, &LABEL_DELETED,
+                                          &FILTER_SKIPPED,    &HISTORY_INSIDE,        &LEFTOVER,
+                                          &SAME_CONTENT,      &NESTED_PROJECT,        &LABEL_LEAVES,
+                                          &LABEL_PROTECTED,   &NAMES_COLLIDE,         &NOTHING_SHARED,
+                                          &ENTRY_CHANGED,     &FILTER_IDLE,           &LABEL_IDLE,
+                                          &RULE_IDLE,         &LABEL_FOLLOWED,        &EXCEPTION_HIDES_RULE,
+                                          &MEMORY_UNREADABLE, &MEMORY_FAILED,         &SHARE_UNLISTED,
+                                          &ALLOW_IDLE,        &LABEL_ON_LINK,         &LABEL_UNNAMED,
+                                          &LOOKS_ALIKE};
 }  // namespace risks
 
 // What was found of one share. A kind's level is what it mostly is: a label on a missing path lets nothing out where no

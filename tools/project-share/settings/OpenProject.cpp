@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "Refusal.h"
 #include "output/Output.h"
@@ -35,7 +36,11 @@ FolderProject orHowTo(const std::string& folder, const Open& open) {
 }  // namespace
 
 FolderProject openProject() {
-  return orHowTo(".", [] { return FolderProject::open(".", isTrusted); });
+  FolderProject project = orHowTo(".", [] { return FolderProject::open(".", isTrusted); });
+  folder_host::Author author = project.author();
+  author.words = invocation().typed;
+  project.setAuthor(std::move(author));
+  return project;
 }
 
 FolderProject makeProject(const std::string& folder) {

@@ -57,6 +57,12 @@ std::string commandOf(const std::vector<std::string>& words, const std::string& 
   return command;
 }
 
+std::string typedWords(const std::vector<std::string>& words) {
+  std::string typed;
+  for (const std::string& word : words) typed += (typed.empty() ? "" : " ") + shellWord(word);
+  return typed;
+}
+
 // Elsewhere the absolute path, which is right in any working directory.
 std::string fromHere(const std::string& root, const std::string& path) {
   std::error_code error;

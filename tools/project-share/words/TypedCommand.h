@@ -11,6 +11,7 @@ namespace project_share {
 struct Invocation {
   std::string folder;     // that the user named to work in, absolute; empty: none
   bool trusting = false;  // of the project's owner, whoever that is
+  std::string typed;      // the words behind the program's name, as a shell takes them: the log has them
 };
 Invocation& invocation();
 
@@ -18,6 +19,9 @@ Invocation& invocation();
 // way than it is typed, what to do instead: typed as it looks, it would name something else. The option stands behind
 // the first two.
 std::string commandOf(const std::vector<std::string>& words, const std::string& option = {});
+
+// The words as a POSIX shell takes them, with blanks between.
+std::string typedWords(const std::vector<std::string>& words);
 
 // A path of the project as it is found from the working directory.
 std::string fromHere(const std::string& root, const std::string& path);

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <SQLiteCpp/Database.h>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
+// The record of what an edit changed in a store: the log has it, and an edit is taken back by it.
+namespace folder_host {
+
+// The tables that people edit, each behind those that its rows need. Recorded changes have these numbers: none is ever
+// given another meaning.
+enum class StoreTable { node, nodeValue, category, label, mark, rule };
+
+inline constexpr std::size_t TABLES = 6;
+
+// A row that an edit put into a table, or one that was there before it and is gone. What it changed in a row is a row
+// gone and a row put.
+struct Change {
+  StoreTable table;
+  bool isPut;
+  std::vector<std::string> row;  // a text a column: bytes as they are, numbers by their digits
+};
+
+inline bool operator==(const Change& a, const Change& b) {
+  return std::tie(a.table, a.isPut, a.row) == std::tie(b.table, b.isPut, b.row);
+}
+
+// Rows gone first, and by table.
+using Changes = std::vector<Change>;
+
+// The statements for one table; a row's columns are bound as they stand.
+struct TableSql {
+  const char* put;
+  const char* remove;  // the very row, with all its columns
+  std::size_t columns;
+};
+const TableSql& sqlOf(StoreTable table);
+
+// The bytes of a record, and back; none of bytes that are not all of one.
+std::string bytesOf(const Changes& changes);
+std::optional<Changes> changesIn(std::string_view bytes);
+
+// Who edits: what the log says of each edit.
+struct Author {
+  std::string user;
+  std::string machine;
+  std::string words = {};  // that were typed; empty where a program edits
+};
+
+// What an outermost write scope says of itself.
+struct EditNote {
+  std::string undoes = {};   // the id of the edit that it takes back
+  std::string settled = {};  // what the folder is to remember again should it be taken back; bytes of the caller's
+};
+
+// Watches what is changed through one connection as long as it is there. Nodes right below the root are passed over:
+// they hold nothing themselves, and whoever makes a node in them makes them, too. Errors: SQLite::Exception.
+class Recording {
+ public:
+  // The database outlives this object.
+  explicit Recording(SQLite::Database& database);
+  ~Recording();
+  Recording(const Recording&) = delete;
+  Recording& operator=(const Recording&) = delete;
+
+  // All that is now other than it was; what was changed back is not among it.
+  Changes changes() const;
+
+ private:
+  struct Session;
+
+  SQLite::Database& database_;
+  std::unique_ptr<Session> session_;
+};
+
+}  // namespace folder_host

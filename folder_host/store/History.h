@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "folder_host/store/Changes.h"
+
+namespace folder_host {
+
+class Store;
+
+// An entry of the log.
+struct Edit {
+  std::int64_t number = 0;  // from 1, in their order
+  std::string id;           // a UUID
+  std::int64_t at = 0;      // milliseconds since 1970
+  std::string user;
+  std::string machine;
+  std::string words;    // that were typed; cut to 64 KiB
+  std::string undoes;   // the id of the edit that it took back; empty
+  std::string settled;  // see EditNote
+  Changes changes;
+  bool isTakenBack = false;  // by another one, which is not taken back itself
+};
+
+// The log of a store: every edit that was kept, also those that were taken back since. Errors: those of the store.
+class History {
+ public:
+  explicit History(std::shared_ptr<Store> store) : store_(std::move(store)) {}
+
+  // In their order.
+  std::vector<Edit> edits() const;
+
+  // The number of the last edit of that user on that machine that stands and took none back itself; 0: none.
+  std::int64_t lastOf(const Author& author) const;
+
+  // Makes the rows that the edit changed what they were before it. To be called in a write scope, which is an edit of
+  // its own then, and can be taken back like any other. Gives the edit that was taken back.
+  //
+  // Nothing is taken back by half: where a later edit that stands has changed one of these rows or names, or needs what
+  // would go, or needs gone what would come back, EDIT_BUILT_UPON; likewise where a row is not as the edit left it. So
+  // the edits that stand can always be taken back from the last to the first.
+  // Errors: EDIT_NOT_FOUND; EDIT_TAKEN_BACK; EDIT_BUILT_UPON.
+  Edit undo(std::int64_t number) const;
+
+ private:
+  std::vector<Edit> heads() const;  // without what they changed and settled
+  void addChanges(std::vector<Edit>& edits, std::int64_t from) const;
+
+  std::shared_ptr<Store> store_;
+};
+
+}  // namespace folder_host

@@ -1,0 +1,142 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Refusal.h"
+#include "commands/Commands.h"
+#include "folder_host/files/EntryTable.h"
+#include "output/EditReport.h"
+#include "output/Output.h"
+#include "receipt/ShareRecord.h"
+#include "settings/OpenProject.h"
+#include "words/Names.h"
+#include "words/TypedCommand.h"
+
+namespace project_share {
+
+using folder_host::Edit;
+using folder_host::EntryTable;
+using folder_host::FolderProject;
+using folder_host::Listing;
+
+namespace {
+
+std::string wordsOf(const Edit& edit) { return edit.words.empty() ? "(no words)" : edit.words; }
+
+// The number of the edit with that id; 0: none.
+std::int64_t numberOf(const std::vector<Edit>& edits, const std::string& id) {
+  const auto is = [&](const Edit& edit) { return edit.id == id; };
+  const auto found = id.empty() ? edits.end() : std::find_if(edits.begin(), edits.end(), is);
+  return found != edits.end() ? found->number : 0;
+}
+
+Json jsonOf(const std::vector<Edit>& edits, const Edit& edit, const EditTexts& texts) {
+  Json object{{"type", "edit"},
+              {"number", edit.number},
+              {"id", utf8(edit.id)},
+              {"time", timeText(edit.at)},
+              {"user", utf8(edit.user)},
+              {"machine", utf8(edit.machine)},
+              {"words", utf8(edit.words)},
+              {"takenBack", edit.isTakenBack}};
+  if (const auto undone = numberOf(edits, edit.undoes); undone != 0) object["tookBack"] = undone;
+  object["changes"] = Json::array();
+  for (const ChangeText& change : texts.changesOf(edit)) {
+    object["changes"].push_back(
+        {{"change", change.isAdded ? "added" : "removed"}, {"kind", change.kind}, {"text", utf8(change.text)}});
+  }
+  return object;
+}
+
+void printEdit(const std::vector<Edit>& edits, const Edit& edit, const EditTexts& texts) {
+  const auto undone = numberOf(edits, edit.undoes);
+  item(fmt::format("{}  {}  {}  {}  ({}{}{})", edit.number, timeText(edit.at), authorOf(edit.user, edit.machine),
+                   wordsOf(edit), undone != 0 ? fmt::format("took back {}: ", undone) : "", texts.sumOf(edit),
+                   edit.isTakenBack ? "; taken back" : ""),
+       jsonOf(edits, edit, texts));
+}
+
+// A text of a line that the folder keeps; anybody may have written it.
+std::string textIn(const Json& object, const char* key) {
+  const auto found = object.find(key);
+  return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
+}
+
+void printShare(const Json& share) {
+  const auto profile = share.find("profile");
+  const std::string name = profile != share.end() && profile->is_object()
+                               ? "by profile " + inQuotes(textIn(*profile, "name"))
+                               : "as a whole";
+  item(fmt::format("share  {}  {}  {}  ({} to {})", freeName(textIn(share, "time")),
+                   authorOf(textIn(share, "user"), textIn(share, "machine")), textIn(share, "words"), name,
+                   inQuotes(textIn(share, "destination"))),
+       share);
+}
+
+void printOne(const std::vector<Edit>& edits, std::int64_t number, const EditTexts& texts) {
+  const auto edit = std::find_if(edits.begin(), edits.end(), [&](const Edit& one) { return one.number == number; });
+  if (edit == edits.end()) {
+    throw Refusal(folder_host::errors::EDIT_NOT_FOUND,
+                  fmt::format("there is no edit {}; to see which there are: {}", number, commandOf({"log"})));
+  }
+  printEdit(edits, *edit, texts);
+  if (manner().json) return;
+  for (const ChangeText& change : texts.changesOf(*edit))
+    line(fmt::format("  {} {}", change.isAdded ? '+' : '-', change.text));
+}
+
+}  // namespace
+
+// Shares stand where their times say, between the edits, which stand in their order, whatever a clock said.
+void showLog(std::int64_t number, bool all) {
+  constexpr std::size_t MOST = 20;
+  const FolderProject project = openProject();
+  const auto scope = project.metadata()->beginReadScope();
+  const std::vector<Edit> edits = project.history().edits();
+  const EditTexts texts(edits, project.labels().list());
+  if (number != 0) return printOne(edits, number, texts);
+  const std::vector<ShareRecord> shares = sharesOf(project);
+  const std::size_t entries = edits.size() + shares.size();
+  std::size_t passed = all || manner().json || entries <= MOST ? 0 : entries - MOST;
+  if (passed > 0)
+    line(fmt::format("{} before these; all of them: {}", counted(passed, "entry", "entries"),
+                     commandOf({"log", "--all"})));
+  auto share = shares.begin();
+  for (auto edit = edits.begin(); edit != edits.end() || share != shares.end();) {
+    const bool isShare = edit == edits.end() || (share != shares.end() && share->at < edit->at);
+    const bool isPassed = passed > 0 && passed-- > 0;
+    if (!isPassed) isShare ? printShare(share->object) : printEdit(edits, *edit, texts);
+    isShare ? static_cast<void>(++share) : static_cast<void>(++edit);
+  }
+}
+
+void undoEdit(std::int64_t number) {
+  const FolderProject project = openProject();
+  if (number == 0) {
+    const folder_host::Author& self = project.author();
+    number = project.history().lastOf(self);
+    if (number == 0) {
+      throw Refusal(refusals::NOTHING_TO_UNDO,
+                    fmt::format("{} has no edit that could be taken back; to see those of others: {}",
+                                inQuotes(authorOf(self.user, self.machine)), commandOf({"log"})));
+    }
+  }
+  const auto table = std::make_shared<const EntryTable>(std::make_shared<const Listing>(project.list()));
+  const Edit undone = project.undo(number, table);
+  const EditTexts texts({undone}, project.labels().list());
+  const auto by = project.lastEdit();
+  Json object = jsonOf({}, undone, texts);
+  object["type"] = "undone";
+  object["undo"] = by;
+  done(fmt::format("Took back edit {} of {}: {} ({}). To have it again: {}", undone.number,
+                   inQuotes(authorOf(undone.user, undone.machine)), wordsOf(undone), texts.sumOf(undone),
+                   commandOf({"undo", std::to_string(by)})),
+       object);
+}
+
+}  // namespace project_share

@@ -1,0 +1,163 @@
+#include "output/EditReport.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+#include <optional>
+#include <utility>
+
+#include "folder_host/store/Blob.h"
+#include "folder_host/store/NodeKey.h"
+#include "folder_host/text/Utf.h"
+#include "output/Output.h"
+#include "words/FilterKinds.h"
+#include "words/Labels.h"
+#include "words/Names.h"
+
+namespace project_share {
+
+using folder_host::Change;
+using folder_host::Edit;
+using folder_host::LabelRecord;
+using folder_host::StoreTable;
+
+namespace {
+
+std::string shownBlob(const std::string& blob) { return folder_host::toBytes(folder_host::fromBlob(blob)); }
+
+using Element = std::pair<std::string, std::string>;  // type and location
+
+// From the root; none of what is no key.
+std::vector<Element> elementsOf(const std::string& key) {
+  std::vector<Element> elements;
+  for (auto parts = folder_host::splitNodeKey(key); parts;
+       parts = folder_host::splitNodeKey(std::string((*parts)[0]))) {
+    elements.emplace_back(shownBlob((*parts)[1]), shownBlob((*parts)[2]));
+  }
+  std::reverse(elements.begin(), elements.end());
+  return elements;
+}
+
+bool isIn(const std::vector<Element>& elements, const Element& root, const char* type) {
+  return elements.size() >= 2 && elements[0] == root && elements[1].first == type;
+}
+
+std::string markText(const std::string& label, const std::string& path, const std::string& kind) {
+  const std::string place = inQuotes(path.empty() ? "./" : path);
+  if (kind == "2") return fmt::format("exception of {} from {}", place, label);
+  return fmt::format("mark {} on {}{}", label, place, kind == "1" ? " and all below" : "");
+}
+
+}  // namespace
+
+// The names of now come last, and so stand.
+EditTexts::EditTexts(const std::vector<Edit>& edits, const std::vector<LabelRecord>& labels) {
+  for (const Edit& edit : edits) {
+    for (const Change& change : edit.changes) {
+      const auto& row = change.row;
+      if (change.table == StoreTable::category) categories_[row[0]] = shownBlob(row[1]);
+      if (change.table == StoreTable::label) labels_[row[0]] = categories_[row[1]] + "/" + shownBlob(row[2]);
+      const auto node = change.table == StoreTable::nodeValue ? elementsOf(row[0]) : std::vector<Element>();
+      if (node.size() == 2 && isIn(node, {"Export", "Root"}, "ExportProfile"))
+        profiles_[node[1].second] = shownBlob(row[2]);
+    }
+  }
+  for (const LabelRecord& label : labels) labels_[folder_host::toBlob(label.uuid)] = nameOf(label);
+}
+
+std::string EditTexts::labelNamed(const std::string& uuid) const {
+  const auto found = labels_.find(uuid);
+  return freeName(found != labels_.end() ? found->second : shownBlob(uuid));
+}
+
+// Profiles as people know them; what another program keeps in the metadata, by its place.
+ChangeText EditTexts::textOfNode(const Change& change) const {
+  const bool isValue = change.table == StoreTable::nodeValue;
+  const auto node =
+      elementsOf(isValue ? change.row[0] : folder_host::childKeyOf(change.row[0], change.row[1], change.row[2]));
+  const std::string value = isValue ? shownBlob(change.row[1]) : "";
+  if (isIn(node, {"Settled", "Root"}, "Path")) {
+    return {change.isPut, isValue ? "settled file" : "",
+            fmt::format("{} may be shared with the content that it had", inQuotes(node[1].second))};
+  }
+  if (!isIn(node, {"Export", "Root"}, "ExportProfile") || node.size() > 4) {
+    std::string place;
+    for (const auto& [type, location] : node) place += fmt::format("/{}:{}", type, location);
+    return {change.isPut, "value",
+            isValue ? fmt::format("value {} of {}", inQuotes(value), inQuotes(place)) : inQuotes(place)};
+  }
+  const auto found = profiles_.find(node[1].second);
+  const std::string profile = "profile " + inQuotes(found != profiles_.end() ? found->second : node[1].second);
+  // What people name a profile by is its name, and what they know of an item is its label.
+  if (node.size() == 2) {
+    const bool isName = isValue && value == "Name";
+    return {change.isPut, isName ? "profile" : "",
+            "profile " + inQuotes(isName ? shownBlob(change.row[2]) : node[1].second)};
+  }
+  const std::string kind = wordOf(folder_host::fromBytes(node[2].second));
+  if (node.size() == 3) return {change.isPut, isValue ? "" : "filter", fmt::format("filter {} of {}", kind, profile)};
+  const std::string label = labelNamed(folder_host::toBlob(folder_host::fromBytes(node[3].second)));
+  return {change.isPut, isValue ? "" : "filter label", fmt::format("{} in filter {} of {}", label, kind, profile)};
+}
+
+ChangeText EditTexts::textOf(const Change& change) const {
+  const auto& row = change.row;
+  switch (change.table) {
+    case StoreTable::category:
+      return {change.isPut, "category", "category " + inQuotes(shownBlob(row[1]))};
+    case StoreTable::label: {
+      const auto category = categories_.find(row[1]);
+      const std::string known = labelNamed(row[0]);
+      const std::string name = category != categories_.end() ? category->second : known.substr(0, known.find('/'));
+      return {change.isPut, "label",
+              fmt::format("label {}{}", freeName(name + "/" + shownBlob(row[2])), row[3] == "1" ? ", protected" : "")};
+    }
+    case StoreTable::mark:
+      return {change.isPut, row[2] == "2" ? "exception" : "mark", markText(labelNamed(row[1]), row[0], row[2])};
+    case StoreTable::rule:
+      return {change.isPut, "rule", fmt::format("rule {} of {}", inQuotes(row[2]), labelNamed(row[0]))};
+    case StoreTable::node:
+    case StoreTable::nodeValue:
+      break;
+  }
+  return textOfNode(change);
+}
+
+std::vector<ChangeText> EditTexts::changesOf(const Edit& edit) const {
+  std::vector<ChangeText> texts;
+  for (const Change& change : edit.changes) {
+    ChangeText text = textOf(change);
+    if (!text.kind.empty()) texts.push_back(std::move(text));
+  }
+  return texts;
+}
+
+std::string EditTexts::sumOf(const Edit& edit) const {
+  std::map<std::string, std::array<std::size_t, 2>> counts;
+  for (const ChangeText& text : changesOf(edit)) ++counts[text.kind][text.isAdded ? 1 : 0];
+  std::string sum;
+  for (const auto& [kind, count] : counts) {
+    for (const std::size_t sign : {0U, 1U}) {
+      if (count[sign] == 0) continue;
+      sum += fmt::format("{}{}{}", sum.empty() ? "" : ", ", sign == 0 ? "-" : "+",
+                         counted(count[sign], kind.c_str(), (kind == "category" ? "categories" : kind + "s").c_str()));
+    }
+  }
+  return sum.empty() ? "what had labels under other names" : sum;
+}
+
+std::string authorOf(const std::string& user, const std::string& machine) {
+  return freeName(machine.empty() ? user : user + "@" + machine);
+}
+
+// A stranger's log may have any number for a time.
+std::string timeText(std::int64_t milliseconds) {
+  constexpr std::int64_t LAST = 253402300799;  // of the year 9999
+  const auto seconds = static_cast<std::time_t>(std::clamp(milliseconds / 1000, std::int64_t{0}, LAST));
+  return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(seconds));
+}
+
+}  // namespace project_share
