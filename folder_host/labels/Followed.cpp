@@ -638,9 +638,12 @@ std::vector<Remembered> Followed::openAt(const std::vector<std::string>& paths, 
   std::set<std::string> known;
   for (std::size_t r = 0; r < found_.size(); ++r) {
     const Remembered& one = memory_.entries[r];
-    if (one.isWay || !found_[r].empty() || (!isIn(one.at) && !isIn(one.from))) continue;
-    known.insert({one.at, one.from});
-    open.push_back(one);
+    if (one.isWay || (!isIn(one.at) && !isIn(one.from))) continue;
+    if (found_[r].empty()) known.insert({one.at, one.from});
+    // Also what is elsewhere and has the same labels by its place: it is known by its old path.
+    const bool isMoved =
+        !found_[r].empty() && entries_[found_[r].front()].path != one.from && differing_.count(found_[r].front()) == 0;
+    if (found_[r].empty() || isMoved) open.push_back(one);
   }
   for (const Lost& lost : lost_) {
     if (known.count(lost.path) != 0 || !isIn(lost.path)) continue;
@@ -710,12 +713,18 @@ Memory Followed::renewedAsBefore(const std::vector<Remembered>& before) const {
       next.entries.push_back(one);
       continue;
     }
-    Remembered& now = next.entries[*index];
+    Remembered now = next.entries[*index];
+    // What it was found by stays known for found: else a mark that stands there would be lost.
+    if (now.from != one.from && !entries_.find(now.from)) {
+      next.entries.push_back(
+          {now.labels, nullptr, now.from, now.from, now.kind, {}, 0, {}, Remembered::Missing::meant});
+    }
     now.labels = one.labels;
     now.place = one.place;
     now.from = one.from;
     now.missing = one.missing;
     now.isWay = one.isWay;
+    next.entries[*index] = std::move(now);
   }
   return next;
 }
