@@ -50,6 +50,14 @@ Manner usualManner() {
   return usual;
 }
 
+std::string uuidBehind(const std::u16string& uuid) {
+  return manner().uuids ? " (" + folder_host::freeName(uuid) + ")" : std::string();
+}
+
+std::string uuidBefore(const std::u16string& uuid) {
+  return manner().uuids ? folder_host::freeName(uuid) + "  " : std::string();
+}
+
 std::string counted(std::size_t count, const char* one, const char* many) {
   return fmt::format("{} {}", count, count == 1 ? one : many);
 }

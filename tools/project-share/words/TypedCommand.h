@@ -19,6 +19,9 @@ Invocation& invocation();
 // the first two.
 std::string commandOf(const std::vector<std::string>& words, const std::string& option = {});
 
+// The word as a POSIX shell takes it.
+std::string shellWord(const std::string& word);
+
 // A path of the project as it is found from the working directory.
 std::string fromHere(const std::string& root, const std::string& path);
 
