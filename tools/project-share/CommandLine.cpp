@@ -294,6 +294,16 @@ void addFilterCommands(CLI::App* add, CLI::App* remove, Words& words) {
   remove->callback([&] { removeFilter(words.profile, words.kind, words.labels); });
 }
 
+void addCreateProfile(CLI::App* group, Words& words) {
+  CLI::App* create =
+      addCommand(group, "create", "Create a profile, without filters or with those of hold-back and share-only",
+                 "profile create public --hold-back audience/internal");
+  addWord(create, "NAME", words.name);
+  addLabelList(create, "--hold-back", words.labels, "As hold-back does with these labels; can be repeated");
+  addLabelList(create, "--share-only", words.otherLabels, "As share-only does with these labels; can be repeated");
+  create->callback([&words] { createProfile(words.name, words.labels, words.otherLabels); });
+}
+
 void addProfileCommands(CLI::App& app, Words& words) {
   CLI::App* group = addCommand(&app, "profile", "Profiles: stored rules of what is held back", "profile list");
   group->require_subcommand(1);
@@ -302,13 +312,7 @@ void addProfileCommands(CLI::App& app, Words& words) {
     addWord(command, "PROFILE", words.profile, PROFILE_HELP);
     return command;
   };
-  CLI::App* create =
-      addCommand(group, "create", "Create a profile, without filters or with those of hold-back and share-only",
-                 "profile create public --hold-back audience/internal");
-  addWord(create, "NAME", words.name);
-  addLabelList(create, "--hold-back", words.labels, "As hold-back does with these labels; can be repeated");
-  addLabelList(create, "--share-only", words.otherLabels, "As share-only does with these labels; can be repeated");
-  create->callback([&] { createProfile(words.name, words.labels, words.otherLabels); });
+  addCreateProfile(group, words);
   const auto extend = [&](const char* name, const char* description, const std::string& example) {
     CLI::App* command = add(name, description, example);
     addWord(command, "LABEL", words.labels, LABEL_HELP);

@@ -147,21 +147,23 @@ Json jsonOfRecords(const std::vector<LabelRecord>& labels) {
 void extendBy(const Intent& intent, const std::string& word, const Words& labels) {
   const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
-  const auto [profile, done] = edit(project, [&] {
+  Intended result;
+  const Json profile = edit(project, [&] {
     const auto found = findProfile(*manager, word);
-    Intended result = intend(intent, *found, LabelIndex(project.labels().list()), labels);
+    result = intend(intent, *found, LabelIndex(project.labels().list()), labels);
     if (!result.added.empty()) saveFilters(*found, *project.metadata());
-    return std::pair(found, std::move(result));
+    return jsonOf(*found);
   });
-  const std::string name = inQuotes(nameOf(*profile));
-  std::string text = fmt::format("Profile {} {} already.", name, sentenceOf(intent, done.wasThere));
-  if (!done.added.empty()) text = fmt::format("Profile {} now {}.", name, sentenceOf(intent, done.added));
-  if (!done.added.empty() && !done.wasThere.empty())
-    text += " It did so already for " + quotedNames(done.wasThere) + ".";
-  project_share::done(text, {{"profile", jsonOf(*profile)},
-                             {"kinds", {intent.files, intent.labels}},
-                             {"added", jsonOfRecords(done.added)},
-                             {"wasThere", jsonOfRecords(done.wasThere)}});
+  const std::string name = inQuotes(word);
+  std::string text = fmt::format("Profile {} {} already.", name, sentenceOf(intent, result.wasThere));
+  if (!result.added.empty()) text = fmt::format("Profile {} now {}.", name, sentenceOf(intent, result.added));
+  if (!result.added.empty() && !result.wasThere.empty()) {
+    text += fmt::format(" It did so already for {}.", quotedNames(result.wasThere));
+  }
+  done(text, {{"profile", profile},
+              {"kinds", {intent.files, intent.labels}},
+              {"added", jsonOfRecords(result.added)},
+              {"wasThere", jsonOfRecords(result.wasThere)}});
 }
 
 }  // namespace
