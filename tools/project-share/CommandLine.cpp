@@ -442,7 +442,8 @@ void goTo(const std::string& folder) {
   // Absolute, because a command that is told will be typed where the user is and not where this run went.
   if (!error) invocation().folder = std::filesystem::current_path(error).string();
   if (!error) return;
-  throw Refusal(folder_host::errors::NOT_A_PROJECT, "cannot work in " + inQuotes(folder) + ": " + error.message());
+  throw Refusal(folder_host::errors::NOT_A_PROJECT,
+                "cannot work in " + inQuotes(folder) + ": " + error.message() + "; name a folder that is there");
 }
 
 void addOptions(CLI::App& app) {

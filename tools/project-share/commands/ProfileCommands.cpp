@@ -30,14 +30,14 @@ using profiles::ExportStrategyItem;
 
 namespace {
 
-using Words = std::vector<std::string>;
+using Typed = std::vector<std::string>;
 
 // A name that is free for the profile of this UUID (empty: for a new one).
 // Profiles are named in commands. Two that look alike would sooner or later be taken for each other, and the wrong one
 // would hand out.
 std::u16string unusedName(ExportProfileManager& manager, const std::string& word, const std::u16string& uuid = {}) {
   std::u16string name = folder_host::fromBytes(word);
-  if (name.empty()) throw Refusal(folder_host::errors::NAME_EMPTY, "a profile needs a name");
+  if (name.empty()) throw Refusal(folder_host::errors::NAME_EMPTY, "a profile needs a name; give it one");
   Looks looks;
   for (const auto& profile : manager.getProfiles()) {
     if (profile->getUUID() != uuid) looks.add(nameOf(*profile));
@@ -109,7 +109,7 @@ struct Intended {
   std::vector<LabelRecord> added, wasThere;
 };
 
-Intended intend(const Intent& intent, ExportProfile& profile, const LabelIndex& known, const Words& labels) {
+Intended intend(const Intent& intent, ExportProfile& profile, const LabelIndex& known, const Typed& labels) {
   std::vector<ExportStrategyItem> items, added;
   items.reserve(labels.size());
   for (const std::string& label : labels) items.push_back(itemOf(known.named(label)));
@@ -144,7 +144,7 @@ Json jsonOfRecords(const std::vector<LabelRecord>& labels) {
 
 // Every word is looked up before the profile is changed, and a profile that is not there is not made: a mistyped name
 // would else leave the profile that was meant without its filter.
-void extendBy(const Intent& intent, const std::string& word, const Words& labels) {
+void extendBy(const Intent& intent, const std::string& word, const Typed& labels) {
   const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
   Intended result;
@@ -168,7 +168,7 @@ void extendBy(const Intent& intent, const std::string& word, const Words& labels
 
 }  // namespace
 
-void createProfile(const std::string& word, const Words& heldBack, const Words& sharedOnly) {
+void createProfile(const std::string& word, const Typed& heldBack, const Typed& sharedOnly) {
   const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
   Json object;
@@ -178,7 +178,7 @@ void createProfile(const std::string& word, const Words& heldBack, const Words& 
     const auto made = manager->createProfile(unusedName(*manager, word));
     const LabelIndex known(project.labels().list());
     object = jsonOf(*made);
-    const auto add = [&](const Intent& intent, const Words& labels, const char* field) {
+    const auto add = [&](const Intent& intent, const Typed& labels, const char* field) {
       if (labels.empty()) return;
       const Intended result = intend(intent, *made, known, known.split(labels));
       object[field] = jsonOfRecords(result.added);
@@ -192,9 +192,9 @@ void createProfile(const std::string& word, const Words& heldBack, const Words& 
   done(fmt::format("Created profile {}{}.{}", inQuotes(word), uuidBehind(profile->getUUID()), text), object);
 }
 
-void holdBack(const std::string& profile, const Words& labels) { extendBy(HOLD_BACK, profile, labels); }
+void holdBack(const std::string& profile, const Typed& labels) { extendBy(HOLD_BACK, profile, labels); }
 
-void shareOnly(const std::string& profile, const Words& labels) { extendBy(SHARE_ONLY, profile, labels); }
+void shareOnly(const std::string& profile, const Typed& labels) { extendBy(SHARE_ONLY, profile, labels); }
 
 void listProfiles() {
   const FolderProject project = openProject();
@@ -248,7 +248,7 @@ void deleteProfile(const std::string& word) {
   done(fmt::format("Deleted profile {}{}.", inQuotes(word), uuidBehind(uuid)), {{"uuid", utf8(uuid)}});
 }
 
-void addFilter(const std::string& word, const std::string& kindWord, const Words& labels) {
+void addFilter(const std::string& word, const std::string& kindWord, const Typed& labels) {
   const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
   const bool wasThere = edit(project, [&] {
@@ -270,7 +270,7 @@ void addFilter(const std::string& word, const std::string& kindWord, const Words
        {{"kind", kindWord}, {"labels", labels.size()}, {"wasThere", wasThere}});
 }
 
-void removeFilter(const std::string& word, const std::string& kindWord, const Words& labels) {
+void removeFilter(const std::string& word, const std::string& kindWord, const Typed& labels) {
   const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
   const bool isDeleted = edit(project, [&] {

@@ -1,5 +1,7 @@
 #include "settings/OpenProject.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -35,7 +37,12 @@ FolderProject orHowTo(const std::string& folder, const Open& open) {
 }  // namespace
 
 FolderProject openProject() {
-  return orHowTo(".", [] { return FolderProject::open(".", isTrusted); });
+  try {
+    return orHowTo(".", [] { return FolderProject::open(".", isTrusted); });
+  } catch (const Refusal& error) {
+    if (std::strcmp(error.identifier(), folder_host::errors::NOT_A_PROJECT) != 0) throw;
+    throw Refusal(error.identifier(), fmt::format("{}; to make it one: {}", error.what(), commandOf({"init"})));
+  }
 }
 
 FolderProject makeProject(const std::string& folder) {
