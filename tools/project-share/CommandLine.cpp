@@ -169,7 +169,7 @@ LabelWords takeLabels(Words& words, const CLI::App& command) {
 // A path beside --missing could be meant as a label, or as the only one to be looked at.
 LabelWords missingLabels(Words& words, const CLI::App& command) {
   if (words.labels.empty() && command.count("LABEL") == 0) return {};
-  const LabelWords labels = takeLabels(words, command);
+  LabelWords labels = takeLabels(words, command);
   if (!words.paths.empty()) throw CLI::ParseError("--missing takes labels, and no path", WRONG_USAGE);
   return labels;
 }

@@ -122,7 +122,7 @@ Candidates candidatesFor(const std::string& expected, const std::string& word) {
   if (isRisk(expected)) {
     for (const std::string& risk : allowableRisks()) candidates[risk];
   }
-  if (expected.find(",") == std::string::npos) return candidates;
+  if (expected.find(',') == std::string::npos) return candidates;
   // A shell takes the whole word for what is completed, so each candidate begins with what stands there already.
   const std::string others = word.substr(0, word.rfind(',') + 1);
   Candidates behind;

@@ -231,6 +231,7 @@ void detachLabels(const LabelWords& words, const Paths& named) {
   for (const std::string& one : named) paths.push_back(project.locate(one));
   const auto followed = project.followed(table);
   std::vector<Detaching> all;
+  all.reserve(labels.size());
   for (const LabelRecord& label : labels) all.push_back(detaching(project, label, *table, *followed, paths));
   requireCarried(project, *table, *followed, all, paths, named);
   const auto detached = edit(project, [&] {

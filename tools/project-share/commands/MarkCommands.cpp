@@ -187,6 +187,7 @@ void attachLabels(const LabelWords& labelWords, const Paths& named, const Attach
   const auto attached = edit(project, [&] {
     createNamed(project, labels);
     std::vector<Attached> all;
+    all.reserve(labels.size());
     for (const LabelRecord& label : labels) all.push_back(attachOne(project, label, to.paths, words));
     return all;
   });

@@ -175,7 +175,7 @@ void createProfile(const std::string& word, const Typed& heldBack, const Typed& 
   std::string text;
   // The name is looked for in the scope in which the profile is made, or two programs could make two of one name.
   const auto profile = edit(project, [&] {
-    const auto made = manager->createProfile(unusedName(*manager, word));
+    auto made = manager->createProfile(unusedName(*manager, word));
     const LabelIndex known(project.labels().list());
     object = jsonOf(*made);
     const auto add = [&](const Intent& intent, const Typed& labels, const char* field) {
