@@ -53,7 +53,7 @@ void refuseProject(const std::string& root, const Trust& trust) {
   const auto counts = [&](const fs::path& folder) { return folder == root || isTrusted(folder.string(), trust); };
   const std::string project = nearestProject(root, counts);
   if (project.empty()) return;
-  throw Error(errors::ALREADY_A_PROJECT, inQuotes(project) + " is a project already");
+  throw Error(errors::ALREADY_A_PROJECT, inQuotes(project) + " is a project already; nothing is left to be made");
 }
 
 // The file is closed here: closing it when SQLite has it open would drop the locks on it.
@@ -211,9 +211,10 @@ std::string FolderProject::locate(const std::string& named) const {
   const auto relative = named.empty() ? std::nullopt : below(root_, resolvedOrRefused(named));
   if (!relative || isStore(*relative)) {
     throw Error(errors::PATH_OUTSIDE_PROJECT,
-                inQuotes(named) + " is nothing that the project " + inQuotes(root_) + " holds");
+                inQuotes(named) + " is nothing that the project " + inQuotes(root_) + " holds; name something in it");
   }
-  if (relative->size() >= PATH_MAX) throw Error(errors::PATH_TOO_LONG, "this path is too long: " + inQuotes(named));
+  if (relative->size() >= PATH_MAX)
+    throw Error(errors::PATH_TOO_LONG, "this path is too long; name it from a folder nearer to it: " + inQuotes(named));
   return *relative;
 }
 

@@ -90,7 +90,8 @@ class Walk {
 
   void add(const Descriptor& opened, const std::string& folder, const FolderItem& item) {
     std::string path = joined(folder, item.name);
-    if (path.size() >= PATH_MAX) throw Error(errors::PATH_TOO_LONG, "this path is too long: " + inQuotes(path));
+    if (path.size() >= PATH_MAX)
+      throw Error(errors::PATH_TOO_LONG, "this path is too long; shorten its names: " + inQuotes(path));
     struct statx status {};
     if (::statx(opened.get(), item.name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME, &status) != 0) {
       if (errno == ENOENT) return;  // removed since the folder was read

@@ -58,7 +58,8 @@ void requireTrusted(const std::string& root, const Trust& trust, const Descripto
   if (untrusted == nullptr) return;
   const std::string project = "the project " + inQuotes(root);
   if (*untrusted == UNKNOWN_OWNER) {
-    throw Error(errors::STORE_UNTRUSTED, project + " cannot be looked into: nobody can tell whose it is");
+    throw Error(errors::STORE_UNTRUSTED,
+                project + " cannot be looked into: nobody can tell whose it is; ask for permission to read it");
   }
   throw Error(errors::STORE_UNTRUSTED, project + " belongs to the user " + inQuotes(userName(*untrusted)) +
                                            ", who is neither you nor root: open it only if you trust them");

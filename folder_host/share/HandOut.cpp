@@ -15,9 +15,12 @@ Place checkDestination(const WorkingCopy& copy, const std::string& destination) 
                         [&] { return placeOf(destination); });
   attempt(errors::DESTINATION_UNUSABLE, "cannot use", destination, [&] {
     if (liesIn(place, copy.listing().folders)) {
-      throw Error(errors::DESTINATION_IN_PROJECT, inQuotes(destination) + " lies in the project itself");
+      throw Error(errors::DESTINATION_IN_PROJECT,
+                  inQuotes(destination) + " lies in the project itself; choose a folder outside of it");
     }
-    if (isTaken(place)) throw Error(errors::DESTINATION_EXISTS, inQuotes(destination) + " is already there");
+    if (isTaken(place))
+      throw Error(errors::DESTINATION_EXISTS,
+                  inQuotes(destination) + " is already there, and nothing is ever replaced; choose another name");
   });
   return place;
 }

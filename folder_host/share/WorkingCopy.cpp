@@ -186,8 +186,9 @@ Selection WorkingCopy::withAllBelow(const std::vector<path>& entries) const {
     const std::size_t parent = table_->parentOf(i);
     if (heldBack_[i] || removed[i] || parent == EntryTable::ROOT || !removed[parent]) continue;
     if ((*table_)[i].kind != EntryKind::folder) {
-      throw Error(errors::SHARED_BELOW_HELD_BACK,
-                  inQuotes((*table_)[i].path) + " would be shared in a folder that is held back");
+      throw Error(
+          errors::SHARED_BELOW_HELD_BACK,
+          inQuotes((*table_)[i].path) + " would be shared in a folder that is held back; share by another profile");
     }
     removed[i] = true;
   }

@@ -31,7 +31,8 @@ std::string toBlob(std::u16string_view text) {
 
 std::u16string fromBlob(std::string_view blob) {
   // A name that was cut to whole characters would be another name: it is refused.
-  if (blob.size() % 2 != 0) throw Error(errors::STORE_UNREADABLE, "the project's store holds half a character");
+  if (blob.size() % 2 != 0)
+    throw Error(errors::STORE_UNREADABLE, "the project's store holds half a character; take it from a backup");
   std::u16string text(blob.size() / 2, u'\0');
   for (std::size_t i = 0; i < text.size(); ++i) {
     text[i] = static_cast<char16_t>((byteAt(blob, 2 * i) << 8U) | byteAt(blob, 2 * i + 1));

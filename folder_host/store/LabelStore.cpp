@@ -37,7 +37,7 @@ std::string categoryNamed(Store& store, const std::u16string& name) {
 void checkNames(Store& store, const std::u16string& categoryName, const std::u16string& name,
                 const std::u16string& itself = {}) {
   if (categoryName.empty() || name.empty()) {
-    throw Error(errors::NAME_EMPTY, "a label and its category need a name each");
+    throw Error(errors::NAME_EMPTY, "a label and its category need a name each; write CATEGORY/NAME");
   }
   const char* sql =
       "SELECT 1 FROM label JOIN category c ON c.uuid = category WHERE c.name = ? AND label.name = ? AND label.uuid <> "
@@ -49,7 +49,7 @@ void checkNames(Store& store, const std::u16string& categoryName, const std::u16
 }
 
 void requireChange(std::size_t changed) {
-  if (changed == 0) throw Error(errors::LABEL_NOT_FOUND, "there is no such label");
+  if (changed == 0) throw Error(errors::LABEL_NOT_FOUND, "there is no such label any more; list the labels again");
 }
 
 // To be asked in the scope of an edit: another program may have deleted the label since it was found, and a store with

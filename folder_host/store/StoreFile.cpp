@@ -33,7 +33,8 @@ void checkLength(const std::string& file) {
 void checkRegularFile(const std::string& file) {
   struct stat status {};
   attempt(errors::STORE_UNREADABLE, OPENING, file, [&] { check(::lstat(file.c_str(), &status)); });
-  if (!S_ISREG(status.st_mode)) throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is not a file");
+  if (!S_ISREG(status.st_mode))
+    throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is not a file; take it from a backup");
   // A few kilobytes could else take all memory. Disks that compress do not by so much.
   constexpr off_t BLOCK = 512, MUCH = off_t{1} << 24U, MOST_TO_ONE = 256;
   if (status.st_size > MUCH && status.st_size / MOST_TO_ONE > status.st_blocks * BLOCK) {
@@ -71,7 +72,8 @@ SQLite::Database connectToMemory() {
 }
 
 Error damaged(const std::string& file) {
-  return {errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is damaged, or of another make"};
+  return {errors::STORE_UNREADABLE,
+          "the store " + inQuotes(file) + " is damaged, or of another make; take it from a backup"};
 }
 
 // The version of a store that is ours and whole. To be called in a transaction, so that what is looked at is one state.
@@ -80,14 +82,15 @@ Error damaged(const std::string& file) {
 // written.
 int checkedVersion(SQLite::Database& database, const std::string& file) {
   if (database.execAndGet("PRAGMA application_id").getInt() != static_cast<int>(STORE_ID)) {
-    throw Error(errors::STORE_UNREADABLE, inQuotes(file) + " is not the store of a project");
+    throw Error(errors::STORE_UNREADABLE, inQuotes(file) + " is not the store of a project; take that from a backup");
   }
   const int version = database.execAndGet("PRAGMA user_version").getInt();
   if (version > SCHEMA_VERSION) {
     throw Error(errors::STORE_TOO_NEW,
-                "the store " + inQuotes(file) + " was written by a newer version of this program");
+                "the store " + inQuotes(file) + " was written by a newer version of this program; use that one");
   }
-  if (version < 1) throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is incomplete");
+  if (version < 1)
+    throw Error(errors::STORE_UNREADABLE, "the store " + inQuotes(file) + " is incomplete; take it from a backup");
   if (!hasSchema(database, version) || !isIntact(database)) throw damaged(file);
   return version;
 }

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -19,6 +20,7 @@
 #include "settings/OpenProject.h"
 #include "words/FilterKinds.h"
 #include "words/Names.h"
+#include "words/Nearest.h"
 #include "words/TypedCommand.h"
 
 namespace project_share {
@@ -35,6 +37,7 @@ struct Words {
   std::string name;
   std::string kind;
   std::vector<std::string> labels;
+  std::vector<std::string> otherLabels;
   std::vector<std::string> paths;
   std::vector<std::string> patterns;
   std::vector<std::string> shared;  // the profile, if any, and the destination
@@ -49,6 +52,8 @@ struct Words {
   bool whole = false;
   bool strict = false;
   bool forget = false;
+  bool create = false;
+  bool missing = false;
 };
 
 // CLI11 takes a word in brackets apart and passes over a "++", and would so label other files than the ones named. A
@@ -62,10 +67,20 @@ std::string marked(const std::string& word) {
 // A word that has the mark's character in front by itself is marked as well, so that it comes back as it was.
 std::string unmarked(const std::string& word) { return !word.empty() && word.front() == MARK ? word.substr(1) : word; }
 
-// As CLI11 wants them: the last one first, without the program's name.
-std::vector<std::string> markedWords(int argc, char** argv) {
+// As CLI11 wants them: the last one first, without the program's name. Behind "--" each word is marked in its place:
+// CLI11 would take none there for a list of words that has begun before.
+std::vector<std::string> markedWords(const std::vector<char*>& typed) {
   std::vector<std::string> words;
-  for (int i = argc; i > 1; --i) words.push_back(marked(argv[i - 1]));
+  bool endsOptions = false;
+  for (std::size_t i = 1; i < typed.size(); ++i) {
+    const std::string word = typed[i];
+    if (!endsOptions && word == "--") {
+      endsOptions = true;
+    } else {
+      words.push_back(endsOptions ? MARK + word : marked(word));
+    }
+  }
+  std::reverse(words.begin(), words.end());
   return words;
 }
 
@@ -73,6 +88,19 @@ std::vector<std::string> markedWords(int argc, char** argv) {
 template <class Word>
 CLI::Option* addWord(CLI::App* command, const std::string& name, Word& word, const std::string& description = {}) {
   return command->add_option(name, word, description)->required()->transform(unmarked);
+}
+
+constexpr const char* LABEL_HELP = "CATEGORY/NAME, NAME, or UUID or its beginning";
+constexpr const char* PROFILE_HELP = "Name, or UUID or its beginning";
+
+// LABEL[,LABEL...], any number of times.
+CLI::Option* addLabelList(CLI::App* command, const char* name, std::vector<std::string>& labels,
+                          const char* description) {
+  // One word each: else the option would take the words behind it, too.
+  return command->add_option(name, labels, description)
+      ->allow_extra_args(false)
+      ->transform(unmarked)
+      ->type_name("LABEL[,LABEL...]");
 }
 
 // Each command has an example: people copy one sooner than they read a list of options.
@@ -108,30 +136,17 @@ void addProjectCommands(CLI::App& app, Words& words) {
   status->callback([&] { showStatus(words.all); });
 }
 
-void addPaths(CLI::App* command, Words& words, const char* description) {
-  addWord(command, "PATH", words.paths, description)->required(false);
+void addInput(CLI::App* command, Words& words) {
   CLI::Option* input = command->add_flag("--stdin", words.fromInput, "Read the paths from standard input, one a line");
   command->add_flag("-0", words.zeroEnded, "With --stdin: each path ends with a zero byte")->needs(input);
 }
 
-void addAttachCommands(CLI::App* group, Words& words) {
-  CLI::App* attach =
-      addCommand(group, "attach", "Attach a label to files, links, and folders with all below them, now and later",
-                 "label attach audience/internal drafts budget.ods");
-  CLI::App* detach =
-      addCommand(group, "detach",
-                 "Detach a label, or except from it what has it from a folder; let a twin or a leftover be shared",
-                 "label detach audience/internal drafts/final.txt");
-  for (CLI::App* command : {attach, detach}) {
-    addWord(command, "LABEL", words.label, "CATEGORY/NAME or UUID");
-    addPaths(command, words, "Files, folders or links of the project");
-  }
-  CLI::Option* folderOnly =
-      attach->add_flag("--folder-only", words.folderOnly, "The entries alone, not what lies below them");
-  attach->add_flag("--no-exceptions", words.noExceptions, "Remove the label's exceptions below")->excludes(folderOnly);
-  attach->callback([&] { attachLabel(words.label, pathsOf(words), {words.folderOnly, words.noExceptions}); });
-  detach->callback([&] { detachLabel(words.label, pathsOf(words)); });
+void addPaths(CLI::App* command, Words& words, const char* description) {
+  addWord(command, "PATH", words.paths, description)->required(false);
+  addInput(command, words);
+}
 
+void addFollowCommands(CLI::App* group, Words& words) {
   CLI::App* follow = addCommand(group, "follow", "Give what was renamed or moved the labels that it had, for good",
                                 "label follow ideas");
   addPaths(follow, words, "Entries, with what lies below them (all)");
@@ -142,6 +157,58 @@ void addAttachCommands(CLI::App* group, Words& words) {
   missing->callback([&] { callMissing(pathsOf(words)); });
 }
 
+// The words behind attach and detach begin with a label, unless --labels gives them: then it is a path.
+LabelWords takeLabels(Words& words, const CLI::App& command) {
+  const bool isNamed = command.count("LABEL") > 0;
+  if (words.labels.empty() && !isNamed) {
+    throw CLI::ParseError("LABEL, or --labels LABEL[,LABEL...], is required", WRONG_USAGE);
+  }
+  if (words.labels.empty()) return {{words.label}, false, words.create, false};
+  if (isNamed) words.paths.insert(words.paths.begin(), words.label);
+  return {words.labels, true, words.create, false};
+}
+
+// A path beside --missing could be meant as a label, or as the only one to be looked at.
+LabelWords missingLabels(Words& words, const CLI::App& command) {
+  if (words.labels.empty() && command.count("LABEL") == 0) return {};
+  LabelWords labels = takeLabels(words, command);
+  if (!words.paths.empty()) throw CLI::ParseError("--missing takes labels, and no path", WRONG_USAGE);
+  return labels;
+}
+
+void addAttachCommands(CLI::App* group, Words& words) {
+  CLI::App* attach =
+      addCommand(group, "attach", "Attach labels to files, links, and folders with all below them, now and later",
+                 "label attach audience/internal drafts budget.ods");
+  CLI::App* detach =
+      addCommand(group, "detach",
+                 "Detach labels, or except from them what has them from a folder; let a twin or a leftover be shared",
+                 "label detach audience/internal drafts/final.txt");
+  for (CLI::App* command : {attach, detach}) {
+    addWord(command, "LABEL", words.label, LABEL_HELP)->required(false);
+    addWord(command, "PATH", words.paths, "Files, folders or links of the project")->required(false);
+    addLabelList(command, "--labels", words.labels, "These labels in the place of LABEL; can be repeated");
+    addInput(command, words);
+  }
+  CLI::Option* folderOnly =
+      attach->add_flag("--folder-only", words.folderOnly, "The entries alone, not what lies below them");
+  attach->add_flag("--no-exceptions", words.noExceptions, "Remove the label's exceptions below")->excludes(folderOnly);
+  attach->add_flag("--create", words.create, "Create labels that are not there, written CATEGORY/NAME");
+  attach->callback([&words, attach] {
+    LabelWords labels = takeLabels(words, *attach);
+    labels.canCreate = true;
+    attachLabels(labels, pathsOf(words), {words.folderOnly, words.noExceptions});
+  });
+  detach->add_flag("--missing", words.missing, "From all paths at which nothing is; of all labels where none is given")
+      ->excludes("--stdin");
+  detach->callback([&words, detach] {
+    if (words.missing) return detachMissing(missingLabels(words, *detach));
+    const LabelWords labels = takeLabels(words, *detach);
+    detachLabels(labels, pathsOf(words));
+  });
+  addFollowCommands(group, words);
+}
+
 void addQueryCommands(CLI::App* group, Words& words) {
   CLI::App* of =
       addCommand(group, "of", "Show the labels of paths, and where they come from", "label of drafts/plan.txt");
@@ -149,7 +216,7 @@ void addQueryCommands(CLI::App* group, Words& words) {
   of->callback([&] { listLabelsOf(pathsOf(words)); });
   CLI::App* files = addCommand(group, "files", "List the entries that carry a label, and where they have it from",
                                "label files audience/internal");
-  addWord(files, "LABEL", words.label, "CATEGORY/NAME or UUID");
+  addWord(files, "LABEL", words.label, LABEL_HELP);
   files->callback([&] { listFilesOf(words.label); });
 }
 
@@ -160,7 +227,7 @@ void addRuleCommands(CLI::App* labels, Words& words) {
   group->require_subcommand(1);
   const auto addPatterns = [&](const char* name, const char* description, const char* example) {
     CLI::App* command = addCommand(group, name, description, example);
-    addWord(command, "LABEL", words.label, "CATEGORY/NAME or UUID");
+    addWord(command, "LABEL", words.label, LABEL_HELP);
     addWord(command, "PATTERN", words.patterns, "A pattern, seen from the project's folder");
     return command;
   };
@@ -171,7 +238,7 @@ void addRuleCommands(CLI::App* labels, Words& words) {
     removeRules(words.label, words.patterns);
   });
   CLI::App* list = addCommand(group, "list", "List the rules, of one label or all", "label rule list");
-  addWord(list, "LABEL", words.label, "CATEGORY/NAME or UUID")->required(false);
+  addWord(list, "LABEL", words.label, LABEL_HELP)->required(false);
   list->callback([&] { listRules(words.label); });
   CLI::App* test =
       addCommand(group, "test", "Show what rules say of a path, there or to come", "label rule test drafts/new.txt");
@@ -180,7 +247,7 @@ void addRuleCommands(CLI::App* labels, Words& words) {
 }
 
 void addLabelCommands(CLI::App& app, Words& words) {
-  CLI::App* group = addCommand(&app, "label", "Labels, written CATEGORY/NAME or by UUID", "label list");
+  CLI::App* group = addCommand(&app, "label", "Labels, written CATEGORY/NAME", "label list");
   group->require_subcommand(1);
   CLI::App* create = addCommand(group, "create", "Create labels, and their categories where there are none",
                                 "label create audience/internal audience/partners");
@@ -189,7 +256,7 @@ void addLabelCommands(CLI::App& app, Words& words) {
   addCommand(group, "list", "List the labels", "label list")->callback([] { listLabels(); });
   const auto add = [&](const char* name, const char* description, const char* example) {
     CLI::App* command = addCommand(group, name, description, example);
-    addWord(command, "LABEL", words.label, "CATEGORY/NAME or UUID");
+    addWord(command, "LABEL", words.label, LABEL_HELP);
     return command;
   };
   CLI::App* rename =
@@ -218,8 +285,10 @@ void addFilterCommands(CLI::App* add, CLI::App* remove, Words& words) {
   }
   for (CLI::App* command : {add, remove}) {
     command->footer(fmt::format("{}\n\nKinds:{}", command->get_footer(), fmt::join(meanings, "")));
-    addWord(command, "KIND", words.kind)->check(CLI::IsMember(kinds));
-    addWord(command, "LABEL", words.labels, "CATEGORY/NAME or UUID")->required(command == add);
+    CLI::Option* kind = addWord(command, "KIND", words.kind);
+    // What a newer version has stored can be removed, too.
+    if (command == add) kind->check(CLI::IsMember(kinds));
+    addWord(command, "LABEL", words.labels, LABEL_HELP)->required(command == add);
   }
   // To add needs a label, because a keep filter without one takes everything out; to remove without one removes the
   // filter.
@@ -227,21 +296,39 @@ void addFilterCommands(CLI::App* add, CLI::App* remove, Words& words) {
   remove->callback([&] { removeFilter(words.profile, words.kind, words.labels); });
 }
 
+void addCreateProfile(CLI::App* group, Words& words) {
+  CLI::App* create =
+      addCommand(group, "create", "Create a profile, without filters or with those of hold-back and share-only",
+                 "profile create public --hold-back audience/internal");
+  addWord(create, "NAME", words.name);
+  addLabelList(create, "--hold-back", words.labels, "As hold-back does with these labels; can be repeated");
+  addLabelList(create, "--share-only", words.otherLabels, "As share-only does with these labels; can be repeated");
+  create->callback([&words] { createProfile(words.name, words.labels, words.otherLabels); });
+}
+
 void addProfileCommands(CLI::App& app, Words& words) {
   CLI::App* group = addCommand(&app, "profile", "Profiles: stored rules of what is held back", "profile list");
   group->require_subcommand(1);
   const auto add = [&](const char* name, const char* description, const std::string& example) {
     CLI::App* command = addCommand(group, name, description, "profile " + example);
-    addWord(command, "PROFILE", words.profile, "Name or UUID");
+    addWord(command, "PROFILE", words.profile, PROFILE_HELP);
     return command;
   };
-  CLI::App* create = addCommand(group, "create", "Create a profile without filters", "profile create public");
-  addWord(create, "NAME", words.name);
-  create->callback([&] { createProfile(words.name); });
+  addCreateProfile(group, words);
+  const auto extend = [&](const char* name, const char* description, const std::string& example) {
+    CLI::App* command = add(name, description, example);
+    addWord(command, "LABEL", words.labels, LABEL_HELP);
+    return command;
+  };
+  extend("hold-back", "Hold back what has a label, and remove the label from copies: drop-files and drop-labels in one",
+         "hold-back public audience/internal")
+      ->callback([&] { holdBack(words.profile, words.labels); });
+  extend("share-only", "Share only what has these labels and no other: keep-files and keep-labels in one",
+         "share-only press audience/press")
+      ->callback([&] { shareOnly(words.profile, words.labels); });
   addCommand(group, "list", "List the profiles", "profile list")->callback([] { listProfiles(); });
-  add("show", "Show a profile's filters", "show public")->callback([&] { showProfile(words.profile); });
-  add("explain", "Tell in words what a profile holds back", "explain public")->callback([&] {
-    explainProfile(words.profile);
+  add("show", "Show a profile's filters, and what they do with an entry without a label", "show public")->callback([&] {
+    showProfile(words.profile);
   });
   add("delete", "Delete a profile", "delete public")->callback([&] { deleteProfile(words.profile); });
   CLI::App* rename = add("rename", "Give a profile another name", "rename public website");
@@ -324,13 +411,13 @@ void addPreviewCommands(CLI::App& app, Words& words) {
   CLI::App* preview =
       addCommand(&app, "preview", "Show as a tree what a share would hand out, and what it would hold back and why",
                  "preview public");
-  addWord(preview, "PROFILE", words.profile, "Name or UUID");
+  addWord(preview, "PROFILE", words.profile, PROFILE_HELP);
   preview->callback([&] { previewProfile(words.profile); });
 
   CLI::App* why =
       addCommand(&app, "why", "Tell why one path is shared or held back", "why drafts/plan.txt --profile public");
   addWord(why, "PATH", words.name, "A file, folder or link of the project");
-  addWord(why, "--profile", words.profile, "Name or UUID")->type_name("PROFILE");
+  addWord(why, "--profile", words.profile, PROFILE_HELP)->type_name("PROFILE");
   why->callback([&] { explainPath(words.name, words.profile); });
 }
 
@@ -371,7 +458,8 @@ void goTo(const std::string& folder) {
   // Absolute, because a command that is told will be typed where the user is and not where this run went.
   if (!error) invocation().folder = std::filesystem::current_path(error).string();
   if (!error) return;
-  throw Refusal(folder_host::errors::NOT_A_PROJECT, "cannot work in " + inQuotes(folder) + ": " + error.message());
+  throw Refusal(folder_host::errors::NOT_A_PROJECT,
+                "cannot work in " + inQuotes(folder) + ": " + error.message() + "; name a folder that is there");
 }
 
 void addOptions(CLI::App& app) {
@@ -380,15 +468,32 @@ void addOptions(CLI::App& app) {
       ->type_name("DIR");
   app.add_flag("--json", manner().json, "Write one JSON object a line");
   app.add_flag("--quiet", manner().quiet, "Write nothing but what was asked for");
+  app.add_flag("--long", manner().uuids, "Write UUIDs in lines for people, too");
   app.add_flag("--trust", invocation().trusting, "Open the project although it belongs to another user");
-  app.set_version_flag("--version", "project-share " PROJECT_SHARE_VERSION, "Print the version and exit");
+  app.set_version_flag("-V,--version", "project-share " PROJECT_SHARE_VERSION, "Print the version and exit");
 }
 
-// As far as the words got.
-std::string namedCommand(const CLI::App& app) {
-  std::string name = app.get_name();
-  for (const CLI::App* command : app.get_subcommands()) name += " " + namedCommand(*command);
-  return name;
+// The command, as far as the words got, and its names up to there.
+const CLI::App& namedCommand(const CLI::App& app, std::string& names) {
+  names += (names.empty() ? "" : " ") + app.get_name();
+  const auto inner = app.get_subcommands();
+  return inner.empty() ? app : namedCommand(*inner.front(), names);
+}
+
+// What was not understood, and which command or option may have been meant.
+std::string unknownWord(const std::string& word, const CLI::App& app) {
+  std::string names;
+  const CLI::App& command = namedCommand(app, names);
+  Nearest nearest(word);
+  for (const CLI::App* inner : command.get_subcommands([](const CLI::App*) { return true; })) {
+    nearest.offer(inner->get_name(), names + " " + inner->get_name());
+  }
+  for (const CLI::App* one : {&command, &app}) {
+    for (const CLI::Option* option : one->get_options()) {
+      for (const std::string& name : option->get_lnames()) nearest.offer("--" + name);
+    }
+  }
+  return fmt::format("{} is not understood{}", inQuotes(word), nearest.best().empty() ? ";" : nearest.hint());
 }
 
 // Wrong usage has a code of its own, so that a script can tell a wrong command from one that was refused.
@@ -396,18 +501,33 @@ int parse(CLI::App& app, std::vector<std::string> words) {
   try {
     app.parse(std::move(words));
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() != 0) {
+    const bool isHelp = dynamic_cast<const CLI::CallForHelp*>(&error) != nullptr;
+    if (error.get_exit_code() != 0 || (isHelp && !app.remaining(true).empty())) {
       // A word that was not understood is told of first: what is missing is mostly missing because of it.
       const std::vector<std::string> unknown = app.remaining(true);
       const std::string problem =
-          unknown.empty() ? error.what() : "what is " + inQuotes(unmarked(unknown.front())) + "?";
-      return complain(WRONG_USAGE, "usage", problem + "; see '" + namedCommand(app) + " --help'");
+          unknown.empty() ? error.what() + std::string(";") : unknownWord(unmarked(unknown.front()), app);
+      std::string names;
+      namedCommand(app, names);
+      return complain(WRONG_USAGE, "usage", problem + " see '" + names + " --help'");
     }
     app.exit(error);  // help was asked for
   }
   // Also behind help and the version: a report that was cut off must not end as done.
   finishOutput();
   return 0;
+}
+
+// "help" in the place of a command asks for the help of what follows, as "--help" behind it does.
+std::vector<char*> helpAsOption(int argc, char** argv) {
+  static char option[] = "--help";
+  std::vector<char*> words(argv, argv + argc);
+  std::size_t first = 1;
+  while (first < words.size() && words[first][0] == '-') first += std::string_view(words[first]) == "-C" ? 2U : 1U;
+  if (first >= words.size() || std::string_view(words[first]) != "help") return words;
+  words.erase(words.begin() + static_cast<std::ptrdiff_t>(first));
+  words.push_back(option);
+  return words;
 }
 
 }  // namespace
@@ -420,7 +540,7 @@ int runCommandLine(int argc, char** argv) {
   Words words;
   CLI::App app("Hands out copies of a folder without what is labelled internal", "project-share");
   app.require_subcommand(1);
-  app.footer("'project-share COMMAND --help' tells more and gives an example.");
+  app.footer("'project-share help COMMAND' tells more and gives an example.");
   addOptions(app);
   addProjectCommands(app, words);
   addLabelCommands(app, words);
@@ -429,10 +549,11 @@ int runCommandLine(int argc, char** argv) {
   addHistoryCommands(app, words);
   addShareCommands(app, words);
   if (argc > 1 && std::string_view(argv[1]) == "complete") {  // what is still being typed could not be parsed
-    complete(app, {argv + 2, argv + argc});
+    const bool isHelp = argc > 3 && std::string_view(argv[2]) == "help";
+    complete(app, {argv + (isHelp ? 3 : 2), argv + argc});
     return 0;
   }
-  return parse(app, markedWords(argc, argv));
+  return parse(app, markedWords(helpAsOption(argc, argv)));
 }
 
 }  // namespace project_share

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <map>
+#include <utility>
 
 #include "folder_host/FolderProject.h"
 #include "folder_host/text/Utf.h"
@@ -53,7 +54,8 @@ Place placeBehind(const std::vector<std::string>& words, const CLI::App& program
       place.mayBeOption = false;
     } else if (place.mayBeOption && word.size() > 1 && word.front() == '-') {
       place.option = valuedOption(word, *place.command, program);
-      if (word == "--whole") ++place.position;  // in the place of the profile
+      // In the place of the profile, and of the label.
+      if (word == "--whole" || word.rfind("--labels", 0) == 0) ++place.position;
     } else if (const CLI::App* command = commandNamed(word, *place.command)) {
       place.command = command;
     } else {
@@ -112,17 +114,20 @@ void addNames(bool ofLabels, Candidates& candidates) {
 
 Candidates candidatesFor(const std::string& expected, const std::string& word) {
   Candidates candidates;
-  if (expected == "LABEL" || expected == "PROFILE") addNames(expected == "LABEL", candidates);
+  const bool isLabel = expected.rfind("LABEL", 0) == 0;
+  if (isLabel || expected == "PROFILE") addNames(isLabel, candidates);
   if (expected == "KIND") {
     for (const FilterKind& kind : filterKinds()) candidates[kind.word] = kind.meaning;
   }
   if (isRisk(expected)) {
-    // A shell takes the whole word for what is completed, so each candidate begins with the risks that stand there
-    // already.
-    const std::string others = word.substr(0, word.rfind(',') + 1);
-    for (const std::string& risk : allowableRisks()) candidates[others + risk];
+    for (const std::string& risk : allowableRisks()) candidates[risk];
   }
-  return candidates;
+  if (expected.find(',') == std::string::npos) return candidates;
+  // A shell takes the whole word for what is completed, so each candidate begins with what stands there already.
+  const std::string others = word.substr(0, word.rfind(',') + 1);
+  Candidates behind;
+  for (auto& [candidate, meaning] : candidates) behind[others + candidate] = std::move(meaning);
+  return behind;
 }
 
 std::string offer(const Candidates& candidates, const std::string& before = {}) {

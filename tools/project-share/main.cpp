@@ -1,6 +1,7 @@
 #include <csignal>
 #include <exception>
 #include <stdexcept>
+#include <string>
 
 #include "CommandLine.h"
 #include "Refusal.h"
@@ -30,6 +31,6 @@ int main(int argc, char** argv) {
     return complain(refused, project_share::refusals::PROFILE_DAMAGED,
                     "the store has lost a value of a profile; take it from a backup");
   } catch (const std::exception& error) {
-    return complain(refused, "internal-error", error.what());
+    return complain(refused, "internal-error", error.what() + std::string("; please report this"));
   }
 }

@@ -100,7 +100,8 @@ OpenEntry EntryReader::openLink(const Entry& link) const {
 // anything was written to it. Both are compared with the listing, because the judgement was about what was listed.
 OpenEntry EntryReader::openFile(const Entry& file) const {
   if (file.id == source_.store) {
-    throw Error(errors::ENTRY_UNREADABLE, inQuotes(file.path) + " is the project's own store under another name");
+    throw Error(errors::ENTRY_UNREADABLE,
+                inQuotes(file.path) + " is the project's own store under another name; remove it");
   }
   const struct stat status = statusIn(folder_, name_);
   requireListed(file, S_IFREG, status);

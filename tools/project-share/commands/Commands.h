@@ -33,13 +33,26 @@ struct AttachWords {
   bool folderOnly = false;    // on the entries alone, not on what lies below them
   bool noExceptions = false;  // exceptions below are removed
 };
+// Labels as they were typed.
+struct LabelWords {
+  std::vector<std::string> labels;
+  bool isList = false;     // LABEL[,LABEL...] each
+  bool create = false;     // those that there are not, CATEGORY/NAME, in the same edit
+  bool canCreate = false;  // the command would take --create
+};
+
 // To entries and all that lies below them, now and later. What they have counts from then on, and not what they had
 // under other names. Errors: PATH_NOT_AN_ENTRY; EXCEPTION_IN_THE_WAY of one entry alone.
-void attachLabel(const std::string& label, const std::vector<std::string>& paths, const AttachWords& words);
-// After it, none of the paths, there or missing, carries the label: what would still have it from above or by a rule is
-// excepted. A file that is named may also be shared from then on, with what it holds, where that is what the label
-// holds back elsewhere. Error: LABEL_NOT_ATTACHED, also where it is only on what lies below.
-void detachLabel(const std::string& label, const std::vector<std::string>& paths);
+void attachLabels(const LabelWords& labels, const std::vector<std::string>& paths, const AttachWords& words);
+// After it, none of the paths, there or missing, carries one of the labels: what would still have it from above or by a
+// rule is excepted. A file that is named may also be shared from then on, with what it holds, where that is what the
+// label holds back elsewhere. Error: LABEL_NOT_ATTACHED of a path with none of them, or a label on none of the paths,
+// also where it is only on what lies below.
+void detachLabels(const LabelWords& labels, const std::vector<std::string>& paths);
+// Takes what the labels (none given: all) have on paths at which nothing is: marks as detachLabels does, and
+// exceptions. What is under another name now keeps its marks, and what may be, because files cannot be told by their
+// identity. Error: LABEL_NOT_MISSING where there is nothing to take.
+void detachMissing(const LabelWords& labels);
 // Gives entries at the paths and below, or all, the labels that they had under other names, for good.
 void followLabels(const std::vector<std::string>& paths);
 // What carried a label and is missing there or below is meant to be. Error: LABEL_NOT_MISSING.
@@ -70,20 +83,25 @@ void undoEdit(std::int64_t number);
 std::vector<std::string> readPaths(char end);
 
 // Error of create, rename and duplicate: PROFILE_NAME_TAKEN, also by a name that looks the same.
-void createProfile(const std::string& name);
+// With what holdBack and shareOnly would add for these labels, LABEL[,LABEL...] each.
+void createProfile(const std::string& name, const std::vector<std::string>& heldBack,
+                   const std::vector<std::string>& sharedOnly);
+// The labels come to the drop-files and the drop-labels filter of the profile, or to the keep-files and the keep-labels
+// filter; each is made where there is none. A label that is there is no error.
+void holdBack(const std::string& profile, const std::vector<std::string>& labels);
+void shareOnly(const std::string& profile, const std::vector<std::string>& labels);
 void listProfiles();
-// Its filters in the order in which they are applied, with their labels, deleted ones included.
+// Its filters in the order in which they are applied, with their labels, deleted ones included; what is not known of
+// them; and what an entry without a label comes to, as the filters themselves answer.
 void showProfile(const std::string& profile);
 void renameProfile(const std::string& profile, const std::string& name);
-// With the filters that the library knows; what it passes over (words/StoredFilters.h) is not in the duplicate.
+// With all that is stored in it.
 void duplicateProfile(const std::string& profile, const std::string& name);
 void deleteProfile(const std::string& profile);
 // To the filter of that kind where the profile has one: stored filters of one kind would become one.
 void addFilter(const std::string& profile, const std::string& kind, const std::vector<std::string>& labels);
-// The labels named, or without any the whole filter of that kind.
+// The labels named, or without any the whole filter of that kind, which may be one that is not known.
 void removeFilter(const std::string& profile, const std::string& kind, const std::vector<std::string>& labels);
-// What each filter makes of each case, as the filter itself answers.
-void explainProfile(const std::string& profile);
 
 // Nothing is refused here: risks are printed.
 void previewProfile(const std::string& profile);

@@ -17,6 +17,7 @@
 #include "words/Looks.h"
 #include "words/Names.h"
 #include "words/Profiles.h"
+#include "words/TypedCommand.h"
 
 namespace project_share {
 
@@ -30,8 +31,10 @@ void refuseInUse(profiles::ExportProfileManager& manager, const LabelRecord& lab
   forEachItem(manager, [&](const auto& profile, const auto& filter, const auto& item) {
     if (item.labelUUID != label.uuid) return;
     throw Refusal(refusals::LABEL_IN_USE,
-                  fmt::format("profile {} names {} in its {} filter; take it out there first",
-                              inQuotes(nameOf(profile)), inQuotes(nameOf(label)), wordOf(filter.getType())));
+                  fmt::format("profile {} names {} in its {} filter; take it out there first: {}",
+                              inQuotes(nameOf(profile)), inQuotes(nameOf(label)), wordOf(filter.getType()),
+                              commandOf({"profile", "remove-filter", folder_host::toBytes(nameOf(profile)),
+                                         wordOf(filter.getType()), nameOf(label)})));
   });
 }
 
@@ -51,7 +54,7 @@ void createLabels(const std::vector<std::string>& labels) {
     return records;
   });
   for (const LabelRecord& label : made) {
-    done(fmt::format("Created label {} ({}).", inQuotes(nameOf(label)), freeName(label.uuid)), jsonOf(label));
+    done(fmt::format("Created label {}{}.", inQuotes(nameOf(label)), uuidBehind(label.uuid)), jsonOf(label));
   }
 }
 
@@ -72,7 +75,7 @@ void renameLabel(const std::string& word, const std::string& name) {
     project.labels().rename(found.uuid, folder_host::fromBytes(name));
     return found;
   });
-  done(fmt::format("Renamed label {} to {} ({}).", inQuotes(nameOf(label)), inQuotes(name), freeName(label.uuid)),
+  done(fmt::format("Renamed label {} to {}{}.", inQuotes(nameOf(label)), inQuotes(name), uuidBehind(label.uuid)),
        {{"uuid", utf8(label.uuid)}, {"category", utf8(label.categoryName)}, {"name", utf8(name)}});
 }
 
@@ -89,7 +92,7 @@ void deleteLabel(const std::string& word) {
   });
   Json object = jsonOf(label);
   object.update(jsonOf(counts));
-  done(fmt::format("Deleted label {} ({}), with {}.", inQuotes(nameOf(label)), freeName(label.uuid), textOf(counts)),
+  done(fmt::format("Deleted label {}{}, with {}.", inQuotes(nameOf(label)), uuidBehind(label.uuid), textOf(counts)),
        object);
 }
 

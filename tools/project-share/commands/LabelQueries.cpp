@@ -10,6 +10,7 @@
 #include "output/Output.h"
 #include "output/Report.h"
 #include "settings/OpenProject.h"
+#include "words/Entries.h"
 #include "words/Labels.h"
 #include "words/Names.h"
 
@@ -24,8 +25,7 @@ void listLabelsOf(const std::vector<std::string>& named) {
   for (const std::string& one : named) {
     const auto entry = copy->table().find(project.locate(one));
     if (!entry) {
-      throw Refusal(folder_host::errors::PATH_NOT_AN_ENTRY,
-                    fmt::format("{} is no file, folder or link of the project", inQuotes(one)));
+      throw noEntry(copy->root(), copy->table(), project.locate(one), one);
     }
     const auto& listed = copy->table()[*entry];
     Json object{{"type", "entry"}};

@@ -12,6 +12,7 @@
 #include "output/Output.h"
 #include "output/Report.h"
 #include "settings/OpenProject.h"
+#include "words/Entries.h"
 #include "words/FilterKinds.h"
 #include "words/Labels.h"
 #include "words/Names.h"
@@ -208,8 +209,7 @@ void explainPath(const std::string& named, const std::string& word) {
   const auto index = copy->table().find(path);
   // A label may be on a path at which nothing is: that is neither shared nor held back.
   if (!index) {
-    throw Refusal(folder_host::errors::PATH_NOT_AN_ENTRY,
-                  fmt::format("{} is no file, folder or link of the project", inQuotes(named)));
+    throw noEntry(copy->root(), copy->table(), path, named);
   }
   const Entry& entry = copy->listing().entries[*index];
   const Reason& reason = judgement.reasons[*index];

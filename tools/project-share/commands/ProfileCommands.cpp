@@ -1,12 +1,13 @@
 #include <fmt/format.h>
 
-#include <filesystem>
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "Refusal.h"
 #include "commands/Commands.h"
 #include "commands/Edit.h"
-#include "folder_host/files/Descriptor.h"
-#include "folder_host/labels/LabelSources.h"
 #include "folder_host/text/Utf.h"
 #include "output/Output.h"
 #include "settings/OpenProject.h"
@@ -15,10 +16,13 @@
 #include "words/Looks.h"
 #include "words/Names.h"
 #include "words/Profiles.h"
+#include "words/StoredFilters.h"
+#include "words/TypedCommand.h"
 
 namespace project_share {
 
 using folder_host::FolderProject;
+using folder_host::LabelRecord;
 using profiles::ExportFilter;
 using profiles::ExportProfile;
 using profiles::ExportProfileManager;
@@ -26,12 +30,14 @@ using profiles::ExportStrategyItem;
 
 namespace {
 
+using Typed = std::vector<std::string>;
+
 // A name that is free for the profile of this UUID (empty: for a new one).
 // Profiles are named in commands. Two that look alike would sooner or later be taken for each other, and the wrong one
 // would hand out.
 std::u16string unusedName(ExportProfileManager& manager, const std::string& word, const std::u16string& uuid = {}) {
   std::u16string name = folder_host::fromBytes(word);
-  if (name.empty()) throw Refusal(folder_host::errors::NAME_EMPTY, "a profile needs a name");
+  if (name.empty()) throw Refusal(folder_host::errors::NAME_EMPTY, "a profile needs a name; give it one");
   Looks looks;
   for (const auto& profile : manager.getProfiles()) {
     if (profile->getUUID() != uuid) looks.add(nameOf(*profile));
@@ -52,42 +58,143 @@ std::shared_ptr<ExportFilter> filterOf(const ExportProfile& profile, const std::
   return nullptr;
 }
 
-// A deleted label is named by its UUID, as `profile show` gives it.
-// A deleted label can be taken out, too: that is what a share refuses for and tells to do.
-ExportStrategyItem itemIn(const ExportFilter& filter, const LabelIndex& labels, const std::string& word) {
-  const std::u16string text = folder_host::fromBytes(word);
-  for (const ExportStrategyItem& item : filter.getItems()) {
-    if (item.labelUUID == text || labels.named(item).name == word) return item;
+// A deleted label is named by its UUID, as `profile show` gives it, and can be taken out, too: that is what a share
+// refuses for and tells to do.
+ExportStrategyItem itemIn(const ExportProfile& profile, const ExportFilter& filter, const LabelIndex& labels,
+                          const std::string& word) {
+  const std::vector<ExportStrategyItem> items = filter.getItems();
+  std::vector<LabelRecord> records = labels.records();
+  for (const ExportStrategyItem& item : items) {
+    if (labels.find(item.labelUUID) == nullptr) records.push_back({item.labelUUID, {}, item.category, {}});
   }
-  throw Refusal(refusals::LABEL_NOT_IN_FILTER, fmt::format("the filter does not name {}", inQuotes(word)));
+  const LabelIndex known(std::move(records));
+  const std::u16string uuid = known.isNamed(word) ? known.named(word).uuid : std::u16string();
+  for (const ExportStrategyItem& item : items) {
+    if (item.labelUUID == uuid) return item;
+  }
+  throw Refusal(refusals::LABEL_NOT_IN_FILTER,
+                fmt::format("the filter does not name {}; to see what it names: {}", inQuotes(word),
+                            commandOf({"profile", "show", folder_host::toBytes(nameOf(profile))})));
 }
 
-Json shownAsJson(const ExportProfile& profile, const LabelIndex& labels) {
-  Json object = jsonOf(profile);
-  object["filters"] = Json::array();
-  for (const auto& filter : profile.getFilters()) {
-    Json items = Json::array();
-    for (const ExportStrategyItem& item : filter->getItems()) {
-      const auto* label = labels.find(item);
-      // A deleted label has no name any more, and is shown all the same: the filter names it, and a share is refused
-      // for it.
-      items.push_back(label != nullptr ? jsonOf(*label) : Json{{"uuid", utf8(item.labelUUID)}, {"deleted", true}});
-    }
-    object["filters"].push_back({{"kind", wordOf(filter->getType())}, {"labels", items}});
+// The filter of that kind gets the labels, and is made where there is none: stored filters of one kind would become
+// one. Gives those that it did not have.
+std::vector<ExportStrategyItem> extend(ExportProfile& profile, const std::u16string& kind,
+                                       const std::vector<ExportStrategyItem>& items) {
+  const auto filter = filterOf(profile, kind);
+  std::vector<ExportStrategyItem> had, added;
+  if (filter) had = filter->getItems();
+  for (const ExportStrategyItem& item : items) {
+    if (std::find(had.begin(), had.end(), item) == had.end()) added.push_back(item);
   }
-  return object;
+  if (filter) filter->addItems(items);
+  if (!filter) profile.addFilter(kind, items);
+  return added;
+}
+
+// What one command does to the filter of files and to that of labels: the label by which files stay at home is mostly
+// to stay there with them.
+struct Intent {
+  const char* files;  // kinds, as they are typed
+  const char* labels;
+  const char* before;  // and behind the labels, in a sentence about the profile
+  const char* behind;
+};
+
+constexpr Intent HOLD_BACK{"drop-files", "drop-labels", "holds back what has ", " and removes the label from copies"};
+constexpr Intent SHARE_ONLY{"keep-files", "keep-labels", "shares only what has ",
+                            " and removes other labels from copies"};
+
+struct Intended {
+  std::vector<LabelRecord> added, wasThere;
+};
+
+Intended intend(const Intent& intent, ExportProfile& profile, const LabelIndex& known, const Typed& labels) {
+  std::vector<ExportStrategyItem> items, added;
+  items.reserve(labels.size());
+  for (const std::string& label : labels) items.push_back(itemOf(known.named(label)));
+  for (const char* kind : {intent.files, intent.labels}) {
+    for (const ExportStrategyItem& item : extend(profile, kindNamed(kind).text, items)) added.push_back(item);
+  }
+  Intended result;
+  const auto has = [](const std::vector<ExportStrategyItem>& all, const LabelRecord& label) {
+    return std::find(all.begin(), all.end(), itemOf(label)) != all.end();
+  };
+  for (const LabelRecord& label : known.records()) {
+    if (has(items, label)) (has(added, label) ? result.added : result.wasThere).push_back(label);
+  }
+  return result;
+}
+
+std::string quotedNames(const std::vector<LabelRecord>& labels) {
+  std::string names;
+  for (const LabelRecord& label : labels) names += (names.empty() ? "" : ", ") + inQuotes(nameOf(label));
+  return names;
+}
+
+std::string sentenceOf(const Intent& intent, const std::vector<LabelRecord>& labels) {
+  return fmt::format("{}{}{}", intent.before, quotedNames(labels), intent.behind);
+}
+
+Json jsonOfRecords(const std::vector<LabelRecord>& labels) {
+  Json all = Json::array();
+  for (const LabelRecord& label : labels) all.push_back(jsonOf(label));
+  return all;
+}
+
+// Every word is looked up before the profile is changed, and a profile that is not there is not made: a mistyped name
+// would else leave the profile that was meant without its filter.
+void extendBy(const Intent& intent, const std::string& word, const Typed& labels) {
+  const FolderProject project = openProject();
+  const auto manager = profiles::createManager(project.metadata());
+  Intended result;
+  const Json profile = edit(project, [&] {
+    const auto found = findProfile(*manager, word);
+    result = intend(intent, *found, LabelIndex(project.labels().list()), labels);
+    if (!result.added.empty()) saveFilters(*found, *project.metadata());
+    return jsonOf(*found);
+  });
+  const std::string name = inQuotes(word);
+  std::string text = fmt::format("Profile {} {} already.", name, sentenceOf(intent, result.wasThere));
+  if (!result.added.empty()) text = fmt::format("Profile {} now {}.", name, sentenceOf(intent, result.added));
+  if (!result.added.empty() && !result.wasThere.empty()) {
+    text += fmt::format(" It did so already for {}.", quotedNames(result.wasThere));
+  }
+  done(text, {{"profile", profile},
+              {"kinds", {intent.files, intent.labels}},
+              {"added", jsonOfRecords(result.added)},
+              {"wasThere", jsonOfRecords(result.wasThere)}});
 }
 
 }  // namespace
 
-void createProfile(const std::string& word) {
+void createProfile(const std::string& word, const Typed& heldBack, const Typed& sharedOnly) {
   const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
+  Json object;
+  std::string text;
   // The name is looked for in the scope in which the profile is made, or two programs could make two of one name.
-  const auto uuid = edit(project, [&] { return manager->createProfile(unusedName(*manager, word))->getUUID(); });
-  done(fmt::format("Created profile {} ({}).", inQuotes(word), freeName(uuid)),
-       {{"uuid", utf8(uuid)}, {"name", utf8(word)}});
+  const auto profile = edit(project, [&] {
+    auto made = manager->createProfile(unusedName(*manager, word));
+    const LabelIndex known(project.labels().list());
+    object = jsonOf(*made);
+    const auto add = [&](const Intent& intent, const Typed& labels, const char* field) {
+      if (labels.empty()) return;
+      const Intended result = intend(intent, *made, known, known.split(labels));
+      object[field] = jsonOfRecords(result.added);
+      text += fmt::format(" It {}.", sentenceOf(intent, result.added));
+    };
+    add(HOLD_BACK, heldBack, "holdBack");
+    add(SHARE_ONLY, sharedOnly, "shareOnly");
+    made->save();
+    return made;
+  });
+  done(fmt::format("Created profile {}{}.{}", inQuotes(word), uuidBehind(profile->getUUID()), text), object);
 }
+
+void holdBack(const std::string& profile, const Typed& labels) { extendBy(HOLD_BACK, profile, labels); }
+
+void shareOnly(const std::string& profile, const Typed& labels) { extendBy(SHARE_ONLY, profile, labels); }
 
 void listProfiles() {
   const FolderProject project = openProject();
@@ -97,48 +204,9 @@ void listProfiles() {
     Json object{{"type", "profile"}};
     object.update(jsonOf(*profile));
     object["filters"] = filters;
-    item(fmt::format("{}  {}  {}", freeName(profile->getUUID()), freeName(nameOf(*profile)),
+    item(fmt::format("{}{}  {}", uuidBefore(profile->getUUID()), freeName(nameOf(*profile)),
                      counted(filters, "filter", "filters")),
          object);
-  }
-}
-
-namespace {
-
-// What nobody has labelled stays at home under keep-files, unless a label comes to it by itself.
-void printComingIn(const FolderProject& project, const profiles::ExportFilter& filter) {
-  const folder_host::LabelSources sources(project.labels());
-  for (const auto& item : filter.getItems()) {
-    const auto label = sources.find(item.labelUUID);
-    for (const auto& [place, kind] : sources.marks()) {
-      const std::string& path = place.first;
-      const auto status = std::filesystem::symlink_status(folder_host::joined(project.root(), path));
-      if (place.second != label || kind != folder_host::MarkKind::reach || !std::filesystem::is_directory(status))
-        continue;
-      line(fmt::format("     whatever comes into {} is shared", inQuotes(path.empty() ? "./" : path + "/")));
-    }
-    for (const auto& rule : sources.rules()) {
-      if (rule.label != label || folder_host::isNegated(rule.pattern)) continue;
-      line(fmt::format("     whatever comes that {} matches is shared", inQuotes(rule.pattern)));
-    }
-  }
-}
-
-}  // namespace
-
-void showProfile(const std::string& word) {
-  const FolderProject project = openProject();
-  // In one scope, so that no filter is told with labels that it had before or has after.
-  const auto scope = project.metadata()->beginReadScope();
-  const auto profile = findProfile(*profiles::createManager(project.metadata()), word);
-  const LabelIndex labels(project.labels().list());
-  if (manner().json) return item({}, shownAsJson(*profile, labels));
-  line(fmt::format("{} ({})", freeName(nameOf(*profile)), freeName(profile->getUUID())));
-  std::size_t position = 0;
-  for (const auto& filter : profile->getFilters()) {
-    line(fmt::format("  {}. {}", ++position, wordOf(filter->getType())));
-    for (const NamedLabel& label : labels.namedBy(*filter)) line("     " + textOf(label));
-    if (keepsFiles(filter->getType())) printComingIn(project, *filter);
   }
 }
 
@@ -150,7 +218,7 @@ void renameProfile(const std::string& word, const std::string& name) {
     profile->setName(unusedName(*manager, name, profile->getUUID()));
     return profile->getUUID();
   });
-  done(fmt::format("Renamed profile {} to {} ({}).", inQuotes(word), inQuotes(name), freeName(uuid)),
+  done(fmt::format("Renamed profile {} to {}{}.", inQuotes(word), inQuotes(name), uuidBehind(uuid)),
        {{"uuid", utf8(uuid)}, {"name", utf8(name)}});
 }
 
@@ -160,12 +228,12 @@ void duplicateProfile(const std::string& word, const std::string& name) {
   const auto uuid = edit(project, [&] {
     const auto original = findProfile(*manager, word);
     const auto copy = manager->createProfile(unusedName(*manager, name));
-    // By the items and not by the filter objects, which would belong to two profiles.
-    for (const auto& filter : original->getFilters()) copy->addFilter(filter->getType(), filter->getItems());
-    copy->save();
+    // As they are stored: the library would leave out what only a newer version knows, and the duplicate hold back
+    // less.
+    copyFilters(*original, *copy, *project.metadata());
     return copy->getUUID();
   });
-  done(fmt::format("Duplicated profile {} as {} ({}).", inQuotes(word), inQuotes(name), freeName(uuid)),
+  done(fmt::format("Duplicated profile {} as {}{}.", inQuotes(word), inQuotes(name), uuidBehind(uuid)),
        {{"uuid", utf8(uuid)}, {"name", utf8(name)}});
 }
 
@@ -177,10 +245,10 @@ void deleteProfile(const std::string& word) {
     manager->deleteProfile(profile);
     return profile->getUUID();
   });
-  done(fmt::format("Deleted profile {} ({}).", inQuotes(word), freeName(uuid)), {{"uuid", utf8(uuid)}});
+  done(fmt::format("Deleted profile {}{}.", inQuotes(word), uuidBehind(uuid)), {{"uuid", utf8(uuid)}});
 }
 
-void addFilter(const std::string& word, const std::string& kindWord, const std::vector<std::string>& labels) {
+void addFilter(const std::string& word, const std::string& kindWord, const Typed& labels) {
   const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
   const bool wasThere = edit(project, [&] {
@@ -191,15 +259,10 @@ void addFilter(const std::string& word, const std::string& kindWord, const std::
     items.reserve(labels.size());
     for (const std::string& label : labels) items.push_back(itemOf(known.named(label)));
     const std::u16string& kind = kindNamed(kindWord).text;
-    const auto filter = filterOf(*profile, kind);
-    // A second filter of one kind would become one with the first when the profile is read again.
-    if (filter) {
-      filter->addItems(items);
-    } else {
-      profile->addFilter(kind, items);
-    }
-    profile->save();
-    return filter != nullptr;
+    const bool isThere = filterOf(*profile, kind) != nullptr;
+    extend(*profile, kind, items);
+    saveFilters(*profile, *project.metadata());
+    return isThere;
   });
   const std::string what = counted(labels.size(), "label", "labels");
   done(wasThere ? fmt::format("Added {} to the {} filter that profile {} has already.", what, kindWord, inQuotes(word))
@@ -207,23 +270,25 @@ void addFilter(const std::string& word, const std::string& kindWord, const std::
        {{"kind", kindWord}, {"labels", labels.size()}, {"wasThere", wasThere}});
 }
 
-void removeFilter(const std::string& word, const std::string& kindWord, const std::vector<std::string>& labels) {
+void removeFilter(const std::string& word, const std::string& kindWord, const Typed& labels) {
   const FolderProject project = openProject();
   const auto manager = profiles::createManager(project.metadata());
   const bool isDeleted = edit(project, [&] {
     const auto profile = findProfile(*manager, word);
-    const auto filter = filterOf(*profile, kindNamed(kindWord).text);
+    const std::u16string kind = textOfKind(kindWord);
+    if (labels.empty() && removeUnknownFilter(*profile, kind, *project.metadata())) return true;
+    const auto filter = filterOf(*profile, kind);
     if (!filter) {
       throw Refusal(refusals::FILTER_NOT_FOUND,
-                    fmt::format("profile {} has no {} filter; 'project-share profile show' shows what it has",
-                                inQuotes(word), kindWord));
+                    fmt::format("profile {} has no {} filter; to see what it has: {}", inQuotes(word), kindWord,
+                                commandOf({"profile", "show", word})));
     }
     const LabelIndex known(project.labels().list());
     // The library takes the last item for one that is absent (docs/decisions/0002), so each is found in the filter
     // first: a word that names none must not take another label out, and let its files be shared.
-    for (const std::string& label : labels) filter->removeItems({itemIn(*filter, known, label)});
+    for (const std::string& label : labels) filter->removeItems({itemIn(*profile, *filter, known, label)});
     if (labels.empty()) profile->removeFilter(filter);
-    profile->save();
+    saveFilters(*profile, *project.metadata());
     return labels.empty();
   });
   done(isDeleted ? fmt::format("Removed the {} filter from profile {}.", kindWord, inQuotes(word))

@@ -87,7 +87,11 @@ void forgetProject(const std::string& folder) {
     for (auto one = others; one != projects.end(); ++one) owners.push_back(one->owner);
     projects.erase(others, projects.end());
     if (owners.empty()) {
-      throw Refusal(refusals::NOT_TRUSTED, fmt::format("{} is not trusted: nothing to forget", inQuotes(root)));
+      throw Refusal(
+          refusals::NOT_TRUSTED,
+          fmt::format(
+              "{} is not trusted, and there is nothing to forget; name the project's folder if it is another one",
+              inQuotes(root)));
     }
   });
   done(fmt::format("The project {} is trusted no more.", inQuotes(root)), jsonOfOwners(root, owners));

@@ -117,7 +117,7 @@ void removeRules(const std::string& word, const Patterns& patterns) {
     for (const std::string& pattern : patterns) {
       if (std::find(all.begin(), all.end(), pattern) != all.end()) continue;
       throw Refusal(refusals::RULE_NOT_FOUND,
-                    fmt::format("{} has no rule {}; {}", inQuotes(nameOf(found)), inQuotes(pattern),
+                    fmt::format("{} has no rule {}; to see what it has: {}", inQuotes(nameOf(found)), inQuotes(pattern),
                                 commandOf({"label", "rule", "list", nameOf(found)})));
     }
     project.labels().setRules(found.uuid, without(all, patterns));

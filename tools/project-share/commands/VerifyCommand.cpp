@@ -109,8 +109,10 @@ void verifyCopy(const std::string& folder, const std::string& file) {
   receipt.forEach([&](const NotedEntry& noted) { copy.check(noted); });
   const std::size_t differences = copy.finish();
   if (differences > 0) {
-    throw Refusal(refusals::COPY_DIFFERS, fmt::format("{} from what was handed out, listed on standard output",
-                                                      counted(differences, "difference", "differences")));
+    throw Refusal(
+        refusals::COPY_DIFFERS,
+        fmt::format("{} from what was handed out, listed on standard output; share again where that is not meant",
+                    counted(differences, "difference", "differences")));
   }
   done(fmt::format("{} is what was handed out at {}.", folder_host::inQuotes(folder), folder_host::freeName(time)),
        {{"type", "verified"}, {"time", time}});

@@ -260,7 +260,11 @@ class ProfileRisks {
       }
     }
     for (const std::string& what : skippedIn(profile_, *project_.getMetadataManager())) {
-      found_.add(risks::FILTER_SKIPPED, {}, fmt::format("the profile holds {}, which does nothing here", what));
+      found_.add(
+          risks::FILTER_SKIPPED, {},
+          fmt::format("the profile holds {}, which does nothing here; share with the version that knows it, or take "
+                      "the filter away by profile remove-filter",
+                      what));
     }
   }
 

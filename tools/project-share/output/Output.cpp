@@ -50,6 +50,14 @@ Manner usualManner() {
   return usual;
 }
 
+std::string uuidBehind(const std::u16string& uuid) {
+  return manner().uuids ? " (" + folder_host::freeName(uuid) + ")" : std::string();
+}
+
+std::string uuidBefore(const std::u16string& uuid) {
+  return manner().uuids ? folder_host::freeName(uuid) + "  " : std::string();
+}
+
 std::string counted(std::size_t count, const char* one, const char* many) {
   return fmt::format("{} {}", count, count == 1 ? one : many);
 }
@@ -75,7 +83,9 @@ int complain(int code, const std::string& identifier, const std::string& message
 // A disk that is full shows only when what was buffered is written.
 void finishOutput() {
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-    throw Refusal(refusals::OUTPUT_FAILED, "the command is done, but standard output did not take its whole report");
+    throw Refusal(refusals::OUTPUT_FAILED,
+                  "the command is done, but standard output did not take its whole report; make room, and look before "
+                  "you repeat it");
   }
 }
 

@@ -12,12 +12,17 @@ namespace project_share {
 struct Manner {
   bool json = false;
   bool quiet = false;     // nothing but what was asked for
+  bool uuids = false;     // in lines for people, too
   bool colour = false;    // on standard output
   bool progress = false;  // on standard error
 };
 
 // How this run writes; set before the first line.
 Manner& manner();
+
+// Of what a line names: " (UUID)", and "UUID  " before it in a list. Empty where people get no UUIDs.
+std::string uuidBehind(const std::u16string& uuid);
+std::string uuidBefore(const std::u16string& uuid);
 
 // What suits the terminals and the environment: NO_COLOR, TERM=dumb.
 Manner usualManner();

@@ -143,7 +143,7 @@ void printLabels(const std::vector<folder_host::LabelRecord>& labels, const fold
     Json object{{"type", "label"}};
     object.update(jsonOf(label));
     object.update(jsonOf(counts));
-    item(fmt::format("{}  {}  {}{}", freeName(label.uuid), freeName(nameOf(label)), textOf(counts),
+    item(fmt::format("{}{}  {}{}", uuidBefore(label.uuid), freeName(nameOf(label)), textOf(counts),
                      label.isProtected ? ", protected" : ""),
          object);
   }

@@ -153,9 +153,10 @@ void Receipt::publish() {
   try {
     staging_.publishFile(CONTENT, place_.name);
   } catch (const std::system_error& error) {
-    throw Refusal(refusals::RECEIPT_FAILED,
-                  fmt::format("the copy is complete, but its receipt cannot be named {}: {}", inQuotes(file_),
-                              std::generic_category().message(error.code().value())));
+    throw Refusal(
+        refusals::RECEIPT_FAILED,
+        fmt::format("the copy is complete, but its receipt cannot be named {}: {}; remove the copy and share again",
+                    inQuotes(file_), std::generic_category().message(error.code().value())));
   }
 }
 

@@ -222,7 +222,8 @@ class Parts : public nlohmann::json_sax<Part> {
 };
 
 Refusal unreadable(const std::string& file, const char* why) {
-  return {refusals::RECEIPT_UNREADABLE, folder_host::inQuotes(file) + " cannot be read as a receipt: " + why};
+  return {refusals::RECEIPT_UNREADABLE, folder_host::inQuotes(file) + " cannot be read as a receipt: " + why +
+                                            "; name the file that share --receipt made"};
 }
 
 }  // namespace

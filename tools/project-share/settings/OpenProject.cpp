@@ -1,5 +1,7 @@
 #include "settings/OpenProject.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -36,11 +38,16 @@ FolderProject orHowTo(const std::string& folder, const Open& open) {
 }  // namespace
 
 FolderProject openProject() {
-  FolderProject project = orHowTo(".", [] { return FolderProject::open(".", isTrusted); });
-  folder_host::Author author = project.author();
-  author.words = invocation().typed;
-  project.setAuthor(std::move(author));
-  return project;
+  try {
+    FolderProject project = orHowTo(".", [] { return FolderProject::open(".", isTrusted); });
+    folder_host::Author author = project.author();
+    author.words = invocation().typed;
+    project.setAuthor(std::move(author));
+    return project;
+  } catch (const Refusal& error) {
+    if (std::strcmp(error.identifier(), folder_host::errors::NOT_A_PROJECT) != 0) throw;
+    throw Refusal(error.identifier(), fmt::format("{}; to make it one: {}", error.what(), commandOf({"init"})));
+  }
 }
 
 FolderProject makeProject(const std::string& folder) {

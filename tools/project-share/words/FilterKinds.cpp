@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "folder_host/text/Utf.h"
 #include "project/sharing/profiles/ExportStrategyItem.h"
 #include "words/Names.h"
 
@@ -27,6 +28,13 @@ const FilterKind& kindNamed(const std::string& word) {
   return *std::find_if(filterKinds().begin(), filterKinds().end(), is);
 }
 
+std::u16string textOfKind(const std::string& word) {
+  for (const FilterKind& kind : filterKinds()) {
+    if (kind.word == word) return kind.text;
+  }
+  return folder_host::fromBytes(word);
+}
+
 // A kind that a newer version has stored is shown by its stored name: to pass over it would be to hide a rule from
 // whoever reads the profile.
 FilterKind kindOf(const std::u16string& text) {
@@ -34,6 +42,11 @@ FilterKind kindOf(const std::u16string& text) {
     if (kind.text == text) return kind;
   }
   return {text, inQuotes(text), "this version does not know what it does", false, false};
+}
+
+bool isKnownKind(const std::u16string& text) {
+  const auto is = [&](const FilterKind& kind) { return kind.text == text; };
+  return std::any_of(filterKinds().begin(), filterKinds().end(), is);
 }
 
 }  // namespace project_share

@@ -20,9 +20,13 @@ const std::vector<FilterKind>& filterKinds();
 // By its word, which is one of filterKinds().
 const FilterKind& kindNamed(const std::string& word);
 
+// The text of that kind; of a word that is no kind, the word itself, which a newer version may have stored.
+std::u16string textOfKind(const std::string& word);
+
 // By its text. One that only a newer version knows has its own text, in quotes, for a word, and counts as one of
 // labels.
 FilterKind kindOf(const std::u16string& text);
+bool isKnownKind(const std::u16string& text);
 
 inline std::string wordOf(const std::u16string& kind) { return kindOf(kind).word; }
 inline bool isFileKind(const std::u16string& kind) { return kindOf(kind).isOfFiles; }

@@ -12,6 +12,12 @@ namespace project_share {
 
 using folder_host::LabelRecord;
 
+namespace {
+
+constexpr Naming LABELS{"label", folder_host::errors::LABEL_NOT_FOUND, refusals::LABEL_AMBIGUOUS};
+
+}  // namespace
+
 std::string nameOf(const LabelRecord& label) { return folder_host::toBytes(label.categoryName + u"/" + label.name); }
 
 profiles::ExportStrategyItem itemOf(const LabelRecord& label) { return {label.categoryUUID, label.uuid}; }
@@ -29,23 +35,32 @@ std::string textOf(const NamedLabel& label) { return freeName(label.name) + (lab
 
 LabelIndex::LabelIndex(std::vector<LabelRecord> records) : records_(std::move(records)) {
   for (std::size_t i = 0; i < records_.size(); ++i) {
-    byName_.emplace(records_[i].categoryName + u"/" + records_[i].name, i);
-    byUUID_.emplace(records_[i].uuid, i);
+    const LabelRecord& label = records_[i];
+    // What holds a slash reads as CATEGORY/NAME, and is that alone.
+    const bool isShort = label.name.find(u'/') == std::u16string::npos;
+    const bool isNameless = label.name.empty() && label.categoryName.empty();
+    names_.add(isNameless ? std::u16string() : label.categoryName + u"/" + label.name,
+               isShort ? label.name : std::u16string(), label.uuid);
+    byUUID_.emplace(label.uuid, i);
   }
 }
 
-// A label may be named like the UUID of another. What a person sees in a list is the name, so the name comes first.
-const LabelRecord& LabelIndex::named(const std::string& word) const {
-  const std::u16string text = folder_host::fromBytes(word);
-  const auto [first, last] = byName_.equal_range(text);
-  const LabelRecord* identified = first == last ? find(text) : nullptr;
-  if (identified != nullptr) return *identified;
-  requireOne(static_cast<std::size_t>(std::distance(first, last)), "label", word, folder_host::errors::LABEL_NOT_FOUND,
-             refusals::LABEL_AMBIGUOUS);
-  return records_[first->second];
+const LabelRecord& LabelIndex::named(const std::string& word, const std::string& more) const {
+  return records_[names_.require(word, LABELS, more)];
 }
 
-bool LabelIndex::hasName(const std::string& name) const { return byName_.count(folder_host::fromBytes(name)) != 0; }
+std::vector<std::string> LabelIndex::split(const std::vector<std::string>& words) const {
+  std::vector<std::string> labels;
+  for (const std::string& word : words) {
+    std::size_t begin = 0;
+    for (std::size_t comma = 0; !isNamed(word) && (comma = word.find(',', begin)) != std::string::npos;) {
+      labels.push_back(word.substr(begin, comma - begin));
+      begin = comma + 1;
+    }
+    labels.push_back(word.substr(begin));
+  }
+  return labels;
+}
 
 const LabelRecord* LabelIndex::find(const std::u16string& uuid) const {
   const auto found = byUUID_.find(uuid);

@@ -7,6 +7,7 @@
 
 #include "folder_host/store/LabelStore.h"
 #include "project/sharing/profiles/ExportFilter.h"
+#include "words/NameIndex.h"
 
 namespace project_share {
 
@@ -39,12 +40,16 @@ class LabelIndex {
 
   const std::vector<folder_host::LabelRecord>& records() const noexcept { return records_; }
 
-  // The label of that CATEGORY/NAME or, where there is none, of that UUID. Errors: LABEL_NOT_FOUND; LABEL_AMBIGUOUS
-  // where only a UUID will do.
-  const folder_host::LabelRecord& named(const std::string& word) const;
+  // The label that the word means (see NameIndex): CATEGORY/NAME, NAME, a UUID or the beginning of one. Errors:
+  // LABEL_NOT_FOUND, with `more` behind it; LABEL_AMBIGUOUS.
+  const folder_host::LabelRecord& named(const std::string& word, const std::string& more = {}) const;
 
-  // By CATEGORY/NAME alone.
-  bool hasName(const std::string& name) const;
+  // The words, each of them LABEL[,LABEL...], one by one. A name may hold a comma: a word that as a whole means a label
+  // is not split.
+  std::vector<std::string> split(const std::vector<std::string>& words) const;
+
+  // Whether the word means a label, or several.
+  bool isNamed(const std::string& word) const { return !names_.find(word).empty(); }
 
   // None where there is no such label: it was deleted, or an item has it in another category.
   const folder_host::LabelRecord* find(const std::u16string& uuid) const;
@@ -56,7 +61,7 @@ class LabelIndex {
 
  private:
   std::vector<folder_host::LabelRecord> records_;
-  std::multimap<std::u16string, std::size_t> byName_;
+  NameIndex names_;
   std::map<std::u16string, std::size_t> byUUID_;
 };
 

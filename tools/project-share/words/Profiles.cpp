@@ -1,13 +1,12 @@
 #include "words/Profiles.h"
 
-#include <algorithm>
 #include <map>
 #include <stdexcept>
 #include <utility>
 
 #include "Refusal.h"
 #include "folder_host/text/Utf.h"
-#include "words/Names.h"
+#include "words/NameIndex.h"
 
 namespace project_share {
 
@@ -16,16 +15,15 @@ using profiles::ExportProfileManager;
 
 namespace {
 
-// Those of that name or, where there is none, the one of that UUID. The name first, as people see names: a profile that
-// is named like the UUID of another is the one that is meant.
-std::vector<std::shared_ptr<ExportProfile>> profilesOf(ExportProfileManager& manager, const std::string& word) {
-  const std::u16string text = folder_host::fromBytes(word);
-  std::vector<std::shared_ptr<ExportProfile>> named, identified;
-  for (const auto& profile : manager.getProfiles()) {
-    if (nameOf(*profile) == text) named.push_back(profile);
-    if (profile->getUUID() == text) identified.push_back(profile);
-  }
-  return named.empty() ? identified : named;
+constexpr Naming PROFILES{"profile", refusals::PROFILE_NOT_FOUND, refusals::PROFILE_AMBIGUOUS};
+
+using Profiles = std::vector<std::shared_ptr<ExportProfile>>;
+
+// A profile whose name is lost has none, and is found by its UUID.
+NameIndex nameIndexOf(const Profiles& profiles) {
+  NameIndex names;
+  for (const auto& profile : profiles) names.add(nameOf(*profile), {}, profile->getUUID());
+  return names;
 }
 
 }  // namespace
@@ -44,12 +42,13 @@ std::u16string nameOf(const ExportProfile& profile) {
 }
 
 std::shared_ptr<ExportProfile> findProfile(ExportProfileManager& manager, const std::string& word) {
-  const auto found = profilesOf(manager, word);
-  requireOne(found.size(), "profile", word, refusals::PROFILE_NOT_FOUND, refusals::PROFILE_AMBIGUOUS);
-  return found.front();
+  const Profiles all = manager.getProfiles();
+  return all[nameIndexOf(all).require(word, PROFILES)];
 }
 
-bool namesProfile(ExportProfileManager& manager, const std::string& word) { return !profilesOf(manager, word).empty(); }
+bool namesProfile(ExportProfileManager& manager, const std::string& word) {
+  return !nameIndexOf(manager.getProfiles()).find(word).empty();
+}
 
 std::vector<std::shared_ptr<ExportProfile>> profilesByName(ExportProfileManager& manager) {
   std::multimap<std::u16string, std::shared_ptr<ExportProfile>> byName;

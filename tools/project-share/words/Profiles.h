@@ -19,8 +19,8 @@ std::unique_ptr<profiles::ExportProfileManager> managerOf(folder_host::WorkingCo
 // Empty where it is lost, which leaves the profile to be found by its UUID, and deleted.
 std::u16string nameOf(const profiles::ExportProfile& profile);
 
-// The profile of that name or, where there is none, of that UUID. Errors: PROFILE_NOT_FOUND; PROFILE_AMBIGUOUS where
-// only a UUID will do.
+// The profile that the word means (see NameIndex): its name, its UUID or the beginning of one. Errors:
+// PROFILE_NOT_FOUND, PROFILE_AMBIGUOUS.
 std::shared_ptr<profiles::ExportProfile> findProfile(profiles::ExportProfileManager& manager, const std::string& word);
 
 // Whether findProfile would find one, or several.

@@ -21,19 +21,18 @@ bool isPlain(char c) {
          std::string_view("/._-+@%:,=").find(c) != std::string_view::npos;
 }
 
-// As a POSIX shell takes it.
-std::string shellWord(const std::string& word) {
-  if (!word.empty() && std::all_of(word.begin(), word.end(), isPlain)) return word;
-  std::string quoted = "'";
-  for (const char c : word) quoted += c == '\'' ? "'\"'\"'" : std::string(1, c);
-  return quoted + "'";
-}
-
 }  // namespace
 
 Invocation& invocation() {
   static Invocation current;
   return current;
+}
+
+std::string shellWord(const std::string& word) {
+  if (!word.empty() && std::all_of(word.begin(), word.end(), isPlain)) return word;
+  std::string quoted = "'";
+  for (const char c : word) quoted += c == '\'' ? "'\"'\"'" : std::string(1, c);
+  return quoted + "'";
 }
 
 bool isTyped(const std::string& word) { return folder_host::shown(word) == word; }

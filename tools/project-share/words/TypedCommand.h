@@ -20,6 +20,9 @@ Invocation& invocation();
 // the first two.
 std::string commandOf(const std::vector<std::string>& words, const std::string& option = {});
 
+// The word as a POSIX shell takes it.
+std::string shellWord(const std::string& word);
+
 // The words as a POSIX shell takes them, with blanks between.
 std::string typedWords(const std::vector<std::string>& words);
 
