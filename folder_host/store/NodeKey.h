@@ -17,6 +17,9 @@ std::string parentKeyOf(const project::metadata::MetadataPath& path);  // not of
 // Makes a node's key that of a child.
 void appendToNodeKey(std::string& key, const project::metadata::PathElement& child);
 
+// The path whose key it is; nothing where it is no key.
+std::optional<project::metadata::MetadataPath> pathOfNodeKey(std::string_view key);
+
 // The least key above all that begin with this one, which is not empty.
 std::string endOfKeys(std::string key);
 
