@@ -13,6 +13,7 @@
 #include "Completion.h"
 #include "Refusal.h"
 #include "commands/Commands.h"
+#include "exchange/Merging.h"
 #include "judgement/Judgement.h"
 #include "output/Output.h"
 #include "settings/OpenProject.h"
@@ -39,6 +40,9 @@ struct Words {
   std::vector<std::string> shared;  // the profile, if any, and the destination
   std::vector<std::string> allowed;
   std::string receipt;
+  std::string file = "-";
+  ImportWords import;
+  bool isDry = false;
   bool folderOnly = false;
   bool noExceptions = false;
   bool all = false;
@@ -349,6 +353,23 @@ void addShareCommands(CLI::App& app, Words& words) {
   verify->callback([&] { verifyCopy(words.folder, words.receipt); });
 }
 
+void addExchangeCommands(CLI::App& app, Words& words) {
+  CLI::App* whole = addCommand(&app, "export", "Write labels, rules, marks and profiles as one text, to be kept",
+                               "export ../labels.json");
+  addWord(whole, "FILE", words.file, "A file to be made, or an export to be replaced (standard output)")
+      ->required(false);
+  whole->callback([&] { exportProject(words.file); });
+  CLI::App* import =
+      addCommand(&app, "import", "Take over what an export has; what the project has besides stays, and is listed",
+                 "import --dry-run ../labels.json");
+  addWord(import, "FILE", words.file, "What export wrote; - is standard input");
+  import->add_flag("--replace", words.import.replaces, "Remove what the file does not have");
+  import->add_flag("--no-marks", words.import.withoutMarks, "Labels, rules and profiles alone: from another project");
+  import->add_flag("--dry-run", words.isDry, "Show what would change, and change nothing");
+  import->callback([&] { importProject(words.file, words.import, words.isDry);
+});
+}  // namespace
+
 void goTo(const std::string& folder) {
   std::error_code error;
   std::filesystem::current_path(folder, error);
@@ -394,7 +415,7 @@ int parse(CLI::App& app, std::vector<std::string> words) {
   return 0;
 }
 
-}  // namespace
+}  // namespace project_share
 
 int runCommandLine(int argc, char** argv) {
   // What an earlier call in this process was told must not hold for this one.
@@ -410,6 +431,7 @@ int runCommandLine(int argc, char** argv) {
   addProfileCommands(app, words);
   addPreviewCommands(app, words);
   addShareCommands(app, words);
+  addExchangeCommands(app, words);
   if (argc > 1 && std::string_view(argv[1]) == "complete") {  // what is still being typed could not be parsed
     complete(app, {argv + 2, argv + argc});
     return 0;
