@@ -267,6 +267,7 @@ class Reader {
   }
 
   void readNode(const Piece& part) {
+    constexpr std::size_t MOST_STEPS = 64;  // each node above it is made, too
     part.requireKeys({}, {"path", "values"});
     MetadataPathBuilder path;
     part.forEach("path", [&](const Piece& step) {
@@ -279,7 +280,8 @@ class Reader {
       value.require(values.emplace(value.text("key"), value.text("value")).second, "the key is there twice");
     });
     const MetadataPath node = path.build();
-    part.require(!node.getElements().empty(), "it has no path");
+    part.require(!node.getElements().empty() && node.getElements().size() <= MOST_STEPS,
+                 "it has no path, or a long one");
     part.require(settled_.count(node) == 0, "that is there twice");
     put(part, node, std::move(values));
   }
