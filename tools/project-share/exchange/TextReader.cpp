@@ -115,28 +115,73 @@ class Piece {
   std::string where_;  // as a pointer into JSON: "/categories/0/name"
 };
 
-// A name that comes twice could mean one thing here and another to the next reader. A crafted text can nest without
-// end, and have more parts than there is memory for.
-class Watch {
+// Puts the tree together. A name that comes twice could mean one thing here and another to the next reader. A crafted
+// text can nest without end, and have more parts than there is memory for.
+class TreeMaker final : public nlohmann::json_sax<Tree> {
  public:
-  explicit Watch(const Piece& whole) : whole_(whole) {}
+  TreeMaker(const std::string& text, const Piece& whole) : text_(text), whole_(whole) {}
 
-  bool operator()(int depth, Tree::parse_event_t event, Tree& value) {
-    constexpr int DEEPEST = 16;
-    constexpr std::size_t MOST = std::size_t{1} << 23U;
-    whole_.require(depth <= DEEPEST && ++parts_ <= MOST, "it is too deep, or of too many parts");
-    if (event == Tree::parse_event_t::object_start) keys_.emplace_back();
-    if (event == Tree::parse_event_t::object_end) keys_.pop_back();
-    if (event == Tree::parse_event_t::key && !keys_.back().insert(value.get<std::string>()).second) {
-      whole_.refuse(fmt::format("{} is there twice", inQuotes(value.get<std::string>())));
-    }
+  Tree made() {
+    Tree::sax_parse(text_, this);
+    return std::move(root_);
+  }
+
+  bool null() override { return scalar(nullptr); }
+  bool boolean(bool value) override { return scalar(value); }
+  bool number_integer(number_integer_t value) override { return scalar(value); }
+  bool number_unsigned(number_unsigned_t value) override { return scalar(value); }
+  bool number_float(number_float_t value, const string_t& /*text*/) override { return scalar(value); }
+  bool string(string_t& value) override { return scalar(std::move(value)); }
+  bool binary(binary_t& /*value*/) override { return false; }
+  bool start_object(std::size_t /*size*/) override { return open(Tree::object()); }
+  bool start_array(std::size_t /*size*/) override { return open(Tree::array()); }
+  bool end_object() override { return close(); }
+  bool end_array() override { return close(); }
+
+  bool key(string_t& name) override {
+    const auto [place, isNew] = open_.back()->get_ref<Tree::object_t&>().emplace(name, nullptr);
+    if (!isNew) whole_.refuse(fmt::format("{} is there twice", inQuotes(name)));
+    field_ = &place->second;
     return true;
   }
 
+  bool parse_error(std::size_t at, const std::string& /*token*/, const Tree::exception& /*error*/) override {
+    const auto end = text_.begin() + static_cast<std::ptrdiff_t>(std::min(at, text_.size()));
+    whole_.refuse(fmt::format("it is no JSON from line {} on", 1 + std::count(text_.begin(), end, '\n')));
+  }
+
  private:
+  bool scalar(Tree value) {
+    place(std::move(value));
+    return true;
+  }
+
+  bool open(Tree list) {
+    constexpr std::size_t DEEPEST = 16;
+    open_.push_back(&place(std::move(list)));
+    whole_.require(open_.size() <= DEEPEST, "it is too deep");
+    return true;
+  }
+
+  bool close() {
+    open_.pop_back();
+    return true;
+  }
+
+  Tree& place(Tree value) {
+    constexpr std::size_t MOST = std::size_t{1} << 23U;
+    whole_.require(++parts_ <= MOST, "it has too many parts");
+    if (open_.empty()) return root_ = std::move(value);
+    if (open_.back()->is_object()) return *field_ = std::move(value);
+    return open_.back()->emplace_back(std::move(value));
+  }
+
+  const std::string& text_;
   const Piece& whole_;
+  Tree root_;
+  std::vector<Tree*> open_;  // objects and lists, each in the one before
+  Tree* field_ = nullptr;    // of the last of them, named last
   std::size_t parts_ = 0;
-  std::vector<std::set<std::string>> keys_;  // of the objects that are open
 };
 
 Tree parsedText(const std::string& text, const std::string& file) {
@@ -145,14 +190,7 @@ Tree parsedText(const std::string& text, const std::string& file) {
   whole.require(text.size() <= LONGEST_EXPORT, "it is too long");
   // The parser takes a zero byte for the end.
   whole.require(text.find('\0') == std::string::npos, "it is no JSON");
-  try {
-    return Tree::parse(text, Watch(whole));
-  } catch (const Tree::parse_error& error) {
-    const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(error.byte, text.size()));
-    whole.refuse(fmt::format("it is no JSON from line {} on", 1 + std::count(text.begin(), end, '\n')));
-  } catch (const Tree::exception&) {
-    whole.refuse("it is no JSON");
-  }
+  return TreeMaker(text, whole).made();
 }
 
 class Reader {
