@@ -34,7 +34,6 @@ using folder_host::FileId;
 using folder_host::FolderProject;
 using folder_host::Listing;
 using folder_host::MarkKind;
-using folder_host::Place;
 using folder_host::Publication;
 
 namespace {
@@ -50,8 +49,8 @@ Refusal takenName(const std::string& file) {
 }
 
 // The export that has the name, which is to be replaced; none where nothing has it. Whatever else is there stays.
-std::optional<FileId> exportAt(const Place& place, const std::string& file) {
-  if (!isTaken(place)) return {};
+std::optional<FileId> exportAt(const folder_host::Place& place, const std::string& file) {
+  if (!folder_host::isTaken(place)) return {};
   if (!S_ISREG(statusIn(place.parent, place.name).st_mode)) throw takenName(file);
   const Descriptor there = openBeneath(place.parent, place.name, O_RDONLY | O_NONBLOCK);
   if (!folder_host::firstBytesTellExport(firstBytesOf(there))) throw takenName(file);
@@ -61,9 +60,9 @@ std::optional<FileId> exportAt(const Place& place, const std::string& file) {
 // Nobody else may read it at any time: it names what is to be hidden from others.
 void writeExport(const FolderProject& project, const std::string& text, const std::string& file) {
   constexpr const char* CONTENT = "export";
-  const Place place = folder_host::placeOf(file);
+  const folder_host::Place place = folder_host::placeOf(file);
   const FileId store = folder_host::idOf(statusIn(folder_host::openFolder(project.root()), folder_host::STORE_FOLDER));
-  if (liesIn(place, {store})) {
+  if (folder_host::liesIn(place, {store})) {
     throw Refusal(refusals::EXPORT_MISPLACED,
                   fmt::format("{} lies with the project's store, where nothing else belongs; choose another folder",
                               inQuotes(file)));
