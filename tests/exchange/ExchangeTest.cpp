@@ -152,7 +152,7 @@ TEST_F(ExchangeTest, WhateverAStoreHoldsComesBackExactly) {
   }
 }
 
-TEST_F(ExchangeTest, WhatIsNoExportIsRefused) {
+TEST_F(ExchangeTest, APartOfAnExportIsNone) {
   const std::string text = textOf(sample());
   for (std::size_t length = 0; length + 1 < text.size(); ++length) {
     ASSERT_EQ(refusalOfText(text.substr(0, length)), refusals::IMPORT_UNREADABLE) << length;
@@ -160,6 +160,10 @@ TEST_F(ExchangeTest, WhatIsNoExportIsRefused) {
   EXPECT_EQ(refusalOfText("\xEF\xBB\xBF \n" + text), "");
   EXPECT_EQ(refusalOfText(text + std::string(1, '\0')), refusals::IMPORT_UNREADABLE);
   EXPECT_EQ(refusalOfText(std::string(LONGEST_EXPORT + 1, ' ')), refusals::IMPORT_UNREADABLE);
+}
+
+TEST_F(ExchangeTest, AnExportWithAFaultIsNone) {
+  const std::string text = textOf(sample());
   const std::string deep(100000, '[');
   const std::string node = R"({"path": [{"type": "X", "location": "y"}], "values": []},)";
   const std::string settled =

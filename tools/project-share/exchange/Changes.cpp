@@ -39,33 +39,37 @@ class Comparison {
   Comparison(const ProjectState& before, const ProjectState& after) : before_(before), after_(after) {}
 
   std::vector<Change> made() {
-    forEachIn(before_.categories, after_.categories, [&](const auto&, const auto* was, const auto* is) {
-      if (was == nullptr || is == nullptr || *was != *is) addCategory(was, is);
-    });
+    forEachIn(before_.categories, after_.categories,
+              [&](const auto&, const auto* was, const auto* is, const auto& either) {
+                if (was == nullptr || is == nullptr || *was != *is) addCategory(was, is, either);
+              });
     std::set<std::pair<std::string, std::u16string>> labels;
-    forEachIn(before_.labels, after_.labels,
-              [&](const auto& uuid, const auto*, const auto*) { labels.emplace(nameOf(record(uuid)), uuid); });
-    for (const auto& [name, uuid] : labels) compareLabel(uuid);
-    forEachIn(before_.nodes, after_.nodes, [&](const MetadataPath& path, const Values* was, const Values* is) {
-      if (was == nullptr || is == nullptr || *was != *is) compareNode(path, was, is);
+    forEachIn(before_.labels, after_.labels, [&](const auto& uuid, const auto*, const auto*, const auto&) {
+      labels.emplace(nameOf(record(uuid)), uuid);
     });
+    for (const auto& [name, uuid] : labels) compareLabel(uuid);
+    forEachIn(before_.nodes, after_.nodes,
+              [&](const MetadataPath& path, const Values* was, const Values* is, const Values& either) {
+                if (was == nullptr || is == nullptr || *was != *is) compareNode(path, was, is, either);
+              });
     return std::move(changes_);
   }
 
  private:
-  // visit(key, before or null, after or null), sorted by the key.
+  // visit(key, before or null, after or null, after or else before), sorted by the key.
   template <class Map, class Visit>
   static void forEachIn(const Map& before, const Map& after, const Visit& visit) {
     for (auto b = before.begin(), a = after.begin(); b != before.end() || a != after.end();) {
       const bool isBefore = a == after.end() || (b != before.end() && !(a->first < b->first));
       const bool isAfter = b == before.end() || (a != after.end() && !(b->first < a->first));
-      visit(isBefore ? b->first : a->first, isBefore ? &b->second : nullptr, isAfter ? &a->second : nullptr);
+      visit(isBefore ? b->first : a->first, isBefore ? &b->second : nullptr, isAfter ? &a->second : nullptr,
+            isAfter ? a->second : b->second);
       if (isBefore) ++b;
       if (isAfter) ++a;
     }
   }
 
-  void add(Turn turn, const char* what, const std::string& text, Json fields) {
+  void add(Turn turn, const char* what, const std::string& text, const Json& fields) {
     Json object{{"what", what}};
     object.update(fields);
     changes_.push_back({turn, fmt::format("{} {}", what, text), std::move(object)});
@@ -76,8 +80,7 @@ class Comparison {
     return recordOf(after_.labels.count(uuid) != 0 ? after_ : before_, uuid);
   }
 
-  void addCategory(const std::u16string* was, const std::u16string* is) {
-    const std::u16string& name = is != nullptr ? *is : *was;
+  void addCategory(const std::u16string* was, const std::u16string* is, const std::u16string& name) {
     add(turnOf(was, is), "category",
         freeName(name) + (was != nullptr && is != nullptr ? "  was " + freeName(*was) : ""), {{"name", utf8(name)}});
   }
@@ -92,7 +95,7 @@ class Comparison {
     if (was == nullptr || is == nullptr || was->name != is->name || was->category != is->category ||
         was->isProtected != is->isProtected) {
       std::string how;
-      if (turnOf(was, is) == Turn::changed) {
+      if (was != nullptr && is != nullptr) {
         if (was->isProtected != is->isProtected) how = is->isProtected ? "  now protected" : "  protected no more";
         const std::string old = nameOf(recordOf(before_, uuid));
         if (old != nameOf(label)) how += "  was " + freeName(old);
@@ -102,9 +105,10 @@ class Comparison {
     const LabelState& before = was == nullptr ? none : *was;
     const LabelState& after = is == nullptr ? none : *is;
     compareRules(name, fields, before.rules, after.rules);
-    forEachIn(before.marks, after.marks, [&](const std::string& path, const MarkKind* mark, const MarkKind* now) {
-      if (mark == nullptr || now == nullptr || *mark != *now) addMark(name, fields, path, mark, now);
-    });
+    forEachIn(before.marks, after.marks,
+              [&](const std::string& path, const MarkKind* mark, const MarkKind* now, MarkKind either) {
+                if (mark == nullptr || now == nullptr || *mark != *now) addMark(name, fields, path, mark, now, either);
+              });
   }
 
   void compareRules(const std::string& label, const Json& fields, const std::vector<std::string>& before,
@@ -119,7 +123,7 @@ class Comparison {
         }
         Json object = fields;
         object["rule"] = utf8(rule);
-        add(turn, "rule", fmt::format("{}  {}", label, freeName(rule)), std::move(object));
+        add(turn, "rule", fmt::format("{}  {}", label, freeName(rule)), object);
       }
       return common;
     };
@@ -128,15 +132,13 @@ class Comparison {
     }
   }
 
-  void addMark(const std::string& label, Json fields, const std::string& path, const MarkKind* was,
-               const MarkKind* is) {
-    const MarkKind kind = is != nullptr ? *is : *was;
+  void addMark(const std::string& label, Json fields, const std::string& path, const MarkKind* was, const MarkKind* is,
+               MarkKind kind) {
     putPath(fields, "path", path);
     fields["kind"] = wordOf(kind);
     std::string how = kind == MarkKind::reach ? "" : fmt::format("  ({})", wordOf(kind));
     if (was != nullptr && is != nullptr) how = fmt::format("  ({}, was {})", wordOf(*is), wordOf(*was));
-    add(turnOf(was, is), "mark", fmt::format("{}  {}{}", label, freeName(path.empty() ? "." : path), how),
-        std::move(fields));
+    add(turnOf(was, is), "mark", fmt::format("{}  {}{}", label, freeName(path.empty() ? "." : path), how), fields);
   }
 
   std::u16string profileNameAt(const MetadataPath& path) const {
@@ -147,11 +149,11 @@ class Comparison {
     return name == nullptr ? profile.getLeaf().getLocation() : *name;
   }
 
-  void compareNode(const MetadataPath& path, const Values* was, const Values* is) {
+  void compareNode(const MetadataPath& path, const Values* was, const Values* is, const Values& either) {
     const Turn turn = turnOf(was, is);
     const NodeKind kind = kindOf(path);
     if (kind == NodeKind::settled) return compareSettled(path, was, is);
-    if ((kind == NodeKind::profilesRoot || kind == NodeKind::settledRoot) && (is != nullptr ? is : was)->empty()) {
+    if ((kind == NodeKind::profilesRoot || kind == NodeKind::settledRoot) && either.empty()) {
       return;
     }
     if (kind == NodeKind::profilesRoot || kind == NodeKind::settledRoot || kind == NodeKind::other) {
@@ -165,17 +167,17 @@ class Comparison {
     Json fields{{"profile", {{"uuid", utf8(elements[1].getLocation())}, {"name", utf8(profileNameAt(path))}}}};
     std::string text = freeName(profileNameAt(path));
     if (kind == NodeKind::profile) {
-      const auto* old = turn == Turn::changed ? findIn(*was, u"Name") : nullptr;
-      return add(turn, "profile", text + (old != nullptr ? "  was " + freeName(*old) : ""), std::move(fields));
+      const auto* old = was != nullptr && is != nullptr ? findIn(*was, u"Name") : nullptr;
+      return add(turn, "profile", text + (old != nullptr ? "  was " + freeName(*old) : ""), fields);
     }
     fields["kind"] = wordOf(elements[2].getLocation());
     text += "  " + wordOf(elements[2].getLocation());
-    if (kind == NodeKind::filter) return add(turn, "filter", text, std::move(fields));
+    if (kind == NodeKind::filter) return add(turn, "filter", text, fields);
     const std::u16string& label = elements[3].getLocation();
     const bool isThere = after_.labels.count(label) != 0 || before_.labels.count(label) != 0;
     fields["label"] = isThere ? jsonOf(record(label)) : Json{{"uuid", utf8(label)}, {"deleted", true}};
     add(turn, "filter-label", fmt::format("{}  {}", text, isThere ? freeName(nameOf(record(label))) : freeName(label)),
-        std::move(fields));
+        fields);
   }
 
   // Of each label, what is settled of one path.
@@ -183,14 +185,13 @@ class Comparison {
     static const Values none;
     const std::string file = folder_host::toBytes(path.getLeaf().getLocation());
     forEachIn(was == nullptr ? none : *was, is == nullptr ? none : *is,
-              [&](const std::u16string& label, const std::u16string* old, const std::u16string* now) {
+              [&](const std::u16string& label, const std::u16string* old, const std::u16string* now, const auto&) {
                 if (old != nullptr && now != nullptr && *old == *now) return;
                 const bool isThere = after_.labels.count(label) != 0 || before_.labels.count(label) != 0;
                 Json fields{{"label", isThere ? jsonOf(record(label)) : Json{{"uuid", utf8(label)}}}};
                 putPath(fields, "path", file);
                 const std::string name = isThere ? nameOf(record(label)) : folder_host::toBytes(label);
-                add(turnOf(old, now), "settled", fmt::format("{}  {}", freeName(name), freeName(file)),
-                    std::move(fields));
+                add(turnOf(old, now), "settled", fmt::format("{}  {}", freeName(name), freeName(file)), fields);
               });
   }
 

@@ -9,7 +9,6 @@
 
 #include "Refusal.h"
 #include "folder_host/text/Patterns.h"
-#include "folder_host/text/Utf.h"
 #include "project/sharing/profiles/ExportProfileTransformation.h"
 #include "words/Labels.h"
 #include "words/Looks.h"
@@ -18,8 +17,6 @@
 namespace project_share {
 
 using folder_host::LabelRecord;
-using folder_host::toBytes;
-using project::metadata::MetadataPath;
 
 namespace {
 
