@@ -16,4 +16,7 @@ std::string parentOf(const std::string& path);
 // Whether the path is one of these or lies below one; "" is above all.
 bool isAtOrBelow(std::string path, const std::set<std::string>& tops);
 
+// Whether an entry of a project can have this path: neither the project's folder nor what is its store's.
+bool isEntryPath(std::string_view path);
+
 }  // namespace folder_host

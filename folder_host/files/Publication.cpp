@@ -219,6 +219,25 @@ void Publication::replaceOwn(const std::string& file, const std::string& name) {
   }
 }
 
+// Exchanged, where the file system can do it: what has lost its name is looked at, and gets it back where it is another
+// file.
+void Publication::replaceFile(const std::string& file, const std::string& name, const FileId& replaced) {
+  const auto exchange = [&] {
+    return ::renameat2(folder_.get(), file.c_str(), parent_.get(), name.c_str(), RENAME_EXCHANGE) == 0;
+  };
+  if (exchange()) {
+    if (!(idOf(statusIn(folder_, file)) == replaced)) {
+      if (!exchange()) throwErrno();
+      refuse(EEXIST);
+    }
+  } else {
+    if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) throwErrno();
+    if (!(idOf(statusIn(parent_, name)) == replaced)) refuse(EEXIST);
+    rename(folder_, file, parent_, name, true);
+  }
+  sync(parent_);
+}
+
 // To clean up is a service to those who come later: what cannot be removed must not stop this share.
 void Publication::removeAbandoned(const Descriptor& parent) {
   const auto asFarAsPossible = [](const auto& act) {

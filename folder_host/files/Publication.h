@@ -19,9 +19,10 @@ namespace folder_host {
 // - It says what it is for, and names the folder: no other file is taken for it, whatever its name.
 // - It says which folder that is, by device and inode: one that got that name later is another one, and stays.
 //
-// Nothing that is there is ever replaced. Some file systems know no rename that refuses to replace; there, something
-// empty is first made under the name, which fails where the name is taken, and the rename replaces that. A process that
-// is killed between the two leaves it: nobody can tell it from a person's own.
+// Nothing that is there is ever replaced, but for the one file that replaceFile is told of. Some file systems know no
+// rename that refuses to replace; there, something empty is first made under the name, which fails where the name is
+// taken, and the rename replaces that. A process that is killed between the two leaves it: nobody can tell it from a
+// person's own.
 class Publication {
  public:
   // Makes the staging folder in `parent`, which has to outlive this object.
@@ -44,6 +45,10 @@ class Publication {
   // Gives the name to the file `file` in the staging folder instead. EEXIST as above. A name that could not be made
   // durable stays.
   void publishFile(const std::string& file, const std::string& name);
+
+  // Gives it to the file in the place of the one that has the name, as long as that is still `replaced`; else EEXIST,
+  // and what is there stays.
+  void replaceFile(const std::string& file, const std::string& name, const FileId& replaced);
 
   // Takes the name of the staging folder back, as far as that can be done: it is removed with this object then.
   void takeBack();

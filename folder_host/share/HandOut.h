@@ -22,7 +22,7 @@ struct Progress {
 
 struct HandOutOptions {
   // ENTRY_CHANGED: a file that changes after it was listed is shared as it is read. NESTED_PROJECT: a file is shared
-  // that by its first bytes is a store or a receipt.
+  // that by its first bytes is a store, a receipt or an export.
   Allowances allowed;
   // Called often. What it throws stops the hand-out.
   std::function<void(const Progress&)> onProgress;

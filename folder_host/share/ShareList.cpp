@@ -23,13 +23,18 @@ Descriptor openList(const Descriptor& storeFolder, int flags) {
 
 }  // namespace
 
-Descriptor openShareList(const Descriptor& storeFolder) {
+void checkShareList(const Descriptor& storeFolder) {
   check(::faccessat(storeFolder.get(), ".", W_OK, AT_EACCESS));
-  return openList(storeFolder, O_RDWR | O_APPEND | O_CREAT);
+  try {
+    openList(storeFolder, O_RDWR);
+  } catch (const std::system_error& error) {
+    if (error.code().value() != ENOENT) throw;
+  }
 }
 
 // A process that was killed may have left half a line: the next one begins a new line then.
-void addShare(const Descriptor& list, std::string_view line) {
+void addShare(const Descriptor& storeFolder, std::string_view line) {
+  const Descriptor list = openList(storeFolder, O_RDWR | O_APPEND | O_CREAT);
   check(::flock(list.get(), LOCK_EX));
   const off_t size = statusOf(list).st_size;
   char last = '\n';
@@ -37,9 +42,7 @@ void addShare(const Descriptor& list, std::string_view line) {
   std::string bytes = size == 0 ? std::string(SHARE_LIST_HEAD) : std::string(last == '\n' ? "" : "\n");
   bytes.append(line).append("\n");
   writeAll(list, bytes);
-  const int result = ::fdatasync(list.get());
-  ::flock(list.get(), LOCK_UN);
-  check(result);
+  check(::fdatasync(list.get()));
 }
 
 std::vector<std::string> sharesListed(const Descriptor& storeFolder) {

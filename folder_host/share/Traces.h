@@ -24,8 +24,8 @@ struct Leftover {
 std::vector<Leftover> leftoversAmong(const EntryTable& entries, const Selection& shared, const Selection& heldBack,
                                      const Selection& dropped);
 
-// Files that are a store or a receipt by their first bytes, of those that can be by their size or their name: no others
-// are read. A file that cannot be read is none; the project's own store is never opened.
+// Files that are a store, a receipt or an export by their first bytes, of those that can be by their size or their
+// name: no others are read. A file that cannot be read is none; the project's own store is never opened.
 std::vector<std::size_t> storesAmong(const std::string& root, const EntryTable& entries, const Selection& shared);
 
 }  // namespace folder_host

@@ -149,6 +149,37 @@ void LabelStore::setProtected(const std::u16string& labelUUID, bool isProtected)
   store_->atomically([&] { requireChange(store_->run(sql, {toBlob(labelUUID)})); });
 }
 
+std::vector<CategoryRecord> LabelStore::categories() const {
+  std::vector<CategoryRecord> categories;
+  for (const Store::Row& row : store_->query("SELECT uuid, name FROM category ORDER BY uuid")) {
+    categories.push_back({fromBlob(row[0]), fromBlob(row[1])});
+  }
+  return categories;
+}
+
+// In one change, because two names that are exchanged are for a moment the same.
+void LabelStore::put(const std::vector<CategoryRecord>& categories, const std::vector<LabelRecord>& labels) {
+  const auto require = [](const std::u16string& uuid, const std::u16string& name) {
+    if (uuid.empty() || name.empty()) throw Error(errors::NAME_EMPTY, "a label and its category need a name each");
+  };
+  const char* putLabel =
+      "INSERT INTO label VALUES(?, ?, ?, CAST(? AS INTEGER)) ON CONFLICT(uuid) DO UPDATE SET category = "
+      "excluded.category, name = excluded.name, protected = excluded.protected";
+  store_->atomically([&] {
+    for (const CategoryRecord& category : categories) {
+      require(category.uuid, category.name);
+      store_->run("INSERT INTO category VALUES(?, ?) ON CONFLICT(uuid) DO UPDATE SET name = excluded.name",
+                  {toBlob(category.uuid), toBlob(category.name)});
+    }
+    for (const LabelRecord& label : labels) {
+      require(label.uuid, label.name);
+      const std::string category = toBlob(label.categoryUUID);
+      requireChange(store_->query("SELECT 1 FROM category WHERE uuid = ?", {category}).size());
+      store_->run(putLabel, {toBlob(label.uuid), category, toBlob(label.name), label.isProtected ? "1" : "0"});
+    }
+  });
+}
+
 void LabelStore::erase(const std::u16string& labelUUID) {
   store_->atomically([&] {
     const CategoryIdentifier category(fromBlob(categoryOf(*store_, labelUUID)[0]));

@@ -21,6 +21,11 @@ struct LabelRecord {
   bool isProtected = false;  // no filter may remove it
 };
 
+struct CategoryRecord {
+  std::u16string uuid;
+  std::u16string name;
+};
+
 // What one mark says of its label.
 enum class MarkKind {
   entry,      // the entry has it; nothing is said of what lies below
@@ -78,6 +83,14 @@ class LabelStore : public project::management::LabelManager {
 
   // Says whether filters are kept from removing the label from a copy. Error: LABEL_NOT_FOUND.
   void setProtected(const std::u16string& labelUUID, bool isProtected);
+
+  // Every category, sorted by UUID.
+  std::vector<CategoryRecord> categories() const;
+  // Makes the categories and labels, or changes those that have these UUIDs; each is as given then, and keeps its marks
+  // and rules. Names are not compared with each other or with others, nor are the records' category names looked at:
+  // see to both before. Errors: NAME_EMPTY, also of an empty UUID; LABEL_NOT_FOUND, where a label's category is neither
+  // there nor given.
+  void put(const std::vector<CategoryRecord>& categories, const std::vector<LabelRecord>& labels);
 
   // Removes the label with its marks and rules, and its category where that has no other. Error: LABEL_NOT_FOUND.
   void erase(const std::u16string& labelUUID);

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "folder_host/Error.h"
 #include "folder_host/store/Blob.h"
 #include "folder_host/store/NodeKey.h"
 #include "folder_host/store/Store.h"
@@ -154,6 +155,25 @@ void MetadataStore::removeNodes(const std::vector<MetadataPath>& paths) {
   store_->atomically([&] {
     for (const MetadataPath& path : paths) removeNode(*store_, path);
   });
+}
+
+MetadataStore::Nodes MetadataStore::nodes() const {
+  Nodes nodes;
+  const auto pathOf = [](const std::string& key) {
+    auto path = pathOfNodeKey(key);
+    if (!path) throw Error(errors::STORE_UNREADABLE, "the store has a node without a path; take it from a backup");
+    return std::move(*path);
+  };
+  const MetadataScopeGuard scope = store_->beginRead();
+  for (const Store::Row& row : store_->query("SELECT parent, type, location FROM node")) {
+    std::vector<PathElement> elements = pathOf(row[0]).getElements();
+    elements.emplace_back(fromBlob(row[1]), fromBlob(row[2]));
+    nodes[MetadataPath(std::move(elements))];
+  }
+  for (const Store::Row& row : store_->query("SELECT node, key, value FROM node_value")) {
+    nodes[pathOf(row[0])][fromBlob(row[1])] = fromBlob(row[2]);
+  }
+  return nodes;
 }
 
 bool MetadataStore::nodeExists(MetadataPath path) { return isStored(*store_, path); }

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "project/metadata/MetadataManager.h"
@@ -37,6 +38,10 @@ class MetadataStore final : public project::metadata::MetadataManager {
 
   // Each with what lies below it; the empty path means every node. What is not there is no error.
   void removeNodes(const std::vector<project::metadata::MetadataPath>& paths) override;
+
+  using Nodes = std::map<project::metadata::MetadataPath, std::map<std::u16string, std::u16string>>;
+  // Every node with its values. Error: STORE_UNREADABLE where a node's key is none.
+  Nodes nodes() const;
 
   bool nodeExists(project::metadata::MetadataPath path) override;
 

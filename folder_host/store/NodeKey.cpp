@@ -1,5 +1,8 @@
 #include "folder_host/store/NodeKey.h"
 
+#include <utility>
+#include <vector>
+
 #include "folder_host/store/Blob.h"
 #include "folder_host/text/Utf.h"
 
@@ -61,6 +64,17 @@ std::string parentKeyOf(const MetadataPath& path) {
   const auto& elements = path.getElements();
   for (std::size_t i = 0; i + 1 < elements.size(); ++i) appendToNodeKey(key, elements[i]);
   return key;
+}
+
+std::optional<MetadataPath> pathOfNodeKey(std::string_view key) {
+  std::vector<project::metadata::PathElement> elements;
+  while (!key.empty()) {
+    const auto type = takePart(key);
+    const auto location = type ? takePart(key) : std::nullopt;
+    if (!location) return std::nullopt;
+    elements.emplace_back(fromBlob(*type), fromBlob(*location));
+  }
+  return MetadataPath(std::move(elements));
 }
 
 // The least key behind all that begin with this one. A byte 0xFF cannot be raised, so the one before it is. The first

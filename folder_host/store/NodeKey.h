@@ -20,6 +20,9 @@ void appendToNodeKey(std::string& key, const project::metadata::PathElement& chi
 // The key of the node with that type and location, as blobs, below that one.
 std::string childKeyOf(std::string_view parent, std::string_view type, std::string_view location);
 
+// The path whose key it is; nothing where it is no key.
+std::optional<project::metadata::MetadataPath> pathOfNodeKey(std::string_view key);
+
 // The least key above all that begin with this one, which is not empty.
 std::string endOfKeys(std::string key);
 

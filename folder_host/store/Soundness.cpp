@@ -3,11 +3,9 @@
 #include <SQLiteCpp/Column.h>
 #include <SQLiteCpp/Statement.h>
 
-#include <climits>
 #include <string>
-#include <string_view>
 
-#include "folder_host/files/Listing.h"
+#include "folder_host/files/Path.h"
 #include "folder_host/store/NodeKey.h"
 #include "folder_host/text/Patterns.h"
 
@@ -34,19 +32,6 @@ SELECT EXISTS(SELECT 1 FROM node WHERE typeof(parent) <> 'blob' OR typeof(type) 
     OR EXISTS(SELECT 1 FROM edit WHERE typeof(id) <> 'blob' OR typeof(at) <> 'integer' OR typeof(user) <> 'blob'
               OR typeof(machine) <> 'blob' OR typeof(words) <> 'blob' OR typeof(undoes) <> 'blob'
               OR typeof(settled) <> 'blob' OR typeof(changes) <> 'blob'))";
-
-// Whether it is a path that an entry can have.
-bool isEntryPath(std::string_view path) {
-  // For the system a path ends at a zero byte, and would name another entry.
-  if (path.size() >= PATH_MAX || path.find('\0') != std::string_view::npos) return false;
-  if (path.substr(0, path.find('/')) == STORE_FOLDER) return false;
-  while (true) {
-    const std::string_view name = path.substr(0, path.find('/'));
-    if (name.empty() || name == "." || name == "..") return false;
-    if (name.size() == path.size()) return true;
-    path.remove_prefix(name.size() + 1);
-  }
-}
 
 // A path such as "../x" is no entry's: a label on it would be told of as missing for ever, or followed out of the
 // project by whoever trusts it.

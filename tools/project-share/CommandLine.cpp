@@ -15,6 +15,7 @@
 #include "Completion.h"
 #include "Refusal.h"
 #include "commands/Commands.h"
+#include "exchange/Merging.h"
 #include "judgement/Judgement.h"
 #include "output/Output.h"
 #include "settings/OpenProject.h"
@@ -44,6 +45,9 @@ struct Words {
   std::vector<std::string> allowed;
   std::string receipt;
   std::int64_t number = 0;
+  std::string file = "-";
+  ImportWords import;
+  bool isDry = false;
   bool folderOnly = false;
   bool noExceptions = false;
   bool all = false;
@@ -452,6 +456,23 @@ void addShareCommands(CLI::App& app, Words& words) {
   verify->callback([&] { verifyCopy(words.folder, words.receipt); });
 }
 
+void addExchangeCommands(CLI::App& app, Words& words) {
+  CLI::App* whole = addCommand(&app, "export", "Write labels, rules, marks and profiles as one text, to be kept",
+                               "export ../labels.json");
+  addWord(whole, "FILE", words.file, "A file to be made, or an export to be replaced (standard output)")
+      ->required(false);
+  whole->callback([&] { exportProject(words.file); });
+  CLI::App* import =
+      addCommand(&app, "import", "Take over what an export has; what the project has besides stays, and is listed",
+                 "import --dry-run ../labels.json");
+  addWord(import, "FILE", words.file, "What export wrote; - is standard input");
+  import->add_flag("--replace", words.import.replaces, "Remove what the file does not have");
+  import->add_flag("--no-marks", words.import.withoutMarks, "Labels, rules and profiles alone: from another project");
+  import->add_flag("--dry-run", words.isDry, "Show what would change, and change nothing");
+  import->callback([&] { importProject(words.file, words.import, words.isDry);
+});
+}  // namespace
+
 void goTo(const std::string& folder) {
   std::error_code error;
   std::filesystem::current_path(folder, error);
@@ -548,6 +569,7 @@ int runCommandLine(int argc, char** argv) {
   addPreviewCommands(app, words);
   addHistoryCommands(app, words);
   addShareCommands(app, words);
+  addExchangeCommands(app, words);
   if (argc > 1 && std::string_view(argv[1]) == "complete") {  // what is still being typed could not be parsed
     const bool isHelp = argc > 3 && std::string_view(argv[2]) == "help";
     complete(app, {argv + (isHelp ? 3 : 2), argv + argc});

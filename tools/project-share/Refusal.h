@@ -11,6 +11,11 @@ using Refusal = folder_host::Error;
 // of them means: docs/errors.md.
 namespace refusals {
 inline constexpr const char* EXCEPTION_IN_THE_WAY = "exception-in-the-way";
+inline constexpr const char* EXPORT_EXISTS = "export-exists";
+inline constexpr const char* EXPORT_FAILED = "export-failed";
+inline constexpr const char* EXPORT_MISPLACED = "export-misplaced";
+inline constexpr const char* IMPORT_CONFLICT = "import-conflict";
+inline constexpr const char* IMPORT_UNREADABLE = "import-unreadable";
 inline constexpr const char* INPUT_FAILED = "input-failed";
 inline constexpr const char* LABEL_AMBIGUOUS = "label-ambiguous";
 inline constexpr const char* LABEL_IN_USE = "label-in-use";

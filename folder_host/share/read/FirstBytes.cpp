@@ -22,8 +22,32 @@ std::string firstBytesOf(const Descriptor& file) {
   return {bytes.data(), static_cast<std::size_t>(length)};
 }
 
-// A store under another name, a dump, an archive, a memory or a receipt names labels, profiles and files that were held
-// back. It is told by what it begins with, whatever it is called; JSON may begin with a byte order mark and blanks.
+namespace {
+
+// Takes the word and the blanks before it off the front, where it is there.
+bool take(std::string_view& first, std::string_view word) {
+  first.remove_prefix(std::min(first.find_first_not_of(" \t\r\n"), first.size()));
+  const bool there = first.substr(0, word.size()) == word;
+  first.remove_prefix(there ? word.size() : 0);
+  return there;
+}
+
+// What stands behind the first brace; JSON may begin with a byte order mark and blanks. Empty where there is none.
+std::string_view insideObject(std::string_view first) {
+  take(first, "\xef\xbb\xbf");
+  return take(first, "{") ? first : std::string_view();
+}
+
+bool isKey(std::string_view first, std::string_view key) {
+  return take(first, '"' + std::string(key) + '"') && take(first, ":");
+}
+
+}  // namespace
+
+bool firstBytesTellExport(std::string_view first) { return isKey(insideObject(first), EXPORT_KEY); }
+
+// A store under another name, a dump, an archive, a memory, a receipt or an export names labels, profiles and files
+// that were held back. It is told by what it begins with, whatever it is called.
 bool firstBytesTell(std::string_view first) {
   constexpr std::string_view DATABASE("SQLite format 3\0", 16);
   constexpr std::size_t ID_AT = 68;
@@ -39,17 +63,10 @@ bool firstBytesTell(std::string_view first) {
   for (const std::string_view head : {MEMORY_HEAD, SHARE_LIST_HEAD}) {
     if (first.substr(0, head.size()) == head) return true;
   }
-  const auto take = [&first](std::string_view word) {
-    first.remove_prefix(std::min(first.find_first_not_of(" \t\r\n"), first.size()));
-    const bool there = first.substr(0, word.size()) == word;
-    first.remove_prefix(there ? word.size() : 0);
-    return there;
-  };
-  take("\xef\xbb\xbf");
-  if (!take("{")) return false;
-  const auto holds = [rest = first](std::string_view key) { return rest.find(key) != std::string_view::npos; };
+  const std::string_view object = insideObject(first);
+  const auto holds = [&](std::string_view key) { return object.find(key) != std::string_view::npos; };
   if (holds("\"allowed\"") && holds("\"destination\"")) return true;  // its keys were sorted by another program
-  return take("\"receipt\"") && take(":");
+  return isKey(object, "receipt") || isKey(object, EXPORT_KEY);
 }
 
 }  // namespace folder_host

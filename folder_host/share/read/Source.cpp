@@ -109,9 +109,10 @@ OpenEntry EntryReader::openFile(const Entry& file) const {
   Descriptor opened = openBeneath(folder_, name_, O_RDONLY | O_NONBLOCK);
   requireListed(file, S_IFREG, statusOf(opened));
   if (firstBytesTell(firstBytesOf(opened)) && !source_.allowed.allows(errors::NESTED_PROJECT, file.path)) {
-    throw Error(errors::NESTED_PROJECT, inQuotes(file.path) +
-                                            " is a project's store or a receipt, with rules and names that would be "
-                                            "shared; hold it back by a label, or move it out of the project");
+    throw Error(errors::NESTED_PROJECT,
+                inQuotes(file.path) +
+                    " is a project's store, a receipt or an export, with rules and names that would be "
+                    "shared; hold it back by a label, or move it out of the project");
   }
   const mode_t permissions = permissionsOf(opened, status);
   return {file, std::move(opened), status, permissions, hasChanged, mayHaveChanged(file)};

@@ -53,8 +53,8 @@ class EntryReader {
 
   // Refuses what is no longer what was listed: another file, folder or link under its name never leaves, for it may be
   // what another name was to hold back. Of the very thing that was listed, anything that has changed since is refused
-  // unless ENTRY_CHANGED is allowed for it. A file that by its first bytes is a store or a receipt is refused unless
-  // NESTED_PROJECT is allowed for it. Errors: ENTRY_CHANGED, ENTRY_UNREADABLE, NESTED_PROJECT.
+  // unless ENTRY_CHANGED is allowed for it. A file that by its first bytes is a store, a receipt or an export is
+  // refused unless NESTED_PROJECT is allowed for it. Errors: ENTRY_CHANGED, ENTRY_UNREADABLE, NESTED_PROJECT.
   OpenEntry open(const Entry& entry);
 
   // Whether nothing of the file has changed since it was listed; to be asked when it has been read. Error:

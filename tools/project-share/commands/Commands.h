@@ -103,6 +103,15 @@ void addFilter(const std::string& profile, const std::string& kind, const std::v
 // The labels named, or without any the whole filter of that kind, which may be one that is not known.
 void removeFilter(const std::string& profile, const std::string& kind, const std::vector<std::string>& labels);
 
+// The labels with their marks and rules, the profiles and what else the store holds, as one text: to the file, or to
+// standard output where it is "-". A file is made, or replaced where it is an export. Errors: EXPORT_EXISTS;
+// EXPORT_MISPLACED in `.project`; EXPORT_FAILED.
+void exportProject(const std::string& file);
+struct ImportWords;
+// Takes over what the file, or "-", standard input, has (exchange/Merging.h); only says so where it `isDry`. Errors:
+// IMPORT_UNREADABLE, INPUT_FAILED, those of `merged`.
+void importProject(const std::string& file, const ImportWords& words, bool isDry);
+
 // Nothing is refused here: risks are printed.
 void previewProfile(const std::string& profile);
 // Why one path is shared or held back. Error: PATH_NOT_AN_ENTRY where nothing is there.

@@ -78,7 +78,7 @@ class Traces {
   void addStores() {
     for (const std::size_t entry : storesAmong(project_.root(), project_.table(), shared_)) {
       add(risks::NESTED_PROJECT, {entry},
-          " is a project's store or a receipt, with rules and names that would be shared; " +
+          " is a project's store, a receipt or an export, with rules and names that would be shared; " +
               mending_.holdBack({pathOf(entry)}));
     }
   }

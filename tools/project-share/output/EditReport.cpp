@@ -19,7 +19,6 @@
 
 namespace project_share {
 
-using folder_host::Change;
 using folder_host::Edit;
 using folder_host::LabelRecord;
 using folder_host::StoreTable;
@@ -56,7 +55,7 @@ std::string markText(const std::string& label, const std::string& path, const st
 // The names of now come last, and so stand.
 EditTexts::EditTexts(const std::vector<Edit>& edits, const std::vector<LabelRecord>& labels) {
   for (const Edit& edit : edits) {
-    for (const Change& change : edit.changes) {
+    for (const folder_host::Change& change : edit.changes) {
       const auto& row = change.row;
       if (change.table == StoreTable::category) categories_[row[0]] = shownBlob(row[1]);
       if (change.table == StoreTable::label) labels_[row[0]] = categories_[row[1]] + "/" + shownBlob(row[2]);
@@ -74,7 +73,7 @@ std::string EditTexts::labelNamed(const std::string& uuid) const {
 }
 
 // Profiles as people know them; what another program keeps in the metadata, by its place.
-ChangeText EditTexts::textOfNode(const Change& change) const {
+ChangeText EditTexts::textOfNode(const folder_host::Change& change) const {
   const bool isValue = change.table == StoreTable::nodeValue;
   const auto node =
       elementsOf(isValue ? change.row[0] : folder_host::childKeyOf(change.row[0], change.row[1], change.row[2]));
@@ -103,7 +102,7 @@ ChangeText EditTexts::textOfNode(const Change& change) const {
   return {change.isPut, isValue ? "" : "filter label", fmt::format("{} in filter {} of {}", label, kind, profile)};
 }
 
-ChangeText EditTexts::textOf(const Change& change) const {
+ChangeText EditTexts::textOf(const folder_host::Change& change) const {
   const auto& row = change.row;
   switch (change.table) {
     case StoreTable::category:
@@ -128,7 +127,7 @@ ChangeText EditTexts::textOf(const Change& change) const {
 
 std::vector<ChangeText> EditTexts::changesOf(const Edit& edit) const {
   std::vector<ChangeText> texts;
-  for (const Change& change : edit.changes) {
+  for (const folder_host::Change& change : edit.changes) {
     ChangeText text = textOf(change);
     if (!text.kind.empty()) texts.push_back(std::move(text));
   }

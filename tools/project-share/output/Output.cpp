@@ -69,6 +69,8 @@ void item(const std::string& text, const Json& object, Tone tone) {
   line(text, tone);
 }
 
+void document(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+
 // What a command did can be told from its exit code as well, so quiet silences this, and never what was asked for.
 void done(const std::string& text, const Json& object) {
   if (!manner().quiet) item(text, object);

@@ -38,6 +38,9 @@ enum class Tone { plain, heldBack, warning };
 void line(const std::string& text, Tone tone = Tone::plain);
 void item(const std::string& text, const Json& object, Tone tone = Tone::plain);
 
+// A whole text to standard output, under --quiet too, as it is: its writer has escaped what needs it.
+void document(const std::string& text);
+
 // What a command did, where nobody asked for quiet.
 void done(const std::string& text, const Json& object);
 
