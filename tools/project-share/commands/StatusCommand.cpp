@@ -9,6 +9,7 @@
 #include "judgement/Judge.h"
 #include "judgement/Mending.h"
 #include "judgement/ProfileRisks.h"
+#include "output/LabelReport.h"
 #include "output/Output.h"
 #include "output/Report.h"
 #include "settings/OpenProject.h"
@@ -31,9 +32,11 @@ std::vector<bool> labelledIn(const WorkingCopy& copy) {
   return labelled;
 }
 
-void printUnlabelled(const folder_host::Entry& entry, std::size_t below) {
+void printUnlabelled(const WorkingCopy& copy, std::size_t index, std::size_t below) {
+  const folder_host::Entry& entry = copy.table()[index];
   Json object{{"type", "unlabelled"}};
   object.update(jsonOf(entry));
+  object["labels"] = jsonOfLabels(copy, index);
   const std::string more = below > 0 ? fmt::format("  (and {} below)", counted(below, "entry", "entries")) : "";
   item("unlabelled  " + freeName(nameOf(entry)) + more, object);
 }
@@ -57,7 +60,7 @@ void printUnlabelled(const WorkingCopy& copy, const std::vector<bool>& labelled,
     const std::size_t folder = table.parentOf(i);
     isTold[i] = !all && folder != folder_host::EntryTable::ROOT && (isTold[folder] || !isMixed[folder]);
     if (labelled[i] || isTold[i]) continue;
-    if (all || ++told <= MOST) printUnlabelled(table[i], all || isMixed[i] ? 0 : below[i]);
+    if (all || ++told <= MOST) printUnlabelled(copy, i, all || isMixed[i] ? 0 : below[i]);
   }
   if (!all && told > MOST) line(fmt::format("unlabelled: {} more; 'status --all' lists each", told - MOST));
 }
@@ -78,33 +81,35 @@ void printProfile(WorkingCopy& copy, const profiles::ExportProfile& profile) {
 std::vector<Risk> doubtfulNames(const std::vector<LabelRecord>& labels, profiles::ExportProfileManager& manager) {
   std::vector<Risk> notes;
   const auto add = [&](const char* what, const std::optional<std::string>& one, const std::string& other,
-                       const std::string& command) {
+                       const Command& command) {
     if (!one) return;
     notes.push_back({risks::LOOKS_ALIKE.identifier,
                      {},
-                     fmt::format("the {} {} and {} look alike; give one another name: {}", what, inQuotes(*one),
-                                 inQuotes(other), command)});
+                     fmt::format("the {} {} and {} look alike", what, inQuotes(*one), inQuotes(other)),
+                     {},
+                     {{"give one another name", command}}});
   };
   // Commands name what is in doubt by its UUID. No command renames a category: the way is to make labels in another
   // one.
   Looks labelLooks, categoryLooks, profileLooks;
   std::set<std::u16string> categories;
   for (const LabelRecord& label : labels) {
-    const std::string rename = commandOf({"label", "rename", folder_host::toBytes(label.uuid), "NAME"});
+    const Command rename = typedCommand({"label", "rename", folder_host::toBytes(label.uuid), "NAME"});
     add("labels", labelLooks.add(label.categoryName, label.name), nameOf(label), rename);
     if (!categories.insert(label.categoryUUID).second) continue;
     add("categories", categoryLooks.add(label.categoryName), folder_host::toBytes(label.categoryName),
-        commandOf({"label", "create", "CATEGORY/NAME"}));
+        typedCommand({"label", "create", "CATEGORY/NAME"}));
   }
   for (const auto& profile : profilesByName(manager)) {
     add("profiles", profileLooks.add(nameOf(*profile)), folder_host::toBytes(nameOf(*profile)),
-        commandOf({"profile", "rename", folder_host::toBytes(profile->getUUID()), "NAME"}));
+        typedCommand({"profile", "rename", folder_host::toBytes(profile->getUUID()), "NAME"}));
   }
   std::set<std::u16string> named;
   forEachItem(manager, [&](const auto&, const auto&, const auto& item) { named.insert(item.labelUUID); });
   for (const LabelRecord& label : labels) {
     if (named.count(label.uuid) != 0) continue;
     notes.push_back({risks::LABEL_UNNAMED.identifier, {}, fmt::format("no profile names {}", inQuotes(nameOf(label)))});
+    notes.back().labels = {label};
   }
   return notes;
 }

@@ -18,8 +18,8 @@ using folder_host::WorkingCopy;
 
 namespace {
 
-void addNothingShared(Judgement& judgement, const std::string& why) {
-  if (judgement.shared.empty()) judgement.found.add(risks::NOTHING_SHARED, {}, "no entry would be shared; " + why);
+void addNothingShared(Judgement& judgement, const Mend& mend) {
+  if (judgement.shared.empty()) judgement.found.add(risks::NOTHING_SHARED, {}, "no entry would be shared", {mend});
 }
 
 }  // namespace
@@ -41,7 +41,7 @@ Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile) {
   const std::string name = folder_host::toBytes(judgement.name);
   // The command has to work as it is told, and a UUID can always be typed.
   const std::string word = isTyped(name) ? name : folder_host::toBytes(judgement.uuid);
-  addNothingShared(judgement, "this tells why: " + commandOf({"preview", word}));
+  addNothingShared(judgement, {"this tells why", typedCommand({"preview", word})});
   return judgement;
 }
 
@@ -49,8 +49,8 @@ Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile) {
 // receiver is looked for.
 Judgement judgeWhole(const WorkingCopy& project) {
   Judgement judgement = judged(project, profiles::getWholeProjectUUID(), {});
-  judgement.found.risks = folder_host::risksAmong(*judgement.copy);
-  addNothingShared(judgement, "the project holds nothing that can be handed out");
+  for (auto& risk : folder_host::risksAmong(*judgement.copy)) judgement.found.risks.push_back(riskOf(std::move(risk)));
+  addNothingShared(judgement, {"the project holds nothing that can be handed out"});
   return judgement;
 }
 

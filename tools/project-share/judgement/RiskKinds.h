@@ -5,12 +5,12 @@
 #include <vector>
 
 #include "Refusal.h"
-#include "folder_host/share/Risks.h"
+#include "folder_host/share/Allowances.h"
+#include "judgement/Risk.h"
 
 namespace project_share {
 
 using folder_host::Allowances;
-using folder_host::Risk;
 
 enum class Level {
   risk,  // a share is refused for it, unless it is allowed
@@ -96,8 +96,11 @@ struct Findings {
   std::vector<Risk> risks;
   std::vector<Risk> notes;
 
-  void add(const RiskKind& kind, const std::string& path, const std::string& message) {
-    (kind.level == Level::risk ? risks : notes).push_back({kind.identifier, path, message});
+  // Gives it back, for what else is to be said of it; good until the next one is added.
+  Risk& add(const RiskKind& kind, const std::string& path, std::string what, std::vector<Mend> mends = {}) {
+    std::vector<Risk>& found = kind.level == Level::risk ? risks : notes;
+    found.push_back({kind.identifier, path, std::move(what), {}, std::move(mends)});
+    return found.back();
   }
 };
 
