@@ -362,10 +362,18 @@ void addOptions(CLI::App& app) {
   app.add_option_function<std::string>("-C", goTo, "Work in this folder instead of the working directory")
       ->transform(unmarked)
       ->type_name("DIR");
-  app.add_flag("--json", manner().json, "Write one JSON object a line");
+  app.add_flag("--json", manner().json, "Write one JSON object a line, also for a refusal");
   app.add_flag("--quiet", manner().quiet, "Write nothing but what was asked for");
   app.add_flag("--trust", invocation().trusting, "Open the project although it belongs to another user");
   app.set_version_flag("--version", "project-share " PROJECT_SHARE_VERSION, "Print the version and exit");
+}
+
+// Known before the words are understood: what is wrong with them is told in the way that they ask for.
+bool wantsJson(int argc, char** argv) {
+  for (int i = 1; i < argc && std::string_view(argv[i]) != "--"; ++i) {
+    if (std::string_view(argv[i]) == "--json") return true;
+  }
+  return false;
 }
 
 // As far as the words got.
@@ -414,6 +422,7 @@ int runCommandLine(int argc, char** argv) {
     complete(app, {argv + 2, argv + argc});
     return 0;
   }
+  manner().json = wantsJson(argc, argv);
   return parse(app, markedWords(argc, argv));
 }
 
