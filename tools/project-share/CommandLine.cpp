@@ -38,6 +38,7 @@ struct Words {
   std::vector<std::string> patterns;
   std::vector<std::string> shared;  // the profile, if any, and the destination
   std::vector<std::string> allowed;
+  std::vector<std::string> forbidden;
   std::string receipt;
   bool folderOnly = false;
   bool noExceptions = false;
@@ -46,6 +47,7 @@ struct Words {
   bool zeroEnded = false;
   bool whole = false;
   bool strict = false;
+  bool dryRun = false;
   bool forget = false;
 };
 
@@ -280,17 +282,29 @@ std::vector<Allowed> allowedBy(const std::vector<std::string>& words) {
   return allowed;
 }
 
+GateWords gateWordsOf(const Words& words) {
+  for (const std::string& word : words.forbidden) {
+    if (word != "unlabelled") throw CLI::ParseError("--forbid takes unlabelled", WRONG_USAGE);
+  }
+  return {allowedBy(words.allowed), words.strict, !words.forbidden.empty()};
+}
+
 // A single word could be either, so they are counted here: with a profile there are two, without one there is DEST
-// alone.
+// alone. A dry run can do without DEST, but not where that is given and is empty, such as of a variable that is not
+// set.
 ShareWords shareWordsOf(const Words& words) {
-  if (words.shared.size() != (words.whole ? 1 : 2)) {
+  const std::size_t profiles = words.whole ? 0 : 1;
+  const bool hasDestination = words.shared.size() == profiles + 1;
+  if (!hasDestination && !(words.dryRun && words.receipt.empty() && words.shared.size() == profiles)) {
     throw CLI::ParseError("share takes PROFILE and DEST, or --whole and DEST", WRONG_USAGE);
   }
   ShareWords share;
   if (!words.whole) share.profile = words.shared.front();
-  share.destination = words.shared.back();
-  share.allowed = allowedBy(words.allowed);
-  share.strict = words.strict;
+  if (hasDestination) share.destination = words.shared.back();
+  if (words.dryRun && hasDestination && share.destination.empty()) {
+    throw CLI::ParseError("DEST needs a name", WRONG_USAGE);
+  }
+  share.gate = gateWordsOf(words);
   share.receipt = words.receipt;
   return share;
 }
@@ -318,28 +332,47 @@ void addPreviewCommands(CLI::App& app, Words& words) {
   why->callback([&] { explainPath(words.name, words.profile); });
 }
 
-void addShareCommands(CLI::App& app, Words& words) {
-  CLI::App* share = addCommand(&app, "share", "Hand out a copy: share PROFILE DEST, or share --whole DEST",
-                               "share public ../for-the-customer --receipt ../for-the-customer.json");
-  addWord(share, "PROFILE DEST", words.shared, "The profile (not with --whole), and a folder to be made");
-  share->add_flag("--whole", words.whole, "Everything, without a profile");
-  share
+void addGateOptions(CLI::App* command, Words& words) {
+  command
       ->add_option("--allow", words.allowed,
                    "Share in spite of all such risks, or of the one that is about PATH; can be repeated")
       // One word each: else the option would take PROFILE and DEST, too, where they stand behind it.
       ->allow_extra_args(false)
       ->transform(unmarked)
       ->type_name("RISK[,RISK...]|RISK=PATH");
-  share->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
+  command->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
+  command->add_option("--forbid", words.forbidden, "Refuse where a file or link without a label would be shared")
+      ->allow_extra_args(false)
+      ->transform(unmarked)
+      ->type_name("unlabelled");
+  command->footer(command->get_footer() + riskList());
+}
+
+void addShareCommands(CLI::App& app, Words& words) {
+  CLI::App* check =
+      addCommand(&app, "check", "Tell whether a share would be refused, and make nothing: for hooks and CI",
+                 "check public --strict --forbid unlabelled");
+  addWord(check, "PROFILE", words.profile, "Name or UUID");
+  addGateOptions(check, words);
+  check->callback([&] { checkProfile(words.profile, gateWordsOf(words)); });
+
+  CLI::App* share = addCommand(&app, "share", "Hand out a copy: share PROFILE DEST, or share --whole DEST",
+                               "share public ../for-the-customer --receipt ../for-the-customer.json");
+  addWord(share, "PROFILE DEST", words.shared, "The profile (not with --whole), and a folder to be made")
+      ->required(false);  // they are counted
+  share->add_flag("--whole", words.whole, "Everything, without a profile");
+  share->add_flag("--dry-run", words.dryRun,
+                  "Make nothing, and tell whether it would be refused; DEST may be left out");
+  addGateOptions(share, words);
   CLI::Option* receipt = addWord(share, "--receipt", words.receipt,
                                  "A JSON file to be made, for you: what was shared, what was held back, and why")
                              ->required(false)
                              ->type_name("FILE");
-  share->footer(share->get_footer() + riskList());
   share->callback([&words, receipt] {
     // An empty name, such as of a variable that is not set, would mean that no receipt was asked for.
     if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
-    project_share::share(shareWordsOf(words));
+    const ShareWords said = shareWordsOf(words);
+    words.dryRun ? checkShare(said) : project_share::share(said);
   });
 
   CLI::App* verify = addCommand(&app, "verify", "Check a copy against the receipt of its share",

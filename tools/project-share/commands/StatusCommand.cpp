@@ -9,6 +9,7 @@
 #include "judgement/Judge.h"
 #include "judgement/Mending.h"
 #include "judgement/ProfileRisks.h"
+#include "judgement/Unlabelled.h"
 #include "output/LabelReport.h"
 #include "output/Output.h"
 #include "output/Report.h"
@@ -25,13 +26,6 @@ using folder_host::WorkingCopy;
 
 namespace {
 
-// By entry.
-std::vector<bool> labelledIn(const WorkingCopy& copy) {
-  std::vector<bool> labelled(copy.table().size());
-  for (std::size_t i = 0; i < labelled.size(); ++i) labelled[i] = !copy.effective().of(i).empty();
-  return labelled;
-}
-
 void printUnlabelled(const WorkingCopy& copy, std::size_t index, std::size_t below) {
   const folder_host::Entry& entry = copy.table()[index];
   Json object{{"type", "unlabelled"}};
@@ -46,21 +40,13 @@ void printUnlabelled(const WorkingCopy& copy, std::size_t index, std::size_t bel
 void printUnlabelled(const WorkingCopy& copy, const std::vector<bool>& labelled, bool all) {
   constexpr std::size_t MOST = 20;
   const auto& table = copy.table();
-  std::vector<std::size_t> below(table.size());  // entries without a label, where there are no others
-  std::vector<bool> isMixed = labelled;
-  for (std::size_t i = table.size(); i-- > 0;) {
-    const std::size_t folder = table.parentOf(i);
-    if (folder == folder_host::EntryTable::ROOT) continue;
-    isMixed[folder] = isMixed[folder] || isMixed[i];
-    below[folder] += below[i] + 1;
-  }
-  std::vector<bool> isTold(table.size());  // with a folder
+  const std::vector<std::size_t> tops = unlabelledTops(table, labelled);
+  std::vector<std::size_t> below(table.size());  // of a top, how many entries it stands for besides itself
+  for (std::size_t i = 0; i < table.size(); ++i) below[tops[i]] += tops[i] == i ? 0U : 1U;
   std::size_t told = 0;
   for (std::size_t i = 0; i < table.size(); ++i) {
-    const std::size_t folder = table.parentOf(i);
-    isTold[i] = !all && folder != folder_host::EntryTable::ROOT && (isTold[folder] || !isMixed[folder]);
-    if (labelled[i] || isTold[i]) continue;
-    if (all || ++told <= MOST) printUnlabelled(copy, i, all || isMixed[i] ? 0 : below[i]);
+    if (labelled[i] || (!all && tops[i] != i)) continue;
+    if (all || ++told <= MOST) printUnlabelled(copy, i, all ? 0 : below[i]);
   }
   if (!all && told > MOST) line(fmt::format("unlabelled: {} more; 'status --all' lists each", told - MOST));
 }

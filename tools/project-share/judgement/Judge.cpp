@@ -25,7 +25,7 @@ void addNothingShared(Judgement& judgement, const Mend& mend) {
 }  // namespace
 
 // By the reserved UUID everything would be shared, whatever the profile's filters are.
-Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile) {
+Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile, folder_host::Look look) {
   if (profile.getUUID() == profiles::getWholeProjectUUID()) {
     throw Refusal(refusals::PROFILE_DAMAGED,
                   fmt::format("the profile {} has the UUID that means the whole project: duplicate it under another "
@@ -37,7 +37,7 @@ Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile) {
   judgement.name = nameOf(profile);
   const Mending mending(filters, project);
   addProfileRisks(project, profile, mending, judgement);
-  addTraceRisks(project, mending, judgement);
+  addTraceRisks(project, mending, judgement, look);
   const std::string name = folder_host::toBytes(judgement.name);
   // The command has to work as it is told, and a UUID can always be typed.
   const std::string word = isTyped(name) ? name : folder_host::toBytes(judgement.uuid);
@@ -49,7 +49,7 @@ Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile) {
 // receiver is looked for.
 Judgement judgeWhole(const WorkingCopy& project) {
   Judgement judgement = judged(project, profiles::getWholeProjectUUID(), {});
-  for (auto& risk : folder_host::risksAmong(*judgement.copy)) judgement.found.risks.push_back(riskOf(std::move(risk)));
+  addPlaceRisks(project, Mending({}, project), judgement, folder_host::Look::each);
   addNothingShared(judgement, {"the project holds nothing that can be handed out"});
   return judgement;
 }

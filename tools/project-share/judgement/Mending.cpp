@@ -29,8 +29,8 @@ Mending::Mending(const Filters& filters, const folder_host::WorkingCopy& copy) :
 
 // A command is told only where it can be typed as it looks: with a character that is not seen, it would name another
 // label or path.
-Command Mending::commandFor(const char* action, const LabelRecord& label, const Paths& paths) const {
-  std::vector<std::string> words{"label", action, nameOf(label)};
+Command Mending::commandFor(const char* action, const std::string& label, const Paths& paths) const {
+  std::vector<std::string> words{"label", action, label};
   for (const std::string& path : paths) {
     words.push_back(fromHere(copy_.root(), path));
   }
@@ -41,12 +41,14 @@ Command Mending::commandFor(const char* action, const LabelRecord& label, const 
       false};
 }
 
-Command Mending::attach(const LabelRecord& label, const Paths& paths) const {
+Command Mending::attach(const LabelRecord& label, const Paths& paths) const { return attach(nameOf(label), paths); }
+
+Command Mending::attach(const std::string& label, const Paths& paths) const {
   return commandFor("attach", label, paths);
 }
 
 Command Mending::detach(const LabelRecord& label, const Paths& paths) const {
-  return commandFor("detach", label, paths);
+  return commandFor("detach", nameOf(label), paths);
 }
 
 Command Mending::commandOn(const char* action, const std::string& path) const {

@@ -24,6 +24,8 @@ class Mending {
   // The commands as they are typed from the working directory. Where a word cannot be typed as it looks, what to do
   // instead, in words.
   Command attach(const folder_host::LabelRecord& label, const Paths& paths) const;
+  // By a label's name, which need not be one.
+  Command attach(const std::string& label, const Paths& paths) const;
   Command detach(const folder_host::LabelRecord& label, const Paths& paths) const;
   Command follow(const std::string& path) const;
   // Of an entry that had other labels than it has: to have what it has counted, and what it had.
@@ -41,7 +43,7 @@ class Mending {
  private:
   Command change(std::size_t entry, const folder_host::LabelSet& from, const folder_host::LabelSet& to) const;
   Command commandOn(const char* action, const std::string& path) const;
-  Command commandFor(const char* action, const folder_host::LabelRecord& label, const Paths& paths) const;
+  Command commandFor(const char* action, const std::string& label, const Paths& paths) const;
 
   const folder_host::WorkingCopy& copy_;
   std::vector<folder_host::LabelRecord> dropped_;              // named by drop-files filters; by name

@@ -56,6 +56,8 @@ inline constexpr RiskKind LABEL_PROTECTED{"label-protected", Level::risk,
 inline constexpr RiskKind NAMES_COLLIDE{folder_host::errors::NAMES_COLLIDE, Level::risk,
                                         "on a disk where case makes no difference, two names would become one"};
 inline constexpr RiskKind NOTHING_SHARED{"nothing-shared", Level::risk, "no entry would be shared"};
+inline constexpr RiskKind UNLABELLED_SHARED{
+    "unlabelled-shared", Level::risk, "under --forbid unlabelled: files or links without a label would be shared"};
 inline constexpr RiskKind ENTRY_CHANGED{folder_host::errors::ENTRY_CHANGED, Level::risk,
                                         "a file changed after it was listed"};
 inline constexpr RiskKind FILTER_IDLE{"filter-idle", Level::note,
@@ -83,11 +85,11 @@ inline constexpr RiskKind LOOKS_ALIKE{"looks-alike", Level::note,
                                       "two labels, categories or profiles have names that look alike"};
 
 inline constexpr const RiskKind* ALL[] = {
-    &FOLDER_SPARED, &LABEL_ON_MISSING_PATH, &LABEL_DELETED,        &FILTER_SKIPPED,    &HISTORY_INSIDE,
-    &LEFTOVER,      &SAME_CONTENT,          &NESTED_PROJECT,       &LABEL_LEAVES,      &LABEL_PROTECTED,
-    &NAMES_COLLIDE, &NOTHING_SHARED,        &ENTRY_CHANGED,        &FILTER_IDLE,       &LABEL_IDLE,
-    &RULE_IDLE,     &LABEL_FOLLOWED,        &EXCEPTION_HIDES_RULE, &MEMORY_UNREADABLE, &MEMORY_FAILED,
-    &ALLOW_IDLE,    &LABEL_ON_LINK,         &LABEL_UNNAMED,        &LOOKS_ALIKE};
+    &FOLDER_SPARED,        &LABEL_ON_MISSING_PATH, &LABEL_DELETED, &FILTER_SKIPPED,  &HISTORY_INSIDE, &LEFTOVER,
+    &SAME_CONTENT,         &NESTED_PROJECT,        &LABEL_LEAVES,  &LABEL_PROTECTED, &NAMES_COLLIDE,  &NOTHING_SHARED,
+    &UNLABELLED_SHARED,    &ENTRY_CHANGED,         &FILTER_IDLE,   &LABEL_IDLE,      &RULE_IDLE,      &LABEL_FOLLOWED,
+    &EXCEPTION_HIDES_RULE, &MEMORY_UNREADABLE,     &MEMORY_FAILED, &ALLOW_IDLE,      &LABEL_ON_LINK,  &LABEL_UNNAMED,
+    &LOOKS_ALIKE};
 }  // namespace risks
 
 // What was found of one share. A kind's level is what it mostly is: a label on a missing path lets nothing out where no
@@ -107,7 +109,9 @@ struct Findings {
 // The identifiers of the risks: what can be allowed.
 const std::vector<std::string>& allowableRisks();
 
-// Those that are not allowed, in their order. A risk that is about several paths is allowed when each of them is.
+// A risk that is about several paths is allowed when each of them is.
+bool isRefused(const Risk& risk, const Allowances& allowed);
+// Those that are not allowed, in their order.
 std::vector<Risk> refusedAmong(const std::vector<Risk>& risks, const Allowances& allowed);
 
 // "--allow a --allow b": what would allow them all, as far as anything does; sorted, each kind once. Empty

@@ -46,8 +46,6 @@ class Traces {
   }
 
   void find() {
-    addPlaces();
-    addStores();
     // Where nothing is held back, nothing can leave in another shape, and to look for it would only have shares
     // refused.
     if (std::find(heldBack_.begin(), heldBack_.end(), true) == heldBack_.end()) return;
@@ -70,24 +68,6 @@ class Traces {
   void concern(Risk& risk, const Labels& labels, std::size_t original) const {
     for (const std::size_t label : labels) risk.labels.push_back(judgement_.labels[label]);
     setFilter(risk, judgement_, judgement_.reasons[original].filter);
-  }
-
-  // The folder host knows no labels by which filters go, so the command that mends it is added here.
-  void addPlaces() {
-    for (auto& found : folder_host::risksAmong(*judgement_.copy)) {
-      Risk risk = riskOf(std::move(found));
-      const bool isNested = std::string_view(risk.identifier) == folder_host::errors::NESTED_PROJECT;
-      if (isNested) risk.mends.push_back(mending_.holdBack({risk.path}));
-      judgement_.found.risks.push_back(std::move(risk));
-    }
-  }
-
-  void addStores() {
-    for (const std::size_t entry : storesAmong(project_.root(), project_.table(), shared_)) {
-      add(risks::NESTED_PROJECT, {entry},
-          " is a project's store or a receipt, with rules and names that would be shared",
-          {mending_.holdBack({pathOf(entry)})});
-    }
   }
 
   void addHistories() {
@@ -217,7 +197,29 @@ class Traces {
 
 }  // namespace
 
-void addTraceRisks(folder_host::WorkingCopy& project, const Mending& mending, Judgement& judgement) {
+// The folder host knows no labels by which filters go, so the command that mends it is added here.
+void addPlaceRisks(const folder_host::WorkingCopy& project, const Mending& mending, Judgement& judgement,
+                   folder_host::Look look) {
+  for (auto& found : folder_host::risksAmong(*judgement.copy)) {
+    Risk risk = riskOf(std::move(found));
+    const bool isNested = std::string_view(risk.identifier) == folder_host::errors::NESTED_PROJECT;
+    if (isNested) risk.mends.push_back(mending.holdBack({risk.path}));
+    judgement.found.risks.push_back(std::move(risk));
+  }
+  Selection shared = judgement.copy->heldBack();
+  shared.flip();
+  for (const std::size_t entry : storesAmong(project.root(), project.table(), shared, look)) {
+    const std::string& path = project.table()[entry].path;
+    judgement.found.add(
+        risks::NESTED_PROJECT, path,
+        inQuotes(path) + " is a project's store or a receipt, with rules and names that would be shared",
+        {mending.holdBack({path})});
+  }
+}
+
+void addTraceRisks(folder_host::WorkingCopy& project, const Mending& mending, Judgement& judgement,
+                   folder_host::Look look) {
+  addPlaceRisks(project, mending, judgement, look);
   Traces(project, mending, judgement).find();
 }
 

@@ -90,7 +90,7 @@ Json jsonOf(const folder_host::LabelRecord& label) {
 
 namespace {
 
-Json jsonOf(const Mend& mend) {
+Json objectOf(const Mend& mend) {
   Json object{{"purpose", mend.purpose}};
   if (!mend.command.text.empty()) object[mend.command.isTyped ? "command" : "instead"] = utf8(mend.command.text);
   return object;
@@ -114,7 +114,7 @@ Json jsonOf(const Risk& risk) {
   }
   if (risk.filter != 0) object.update({{"filter", risk.filter}, {"kind", risk.filterKind}});
   object["commands"] = Json::array();
-  for (const Mend& mend : risk.mends) object["commands"].push_back(jsonOf(mend));
+  for (const Mend& mend : risk.mends) object["commands"].push_back(objectOf(mend));
   object["message"] = utf8(messageOf(risk));
   return object;
 }
