@@ -40,6 +40,8 @@ struct Words {
   std::vector<std::string> allowed;
   std::vector<std::string> forbidden;
   std::string receipt;
+  std::string only;
+  int depth = 0;
   bool folderOnly = false;
   bool noExceptions = false;
   bool all = false;
@@ -321,9 +323,25 @@ std::string riskList() {
 void addPreviewCommands(CLI::App& app, Words& words) {
   CLI::App* preview =
       addCommand(&app, "preview", "Show as a tree what a share would hand out, and what it would hold back and why",
-                 "preview public");
+                 "preview public drafts --only held-back");
   addWord(preview, "PROFILE", words.profile, "Name or UUID");
-  preview->callback([&] { previewProfile(words.profile); });
+  addWord(preview, "PATH", words.paths, "What of it is shown: entries, with all that lies below them")->required(false);
+  preview->add_option("--only", words.only, "Show these alone")
+      ->transform(unmarked)
+      ->type_name("held-back|shared|unlabelled");
+  preview
+      ->add_option("--depth", words.depth,
+                   "Show so many levels, and of folders at the last one what lies in them, counted")
+      ->type_name("N");
+  preview->callback([&words, preview] {
+    const auto& all = viewWords();
+    const bool isKnown = std::find(all.begin(), all.end(), words.only) != all.end();
+    if (preview->count("--only") > 0 && !isKnown) {
+      throw CLI::ParseError(fmt::format("--only takes {}", fmt::join(all, ", ")), WRONG_USAGE);
+    }
+    if (preview->count("--depth") > 0 && words.depth < 1) throw CLI::ParseError("--depth begins at 1", WRONG_USAGE);
+    previewProfile(words.profile, {words.paths, words.only, static_cast<std::size_t>(words.depth)});
+  });
 
   CLI::App* why =
       addCommand(&app, "why", "Tell why one path is shared or held back", "why drafts/plan.txt --profile public");

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "output/View.h"
+
 // One function a command. Each works on the project that holds the working directory, prints what it did or found, and
 // throws what keeps it from that (folder_host::Error, Refusal, the library's errors): nothing has changed then.
 namespace project_share {
@@ -77,8 +79,9 @@ void removeFilter(const std::string& profile, const std::string& kind, const std
 // What each filter makes of each case, as the filter itself answers.
 void explainProfile(const std::string& profile);
 
-// Nothing is refused here: risks are printed.
-void previewProfile(const std::string& profile);
+// Nothing is refused here: risks are printed. The view narrows the entries that are shown and nothing else. Error:
+// PATH_NOT_AN_ENTRY of one of its paths.
+void previewProfile(const std::string& profile, const ViewWords& view);
 // Why one path is shared or held back. Error: PATH_NOT_AN_ENTRY where nothing is there.
 void explainPath(const std::string& path, const std::string& profile);
 
