@@ -209,11 +209,11 @@ void addPlaceRisks(const folder_host::WorkingCopy& project, const Mending& mendi
   Selection shared = judgement.copy->heldBack();
   shared.flip();
   for (const std::size_t entry : storesAmong(project.root(), project.table(), shared, look)) {
-    const std::string& path = project.table()[entry].path;
+    const std::string& file = project.table()[entry].path;
     judgement.found.add(
-        risks::NESTED_PROJECT, path,
-        inQuotes(path) + " is a project's store or a receipt, with rules and names that would be shared",
-        {mending.holdBack({path})});
+        risks::NESTED_PROJECT, file,
+        inQuotes(file) + " is a project's store or a receipt, with rules and names that would be shared",
+        {mending.holdBack({file})});
   }
 }
 
