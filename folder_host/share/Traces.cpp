@@ -107,9 +107,7 @@ bool endsWith(std::string_view text, std::string_view end) {
   return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
-// A store is made of pages. A receipt has any size: it is looked for by its name, and once more by whoever reads the
-// file anyway.
-// To look into every file would open each of them twice in one share.
+// A store is made of pages. A receipt has any size: it is looked for by its name.
 bool canBeStore(const Entry& file) {
   constexpr std::uint64_t LEAST_PAGE = 512;
   const std::string name = foldedName(nameOf(file.path));
@@ -160,16 +158,17 @@ std::vector<Leftover> leftoversAmong(const EntryTable& entries, const Selection&
   return found;
 }
 
-std::vector<std::size_t> storesAmong(const std::string& root, const EntryTable& entries, const Selection& shared) {
+std::vector<std::size_t> storesAmong(const std::string& root, const EntryTable& entries, const Selection& shared,
+                                     Look look) {
   std::vector<std::size_t> found;
   const Source source(root);
   for (std::size_t i = 0; i < entries.size(); ++i) {
     const Entry& entry = entries[i];
-    if (!shared[i] || entry.kind != EntryKind::file || !canBeStore(entry)) continue;
-    // A second name of the project's own store is refused when it is copied. To open and close it here would drop the
-    // locks on it.
-    if (entry.id == source.store) continue;
-    if (firstBytesTell(firstBytesOf(source.folder, entry))) found.push_back(i);
+    if (!shared[i] || entry.kind != EntryKind::file) continue;
+    // To open and close the project's own store here would drop the locks on it.
+    const bool isOwnStore = entry.id == source.store;
+    if (!isOwnStore && look == Look::likely && !canBeStore(entry)) continue;
+    if (isOwnStore || firstBytesTell(firstBytesOf(source.folder, entry))) found.push_back(i);
   }
   return found;
 }

@@ -24,8 +24,13 @@ struct Leftover {
 std::vector<Leftover> leftoversAmong(const EntryTable& entries, const Selection& shared, const Selection& heldBack,
                                      const Selection& dropped);
 
-// Files that are a store, a receipt or an export by their first bytes, of those that can be by their size or their
-// name: no others are read. A file that cannot be read is none; the project's own store is never opened.
-std::vector<std::size_t> storesAmong(const std::string& root, const EntryTable& entries, const Selection& shared);
+// Which files are opened for their first bytes: those that can be a store, a receipt or an export by their size or
+// their name, or each, as a hand-out does.
+enum class Look { likely, each };
+
+// Files that are a store, a receipt or an export by their first bytes. A file that cannot be read is none; the
+// project's own store under another name is one, and never opened.
+std::vector<std::size_t> storesAmong(const std::string& root, const EntryTable& entries, const Selection& shared,
+                                     Look look);
 
 }  // namespace folder_host

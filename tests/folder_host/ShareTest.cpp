@@ -139,6 +139,9 @@ TEST_F(ShareTest, AFileThatChangesWhileItIsCopiedStopsTheShareUnlessAllowed) {
   options.allowed = {errors::ENTRY_CHANGED};
   EXPECT_EQ(shareAs(in("out/copy"), change, options).changed, (Names{"a/x", "a/y", "l"}));
   EXPECT_EQ(read(in("out/copy/a/x")), "xyz") << "read on to its new end";
+  fs::remove_all(in("out/copy"));
+  const auto receipt = [&](ProjectManager&) { put("p/b", "{\"receipt\": 1"); };
+  EXPECT_EQ(refusal(receipt, options), errors::NESTED_PROJECT) << "to change is allowed, and not to become that";
 }
 
 TEST_F(ShareTest, WhatAKilledShareLeftIsRemovedAndNothingElse) {

@@ -43,11 +43,14 @@ struct Words {
   std::vector<std::string> patterns;
   std::vector<std::string> shared;  // the profile, if any, and the destination
   std::vector<std::string> allowed;
+  std::vector<std::string> forbidden;
   std::string receipt;
   std::int64_t number = 0;
   std::string file = "-";
   ImportWords import;
   bool isDry = false;
+  std::string only;
+  int depth = 0;
   bool folderOnly = false;
   bool noExceptions = false;
   bool all = false;
@@ -55,6 +58,7 @@ struct Words {
   bool zeroEnded = false;
   bool whole = false;
   bool strict = false;
+  bool dryRun = false;
   bool forget = false;
   bool create = false;
   bool missing = false;
@@ -373,17 +377,29 @@ std::vector<Allowed> allowedBy(const std::vector<std::string>& words) {
   return allowed;
 }
 
+GateWords gateWordsOf(const Words& words) {
+  for (const std::string& word : words.forbidden) {
+    if (word != "unlabelled") throw CLI::ParseError("--forbid takes unlabelled", WRONG_USAGE);
+  }
+  return {allowedBy(words.allowed), words.strict, !words.forbidden.empty()};
+}
+
 // A single word could be either, so they are counted here: with a profile there are two, without one there is DEST
-// alone.
+// alone. A dry run can do without DEST, but not where that is given and is empty, such as of a variable that is not
+// set.
 ShareWords shareWordsOf(const Words& words) {
-  if (words.shared.size() != (words.whole ? 1 : 2)) {
+  const std::size_t profiles = words.whole ? 0 : 1;
+  const bool hasDestination = words.shared.size() == profiles + 1;
+  if (!hasDestination && !(words.dryRun && words.receipt.empty() && words.shared.size() == profiles)) {
     throw CLI::ParseError("share takes PROFILE and DEST, or --whole and DEST", WRONG_USAGE);
   }
   ShareWords share;
   if (!words.whole) share.profile = words.shared.front();
-  share.destination = words.shared.back();
-  share.allowed = allowedBy(words.allowed);
-  share.strict = words.strict;
+  if (hasDestination) share.destination = words.shared.back();
+  if (words.dryRun && hasDestination && share.destination.empty()) {
+    throw CLI::ParseError("DEST needs a name", WRONG_USAGE);
+  }
+  share.gate = gateWordsOf(words);
   share.receipt = words.receipt;
   return share;
 }
@@ -414,9 +430,25 @@ void addHistoryCommands(CLI::App& app, Words& words) {
 void addPreviewCommands(CLI::App& app, Words& words) {
   CLI::App* preview =
       addCommand(&app, "preview", "Show as a tree what a share would hand out, and what it would hold back and why",
-                 "preview public");
+                 "preview public drafts --only held-back");
   addWord(preview, "PROFILE", words.profile, PROFILE_HELP);
-  preview->callback([&] { previewProfile(words.profile); });
+  addWord(preview, "PATH", words.paths, "What of it is shown: entries, with all that lies below them")->required(false);
+  preview->add_option("--only", words.only, "Show these alone")
+      ->transform(unmarked)
+      ->type_name("held-back|shared|unlabelled");
+  preview
+      ->add_option("--depth", words.depth,
+                   "Show so many levels, and of folders at the last one what lies in them, counted")
+      ->type_name("N");
+  preview->callback([&words, preview] {
+    const auto& all = viewWords();
+    const bool isKnown = std::find(all.begin(), all.end(), words.only) != all.end();
+    if (preview->count("--only") > 0 && !isKnown) {
+      throw CLI::ParseError(fmt::format("--only takes {}", fmt::join(all, ", ")), WRONG_USAGE);
+    }
+    if (preview->count("--depth") > 0 && words.depth < 1) throw CLI::ParseError("--depth begins at 1", WRONG_USAGE);
+    previewProfile(words.profile, {words.paths, words.only, static_cast<std::size_t>(words.depth)});
+  });
 
   CLI::App* why =
       addCommand(&app, "why", "Tell why one path is shared or held back", "why drafts/plan.txt --profile public");
@@ -425,28 +457,47 @@ void addPreviewCommands(CLI::App& app, Words& words) {
   why->callback([&] { explainPath(words.name, words.profile); });
 }
 
-void addShareCommands(CLI::App& app, Words& words) {
-  CLI::App* share = addCommand(&app, "share", "Hand out a copy: share PROFILE DEST, or share --whole DEST",
-                               "share public ../for-the-customer --receipt ../for-the-customer.json");
-  addWord(share, "PROFILE DEST", words.shared, "The profile (not with --whole), and a folder to be made");
-  share->add_flag("--whole", words.whole, "Everything, without a profile");
-  share
+void addGateOptions(CLI::App* command, Words& words) {
+  command
       ->add_option("--allow", words.allowed,
                    "Share in spite of all such risks, or of the one that is about PATH; can be repeated")
       // One word each: else the option would take PROFILE and DEST, too, where they stand behind it.
       ->allow_extra_args(false)
       ->transform(unmarked)
       ->type_name("RISK[,RISK...]|RISK=PATH");
-  share->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
+  command->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
+  command->add_option("--forbid", words.forbidden, "Refuse where a file or link without a label would be shared")
+      ->allow_extra_args(false)
+      ->transform(unmarked)
+      ->type_name("unlabelled");
+  command->footer(command->get_footer() + riskList());
+}
+
+void addShareCommands(CLI::App& app, Words& words) {
+  CLI::App* check =
+      addCommand(&app, "check", "Tell whether a share would be refused, and make nothing: for hooks and CI",
+                 "check public --strict --forbid unlabelled");
+  addWord(check, "PROFILE", words.profile, "Name or UUID");
+  addGateOptions(check, words);
+  check->callback([&] { checkProfile(words.profile, gateWordsOf(words)); });
+
+  CLI::App* share = addCommand(&app, "share", "Hand out a copy: share PROFILE DEST, or share --whole DEST",
+                               "share public ../for-the-customer --receipt ../for-the-customer.json");
+  addWord(share, "PROFILE DEST", words.shared, "The profile (not with --whole), and a folder to be made")
+      ->required(false);  // they are counted
+  share->add_flag("--whole", words.whole, "Everything, without a profile");
+  share->add_flag("--dry-run", words.dryRun,
+                  "Make nothing, and tell whether it would be refused; DEST may be left out");
+  addGateOptions(share, words);
   CLI::Option* receipt = addWord(share, "--receipt", words.receipt,
                                  "A JSON file to be made, for you: what was shared, what was held back, and why")
                              ->required(false)
                              ->type_name("FILE");
-  share->footer(share->get_footer() + riskList());
   share->callback([&words, receipt] {
     // An empty name, such as of a variable that is not set, would mean that no receipt was asked for.
     if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
-    project_share::share(shareWordsOf(words));
+    const ShareWords said = shareWordsOf(words);
+    words.dryRun ? checkShare(said) : project_share::share(said);
   });
 
   CLI::App* verify = addCommand(&app, "verify", "Check a copy against the receipt of its share",
@@ -487,11 +538,19 @@ void addOptions(CLI::App& app) {
   app.add_option_function<std::string>("-C", goTo, "Work in this folder instead of the working directory")
       ->transform(unmarked)
       ->type_name("DIR");
-  app.add_flag("--json", manner().json, "Write one JSON object a line");
+  app.add_flag("--json", manner().json, "Write one JSON object a line, also for a refusal");
   app.add_flag("--quiet", manner().quiet, "Write nothing but what was asked for");
   app.add_flag("--long", manner().uuids, "Write UUIDs in lines for people, too");
   app.add_flag("--trust", invocation().trusting, "Open the project although it belongs to another user");
   app.set_version_flag("-V,--version", "project-share " PROJECT_SHARE_VERSION, "Print the version and exit");
+}
+
+// Known before the words are understood: what is wrong with them is told in the way that they ask for.
+bool wantsJson(int argc, char** argv) {
+  for (int i = 1; i < argc && std::string_view(argv[i]) != "--"; ++i) {
+    if (std::string_view(argv[i]) == "--json") return true;
+  }
+  return false;
 }
 
 // The command, as far as the words got, and its names up to there.
@@ -551,7 +610,7 @@ std::vector<char*> helpAsOption(int argc, char** argv) {
   return words;
 }
 
-}  // namespace
+}  // namespace project_share
 
 int runCommandLine(int argc, char** argv) {
   // What an earlier call in this process was told must not hold for this one.
@@ -575,6 +634,7 @@ int runCommandLine(int argc, char** argv) {
     complete(app, {argv + (isHelp ? 3 : 2), argv + argc});
     return 0;
   }
+  manner().json = wantsJson(argc, argv);
   return parse(app, markedWords(helpAsOption(argc, argv)));
 }
 

@@ -119,6 +119,9 @@ Candidates candidatesFor(const std::string& expected, const std::string& word) {
   if (expected == "KIND") {
     for (const FilterKind& kind : filterKinds()) candidates[kind.word] = kind.meaning;
   }
+  if (expected.find_first_not_of("abcdefghijklmnopqrstuvwxyz-|") == std::string::npos) {  // the words themselves
+    for (const std::string& one : CLI::detail::split(expected, '|')) candidates[one];
+  }
   if (isRisk(expected)) {
     for (const std::string& risk : allowableRisks()) candidates[risk];
   }

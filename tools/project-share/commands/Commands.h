@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "output/View.h"
+
 // One function a command. Each works on the project that holds the working directory, prints what it did or found, and
 // throws what keeps it from that (folder_host::Error, Refusal, the library's errors): nothing has changed then.
 namespace project_share {
@@ -112,8 +114,9 @@ struct ImportWords;
 // IMPORT_UNREADABLE, INPUT_FAILED, those of `merged`.
 void importProject(const std::string& file, const ImportWords& words, bool isDry);
 
-// Nothing is refused here: risks are printed.
-void previewProfile(const std::string& profile);
+// Nothing is refused here: risks are printed. The view narrows the entries that are shown and nothing else. Error:
+// PATH_NOT_AN_ENTRY of one of its paths.
+void previewProfile(const std::string& profile, const ViewWords& view);
 // Why one path is shared or held back. Error: PATH_NOT_AN_ENTRY where nothing is there.
 void explainPath(const std::string& path, const std::string& profile);
 
@@ -123,16 +126,26 @@ struct Allowed {
   std::optional<std::string> path;
 };
 
+// What lets a share go on, and what stops it.
+struct GateWords {
+  std::vector<Allowed> allowed;
+  bool strict = false;             // notes are risks, too
+  bool forbidsUnlabelled = false;  // what is shared without a label is a risk
+};
+// Whether a share would be refused: prints what speaks against it, and makes nothing. Error: SHARE_REFUSED.
+void checkProfile(const std::string& profile, const GateWords& words);
+
 struct ShareWords {
   std::optional<std::string> profile;  // none: the whole project
-  std::string destination;
-  std::vector<Allowed> allowed;
-  bool strict = false;  // notes are risks, too
+  std::string destination;             // empty: none, which a dry run needs not
+  GateWords gate;
   std::string receipt;  // a file to be made; empty: none
 };
 // Errors: SHARE_REFUSED, with the risks printed before; those of folder_host/share/HandOut.h and receipt/Receipt.h;
 // Interrupted where a signal came. The copy is there all the same only where its receipt could not be named.
 void share(const ShareWords& words);
+// As checkProfile, and what a share would refuse of the destination and of the receipt's place.
+void checkShare(const ShareWords& words);
 // Whether a copy is what was handed out by the receipt: prints each difference, then throws COPY_DIFFERS. Errors of
 // reading: RECEIPT_UNREADABLE, ENTRY_UNREADABLE.
 void verifyCopy(const std::string& copy, const std::string& receipt);

@@ -92,7 +92,9 @@ void deleteLabel(const std::string& word) {
   });
   Json object = jsonOf(label);
   object.update(jsonOf(counts));
-  done(fmt::format("Deleted label {}{}, with {}.", inQuotes(nameOf(label)), uuidBehind(label.uuid), textOf(counts)),
+  object["edit"] = project.lastEdit();
+  done(fmt::format("Deleted label {}{}, with {}. To have it back: {}", inQuotes(nameOf(label)), uuidBehind(label.uuid),
+                   textOf(counts), commandOf({"undo", std::to_string(project.lastEdit())})),
        object);
 }
 

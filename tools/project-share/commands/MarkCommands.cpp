@@ -35,10 +35,12 @@ namespace {
 // One note for all links: a line each would bury what was done.
 Risk linkNote(const FolderProject& project, const LabelRecord& label, const Paths& links) {
   const std::string more = links.size() == 1 ? "" : fmt::format(" (and {} more)", links.size() - 1);
-  return {risks::LABEL_ON_LINK.identifier, links.front(),
-          fmt::format("{}{} is a link, and the label is about the link alone; for what it leads to: {}",
-                      inQuotes(links.front()), more,
-                      commandOf({"label", "attach", nameOf(label), fromHere(project.root(), links.front()) + "/"}))};
+  const std::string there = fromHere(project.root(), links.front()) + "/";
+  Risk note{risks::LABEL_ON_LINK.identifier, links.front(),
+            fmt::format("{}{} is a link, and the label is about the link alone", inQuotes(links.front()), more)};
+  note.mends.push_back({"for what it leads to", typedCommand({"label", "attach", nameOf(label), there})});
+  note.labels = {label};
+  return note;
 }
 
 void noteLinks(const FolderProject& project, const LabelRecord& label, const EntryTable& table, const Paths& paths) {

@@ -11,6 +11,7 @@
 #include "output/LabelReport.h"
 #include "output/Output.h"
 #include "output/Report.h"
+#include "output/View.h"
 #include "settings/OpenProject.h"
 #include "words/Entries.h"
 #include "words/FilterKinds.h"
@@ -27,20 +28,11 @@ using folder_host::LabelSource;
 
 namespace {
 
-// Entries are sorted by bytes, where "a-b" stands between "a" and "a/x". A tree has what lies in a folder behind it.
-std::vector<std::size_t> treeOrder(const std::vector<Entry>& entries) {
-  std::vector<std::size_t> order(entries.size());
-  for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
-  std::sort(order.begin(), order.end(),
-            [&](std::size_t a, std::size_t b) { return folder_host::beforeInTree(entries[a].path, entries[b].path); });
-  return order;
-}
-
-// The name alone, behind its folders' indent: a whole path a line hides where the tree branches.
-std::string indented(const Entry& entry) {
-  const auto depth = static_cast<std::size_t>(std::count(entry.path.begin(), entry.path.end(), '/'));
+// The name alone, behind the indent of the folders that are shown: a whole path a line hides where the tree branches.
+std::string indented(const Entry& entry, std::size_t indent) {
+  if (indent == 0) return freeName(nameOf(entry));
   const std::string name = entry.path.substr(entry.path.rfind('/') + 1);
-  return std::string(2 * depth, ' ') + freeName(name + (entry.kind == EntryKind::folder ? "/" : ""));
+  return std::string(2 * indent, ' ') + freeName(name + (entry.kind == EntryKind::folder ? "/" : ""));
 }
 
 // What of the entries that are shared lacks a label of a drop-files filter by an exception, or by a rule that takes it
@@ -95,18 +87,23 @@ std::string whenceOf(const folder_host::WorkingCopy& project, const Judgement& j
 // One line an entry of the tree: '-' is held back, '~' is shared only for the sake of what is below it. Each mark is a
 // character and not a colour alone, so that it is there in a file and for whoever does not see colours.
 void printTreeLine(const folder_host::WorkingCopy& project, const Judgement& judgement, const Exceptions& exceptions,
-                   std::size_t entry) {
+                   const ViewLine& shown) {
+  const std::size_t entry = shown.entry;
   const Entry& listed = project.table()[entry];
+  const std::string name = indented(listed, shown.indent);
+  const std::string below =
+      shown.below ? fmt::format("  ({} shared and {} held back below)", shown.below->shared, shown.below->heldBack)
+                  : "";
   const Reason& reason = judgement.reasons[entry];
   const Spared* spared = sparedOf(judgement, listed);
   if (reason.rule != Reason::Rule::none) {
-    line(fmt::format("- {}  {}{}", indented(listed), textOf(judgement, reason), whenceOf(project, judgement, entry)),
+    line(fmt::format("- {}  {}{}{}", name, textOf(judgement, reason), whenceOf(project, judgement, entry), below),
          Tone::heldBack);
   } else if (spared != nullptr) {
-    line(fmt::format("~ {}  {}", indented(listed), textOf(judgement, *spared)), Tone::warning);
+    line(fmt::format("~ {}  {}{}", name, textOf(judgement, *spared), below), Tone::warning);
   } else {
     const auto excepted = exceptions.of(entry);
-    line(fmt::format("  {}{}{}", indented(listed), excepted.empty() ? "" : "  shared, ", fmt::join(excepted, ", ")));
+    line(fmt::format("  {}{}{}{}", name, excepted.empty() ? "" : "  shared, ", fmt::join(excepted, ", "), below));
   }
 }
 
@@ -122,15 +119,19 @@ Json jsonLine(const folder_host::WorkingCopy& project, const Judgement& judgemen
   return object;
 }
 
-void printTree(const folder_host::WorkingCopy& copy, const Judgement& judgement) {
+void printTree(const folder_host::WorkingCopy& copy, const Judgement& judgement, const ViewWords& words) {
   const Exceptions exceptions(copy, judgement);
-  for (const std::size_t i : treeOrder(copy.listing().entries)) {
+  const std::vector<ViewLine> lines = viewOf(copy, judgement, words);
+  for (const ViewLine& shown : lines) {
     if (manner().json) {
-      item({}, jsonLine(copy, judgement, i));
+      Json object = jsonLine(copy, judgement, shown.entry);
+      if (shown.below) object["below"] = {{"shared", shown.below->shared}, {"heldBack", shown.below->heldBack}};
+      item({}, object);
     } else {
-      printTreeLine(copy, judgement, exceptions, i);
+      printTreeLine(copy, judgement, exceptions, shown);
     }
   }
+  printView(copy, words, lines.size());
 }
 
 std::array<std::size_t, 3> countsByKind(const Entries& entries) {
@@ -175,6 +176,12 @@ void printSummary(const folder_host::WorkingCopy& copy, const Judgement& judgeme
   if (!manner().json) line(textOf(judgement.leaving));
 }
 
+// A label may be on a path at which nothing is: that is neither shared nor held back.
+std::size_t entryAt(const folder_host::WorkingCopy& copy, const std::string& path, const std::string& named) {
+  if (const auto index = copy.table().find(path)) return *index;
+  throw noEntry(copy.root(), copy.table(), path, named);
+}
+
 // "'drafts/' is shared: no filter of profile 'public' selects it"
 std::string answer(const Judgement& judgement, const Entry& entry, const Reason& reason, const Spared* spared) {
   const std::string profile = "profile " + inQuotes(judgement.name);
@@ -189,10 +196,15 @@ std::string answer(const Judgement& judgement, const Entry& entry, const Reason&
 }  // namespace
 
 // What speaks against a share comes behind the tree, which may be long: people read the end.
-void previewProfile(const std::string& word) {
-  const auto copy = openProject().workingCopy();
-  const Judgement judgement = judge(*copy, *findProfile(*managerOf(*copy), word));
-  printTree(*copy, judgement);
+void previewProfile(const std::string& word, const ViewWords& words) {
+  const FolderProject project = openProject();
+  ViewWords located = words;
+  for (std::string& path : located.paths) path = project.locate(path);
+  const auto copy = project.workingCopy();
+  const auto profile = findProfile(*managerOf(*copy), word);
+  for (std::size_t i = 0; i < words.paths.size(); ++i) entryAt(*copy, located.paths[i], words.paths[i]);
+  const Judgement judgement = judge(*copy, *profile);
+  printTree(*copy, judgement, located);
   for (std::size_t i = 1; i <= judgement.filters.size(); ++i) printFilter(judgement, i);
   printSkipped(copy->listing());
   printNotes(judgement.found.notes);
@@ -206,20 +218,16 @@ void explainPath(const std::string& named, const std::string& word) {
   const std::string path = project.locate(named);
   const auto copy = project.workingCopy();
   const Judgement judgement = judge(*copy, *findProfile(*managerOf(*copy), word));
-  const auto index = copy->table().find(path);
-  // A label may be on a path at which nothing is: that is neither shared nor held back.
-  if (!index) {
-    throw noEntry(copy->root(), copy->table(), path, named);
-  }
-  const Entry& entry = copy->listing().entries[*index];
-  const Reason& reason = judgement.reasons[*index];
+  const std::size_t index = entryAt(*copy, path, named);
+  const Entry& entry = copy->table()[index];
+  const Reason& reason = judgement.reasons[index];
   const Spared* spared = sparedOf(judgement, entry);
-  Json object = jsonLine(*copy, judgement, *index);
+  Json object = jsonLine(*copy, judgement, index);
   object["profile"] = {{"uuid", utf8(judgement.uuid)}, {"name", utf8(judgement.name)}};
   item(answer(judgement, entry, reason, spared), object);
   if (manner().json) return;
-  for (const std::string& label : labelTextsOf(*copy, *index)) line("label  " + label);
-  for (const std::string& label : Exceptions(*copy, judgement).of(*index)) line(label);
+  for (const std::string& label : labelTextsOf(*copy, index)) line("label  " + label);
+  for (const std::string& label : Exceptions(*copy, judgement).of(index)) line(label);
 }
 
 }  // namespace project_share

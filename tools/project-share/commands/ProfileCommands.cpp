@@ -245,7 +245,9 @@ void deleteProfile(const std::string& word) {
     manager->deleteProfile(profile);
     return profile->getUUID();
   });
-  done(fmt::format("Deleted profile {}{}.", inQuotes(word), uuidBehind(uuid)), {{"uuid", utf8(uuid)}});
+  done(fmt::format("Deleted profile {}{}. To have it back: {}", inQuotes(word), uuidBehind(uuid),
+                   commandOf({"undo", std::to_string(project.lastEdit())})),
+       {{"uuid", utf8(uuid)}, {"edit", project.lastEdit()}});
 }
 
 void addFilter(const std::string& word, const std::string& kindWord, const Typed& labels) {

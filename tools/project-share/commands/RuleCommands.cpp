@@ -83,6 +83,7 @@ void tell(const std::string& text, Json object, const LabelRecord& label, const 
     notes.push_back({risks::RULE_IDLE.identifier,
                      {},
                      fmt::format("the rule {} has no effect on what is there", inQuotes(pattern))});
+    notes.back().labels = {label};
   }
   if (!manner().quiet) printNotes(notes);
 }

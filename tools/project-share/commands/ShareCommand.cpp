@@ -8,9 +8,9 @@
 #include "Interruption.h"
 #include "Refusal.h"
 #include "commands/Commands.h"
+#include "commands/Gate.h"
 #include "folder_host/share/HandOut.h"
 #include "folder_host/share/ShareList.h"
-#include "judgement/Judge.h"
 #include "output/Output.h"
 #include "output/ProgressLine.h"
 #include "output/Report.h"
@@ -30,60 +30,11 @@ using folder_host::WorkingCopy;
 
 namespace {
 
-// As it was written.
-std::string argumentOf(const Allowed& allowed) {
-  return allowed.identifier + (allowed.path ? "=" + *allowed.path : "");
-}
-
-Allowances allowancesOf(const std::vector<Allowed>& all) {
-  Allowances allowances;
-  for (const Allowed& allowed : all) {
-    allowed.path ? allowances.allow(allowed.identifier, *allowed.path) : allowances.allow(allowed.identifier);
-  }
-  return allowances;
-}
-
-// Notes what was allowed and is not among the risks. ENTRY_CHANGED is known only when all is copied, and of
-// NESTED_PROJECT some is found only then, which nobody tells.
-void addIdleAllowances(const ShareWords& words, const std::vector<Risk>& risks, bool afterwards,
-                       std::vector<Risk>& notes) {
-  for (const Allowed& allowed : words.allowed) {
-    if ((allowed.identifier == folder_host::errors::ENTRY_CHANGED) != afterwards) continue;
-    if (allowed.identifier == folder_host::errors::NESTED_PROJECT) continue;
-    // Each by itself: together, one that allows all of a kind would make one that names a path look used.
-    const Allowances alone = allowancesOf({allowed});
-    const bool isUsed = std::any_of(risks.begin(), risks.end(), [&](const Risk& risk) {
-      const auto isAllowed = [&](const std::string& path) { return alone.allows(risk.identifier, path); };
-      const auto& others = risk.otherPaths;
-      return isAllowed(risk.path) || std::any_of(others.begin(), others.end(), isAllowed);
-    });
-    if (isUsed) continue;
-    notes.push_back({risks::ALLOW_IDLE.identifier,
-                     {},
-                     fmt::format("--allow {} allows nothing here; leave it out", argumentOf(allowed))});
-  }
-}
-
-void refuseRisks(const Findings& found, const ShareWords& words) {
-  const Allowances allowances = allowancesOf(words.allowed);
-  std::vector<Risk> refused = refusedAmong(found.risks, allowances);
-  // A kind of risk may be a note in this profile, so what is allowed holds for notes as well.
-  if (words.strict) {
-    for (Risk& note : refusedAmong(found.notes, allowances)) refused.push_back(std::move(note));
-  }
-  if (refused.empty()) return;
-  printRisks(refused);
-  const std::string flags = allowingFlags(refused);
-  throw Refusal(refusals::SHARE_REFUSED, fmt::format("{} found; put right what standard output lists{}",
-                                                     counted(refused.size(), "risk", "risks"),
-                                                     flags.empty() ? "" : ", or allow it with " + flags));
-}
-
 folder_host::HandedOut handOut(const Judgement& judgement, const folder_host::Place& place, const ShareWords& words,
                                std::optional<Receipt>& receipt, const Interruption& interruption) {
   ProgressLine copied("copied");
   folder_host::HandOutOptions options;
-  options.allowed = allowancesOf(words.allowed);
+  options.allowed = allowancesOf(words.gate);
   // The work is interrupted where it tells its progress, by an exception: what was begun is removed as after any
   // failure.
   options.onProgress = [&](const Progress& progress) {
@@ -96,7 +47,7 @@ folder_host::HandedOut handOut(const Judgement& judgement, const folder_host::Pl
     // The receipt reads the whole copy once more, which may take long: it shows its progress, too.
     ProgressLine checked("noted");
     std::set<std::string> allowed;
-    for (const Allowed& one : words.allowed) allowed.insert(utf8(argumentOf(one)));
+    for (const std::string& one : argumentsOf(words.gate)) allowed.insert(utf8(one));
     receipt->write(judgement, allowed, folder, [&](const Progress& progress) {
       interruption.check();
       checked.show(progress);
@@ -139,7 +90,7 @@ void report(const Judgement& judgement, const folder_host::HandedOut& result, co
     allowed.push_back({folder_host::errors::ENTRY_CHANGED, path,
                        inQuotes(path) + " was changed meanwhile, and was shared as it was read"});
   }
-  addIdleAllowances(words, allowed, true, notes);
+  addIdleAfterwards(words.gate, allowed, notes);
   printNotes(notes);
   // Told though allowed: who allowed a kind of risk sees here for which cases that was.
   printRisks(allowed, "allowed: ", {{"allowed", true}});
@@ -157,33 +108,54 @@ void report(const Judgement& judgement, const folder_host::HandedOut& result, co
   if (!manner().json) line(textOf(judgement.leaving));
 }
 
-// Opened before anything is copied: who shares is told then that it will not be listed.
-std::optional<Descriptor> openList(const FolderProject& project, std::vector<Risk>& notes) {
+// What speaks against a share, in the order in which people read: the worst, and the line that sums it up, last.
+Verdict told(const Judgement& judgement, const GateWords& words) {
+  Verdict verdict = verdictOf(judgement.found, words);
+  if (!manner().quiet) {
+    printNotes(verdict.notes);
+    printRisks(verdict.allowed, "allowed: ", {{"allowed", true}});
+  }
+  printRisks(verdict.refused);
+  const std::size_t all = judgement.copy->listing().entries.size(), shared = judgement.shared.size();
+  const std::size_t risks = verdict.refused.size(), allowed = verdict.allowed.size(), notes = verdict.notes.size();
+  Json object{{"type", "summary"}, {"entries", all},     {"shared", shared}, {"refused", risks > 0},
+              {"risks", risks},    {"allowed", allowed}, {"notes", notes}};
+  putPath(object, "project", judgement.copy->root());
+  object["labels"] = jsonOf(judgement.leaving);
+  done(fmt::format("Of the project {}, {} of {} would be shared: {}, {} allowed, {}.", inQuotes(judgement.copy->root()),
+                   shared, counted(all, "entry", "entries"), counted(risks, "risk", "risks"), allowed,
+                   counted(notes, "note", "notes")),
+       object);
+  return verdict;
+}
+
+// Before anything is copied: who shares is told then that it will not be listed. Gives whether it will.
+bool canBeListed(const FolderProject& project, Findings& found) {
   try {
-    return folder_host::openShareList(project.storeFolder());
+    folder_host::checkShareList(project.storeFolder());
+    return true;
   } catch (const std::system_error& error) {
-    notes.push_back({risks::SHARE_UNLISTED.identifier,
-                     {},
-                     fmt::format("this share will not be in the log, because {} cannot be written to: {}",
-                                 inQuotes(project.root() + "/" + folder_host::STORE_FOLDER), error.code().message())});
-    return std::nullopt;
+    found.add(risks::SHARE_UNLISTED, {},
+              fmt::format("this share will not be in the log, because {} cannot be written to: {}",
+                          inQuotes(project.root() + "/" + folder_host::STORE_FOLDER), error.code().message()));
+    return false;
   }
 }
 
 // The copy is there: that nothing could be noted is no failure of the share.
 std::vector<Risk> remember(const FolderProject& project, const Judgement& judgement, const ShareWords& words,
-                           const std::optional<Descriptor>& list, const WorkingCopy& copy) {
+                           bool isListed, const WorkingCopy& copy) {
   std::vector<Risk> notes;
   try {
-    if (list)
-      folder_host::addShare(*list, lineOf(project, judgement, std::filesystem::absolute(words.destination).string()));
+    const std::string destination = std::filesystem::absolute(words.destination).string();
+    if (isListed) folder_host::addShare(project.storeFolder(), lineOf(project, judgement, destination));
   } catch (const std::system_error& error) {
     notes.push_back({risks::SHARE_UNLISTED.identifier, {}, "this share is not in the log: " + error.code().message()});
   }
   try {
     project.remember(copy.tableInCommon(), {});
   } catch (const Refusal& error) {
-    if (list) notes.push_back({risks::MEMORY_FAILED.identifier, {}, error.what()});  // else it was told before
+    if (isListed) notes.push_back({risks::MEMORY_FAILED.identifier, {}, error.what()});  // else it was told before
   }
   return notes;
 }
@@ -194,7 +166,7 @@ std::shared_ptr<profiles::ExportProfile> profileOf(WorkingCopy& copy, const Shar
   try {
     return findProfile(*manager, *words.profile);
   } catch (const Refusal&) {
-    if (!namesProfile(*manager, words.destination)) throw;
+    if (words.destination.empty() || !namesProfile(*manager, words.destination)) throw;
   }
   throw Refusal(
       refusals::PROFILE_NOT_FOUND,
@@ -210,10 +182,11 @@ void share(const ShareWords& words) {
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
   // Before the judgement, which may read much: a destination that cannot be used is known at once.
   const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
-  Judgement judgement = profile ? judge(*copy, *profile) : judgeWhole(*copy);
-  addIdleAllowances(words, judgement.found.risks, false, judgement.found.notes);
-  const std::optional<Descriptor> list = openList(project, judgement.found.notes);
-  refuseRisks(judgement.found, words);
+  Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
+  const bool isListed = canBeListed(project, judgement.found);
+  const Verdict verdict = verdictOf(judgement.found, words.gate);
+  printRisks(verdict.refused);
+  refuse(verdict);
   if (!manner().quiet) printNotes(judgement.found.notes);
   // All that can be refused has been by now: nothing is written for a share that is refused.
   const Interruption interruption;  // ends last: what was begun is cleaned up before
@@ -221,7 +194,22 @@ void share(const ShareWords& words) {
   if (!words.receipt.empty()) receipt.emplace(*copy, place, words.receipt);
   const folder_host::HandedOut result = handOut(judgement, place, words, receipt, interruption);
   project.confirm();
-  report(judgement, result, words, remember(project, judgement, words, list, *copy));
+  report(judgement, result, words, remember(project, judgement, words, isListed, *copy));
 }
+
+void checkShare(const ShareWords& words) {
+  const FolderProject project = openProject();
+  const auto copy = project.workingCopy();
+  const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
+  if (!words.destination.empty()) {
+    const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
+    if (!words.receipt.empty()) Receipt::check(*copy, place, words.receipt);
+  }
+  Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
+  canBeListed(project, judgement.found);
+  refuse(told(judgement, words.gate));
+}
+
+void checkProfile(const std::string& profile, const GateWords& words) { checkShare({profile, {}, words, {}}); }
 
 }  // namespace project_share

@@ -9,6 +9,8 @@
 #include "judgement/Judge.h"
 #include "judgement/Mending.h"
 #include "judgement/ProfileRisks.h"
+#include "judgement/Unlabelled.h"
+#include "output/LabelReport.h"
 #include "output/Output.h"
 #include "output/Report.h"
 #include "settings/OpenProject.h"
@@ -24,16 +26,11 @@ using folder_host::WorkingCopy;
 
 namespace {
 
-// By entry.
-std::vector<bool> labelledIn(const WorkingCopy& copy) {
-  std::vector<bool> labelled(copy.table().size());
-  for (std::size_t i = 0; i < labelled.size(); ++i) labelled[i] = !copy.effective().of(i).empty();
-  return labelled;
-}
-
-void printUnlabelled(const folder_host::Entry& entry, std::size_t below) {
+void printUnlabelled(const WorkingCopy& copy, std::size_t index, std::size_t below) {
+  const folder_host::Entry& entry = copy.table()[index];
   Json object{{"type", "unlabelled"}};
   object.update(jsonOf(entry));
+  object["labels"] = jsonOfLabels(copy, index);
   const std::string more = below > 0 ? fmt::format("  (and {} below)", counted(below, "entry", "entries")) : "";
   item("unlabelled  " + freeName(nameOf(entry)) + more, object);
 }
@@ -43,21 +40,13 @@ void printUnlabelled(const folder_host::Entry& entry, std::size_t below) {
 void printUnlabelled(const WorkingCopy& copy, const std::vector<bool>& labelled, bool all) {
   constexpr std::size_t MOST = 20;
   const auto& table = copy.table();
-  std::vector<std::size_t> below(table.size());  // entries without a label, where there are no others
-  std::vector<bool> isMixed = labelled;
-  for (std::size_t i = table.size(); i-- > 0;) {
-    const std::size_t folder = table.parentOf(i);
-    if (folder == folder_host::EntryTable::ROOT) continue;
-    isMixed[folder] = isMixed[folder] || isMixed[i];
-    below[folder] += below[i] + 1;
-  }
-  std::vector<bool> isTold(table.size());  // with a folder
+  const std::vector<std::size_t> tops = unlabelledTops(table, labelled);
+  std::vector<std::size_t> below(table.size());  // of a top, how many entries it stands for besides itself
+  for (std::size_t i = 0; i < table.size(); ++i) below[tops[i]] += tops[i] == i ? 0U : 1U;
   std::size_t told = 0;
   for (std::size_t i = 0; i < table.size(); ++i) {
-    const std::size_t folder = table.parentOf(i);
-    isTold[i] = !all && folder != folder_host::EntryTable::ROOT && (isTold[folder] || !isMixed[folder]);
-    if (labelled[i] || isTold[i]) continue;
-    if (all || ++told <= MOST) printUnlabelled(table[i], all || isMixed[i] ? 0 : below[i]);
+    if (labelled[i] || (!all && tops[i] != i)) continue;
+    if (all || ++told <= MOST) printUnlabelled(copy, i, all ? 0 : below[i]);
   }
   if (!all && told > MOST) line(fmt::format("unlabelled: {} more; 'status --all' lists each", told - MOST));
 }
@@ -78,33 +67,35 @@ void printProfile(WorkingCopy& copy, const profiles::ExportProfile& profile) {
 std::vector<Risk> doubtfulNames(const std::vector<LabelRecord>& labels, profiles::ExportProfileManager& manager) {
   std::vector<Risk> notes;
   const auto add = [&](const char* what, const std::optional<std::string>& one, const std::string& other,
-                       const std::string& command) {
+                       const Command& command) {
     if (!one) return;
     notes.push_back({risks::LOOKS_ALIKE.identifier,
                      {},
-                     fmt::format("the {} {} and {} look alike; give one another name: {}", what, inQuotes(*one),
-                                 inQuotes(other), command)});
+                     fmt::format("the {} {} and {} look alike", what, inQuotes(*one), inQuotes(other)),
+                     {},
+                     {{"give one another name", command}}});
   };
   // Commands name what is in doubt by its UUID. No command renames a category: the way is to make labels in another
   // one.
   Looks labelLooks, categoryLooks, profileLooks;
   std::set<std::u16string> categories;
   for (const LabelRecord& label : labels) {
-    const std::string rename = commandOf({"label", "rename", folder_host::toBytes(label.uuid), "NAME"});
+    const Command rename = typedCommand({"label", "rename", folder_host::toBytes(label.uuid), "NAME"});
     add("labels", labelLooks.add(label.categoryName, label.name), nameOf(label), rename);
     if (!categories.insert(label.categoryUUID).second) continue;
     add("categories", categoryLooks.add(label.categoryName), folder_host::toBytes(label.categoryName),
-        commandOf({"label", "create", "CATEGORY/NAME"}));
+        typedCommand({"label", "create", "CATEGORY/NAME"}));
   }
   for (const auto& profile : profilesByName(manager)) {
     add("profiles", profileLooks.add(nameOf(*profile)), folder_host::toBytes(nameOf(*profile)),
-        commandOf({"profile", "rename", folder_host::toBytes(profile->getUUID()), "NAME"}));
+        typedCommand({"profile", "rename", folder_host::toBytes(profile->getUUID()), "NAME"}));
   }
   std::set<std::u16string> named;
   forEachItem(manager, [&](const auto&, const auto&, const auto& item) { named.insert(item.labelUUID); });
   for (const LabelRecord& label : labels) {
     if (named.count(label.uuid) != 0) continue;
     notes.push_back({risks::LABEL_UNNAMED.identifier, {}, fmt::format("no profile names {}", inQuotes(nameOf(label)))});
+    notes.back().labels = {label};
   }
   return notes;
 }

@@ -18,14 +18,14 @@ using folder_host::WorkingCopy;
 
 namespace {
 
-void addNothingShared(Judgement& judgement, const std::string& why) {
-  if (judgement.shared.empty()) judgement.found.add(risks::NOTHING_SHARED, {}, "no entry would be shared; " + why);
+void addNothingShared(Judgement& judgement, const Mend& mend) {
+  if (judgement.shared.empty()) judgement.found.add(risks::NOTHING_SHARED, {}, "no entry would be shared", {mend});
 }
 
 }  // namespace
 
 // By the reserved UUID everything would be shared, whatever the profile's filters are.
-Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile) {
+Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile, folder_host::Look look) {
   if (profile.getUUID() == profiles::getWholeProjectUUID()) {
     throw Refusal(refusals::PROFILE_DAMAGED,
                   fmt::format("the profile {} has the UUID that means the whole project: duplicate it under another "
@@ -37,11 +37,11 @@ Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile) {
   judgement.name = nameOf(profile);
   const Mending mending(filters, project);
   addProfileRisks(project, profile, mending, judgement);
-  addTraceRisks(project, mending, judgement);
+  addTraceRisks(project, mending, judgement, look);
   const std::string name = folder_host::toBytes(judgement.name);
   // The command has to work as it is told, and a UUID can always be typed.
   const std::string word = isTyped(name) ? name : folder_host::toBytes(judgement.uuid);
-  addNothingShared(judgement, "this tells why: " + commandOf({"preview", word}));
+  addNothingShared(judgement, {"this tells why", typedCommand({"preview", word})});
   return judgement;
 }
 
@@ -49,8 +49,8 @@ Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile) {
 // receiver is looked for.
 Judgement judgeWhole(const WorkingCopy& project) {
   Judgement judgement = judged(project, profiles::getWholeProjectUUID(), {});
-  judgement.found.risks = folder_host::risksAmong(*judgement.copy);
-  addNothingShared(judgement, "the project holds nothing that can be handed out");
+  addPlaceRisks(project, Mending({}, project), judgement, folder_host::Look::each);
+  addNothingShared(judgement, {"the project holds nothing that can be handed out"});
   return judgement;
 }
 

@@ -286,4 +286,10 @@ std::string nameOfFilter(const Judgement& judgement, std::size_t position) {
   return fmt::format("filter {}, {}", position, wordOf(judgement.filters[position - 1].kind));
 }
 
+void setFilter(Risk& risk, const Judgement& judgement, std::size_t position) {
+  if (position == 0) return;
+  risk.filter = position;
+  risk.filterKind = wordOf(judgement.filters[position - 1].kind);
+}
+
 }  // namespace project_share

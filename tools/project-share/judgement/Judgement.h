@@ -89,4 +89,7 @@ Judgement judged(const folder_host::WorkingCopy& project, const std::u16string& 
 // "filter 1, drop-files"
 std::string nameOfFilter(const Judgement& judgement, std::size_t position);
 
+// Says that the risk has to do with the filter; nothing where the position is 0.
+void setFilter(Risk& risk, const Judgement& judgement, std::size_t position);
+
 }  // namespace project_share

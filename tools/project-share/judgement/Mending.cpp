@@ -8,6 +8,7 @@
 
 #include "words/FilterKinds.h"
 #include "words/Labels.h"
+#include "words/TypedCommand.h"
 
 namespace project_share {
 
@@ -28,31 +29,35 @@ Mending::Mending(const Filters& filters, const folder_host::WorkingCopy& copy) :
 
 // A command is told only where it can be typed as it looks: with a character that is not seen, it would name another
 // label or path.
-std::string Mending::commandFor(const char* action, const LabelRecord& label, const Paths& paths) const {
-  std::vector<std::string> words{"label", action, nameOf(label)};
+Command Mending::commandFor(const char* action, const std::string& label, const Paths& paths) const {
+  std::vector<std::string> words{"label", action, label};
   for (const std::string& path : paths) {
     words.push_back(fromHere(copy_.root(), path));
   }
-  if (std::all_of(words.begin(), words.end(), isTyped)) return commandOf(words);
-  return std::string(action) +
-         " the label by its UUID and the path by --stdin -0, as they cannot be typed as they look";
+  Command command = typedCommand(words);
+  if (command.isTyped) return command;
+  return {
+      std::string(action) + " the label by its UUID and the path by --stdin -0, as they cannot be typed as they look",
+      false};
 }
 
-std::string Mending::attach(const LabelRecord& label, const Paths& paths) const {
+Command Mending::attach(const LabelRecord& label, const Paths& paths) const { return attach(nameOf(label), paths); }
+
+Command Mending::attach(const std::string& label, const Paths& paths) const {
   return commandFor("attach", label, paths);
 }
 
-std::string Mending::detach(const LabelRecord& label, const Paths& paths) const {
-  return commandFor("detach", label, paths);
+Command Mending::detach(const LabelRecord& label, const Paths& paths) const {
+  return commandFor("detach", nameOf(label), paths);
 }
 
-std::string Mending::commandOn(const char* action, const std::string& path) const {
+Command Mending::commandOn(const char* action, const std::string& path) const {
   const std::string word = fromHere(copy_.root(), path);
-  if (isTyped(word)) return commandOf({"label", action, word});
-  return std::string("label ") + action + " takes its path by --stdin -0, as it cannot be typed as it looks";
+  if (isTyped(word)) return typedCommand({"label", action, word});
+  return {std::string("label ") + action + " takes its path by --stdin -0, as it cannot be typed as it looks", false};
 }
 
-std::string Mending::follow(const std::string& path) const { return commandOn("follow", path); }
+Command Mending::follow(const std::string& path) const { return commandOn("follow", path); }
 
 namespace {
 
@@ -68,23 +73,22 @@ std::optional<std::size_t> firstBeyond(const folder_host::LabelSet& one, const f
 
 // An edit of a label on the entry settles it as far as that label is concerned: what is too much is detached, and what
 // is wanting attached.
-std::string Mending::change(std::size_t entry, const folder_host::LabelSet& from,
-                            const folder_host::LabelSet& to) const {
+Command Mending::change(std::size_t entry, const folder_host::LabelSet& from, const folder_host::LabelSet& to) const {
   const auto& labels = copy_.effective().sources().labels();
   const Paths paths{copy_.table()[entry].path};
   if (const auto label = firstBeyond(from, to)) return detach(labels[*label], paths);
   return attach(labels[firstBeyond(to, from).value()], paths);
 }
 
-std::string Mending::settle(std::size_t entry) const {
+Command Mending::settle(std::size_t entry) const {
   return change(entry, copy_.followed().differing().at(entry).labels, copy_.effective().of(entry));
 }
 
-std::string Mending::restore(std::size_t entry) const {
+Command Mending::restore(std::size_t entry) const {
   return change(entry, copy_.effective().of(entry), copy_.followed().differing().at(entry).labels);
 }
 
-std::string Mending::callMissing(const std::string& path) const { return commandOn("missing", path); }
+Command Mending::callMissing(const std::string& path) const { return commandOn("missing", path); }
 
 std::vector<std::u16string> Mending::droppingLabelsOf(std::size_t entry) const {
   const auto& sources = copy_.effective().sources();
@@ -104,17 +108,17 @@ std::vector<std::u16string> Mending::droppingLabelsOf(std::size_t entry) const {
 
 // The command that is told has to work as it stands. Which label is meant nobody can know; the first by name holds the
 // entry back as surely as any other.
-std::string Mending::holdBack(const Paths& paths) const {
-  if (!dropped_.empty()) return "hold it back: " + attach(dropped_.front(), paths);
+Mend Mending::holdBack(const Paths& paths) const {
+  if (!dropped_.empty()) return {"hold it back", attach(dropped_.front(), paths)};
   // A keep-files filter holds back what has no label, so an entry is held back when all of its labels are taken off.
-  std::string commands;
+  Command commands;
   const auto entry = copy_.table().find(paths.front());
   for (const auto& carried :
        entry ? copy_.effective().fileLabelsOf(*entry) : std::vector<project::management::FileLabel>()) {
     const auto label = labels_.find(carried.getUUID());
-    if (label != labels_.end()) commands += (commands.empty() ? "" : " && ") + detach(label->second, paths);
+    if (label != labels_.end()) commands.append(detach(label->second, paths));
   }
-  return commands.empty() ? "move it out of the project" : "hold it back: " + commands;
+  return commands.text.empty() ? Mend{"move it out of the project"} : Mend{"hold it back", commands};
 }
 
 }  // namespace project_share

@@ -9,6 +9,7 @@
 
 #include "folder_host/files/Path.h"
 #include "folder_host/text/Utf.h"
+#include "judgement/SelectionProbe.h"
 #include "words/FilterKinds.h"
 #include "words/Labels.h"
 #include "words/Names.h"
@@ -30,11 +31,11 @@ Items itemsOf(const profiles::ExportFilter& filter) {
   return items;
 }
 
-// Of all filters of one kind.
-Items itemsOf(const ExportProfile& profile, const std::u16string& kind) {
+// Of all filters of the kinds that `isMeant` tells.
+Items itemsOf(const ExportProfile& profile, bool (*isMeant)(const std::u16string&)) {
   Items items;
   for (const auto& filter : profile.getFilters()) {
-    if (filter->getType() == kind) items.merge(itemsOf(*filter));
+    if (isMeant(filter->getType())) items.merge(itemsOf(*filter));
   }
   return items;
 }
@@ -104,24 +105,21 @@ class MissingPaths {
     if (group.size() > 1) what += fmt::format(" and {} more", group.size() - 1);
     constexpr std::size_t ENOUGH = 20;  // a look at all entries for each of thousands would take too long
     const auto candidates = found.size() < ENOUGH ? project_.followed().candidatesFor(first) : Candidates();
-    std::string perhaps, told, attach, detach;
+    std::string perhaps, told;
+    Command attach, detach;
     for (const std::size_t one : candidates) {
-      perhaps += (perhaps.empty() ? ", perhaps to " : ", ") + inQuotes(project_.table()[one].path);
+      perhaps += (perhaps.empty() ? "; perhaps it is now " : ", ") + inQuotes(project_.table()[one].path);
     }
     for (const LabelRecord* label : labels) {
+      risk.labels.push_back(*label);
       told += (told.empty() ? "" : ", ") + nameInQuotes(*label);
-      if (!candidates.empty()) {
-        const std::string here = mending_.attach(*label, {project_.table()[candidates.front()].path});
-        attach += (attach.empty() ? ": " : " && ") + here;
-      }
-      detach += (detach.empty() ? "" : " && ") + mending_.detach(*label, {first.path});
+      if (!candidates.empty()) attach.append(mending_.attach(*label, {project_.table()[candidates.front()].path}));
+      detach.append(mending_.detach(*label, {first.path}));
     }
-    const std::string missing = mending_.callMissing(top);
-    risk.message =
-        fmt::format("nothing is at {}, which had {}; where it was renamed or moved{}, label what it is now{}", what,
-                    told, perhaps, attach);
-    if (!first.isMeant) risk.message += fmt::format("; where it is meant to be missing: {}", missing);
-    if (first.isMarked) risk.message += fmt::format("; where it is gone for good: {}", detach);
+    risk.what = fmt::format("nothing is at {}, which had {}{}", what, told, perhaps);
+    risk.mends.push_back({"where it was renamed or moved, label what it is now", attach});
+    if (!first.isMeant) risk.mends.push_back({"where it is meant to be missing", mending_.callMissing(top)});
+    if (first.isMarked) risk.mends.push_back({"where it is gone for good", detach});
     found.push_back(std::move(risk));
   }
 
@@ -168,22 +166,20 @@ class FollowedNotes {
     const std::string what = isAlone ? inQuotes(path) + " is"
                                      : fmt::format("of {}, {} {}", inQuotes(path), entries.size(),
                                                    entries.size() == 1 ? "entry is" : "entries are");
-    std::string message;
-    if (byWhatItHas) {
-      message = fmt::format("{} held back by the labels of its place; as {} it was shared; to share it again: {}", what,
-                            inQuotes(from), mending_.restore(top));
-    } else if (from.empty()) {
-      message = fmt::format(
-          "{} held back: its labels were those of something else, which is elsewhere now; to share it "
-          "by what it has now: {}",
-          what, mending_.settle(top));
-    } else {
-      message = fmt::format(
-          "{} held back by the labels that it had as {}; to keep it so for good: {}; to share it by what it has "
-          "now: {}",
-          what, inQuotes(from), mending_.follow(path), mending_.settle(top));
+    Risk note{risks::LABEL_FOLLOWED.identifier, path, what + " held back"};
+    for (const std::size_t label : byWhatItHas ? project_.effective().of(top) : differing_.at(top).labels) {
+      note.labels.push_back(project_.effective().sources().labels()[label]);
     }
-    Risk note{risks::LABEL_FOLLOWED.identifier, path, std::move(message)};
+    if (byWhatItHas) {
+      note.what += fmt::format(" by the labels of its place; as {} it was shared", inQuotes(from));
+      note.mends.push_back({"to share it again", mending_.restore(top)});
+    } else if (from.empty()) {
+      note.what += ": its labels were those of something else, which is elsewhere now";
+    } else {
+      note.what += fmt::format(" by the labels that it had as {}", inQuotes(from));
+      note.mends.push_back({"to keep it so for good", mending_.follow(path)});
+    }
+    if (!byWhatItHas) note.mends.push_back({"to share it by what it has now", mending_.settle(top)});
     if (!from.empty()) note.otherPaths.push_back(from);
     return note;
   }
@@ -209,11 +205,12 @@ std::vector<IdleRule> idleRules(const WorkingCopy& project) {
   for (const std::size_t index : project.effective().idleRules()) {
     const auto& rule = sources.rules()[index];
     const LabelRecord& label = sources.labels()[rule.label];
-    idle.push_back({&label,
-                    {risks::RULE_IDLE.identifier,
-                     {},
-                     fmt::format("the rule {} of {} has no effect on what is there", inQuotes(rule.pattern),
-                                 nameInQuotes(label))}});
+    Risk note{
+        risks::RULE_IDLE.identifier,
+        {},
+        fmt::format("the rule {} of {} has no effect on what is there", inQuotes(rule.pattern), nameInQuotes(label))};
+    note.labels = {label};
+    idle.push_back({&label, std::move(note)});
   }
   return idle;
 }
@@ -226,8 +223,9 @@ class ProfileRisks {
         mending_(mending),
         judgement_(judgement),
         found_(judgement.found),
-        dropped_(itemsOf(profile, profiles::EXCLUDE_FILES_WITH_LABEL)) {
-    for (const auto& filter : profile.getFilters()) named_.merge(itemsOf(*filter));
+        filters_(profile.getFilters()),
+        dropped_(itemsOf(profile, dropsFiles)) {
+    for (const auto& filter : filters_) named_.merge(itemsOf(*filter));
   }
 
   void add() {
@@ -248,15 +246,17 @@ class ProfileRisks {
     Items known;
     for (const LabelRecord& label : judgement_.labels) known.emplace(label.categoryUUID, label.uuid);
     const std::string profile = folder_host::toBytes(judgement_.name);
-    for (const auto& filter : profile_.getFilters()) {
-      for (const auto& [category, uuid] : itemsOf(*filter)) {
+    for (std::size_t i = 0; i < filters_.size(); ++i) {
+      for (const auto& [category, uuid] : itemsOf(*filters_[i])) {
         if (known.count({category, uuid}) != 0) continue;
-        const std::string kind = wordOf(filter->getType());
+        const std::string kind = wordOf(filters_[i]->getType());
         // By its UUID: its name was deleted with it.
         const std::string label = folder_host::toBytes(uuid);
-        found_.add(risks::LABEL_DELETED, {},
-                   fmt::format("the {} filter names the label {}, which was deleted; take it out: {}", kind,
-                               inQuotes(label), commandOf({"profile", "remove-filter", profile, kind, label})));
+        Risk& risk =
+            found_.add(risks::LABEL_DELETED, {},
+                       fmt::format("the {} filter names the label {}, which was deleted", kind, inQuotes(label)),
+                       {{"take it out", typedCommand({"profile", "remove-filter", profile, kind, label})}});
+        concern(risk, {uuid, {}, {}, {}}, i + 1);
       }
     }
     for (const std::string& what : skippedIn(profile_, *project_.getMetadataManager())) {
@@ -290,11 +290,14 @@ class ProfileRisks {
       const auto alone = std::find_if(spared.labels.begin(), spared.labels.end(), isAlone);
       if (!spared.isDropped || alone == spared.labels.end() || !told.insert({spared.because, *alone}).second) continue;
       const LabelRecord& label = judgement_.labels[*alone];
-      found_.add(risks::FOLDER_SPARED, folder,
-                 fmt::format("{} alone carries {} and is shared all the same, because of what in it does not carry it: "
-                             "{}; label all of it, now and later: {}; or take the label off: {}",
-                             inQuotes(folder), nameInQuotes(label), sharedBelow(folder),
-                             mending_.attach(label, {folder}), mending_.detach(label, {folder})));
+      Risk& risk =
+          found_.add(risks::FOLDER_SPARED, folder,
+                     fmt::format("{} alone carries {} and is shared all the same, because of what in it does not carry "
+                                 "it: {}",
+                                 inQuotes(folder), nameInQuotes(label), sharedBelow(folder)),
+                     {{"label all of it, now and later", mending_.attach(label, {folder})},
+                      {"take the label off", mending_.detach(label, {folder})}});
+      concern(risk, label, spared.filter);
     }
   }
 
@@ -313,23 +316,63 @@ class ProfileRisks {
 
   // The name of what was to be held back is in the copy then.
   void addLeavingLabels() {
-    const Items removed = itemsOf(profile_, profiles::EXCLUDE_LABEL);
     const std::string profile = folder_host::toBytes(judgement_.name);
-    for (const auto& [label, entries] : judgement_.leaving) {
+    for (const LeavingLabel& leaving : judgement_.leaving) {
+      const LabelRecord& label = leaving.label;
+      const std::size_t remover = removerOf(label);
+      const bool isNamed = remover != 0 && dropsLabels(filters_[remover - 1]->getType());
+      const Mend unprotect{"let filters remove it", typedCommand({"label", "unprotect", nameOf(label)})};
       // Asked first: the drop-labels filter is there already, and to add the label to it again would mend nothing.
-      if (names(removed, label)) {
-        found_.add(risks::LABEL_PROTECTED, {},
-                   fmt::format("{} leaves, though a drop-labels filter names it, because it is protected; let filters "
-                               "remove it: {}",
-                               nameInQuotes(label), commandOf({"label", "unprotect", nameOf(label)})));
+      if (isNamed) {
+        addProtected(label, remover, "though a drop-labels filter names it", found_.risks, unprotect);
       } else if (names(dropped_, label)) {
-        found_.add(risks::LABEL_LEAVES, {},
-                   fmt::format("{}, by which files are held back, leaves with what is shared; remove it from the copy: "
-                               "{}",
-                               nameInQuotes(label),
-                               commandOf({"profile", "add-filter", profile, "drop-labels", nameOf(label)})));
+        const Mend remove{"remove it from the copy",
+                          typedCommand({"profile", "add-filter", profile, "drop-labels", nameOf(label)})};
+        Risk& risk = found_.add(risks::LABEL_LEAVES, {},
+                                nameInQuotes(label) + ", by which files are held back, leaves with what is shared",
+                                {remover == 0 ? remove : unprotect});
+        concern(risk, label, dropperOf(label));
+      } else if (remover != 0) {
+        addProtected(label, remover, "though no keep-labels filter lists it", found_.notes, unprotect);
       }
     }
+  }
+
+  void addProtected(const LabelRecord& label, std::size_t filter, const char* though, std::vector<Risk>& found,
+                    const Mend& mend) {
+    found.push_back({risks::LABEL_PROTECTED.identifier,
+                     {},
+                     fmt::format("{} leaves, {}, because it is protected", nameInQuotes(label), though),
+                     {},
+                     {mend}});
+    concern(found.back(), label, filter);
+  }
+
+  // The filter that would remove the label that leaves, were it not protected: one that names it before one that does
+  // not list it. 0 where there is none.
+  std::size_t removerOf(const LabelRecord& label) const {
+    const Labels alone{{project::management::CategoryIdentifier(label.categoryUUID),
+                        project::management::LabelIdentifier(label.uuid, 1)}};
+    std::size_t remover = 0;
+    for (std::size_t i = 0; i < filters_.size(); ++i) {
+      const std::u16string kind = filters_[i]->getType();
+      if (isFileKind(kind) || filters_[i]->getItems().empty() || !takesAwayAny(*filters_[i], alone)) continue;
+      if (remover == 0 || dropsLabels(kind)) remover = i + 1;
+    }
+    return remover;
+  }
+
+  // The first drop-files filter that names the label; 0 where none does.
+  std::size_t dropperOf(const LabelRecord& label) const {
+    for (std::size_t i = 0; i < filters_.size(); ++i) {
+      if (dropsFiles(filters_[i]->getType()) && names(itemsOf(*filters_[i]), label)) return i + 1;
+    }
+    return 0;
+  }
+
+  void concern(Risk& risk, const LabelRecord& label, std::size_t filter) const {
+    risk.labels = {label};
+    setFilter(risk, judgement_, filter);
   }
 
   // Labels of a drop-files filter that hold nothing back, beside others that do.
@@ -347,8 +390,10 @@ class ProfileRisks {
       if (static_cast<std::size_t>(idle) >= items.size()) continue;  // the filter is told of
       for (const LabelRecord& label : judgement_.labels) {
         if (!isIdle(label)) continue;
-        found_.add(risks::LABEL_IDLE, {},
-                   fmt::format("the drop-files filter names {}, which nothing carries", nameInQuotes(label)));
+        Risk& note =
+            found_.add(risks::LABEL_IDLE, {},
+                       fmt::format("the drop-files filter names {}, which nothing carries", nameInQuotes(label)));
+        concern(note, label, dropperOf(label));
       }
     }
   }
@@ -370,17 +415,19 @@ class ProfileRisks {
       if (kind != folder_host::MarkKind::exception || !entry || !names(dropped_, label)) continue;
       const auto rule = sources.ruleFor(path, project_.table()[*entry].kind == folder_host::EntryKind::folder, index);
       if (!rule.gives()) continue;
-      found_.add(
-          risks::EXCEPTION_HIDES_RULE, path,
-          fmt::format("{} is excepted from {}, which the rule {} would give it; to label it again: {}", inQuotes(path),
-                      nameInQuotes(label), inQuotes(rule.pattern), mending_.attach(label, {path})));
+      Risk& note = found_.add(risks::EXCEPTION_HIDES_RULE, path,
+                              fmt::format("{} is excepted from {}, which the rule {} would give it", inQuotes(path),
+                                          nameInQuotes(label), inQuotes(rule.pattern)),
+                              {{"to label it again", mending_.attach(label, {path})}});
+      concern(note, label, dropperOf(label));
     }
   }
 
   void addIdleFilters() {
     for (std::size_t i = 0; i < judgement_.filters.size(); ++i) {
       if (judgement_.filters[i].matches) continue;
-      found_.add(risks::FILTER_IDLE, {}, nameOfFilter(judgement_, i + 1) + ", takes nothing out");
+      Risk& note = found_.add(risks::FILTER_IDLE, {}, nameOfFilter(judgement_, i + 1) + ", takes nothing out");
+      setFilter(note, judgement_, i + 1);
     }
     if (judgement_.filters.empty()) {
       found_.add(risks::FILTER_IDLE, {}, "the profile has no filter: everything is shared");
@@ -392,6 +439,7 @@ class ProfileRisks {
   const Mending& mending_;
   Judgement& judgement_;
   Findings& found_;
+  const Filters filters_;
   const Items dropped_;  // named by drop-files filters
   Items named_;          // by any
 };

@@ -11,7 +11,7 @@ namespace project_share {
 
 // Of the judgement of a share by this profile: LABEL_DELETED, FILTER_SKIPPED, LABEL_ON_MISSING_PATH, FOLDER_SPARED,
 // LABEL_LEAVES, LABEL_PROTECTED; as notes LABEL_FOLLOWED, LABEL_IDLE, FILTER_IDLE, RULE_IDLE, EXCEPTION_HIDES_RULE,
-// MEMORY_UNREADABLE.
+// MEMORY_UNREADABLE, and LABEL_PROTECTED of a label that no filter names.
 void addProfileRisks(folder_host::WorkingCopy& project, const project::sharing::profiles::ExportProfile& profile,
                      const Mending& mending, Judgement& judgement);
 

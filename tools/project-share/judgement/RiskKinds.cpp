@@ -18,12 +18,16 @@ const std::vector<std::string>& allowableRisks() {
 }
 
 // Every path that the risk is about has to be allowed: who allowed one of three twins has not seen the other two.
+bool isRefused(const Risk& risk, const Allowances& allowed) {
+  const auto isAllowed = [&](const std::string& path) { return allowed.allows(risk.identifier, path); };
+  const auto& others = risk.otherPaths;
+  return !isAllowed(risk.path) || !std::all_of(others.begin(), others.end(), isAllowed);
+}
+
 std::vector<Risk> refusedAmong(const std::vector<Risk>& risks, const Allowances& allowed) {
   std::vector<Risk> refused;
   for (const Risk& risk : risks) {
-    const auto isAllowed = [&](const std::string& path) { return allowed.allows(risk.identifier, path); };
-    const auto& others = risk.otherPaths;
-    if (!isAllowed(risk.path) || !std::all_of(others.begin(), others.end(), isAllowed)) refused.push_back(risk);
+    if (isRefused(risk, allowed)) refused.push_back(risk);
   }
   return refused;
 }

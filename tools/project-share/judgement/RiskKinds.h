@@ -5,12 +5,12 @@
 #include <vector>
 
 #include "Refusal.h"
-#include "folder_host/share/Risks.h"
+#include "folder_host/share/Allowances.h"
+#include "judgement/Risk.h"
 
 namespace project_share {
 
 using folder_host::Allowances;
-using folder_host::Risk;
 
 enum class Level {
   risk,  // a share is refused for it, unless it is allowed
@@ -56,6 +56,8 @@ inline constexpr RiskKind LABEL_PROTECTED{"label-protected", Level::risk,
 inline constexpr RiskKind NAMES_COLLIDE{folder_host::errors::NAMES_COLLIDE, Level::risk,
                                         "on a disk where case makes no difference, two names would become one"};
 inline constexpr RiskKind NOTHING_SHARED{"nothing-shared", Level::risk, "no entry would be shared"};
+inline constexpr RiskKind UNLABELLED_SHARED{
+    "unlabelled-shared", Level::risk, "under --forbid unlabelled: files or links without a label would be shared"};
 inline constexpr RiskKind ENTRY_CHANGED{folder_host::errors::ENTRY_CHANGED, Level::risk,
                                         "a file changed after it was listed"};
 inline constexpr RiskKind FILTER_IDLE{"filter-idle", Level::note,
@@ -84,14 +86,31 @@ inline constexpr RiskKind LABEL_UNNAMED{"label-unnamed", Level::note, "no profil
 inline constexpr RiskKind LOOKS_ALIKE{"looks-alike", Level::note,
                                       "two labels, categories or profiles have names that look alike"};
 
-inline constexpr const RiskKind* ALL[] = {&FOLDER_SPARED,     &LABEL_ON_MISSING_PATH, &LABEL_DELETED,
-                                          &FILTER_SKIPPED,    &HISTORY_INSIDE,        &LEFTOVER,
-                                          &SAME_CONTENT,      &NESTED_PROJECT,        &LABEL_LEAVES,
-                                          &LABEL_PROTECTED,   &NAMES_COLLIDE,         &NOTHING_SHARED,
-                                          &ENTRY_CHANGED,     &FILTER_IDLE,           &LABEL_IDLE,
-                                          &RULE_IDLE,         &LABEL_FOLLOWED,        &EXCEPTION_HIDES_RULE,
-                                          &MEMORY_UNREADABLE, &MEMORY_FAILED,         &SHARE_UNLISTED,
-                                          &ALLOW_IDLE,        &LABEL_ON_LINK,         &LABEL_UNNAMED,
+inline constexpr const RiskKind* ALL[] = {&FOLDER_SPARED,
+                                          &LABEL_ON_MISSING_PATH,
+                                          &LABEL_DELETED,
+                                          &FILTER_SKIPPED,
+                                          &HISTORY_INSIDE,
+                                          &LEFTOVER,
+                                          &SAME_CONTENT,
+                                          &NESTED_PROJECT,
+                                          &LABEL_LEAVES,
+                                          &LABEL_PROTECTED,
+                                          &NAMES_COLLIDE,
+                                          &NOTHING_SHARED,
+                                          &UNLABELLED_SHARED,
+                                          &ENTRY_CHANGED,
+                                          &FILTER_IDLE,
+                                          &LABEL_IDLE,
+                                          &RULE_IDLE,
+                                          &LABEL_FOLLOWED,
+                                          &EXCEPTION_HIDES_RULE,
+                                          &MEMORY_UNREADABLE,
+                                          &MEMORY_FAILED,
+                                          &SHARE_UNLISTED,
+                                          &ALLOW_IDLE,
+                                          &LABEL_ON_LINK,
+                                          &LABEL_UNNAMED,
                                           &LOOKS_ALIKE};
 }  // namespace risks
 
@@ -101,15 +120,20 @@ struct Findings {
   std::vector<Risk> risks;
   std::vector<Risk> notes;
 
-  void add(const RiskKind& kind, const std::string& path, const std::string& message) {
-    (kind.level == Level::risk ? risks : notes).push_back({kind.identifier, path, message});
+  // Gives it back, for what else is to be said of it; good until the next one is added.
+  Risk& add(const RiskKind& kind, const std::string& path, std::string what, std::vector<Mend> mends = {}) {
+    std::vector<Risk>& found = kind.level == Level::risk ? risks : notes;
+    found.push_back({kind.identifier, path, std::move(what), {}, std::move(mends)});
+    return found.back();
   }
 };
 
 // The identifiers of the risks: what can be allowed.
 const std::vector<std::string>& allowableRisks();
 
-// Those that are not allowed, in their order. A risk that is about several paths is allowed when each of them is.
+// A risk that is about several paths is allowed when each of them is.
+bool isRefused(const Risk& risk, const Allowances& allowed);
+// Those that are not allowed, in their order.
 std::vector<Risk> refusedAmong(const std::vector<Risk>& risks, const Allowances& allowed);
 
 // "--allow a --allow b": what would allow them all, as far as anything does; sorted, each kind once. Empty

@@ -46,8 +46,6 @@ class Traces {
   }
 
   void find() {
-    addPlaces();
-    addStores();
     // Where nothing is held back, nothing can leave in another shape, and to look for it would only have shares
     // refused.
     if (std::find(heldBack_.begin(), heldBack_.end(), true) == heldBack_.end()) return;
@@ -59,34 +57,23 @@ class Traces {
  private:
   const std::string& pathOf(std::size_t entry) const { return project_.table()[entry].path; }
 
-  void add(const RiskKind& kind, const std::vector<std::size_t>& entries, const std::string& message) {
-    Risk risk{kind.identifier, pathOf(entries.front()), namesOf(entries) + message};
+  Risk& add(const RiskKind& kind, const std::vector<std::size_t>& entries, const std::string& what,
+            std::vector<Mend> mends) {
+    Risk& risk = judgement_.found.add(kind, pathOf(entries.front()), namesOf(entries) + what, std::move(mends));
     for (std::size_t i = 1; i < entries.size(); ++i) risk.otherPaths.push_back(pathOf(entries[i]));
-    judgement_.found.risks.push_back(std::move(risk));
+    return risk;
   }
 
-  // The folder host knows no labels by which filters go, so the command that mends it is added here.
-  void addPlaces() {
-    for (Risk& risk : folder_host::risksAmong(*judgement_.copy)) {
-      if (std::string_view(risk.identifier) == folder_host::errors::NESTED_PROJECT) {
-        risk.message += "; " + mending_.holdBack({risk.path});
-      }
-      judgement_.found.risks.push_back(std::move(risk));
-    }
-  }
-
-  void addStores() {
-    for (const std::size_t entry : storesAmong(project_.root(), project_.table(), shared_)) {
-      add(risks::NESTED_PROJECT, {entry},
-          " is a project's store, a receipt or an export, with rules and names that would be shared; " +
-              mending_.holdBack({pathOf(entry)}));
-    }
+  // What the risk has to do with: these labels, and the filter that holds the original back.
+  void concern(Risk& risk, const Labels& labels, std::size_t original) const {
+    for (const std::size_t label : labels) risk.labels.push_back(judgement_.labels[label]);
+    setFilter(risk, judgement_, judgement_.reasons[original].filter);
   }
 
   void addHistories() {
     for (const std::size_t entry : historiesAmong(project_.table(), shared_)) {
-      add(risks::HISTORY_INSIDE, {entry},
-          " keeps earlier states of files, perhaps of those that are held back; " + mending_.holdBack({pathOf(entry)}));
+      add(risks::HISTORY_INSIDE, {entry}, " keeps earlier states of files, perhaps of those that are held back",
+          {mending_.holdBack({pathOf(entry)})});
     }
   }
 
@@ -95,9 +82,8 @@ class Traces {
   void addLeftovers() {
     for (const auto& [entry, of] : leftoversAmong(project_.table(), shared_, heldBack_, dropped_)) {
       if (of.empty()) {
-        add(risks::LEFTOVER, {entry},
-            " is what programs write beside files, of which some here are held back; " +
-                mending_.holdBack({pathOf(entry)}));
+        add(risks::LEFTOVER, {entry}, " is what programs write beside files, of which some here are held back",
+            {mending_.holdBack({pathOf(entry)})});
         continue;
       }
       Labels labels;
@@ -109,9 +95,11 @@ class Traces {
       }
       const std::string digest = digestOf(project_.root(), project_.table()[entry]);
       if (isSettled(entry, labels, digest)) continue;
-      add(risks::LEFTOVER, {entry},
-          fmt::format(" looks like a leftover or a copy of {}, which is held back{}; {}", namesOf(of),
-                      isInPart ? " in part" : "", mend({entry}, labels, digest)));
+      Risk& risk = add(risks::LEFTOVER, {entry},
+                       fmt::format(" looks like a leftover or a copy of {}, which is held back{}", namesOf(of),
+                                   isInPart ? " in part" : ""),
+                       mend({entry}, labels, digest));
+      concern(risk, labels, of.front());
     }
   }
 
@@ -127,9 +115,9 @@ class Traces {
       const char* what = twins.digest.empty()    ? "may hold what {} holds, which is held back and cannot be read"
                          : unsettled.size() == 1 ? "has the content of {}, which is held back"
                                                  : "have the content of {}, which is held back";
-      add(risks::SAME_CONTENT, unsettled,
-          fmt::format(" {}; {}", fmt::format(fmt::runtime(what), namesOf(twins.heldBack)),
-                      mend(unsettled, labels, twins.digest)));
+      Risk& risk = add(risks::SAME_CONTENT, unsettled, " " + fmt::format(fmt::runtime(what), namesOf(twins.heldBack)),
+                       mend(unsettled, labels, twins.digest));
+      concern(risk, labels, twins.heldBack.front());
     }
   }
 
@@ -179,21 +167,21 @@ class Traces {
            std::all_of(labels.begin(), labels.end(), [&](std::size_t label) { return isSettled(file, label, digest); });
   }
 
-  std::string mend(const std::vector<std::size_t>& entries, const Labels& labels, const std::string& digest) const {
+  std::vector<Mend> mend(const std::vector<std::size_t>& entries, const Labels& labels,
+                         const std::string& digest) const {
     Paths paths;
     for (const std::size_t entry : entries) paths.push_back(pathOf(entry));
-    std::string holdBack = labels.empty()
-                               ? mending_.holdBack(paths)
-                               : "hold it back: " + mending_.attach(judgement_.labels[*labels.begin()], paths);
+    Mend holdBack = labels.empty() ? mending_.holdBack(paths)
+                                   : Mend{"hold it back", mending_.attach(judgement_.labels[*labels.begin()], paths)};
     // Without a digest there is nothing that could be settled, and `label detach` would be told in vain.
-    if (labels.empty() || digest.empty()) return holdBack;
-    std::string commands;
+    if (labels.empty() || digest.empty()) return {std::move(holdBack)};
+    Command commands;
     for (const std::size_t label : labels) {
       const bool isOpen = std::any_of(entries.begin(), entries.end(),
                                       [&](std::size_t entry) { return !isSettled(entry, label, digest); });
-      if (isOpen) commands += (commands.empty() ? "" : " && ") + mending_.detach(judgement_.labels[label], paths);
+      if (isOpen) commands.append(mending_.detach(judgement_.labels[label], paths));
     }
-    return fmt::format("{}; if it may be shared: {}", holdBack, commands);
+    return {std::move(holdBack), {"if it may be shared", std::move(commands)}};
   }
 
   Judgement& judgement_;
@@ -209,7 +197,29 @@ class Traces {
 
 }  // namespace
 
-void addTraceRisks(folder_host::WorkingCopy& project, const Mending& mending, Judgement& judgement) {
+// The folder host knows no labels by which filters go, so the command that mends it is added here.
+void addPlaceRisks(const folder_host::WorkingCopy& project, const Mending& mending, Judgement& judgement,
+                   folder_host::Look look) {
+  for (auto& found : folder_host::risksAmong(*judgement.copy)) {
+    Risk risk = riskOf(std::move(found));
+    const bool isNested = std::string_view(risk.identifier) == folder_host::errors::NESTED_PROJECT;
+    if (isNested) risk.mends.push_back(mending.holdBack({risk.path}));
+    judgement.found.risks.push_back(std::move(risk));
+  }
+  Selection shared = judgement.copy->heldBack();
+  shared.flip();
+  for (const std::size_t entry : storesAmong(project.root(), project.table(), shared, look)) {
+    const std::string& file = project.table()[entry].path;
+    judgement.found.add(
+        risks::NESTED_PROJECT, file,
+        inQuotes(file) + " is a project's store, a receipt or an export, with rules and names that would be shared",
+        {mending.holdBack({file})});
+  }
+}
+
+void addTraceRisks(folder_host::WorkingCopy& project, const Mending& mending, Judgement& judgement,
+                   folder_host::Look look) {
+  addPlaceRisks(project, mending, judgement, look);
   Traces(project, mending, judgement).find();
 }
 

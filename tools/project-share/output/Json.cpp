@@ -88,8 +88,18 @@ Json jsonOf(const folder_host::LabelRecord& label) {
           {"protected", label.isProtected}};
 }
 
-// Each path stands by itself, so that no program has to find it in a sentence.
-Json jsonOf(const folder_host::Risk& risk) {
+namespace {
+
+Json objectOf(const Mend& mend) {
+  Json object{{"purpose", mend.purpose}};
+  if (!mend.command.text.empty()) object[mend.command.isTyped ? "command" : "instead"] = utf8(mend.command.text);
+  return object;
+}
+
+}  // namespace
+
+// Each path, label and command stands by itself, so that no program has to find it in a sentence.
+Json jsonOf(const Risk& risk) {
   Json object{{"type", "risk"}, {"identifier", risk.identifier}};
   if (!risk.path.empty()) putPath(object, "path", risk.path);
   for (const std::string& path : risk.otherPaths) {
@@ -97,7 +107,15 @@ Json jsonOf(const folder_host::Risk& risk) {
     putPath(other, "path", path);
     object["others"].push_back(other);
   }
-  object["message"] = utf8(risk.message);
+  object["labels"] = Json::array();
+  for (const folder_host::LabelRecord& label : risk.labels) {
+    const bool isDeleted = label.categoryUUID.empty();
+    object["labels"].push_back(isDeleted ? Json{{"uuid", utf8(label.uuid)}, {"deleted", true}} : jsonOf(label));
+  }
+  if (risk.filter != 0) object.update({{"filter", risk.filter}, {"kind", risk.filterKind}});
+  object["commands"] = Json::array();
+  for (const Mend& mend : risk.mends) object["commands"].push_back(objectOf(mend));
+  object["message"] = utf8(messageOf(risk));
   return object;
 }
 

@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "folder_host/files/Listing.h"
-#include "folder_host/share/Risks.h"
 #include "folder_host/store/LabelStore.h"
+#include "judgement/Risk.h"
 #include "project/sharing/profiles/ExportProfile.h"
 
 // The shapes that docs/json.md promises.
@@ -34,7 +34,7 @@ std::optional<std::string> bytesOf(const std::string& hex);
 const char* wordOf(folder_host::EntryKind kind);  // "file", "folder", "link"
 
 Json jsonOf(const folder_host::LabelRecord& label);
-Json jsonOf(const folder_host::Risk& risk);
+Json jsonOf(const Risk& risk);
 Json jsonOf(const project::sharing::profiles::ExportProfile& profile);  // name and UUID
 Json jsonOf(const folder_host::Entry& entry);                           // path and kind
 

@@ -78,7 +78,10 @@ void done(const std::string& text, const Json& object) {
 
 int complain(int code, const std::string& identifier, const std::string& message) {
   std::fflush(stdout);  // what was found comes before what is made of it
-  std::fprintf(stderr, "%s\n", folder_host::shown("project-share: " + identifier + ": " + message).c_str());
+  const Json refusal{{"type", "refusal"}, {"identifier", identifier}, {"message", utf8(message)}, {"exitCode", code}};
+  const std::string text =
+      manner().json ? written(refusal) : folder_host::shown("project-share: " + identifier + ": " + message);
+  std::fprintf(stderr, "%s\n", text.c_str());
   return code;
 }
 

@@ -44,7 +44,7 @@ void document(const std::string& text);
 // What a command did, where nobody asked for quiet.
 void done(const std::string& text, const Json& object);
 
-// Writes the one line for a failure to standard error, and gives the code back.
+// Writes the one line for a failure to standard error, for people or as an object, and gives the code back.
 int complain(int code, const std::string& identifier, const std::string& message);
 
 // Throws OUTPUT_FAILED when something did not reach standard output; what the command did is done then.

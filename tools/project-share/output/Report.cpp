@@ -86,7 +86,7 @@ void printRisks(const std::vector<Risk>& risks, const std::string& prefix, const
   for (const auto& risk : risks) {
     Json object = jsonOf(risk);
     object.update(more);
-    item(fmt::format("{}{}: {}", prefix, risk.identifier, risk.message), object, Tone::warning);
+    item(fmt::format("{}{}: {}", prefix, risk.identifier, messageOf(risk)), object, Tone::warning);
   }
 }
 

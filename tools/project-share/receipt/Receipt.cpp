@@ -120,6 +120,10 @@ Receipt::Receipt(const folder_host::WorkingCopy& project, const Place& copy, std
       descriptor_(orFailed(
           file_, [&] { return openBeneath(staging_.content(), CONTENT, O_WRONLY | O_CREAT | O_EXCL, 0600); })) {}
 
+void Receipt::check(const folder_host::WorkingCopy& project, const Place& copy, const std::string& file) {
+  orFailed(file, [&] { return placeOfReceipt(project, copy, file); });
+}
+
 void Receipt::write(const Judgement& judgement, const std::set<std::string>& allowed, const Descriptor& copy,
                     const std::function<void(const Progress&)>& onProgress) {
   // From the judgement that was handed out, and not from a second one, which could have come out differently.

@@ -23,6 +23,9 @@ class Receipt {
   Receipt(const Receipt&) = delete;
   Receipt& operator=(const Receipt&) = delete;
 
+  // Whether that could be made, as far as that is known without making it. Errors: as above.
+  static void check(const folder_host::WorkingCopy& project, const folder_host::Place& copy, const std::string& file);
+
   // Writes all of it, once, from the folder that holds the copy, which has no name yet; durable when it returns. What
   // onProgress throws stops it. Errors: RECEIPT_FAILED; what cannot be read passes as std::system_error.
   void write(const Judgement& judgement, const std::set<std::string>& allowed, const folder_host::Descriptor& copy,

@@ -33,5 +33,7 @@ inline bool isFileKind(const std::u16string& kind) { return kindOf(kind).isOfFil
 // Whether filters of the kind hold back the files that they list, or all but those.
 inline bool dropsFiles(const std::u16string& kind) { return isFileKind(kind) && kindOf(kind).drops; }
 inline bool keepsFiles(const std::u16string& kind) { return isFileKind(kind) && !kindOf(kind).drops; }
+// Whether filters of the kind remove the labels that they list.
+inline bool dropsLabels(const std::u16string& kind) { return !isFileKind(kind) && kindOf(kind).drops; }
 
 }  // namespace project_share

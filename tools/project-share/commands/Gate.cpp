@@ -1,0 +1,90 @@
+#include "commands/Gate.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "Refusal.h"
+#include "judgement/Judge.h"
+#include "judgement/Unlabelled.h"
+#include "output/Output.h"
+
+namespace project_share {
+
+namespace {
+
+std::string argumentOf(const Allowed& allowed) {
+  return allowed.identifier + (allowed.path ? "=" + *allowed.path : "");
+}
+
+void allow(const Allowed& allowed, Allowances& allowances) {
+  allowed.path ? allowances.allow(allowed.identifier, *allowed.path) : allowances.allow(allowed.identifier);
+}
+
+void addIdleAllowances(const GateWords& words, const std::vector<Risk>& risks, bool afterwards,
+                       std::vector<Risk>& notes) {
+  for (const Allowed& allowed : words.allowed) {
+    if ((allowed.identifier == folder_host::errors::ENTRY_CHANGED) != afterwards) continue;
+    // Each by itself: together, one that allows all of a kind would make one that names a path look used.
+    Allowances alone;
+    allow(allowed, alone);
+    const bool isUsed = std::any_of(risks.begin(), risks.end(), [&](const Risk& risk) {
+      const auto isAllowed = [&](const std::string& path) { return alone.allows(risk.identifier, path); };
+      const auto& others = risk.otherPaths;
+      return isAllowed(risk.path) || std::any_of(others.begin(), others.end(), isAllowed);
+    });
+    if (isUsed) continue;
+    notes.push_back({risks::ALLOW_IDLE.identifier,
+                     {},
+                     fmt::format("--allow {} allows nothing here; leave it out", argumentOf(allowed))});
+  }
+}
+
+}  // namespace
+
+Allowances allowancesOf(const GateWords& words) {
+  Allowances allowances;
+  for (const Allowed& allowed : words.allowed) allow(allowed, allowances);
+  return allowances;
+}
+
+std::set<std::string> argumentsOf(const GateWords& words) {
+  std::set<std::string> arguments;
+  for (const Allowed& allowed : words.allowed) arguments.insert(argumentOf(allowed));
+  return arguments;
+}
+
+Judgement judgeFor(folder_host::WorkingCopy& copy, const profiles::ExportProfile* profile, const GateWords& words) {
+  Judgement judgement = profile != nullptr ? judge(copy, *profile, folder_host::Look::each) : judgeWhole(copy);
+  if (words.forbidsUnlabelled) {
+    addUnlabelled(copy, Mending(profile != nullptr ? profile->getFilters() : Filters(), copy), judgement);
+  }
+  addIdleAllowances(words, judgement.found.risks, false, judgement.found.notes);
+  return judgement;
+}
+
+void addIdleAfterwards(const GateWords& words, const std::vector<Risk>& risks, std::vector<Risk>& notes) {
+  addIdleAllowances(words, risks, true, notes);
+}
+
+// A kind of risk may be a note in this profile, so what is allowed holds for notes as well.
+Verdict verdictOf(const Findings& found, const GateWords& words) {
+  const Allowances allowances = allowancesOf(words);
+  Verdict verdict;
+  for (const Risk& risk : found.risks)
+    (isRefused(risk, allowances) ? verdict.refused : verdict.allowed).push_back(risk);
+  for (const Risk& note : found.notes) {
+    (words.strict && isRefused(note, allowances) ? verdict.refused : verdict.notes).push_back(note);
+  }
+  return verdict;
+}
+
+void refuse(const Verdict& verdict) {
+  if (verdict.refused.empty()) return;
+  const std::string flags = allowingFlags(verdict.refused);
+  throw Refusal(refusals::SHARE_REFUSED, fmt::format("{} found; put right what standard output lists{}",
+                                                     counted(verdict.refused.size(), "risk", "risks"),
+                                                     flags.empty() ? "" : ", or allow it with " + flags));
+}
+
+}  // namespace project_share

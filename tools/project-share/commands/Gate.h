@@ -1,0 +1,36 @@
+#pragma once
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "commands/Commands.h"
+#include "judgement/Judgement.h"
+#include "words/Profiles.h"
+
+// Whether a share may go on: the same answer for whoever shares and whoever only asks.
+namespace project_share {
+
+Allowances allowancesOf(const GateWords& words);
+// As they were written.
+std::set<std::string> argumentsOf(const GateWords& words);
+
+// Of the profile or, without one, the whole project, with all that a hand-out would refuse of what was listed, and with
+// what these words forbid. Notes what they allowed in vain, as far as that is known before anything is copied.
+Judgement judgeFor(folder_host::WorkingCopy& copy, const profiles::ExportProfile* profile, const GateWords& words);
+
+// Notes each --allow ENTRY_CHANGED that allowed none of these, which are known only when all is copied.
+void addIdleAfterwards(const GateWords& words, const std::vector<Risk>& risks, std::vector<Risk>& notes);
+
+// What was found, as these words take it.
+struct Verdict {
+  std::vector<Risk> refused;  // risks and, for the strict, notes
+  std::vector<Risk> allowed;
+  std::vector<Risk> notes;
+};
+Verdict verdictOf(const Findings& found, const GateWords& words);
+
+// Throws SHARE_REFUSED where anything is refused; it has been printed by then.
+void refuse(const Verdict& verdict);
+
+}  // namespace project_share

@@ -1,0 +1,135 @@
+#include "output/View.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+
+#include "output/Output.h"
+
+namespace project_share {
+
+using folder_host::Entry;
+using folder_host::EntryKind;
+using folder_host::EntryTable;
+
+namespace {
+
+// Entries are sorted by bytes, where "a-b" stands between "a" and "a/x". A tree has what lies in a folder behind it.
+std::vector<std::size_t> treeOrder(const std::vector<Entry>& entries) {
+  std::vector<std::size_t> order(entries.size());
+  for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::sort(order.begin(), order.end(),
+            [&](std::size_t a, std::size_t b) { return folder_host::beforeInTree(entries[a].path, entries[b].path); });
+  return order;
+}
+
+class View {
+ public:
+  View(const folder_host::WorkingCopy& project, const Judgement& judgement, const ViewWords& words)
+      : project_(project),
+        table_(project.table()),
+        judgement_(judgement),
+        words_(words),
+        named_(words.paths.begin(), words.paths.end()),
+        entries_(table_.size()) {
+    for (std::size_t i = 0; i < entries_.size(); ++i) entries_[i].level = levelOf(i);
+    // What lies in a folder stands behind it in the table: from the end on, each entry is complete when it is counted.
+    for (std::size_t i = entries_.size(); i-- > 0;) addTo(table_.parentOf(i), i);
+    for (std::size_t i = 0; i < entries_.size(); ++i) setShown(i);
+  }
+
+  std::vector<ViewLine> lines() const {
+    std::vector<ViewLine> lines;
+    for (const std::size_t i : treeOrder(project_.listing().entries)) {
+      if (!entries_[i].isShown) continue;
+      lines.push_back({i, entries_[i].indent, {}});
+      if (isLast(i)) lines.back().below = entries_[i].below;
+    }
+    return lines;
+  }
+
+ private:
+  static constexpr std::size_t NOWHERE = static_cast<std::size_t>(-1);
+
+  struct Shown {
+    std::size_t level = NOWHERE;  // below the nearest path that was named, or the project's folder
+    Below below;
+    bool isWantedBelow = false;
+    bool isShown = false;
+    std::size_t indent = 0;
+  };
+
+  std::size_t levelOf(std::size_t entry) const {
+    if (named_.count(table_[entry].path) != 0) return 0;
+    const std::size_t folder = table_.parentOf(entry);
+    if (folder == EntryTable::ROOT) return named_.empty() ? 1 : NOWHERE;
+    const std::size_t above = entries_[folder].level;
+    return above == NOWHERE ? NOWHERE : above + 1;
+  }
+
+  bool isShared(std::size_t entry) const { return judgement_.reasons[entry].rule == Reason::Rule::none; }
+
+  bool isWanted(std::size_t entry) const {
+    if (words_.only == "held-back") return !isShared(entry);
+    if (words_.only == "shared") return isShared(entry);
+    return words_.only.empty() || project_.effective().of(entry).empty();
+  }
+
+  void addTo(std::size_t folder, std::size_t entry) {
+    if (folder == EntryTable::ROOT) return;
+    Shown& above = entries_[folder];
+    const Shown& one = entries_[entry];
+    above.below.shared += one.below.shared + (isShared(entry) ? 1 : 0);
+    above.below.heldBack += one.below.heldBack + (isShared(entry) ? 0 : 1);
+    above.isWantedBelow = above.isWantedBelow || one.isWantedBelow || isWanted(entry);
+  }
+
+  bool isLast(std::size_t entry) const {
+    return words_.depth > 0 && entries_[entry].level == words_.depth && table_[entry].kind == EntryKind::folder;
+  }
+
+  void setShown(std::size_t entry) {
+    Shown& one = entries_[entry];
+    const bool isInside = one.level != NOWHERE && (words_.depth == 0 || one.level <= words_.depth);
+    one.isShown = isInside && (isWanted(entry) || (isLast(entry) && one.isWantedBelow));
+    const std::size_t folder = table_.parentOf(entry);
+    if (folder != EntryTable::ROOT && entries_[folder].isShown) one.indent = entries_[folder].indent + 1;
+  }
+
+  const folder_host::WorkingCopy& project_;
+  const EntryTable& table_;
+  const Judgement& judgement_;
+  const ViewWords& words_;
+  const std::set<std::string> named_;
+  std::vector<Shown> entries_;
+};
+
+}  // namespace
+
+const std::vector<std::string>& viewWords() {
+  static const std::vector<std::string> words{"held-back", "shared", "unlabelled"};
+  return words;
+}
+
+std::vector<ViewLine> viewOf(const folder_host::WorkingCopy& project, const Judgement& judgement,
+                             const ViewWords& words) {
+  return View(project, judgement, words).lines();
+}
+
+void printView(const folder_host::WorkingCopy& project, const ViewWords& words, std::size_t shown) {
+  if (words.paths.empty() && words.only.empty() && words.depth == 0) return;
+  const std::size_t all = project.listing().entries.size();
+  Json object{{"type", "view"}, {"entries", all}, {"shown", shown}, {"paths", Json::array()}};
+  for (const std::string& path : words.paths) {
+    object["paths"].push_back(Json::object());
+    putPath(object["paths"].back(), "path", path);
+  }
+  if (!words.only.empty()) object["only"] = words.only;
+  if (words.depth > 0) object["depth"] = words.depth;
+  item(fmt::format("Of {}, {} {} shown. What follows is about the whole share.", counted(all, "entry", "entries"),
+                   shown, shown == 1 ? "is" : "are"),
+       object);
+}
+
+}  // namespace project_share
