@@ -80,6 +80,7 @@ void addMissing(SQLite::Database& database, std::vector<std::optional<std::strin
 
 std::vector<std::string> rowOf(std::vector<std::optional<std::string>> columns) {
   std::vector<std::string> row;
+  row.reserve(columns.size());
   for (auto& column : columns) row.push_back(std::move(column).value());
   return row;
 }
