@@ -132,8 +132,6 @@ std::string refusalOfText(const std::string& text) {
   return refusalOf([&] { stateIn(text, "fed"); });
 }
 
-}  // namespace
-
 class ExchangeTest : public folder_host::FolderTest {};
 
 TEST_F(ExchangeTest, WhateverAStoreHoldsComesBackExactly) {
@@ -292,5 +290,7 @@ TEST_F(ExchangeTest, EachChangeIsToldOnce) {
             "~ mark c/on  a  (entry, was reach)\n- mark c/on  b  (exception)\n+ mark c/on  n\n"
             "~ profile press  was public\n- settled c/on  b\n");
 }
+
+}  // namespace
 
 }  // namespace project_share
