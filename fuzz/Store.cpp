@@ -11,7 +11,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   runProgram(
       "label list\nstatus\nprofile list\nprofile show public\npreview public\nshare public ../copy --receipt "
       "../receipt\n"
-      "label attach a/out open\nlabel delete a/out\nprofile duplicate public other\nprofile delete public",
+      "label attach a/out open\nlabel delete a/out\nprofile duplicate public other\nprofile delete "
+      "public\nlog\nundo\nundo 1\nexport",
       false);
   return 0;
 }
