@@ -413,7 +413,11 @@ std::string riskList() {
 }
 
 void addNumber(CLI::App* command, std::int64_t& number, const char* description) {
-  command->add_option("NUMBER", number, description)->check(CLI::PositiveNumber)->type_name("");
+  const auto problemOf = [](const std::string& word) -> std::string {
+    const bool isNumber = word.find_first_not_of("0123456789") == word.npos && word.find_first_not_of('0') != word.npos;
+    return isNumber ? "" : inQuotes(word) + " is no number; edits are numbered from 1";
+  };
+  command->add_option("NUMBER", number, description)->transform(unmarked)->check(problemOf)->type_name("");
 }
 
 void addHistoryCommands(CLI::App& app, Words& words) {
@@ -513,7 +517,7 @@ void addExchangeCommands(CLI::App& app, Words& words) {
       ->required(false);
   whole->callback([&] { exportProject(words.file); });
   CLI::App* import =
-      addCommand(&app, "import", "Take over what an export has; what the project has besides stays, and is listed",
+      addCommand(&app, "import", "Take over what an export has; what the project has besides stays, and is counted",
                  "import --dry-run ../labels.json");
   addWord(import, "FILE", words.file, "What export wrote; - is standard input");
   import->add_flag("--replace", words.import.replaces, "Remove what the file does not have");
