@@ -187,11 +187,11 @@ LabelWords missingLabels(Words& words, const CLI::App& command) {
 void addAttachCommands(CLI::App* group, Words& words) {
   CLI::App* attach =
       addCommand(group, "attach", "Attach labels to files, links, and folders with all below them, now and later",
-                 "label attach audience/internal drafts budget.ods");
+                 "label attach --create audience/internal drafts budget.ods");
   CLI::App* detach =
       addCommand(group, "detach",
                  "Detach labels, or except from them what has them from a folder; let a twin or a leftover be shared",
-                 "label detach audience/internal drafts/final.txt");
+                 "label detach internal drafts/final.txt");
   for (CLI::App* command : {attach, detach}) {
     addWord(command, "LABEL", words.label, LABEL_HELP)->required(false);
     addWord(command, "PATH", words.paths, "Files, folders or links of the project")->required(false);
@@ -223,7 +223,7 @@ void addQueryCommands(CLI::App* group, Words& words) {
   addPaths(of, words, "Files, folders or links of the project");
   of->callback([&] { listLabelsOf(pathsOf(words)); });
   CLI::App* files = addCommand(group, "files", "List the entries that carry a label, and where they have it from",
-                               "label files audience/internal");
+                               "label files internal");
   addWord(files, "LABEL", words.label, LABEL_HELP);
   files->callback([&] { listFilesOf(words.label); });
 }
@@ -231,7 +231,7 @@ void addQueryCommands(CLI::App* group, Words& words) {
 void addRuleCommands(CLI::App* labels, Words& words) {
   CLI::App* group =
       addCommand(labels, "rule", "Rules: patterns, as of gitignore, that give a label to what there is and what comes",
-                 "label rule add audience/internal '*.draft.*' drafts/");
+                 "label rule add internal '*.draft.*' drafts/");
   group->require_subcommand(1);
   const auto addPatterns = [&](const char* name, const char* description, const char* example) {
     CLI::App* command = addCommand(group, name, description, example);
@@ -240,9 +240,9 @@ void addRuleCommands(CLI::App* labels, Words& words) {
     return command;
   };
   addPatterns("add", "Add rules behind those that there are; the last that matches decides",
-              "label rule add audience/internal '*.draft.*' '!drafts/final.txt'")
+              "label rule add internal '*.draft.*' '!drafts/final.txt'")
       ->callback([&] { addRules(words.label, words.patterns); });
-  addPatterns("remove", "Remove rules", "label rule remove audience/internal '*.draft.*'")->callback([&] {
+  addPatterns("remove", "Remove rules", "label rule remove internal '*.draft.*'")->callback([&] {
     removeRules(words.label, words.patterns);
   });
   CLI::App* list = addCommand(group, "list", "List the rules, of one label or all", "label rule list");
@@ -267,17 +267,16 @@ void addLabelCommands(CLI::App& app, Words& words) {
     addWord(command, "LABEL", words.label, LABEL_HELP);
     return command;
   };
-  CLI::App* rename =
-      add("rename", "Give a label another name in its category", "label rename audience/internal staff-only");
+  CLI::App* rename = add("rename", "Give a label another name in its category", "label rename internal staff-only");
   addWord(rename, "NAME", words.name, "The name alone, without the category");
   rename->callback([&] { renameLabel(words.label, words.name); });
-  add("delete", "Delete a label that no profile names", "label delete audience/partners")->callback([&] {
+  add("delete", "Delete a label that no profile names", "label delete partners")->callback([&] {
     deleteLabel(words.label);
   });
-  add("protect", "Let no filter remove the label", "label protect audience/everyone")->callback([&] {
+  add("protect", "Let no filter remove the label", "label protect everyone")->callback([&] {
     protectLabel(words.label, true);
   });
-  add("unprotect", "Let filters remove the label", "label unprotect audience/everyone")->callback([&] {
+  add("unprotect", "Let filters remove the label", "label unprotect everyone")->callback([&] {
     protectLabel(words.label, false);
   });
   addAttachCommands(group, words);
@@ -307,7 +306,7 @@ void addFilterCommands(CLI::App* add, CLI::App* remove, Words& words) {
 void addCreateProfile(CLI::App* group, Words& words) {
   CLI::App* create =
       addCommand(group, "create", "Create a profile, without filters or with those of hold-back and share-only",
-                 "profile create public --hold-back audience/internal");
+                 "profile create public --hold-back internal");
   addWord(create, "NAME", words.name);
   addLabelList(create, "--hold-back", words.labels, "As hold-back does with these labels; can be repeated");
   addLabelList(create, "--share-only", words.otherLabels, "As share-only does with these labels; can be repeated");
@@ -329,7 +328,7 @@ void addProfileCommands(CLI::App& app, Words& words) {
     return command;
   };
   extend("hold-back", "Hold back what has a label, and remove the label from copies: drop-files and drop-labels in one",
-         "hold-back public audience/internal")
+         "hold-back public internal")
       ->callback([&] { holdBack(words.profile, words.labels); });
   extend("share-only", "Share only what has these labels and no other: keep-files and keep-labels in one",
          "share-only press audience/press")
@@ -345,11 +344,11 @@ void addProfileCommands(CLI::App& app, Words& words) {
   CLI::App* duplicate = add("duplicate", "Make another profile with the same filters", "duplicate public partners");
   addWord(duplicate, "NAME", words.name);
   duplicate->callback([&] { duplicateProfile(words.profile, words.name); });
-  addFilterCommands(add("add-filter", "Add a filter, or labels to the filter of that kind",
-                        "add-filter public drop-files audience/internal"),
-                    add("remove-filter", "Remove a filter, or only the labels named from it",
-                        "remove-filter public drop-files audience/internal"),
-                    words);
+  addFilterCommands(
+      add("add-filter", "Add a filter, or labels to the filter of that kind", "add-filter public drop-labels partners"),
+      add("remove-filter", "Remove a filter, or only the labels named from it",
+          "remove-filter public drop-labels partners"),
+      words);
 }
 
 // RISK[,RISK...], or RISK=PATH with a path that may hold anything.
@@ -414,7 +413,11 @@ std::string riskList() {
 }
 
 void addNumber(CLI::App* command, std::int64_t& number, const char* description) {
-  command->add_option("NUMBER", number, description)->check(CLI::PositiveNumber)->type_name("");
+  const auto problemOf = [](const std::string& word) -> std::string {
+    const bool isNumber = word.find_first_not_of("0123456789") == word.npos && word.find_first_not_of('0') != word.npos;
+    return isNumber ? "" : inQuotes(word) + " is no number; edits are numbered from 1";
+  };
+  command->add_option("NUMBER", number, description)->transform(unmarked)->check(problemOf)->type_name("");
 }
 
 void addHistoryCommands(CLI::App& app, Words& words) {
@@ -477,7 +480,7 @@ void addShareCommands(CLI::App& app, Words& words) {
   CLI::App* check =
       addCommand(&app, "check", "Tell whether a share would be refused, and make nothing: for hooks and CI",
                  "check public --strict --forbid unlabelled");
-  addWord(check, "PROFILE", words.profile, "Name or UUID");
+  addWord(check, "PROFILE", words.profile, PROFILE_HELP);
   addGateOptions(check, words);
   check->callback([&] { checkProfile(words.profile, gateWordsOf(words)); });
 
@@ -514,7 +517,7 @@ void addExchangeCommands(CLI::App& app, Words& words) {
       ->required(false);
   whole->callback([&] { exportProject(words.file); });
   CLI::App* import =
-      addCommand(&app, "import", "Take over what an export has; what the project has besides stays, and is listed",
+      addCommand(&app, "import", "Take over what an export has; what the project has besides stays, and is counted",
                  "import --dry-run ../labels.json");
   addWord(import, "FILE", words.file, "What export wrote; - is standard input");
   import->add_flag("--replace", words.import.replaces, "Remove what the file does not have");
