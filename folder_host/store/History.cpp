@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <limits>
 #include <map>
 #include <set>
 #include <string_view>
@@ -81,13 +82,20 @@ std::string textOf(const Edit& edit) {
   return "edit " + std::to_string(edit.number) + " of " + inQuotes(edit.user + "@" + edit.machine);
 }
 
-// From the last on: an edit that took another one back counts only while it stands itself.
-void markTakenBack(std::vector<Edit>& edits) {
+// Of the edits before that number, by id: those that were taken back then. From the last on: one that took another back
+// counts only while it stands itself.
+std::set<std::string> takenBackBefore(const std::vector<Edit>& edits, std::int64_t number) {
   std::set<std::string> takenBack;
   for (auto edit = edits.rbegin(); edit != edits.rend(); ++edit) {
-    edit->isTakenBack = takenBack.count(edit->id) != 0;
-    if (!edit->isTakenBack && !edit->undoes.empty()) takenBack.insert(edit->undoes);
+    if (edit->number < number && !edit->undoes.empty() && takenBack.count(edit->id) == 0)
+      takenBack.insert(edit->undoes);
   }
+  return takenBack;
+}
+
+void markTakenBack(std::vector<Edit>& edits) {
+  const auto takenBack = takenBackBefore(edits, std::numeric_limits<std::int64_t>::max());
+  for (Edit& edit : edits) edit.isTakenBack = takenBack.count(edit.id) != 0;
 }
 
 // The edit itself or, of one that took another one back, that one: to take it back is to make that one again.
@@ -113,6 +121,25 @@ const Edit* obstacleTo(const std::vector<Edit>& edits, const Edit& edit) {
   return nullptr;
 }
 
+// Of an edit that is to be made again: what it was made upon has to be as it was then. The earlier edit of which that
+// is not so.
+const Edit* changedBelow(const std::vector<Edit>& edits, const Edit& root) {
+  const Footprint footprint = footprintOf(root.changes);
+  const auto takenBack = takenBackBefore(edits, root.number);
+  for (auto other = edits.rbegin(); other != edits.rend(); ++other) {
+    if (other->number >= root.number || !other->undoes.empty()) continue;
+    const bool wasTakenBack = takenBack.count(other->id) != 0;
+    if (wasTakenBack != other->isTakenBack && clash(footprint, footprintOf(other->changes))) return &*other;
+  }
+  return nullptr;
+}
+
+// The edit that stands and took that one back.
+const Edit& takerOf(const std::vector<Edit>& edits, const Edit& edit) {
+  const auto is = [&](const Edit& one) { return !one.isTakenBack && one.undoes == edit.id; };
+  return *std::find_if(edits.begin(), edits.end(), is);
+}
+
 // Whoever makes a node makes those above it; the one right below the root is in no record.
 void makeTopOf(Store& store, std::string_view parent) {
   auto parts = splitNodeKey(parent);
@@ -136,6 +163,8 @@ bool revert(Store& store, const Changes& changes) {
 }
 
 }  // namespace
+
+EditInTheWay::~EditInTheWay() = default;
 
 std::vector<Edit> History::edits() const {
   std::vector<Edit> edits = heads();
@@ -192,14 +221,27 @@ Edit History::undo(std::int64_t number) const {
                 "there is no edit " + std::to_string(number) + " in the log, which lists those that there are");
   }
   if (edit->isTakenBack) {
-    const auto is = [&](const Edit& one) { return !one.isTakenBack && one.undoes == edit->id; };
-    throw Error(errors::EDIT_TAKEN_BACK, textOf(*edit) + " is taken back already; to have it again, take back " +
-                                             textOf(*std::find_if(all.begin(), all.end(), is)));
+    const Edit& taker = takerOf(all, *edit);
+    throw EditInTheWay(errors::EDIT_TAKEN_BACK,
+                       textOf(*edit) + " is taken back already; to have it again, take back " + textOf(taker),
+                       taker.number);
   }
-  addChanges(all, rootOf(all, *edit).number);
+  const Edit& root = rootOf(all, *edit);
+  const bool isMadeAgain = &root != &*edit && root.isTakenBack;
+  addChanges(all, isMadeAgain ? 0 : root.number);
   if (const Edit* obstacle = obstacleTo(all, *edit)) {
-    throw Error(errors::EDIT_BUILT_UPON, textOf(*obstacle) + " builds upon " + textOf(*edit) + "; take back edit " +
-                                             std::to_string(obstacle->number) + " first");
+    throw EditInTheWay(errors::EDIT_BUILT_UPON,
+                       textOf(*obstacle) + " builds upon " + textOf(root) + "; take edit " +
+                           std::to_string(obstacle->number) + " back first",
+                       obstacle->number);
+  }
+  if (const Edit* other = isMadeAgain ? changedBelow(all, root) : nullptr) {
+    const Edit& first = other->isTakenBack ? takerOf(all, *other) : *other;
+    throw EditInTheWay(errors::EDIT_BUILT_UPON,
+                       textOf(root) + " was made upon " + textOf(*other) +
+                           (other->isTakenBack ? ", which is taken back now; take back " : " taken back; take back ") +
+                           textOf(first) + " first",
+                       first.number);
   }
   if (!revert(*store_, edit->changes)) {
     throw Error(errors::EDIT_BUILT_UPON,

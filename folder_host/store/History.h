@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "folder_host/Error.h"
 #include "folder_host/store/Changes.h"
 
 namespace folder_host {
@@ -27,6 +28,19 @@ struct Edit {
   bool isTakenBack = false;  // by another one, which is not taken back itself
 };
 
+// EDIT_BUILT_UPON and EDIT_TAKEN_BACK, with the number of the edit that is to be taken back first.
+class EditInTheWay : public Error {
+ public:
+  EditInTheWay(const char* identifier, const std::string& message, std::int64_t first)
+      : Error(identifier, message), first_(first) {}
+  ~EditInTheWay() override;
+
+  std::int64_t first() const noexcept { return first_; }
+
+ private:
+  std::int64_t first_;
+};
+
 // The log of a store: every edit that was kept, also those that were taken back since. Errors: those of the store.
 class History {
  public:
@@ -42,9 +56,10 @@ class History {
   // its own then, and can be taken back like any other. Gives the edit that was taken back.
   //
   // Nothing is taken back by half: where a later edit that stands has changed one of these rows or names, or needs what
-  // would go, or needs gone what would come back, EDIT_BUILT_UPON; likewise where a row is not as the edit left it. So
-  // the edits that stand can always be taken back from the last to the first.
-  // Errors: EDIT_NOT_FOUND; EDIT_TAKEN_BACK; EDIT_BUILT_UPON.
+  // would go, or needs gone what would come back, EDIT_BUILT_UPON; likewise where what the edit was made upon is not as
+  // it was then and it would be made again, or where a row is not as the edit left it. So the edits that stand can
+  // always be taken back from the last to the first.
+  // Errors: EDIT_NOT_FOUND; EDIT_TAKEN_BACK and EDIT_BUILT_UPON, mostly as EditInTheWay.
   Edit undo(std::int64_t number) const;
 
  private:

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <utility>
@@ -78,16 +79,32 @@ void printShare(const Json& share) {
        share);
 }
 
+Refusal noEdit(std::int64_t number) {
+  return {folder_host::errors::EDIT_NOT_FOUND,
+          fmt::format("there is no edit {}; to see which there are: {}", number, commandOf({"log"}))};
+}
+
 void printOne(const std::vector<Edit>& edits, std::int64_t number, const EditTexts& texts) {
   const auto edit = std::find_if(edits.begin(), edits.end(), [&](const Edit& one) { return one.number == number; });
   if (edit == edits.end()) {
-    throw Refusal(folder_host::errors::EDIT_NOT_FOUND,
-                  fmt::format("there is no edit {}; to see which there are: {}", number, commandOf({"log"})));
+    throw noEdit(number);
   }
   printEdit(edits, *edit, texts);
   if (manner().json) return;
   for (const ChangeText& change : texts.changesOf(*edit))
     line(fmt::format("  {} {}", change.isAdded ? '+' : '-', change.text));
+}
+
+Edit undoneOrHow(const FolderProject& project, std::int64_t number, const std::shared_ptr<const EntryTable>& table) {
+  try {
+    return project.undo(number, table);
+  } catch (const folder_host::EditInTheWay& error) {
+    throw Refusal(error.identifier(),
+                  fmt::format("{}: {}", error.what(), commandOf({"undo", std::to_string(error.first())})));
+  } catch (const Refusal& error) {
+    if (std::strcmp(error.identifier(), folder_host::errors::EDIT_NOT_FOUND) != 0) throw;
+    throw noEdit(number);
+  }
 }
 
 }  // namespace
@@ -127,7 +144,7 @@ void undoEdit(std::int64_t number) {
     }
   }
   const auto table = std::make_shared<const EntryTable>(std::make_shared<const Listing>(project.list()));
-  const Edit undone = project.undo(number, table);
+  const Edit undone = undoneOrHow(project, number, table);
   const EditTexts texts({undone}, project.labels().list());
   const auto by = project.lastEdit();
   Json object = jsonOf({}, undone, texts);

@@ -147,7 +147,7 @@ std::vector<Risk> remember(const FolderProject& project, const Judgement& judgem
                            bool isListed, const WorkingCopy& copy) {
   std::vector<Risk> notes;
   try {
-    const std::string destination = std::filesystem::absolute(words.destination).string();
+    const std::string destination = std::filesystem::absolute(words.destination).lexically_normal().string();
     if (isListed) folder_host::addShare(project.storeFolder(), lineOf(project, judgement, destination));
   } catch (const std::system_error& error) {
     notes.push_back({risks::SHARE_UNLISTED.identifier, {}, "this share is not in the log: " + error.code().message()});

@@ -145,7 +145,7 @@ std::string EditTexts::sumOf(const Edit& edit) const {
                          counted(count[sign], kind.c_str(), (kind == "category" ? "categories" : kind + "s").c_str()));
     }
   }
-  return sum.empty() ? "what had labels under other names" : sum;
+  return sum.empty() ? "what the folder remembers" : sum;
 }
 
 std::string authorOf(const std::string& user, const std::string& machine) {
