@@ -4,9 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -188,8 +190,8 @@ const Author& FolderProject::author() const { return store_->author(); }
 
 std::int64_t FolderProject::lastEdit() const { return store_->lastEdit(); }
 
-void FolderProject::note(const std::vector<Remembered>& before) const {
-  if (!before.empty()) store_->note({{}, bytesOf(Memory{before})});
+void FolderProject::note(const std::vector<Remembered>& before, bool settles) const {
+  if (!before.empty()) store_->note({{}, bytesOf(Memory{before}), settles});
 }
 
 Edit FolderProject::undo(std::int64_t number, const std::shared_ptr<const EntryTable>& entries) const {
@@ -202,6 +204,12 @@ Edit FolderProject::undo(std::int64_t number, const std::shared_ptr<const EntryT
     if (!noted) throw Error(errors::STORE_UNREADABLE, "the log of the project's store is damaged");
     before = std::move(noted->entries);
     store_->note({edit.id, bytesOf(Memory{followed(entries)->nowOf(before)})});
+    // Should anything end this in between, what is held back is still held back.
+    std::vector<Remembered> opened;
+    std::copy_if(before.begin(), before.end(), std::back_inserter(opened),
+                 [](const Remembered& one) { return one.from != one.at; });
+    if (opened.empty()) return;
+    replaceMemory(entries, [&](const Followed& followed) { return followed.renewedAsBefore(opened); });
   });
   replaceMemory(entries, [&](const Followed& followed) { return followed.renewedAsBefore(before); });
   return edit;
@@ -235,8 +243,7 @@ std::shared_ptr<WorkingCopy> FolderProject::workingCopy() const {
 
 std::shared_ptr<const Memory> FolderProject::memory() const {
   return attempt(errors::MEMORY_FAILED, "cannot read what was noted of labelled entries beside",
-                 root_ + "/" + STORE_FILE,
-                 [&] { return std::make_shared<const Memory>(readMemory(storeFolder())); });
+                 root_ + "/" + STORE_FILE, [&] { return std::make_shared<const Memory>(readMemory(storeFolder())); });
 }
 
 std::shared_ptr<const Followed> FolderProject::followed(std::shared_ptr<const EntryTable> entries) const {

@@ -58,9 +58,10 @@ class FolderProject {
   const Author& author() const;
   // The number of the last entry that was made through this object; 0: none.
   std::int64_t lastEdit() const;
-  // Notes with the edit whose write scope is open what the folder remembers of what it settles (Followed::openAt).
-  // Where there is any, it is an entry of the log even if it changes nothing in the store.
-  void note(const std::vector<Remembered>& before) const;
+  // Notes with the edit whose write scope is open what the folder remembers of what it may settle (Followed::openAt).
+  // Where it settles by what it says and not only by what it changes, that makes it an entry of the log even if it
+  // changes nothing in the store.
+  void note(const std::vector<Remembered>& before, bool settles) const;
   // Takes an edit back, by an edit of its own; what it settled is remembered as before. Gives the edit that was taken
   // back. Errors: those of History::undo, and then MEMORY_FAILED.
   Edit undo(std::int64_t number, const std::shared_ptr<const EntryTable>& entries) const;

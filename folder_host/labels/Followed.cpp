@@ -247,9 +247,13 @@ class Followed::Search {
       const Remembered& one = remembered_[claim];
       const auto several = claimed_.find(i);
       const LabelSet& labels = several != claimed_.end() ? several->second : labelsOf(claim);
-      // What its place gave it counts when it goes on from there: it was there with these labels.
+      // What its place gave it counts when it goes on from there: it was there with these labels. So does what has been
+      // put on its old path since, by whoever did not see that it is elsewhere: it is about what was there.
       const bool isThere = one.at == entries_[i].path;
-      infer(i, isThere ? labels : joined(labels, setOf(one.place)), one.from.empty() && !isThere ? one.at : one.from);
+      const LabelSet atFrom =
+          one.from.empty() ? LabelSet() : has_.sources().labelsOf(one.from, one.kind == EntryKind::folder);
+      infer(i, joined(atFrom, isThere ? labels : joined(labels, setOf(one.place))),
+            one.from.empty() && !isThere ? one.at : one.from);
     }
     inferFromNewcomers();
     for (const auto& [entry, r] : strays_) {
@@ -688,6 +692,17 @@ class SameIn {
 
 }  // namespace
 
+namespace {
+
+LabelNames eitherOf(const LabelNames& a, const LabelNames& b) {
+  if (!a || !b) return a ? a : b;
+  auto both = std::make_shared<std::vector<std::u16string>>();
+  std::set_union(a->begin(), a->end(), b->begin(), b->end(), std::back_inserter(*both));
+  return both;
+}
+
+}  // namespace
+
 // Of what is not remembered now, what it has counts.
 std::vector<Remembered> Followed::nowOf(const std::vector<Remembered>& before) const {
   const SameIn same(memory_.entries);
@@ -719,8 +734,10 @@ Memory Followed::renewedAsBefore(const std::vector<Remembered>& before) const {
       next.entries.push_back(
           {now.labels, nullptr, now.from, now.from, now.kind, {}, 0, {}, Remembered::Missing::meant});
     }
-    now.labels = one.labels;
-    now.place = one.place;
+    // What is open by itself since then stays open.
+    const bool isOpen = one.from != one.at && now.from != now.at;
+    now.labels = isOpen ? eitherOf(now.labels, one.labels) : one.labels;
+    now.place = isOpen ? eitherOf(now.place, one.place) : one.place;
     now.from = one.from;
     now.missing = one.missing;
     now.isWay = one.isWay;

@@ -1,6 +1,7 @@
 #include "folder_host/labels/LabelSources.h"
 
 #include <algorithm>
+#include <map>
 
 #include "folder_host/files/Path.h"
 
@@ -67,6 +68,28 @@ LabelSource LabelSources::sourceOf(const std::string& path, bool isFolder, std::
     if (mark == MarkKind::reach || (mark && at == path)) return {LabelSource::Kind::mark, at, {}};
     if (at.empty()) return ruleFor(path, isFolder, label);
   }
+}
+
+LabelSet LabelSources::labelsOf(const std::string& path, bool isFolder) const {
+  std::map<std::size_t, bool> gives;  // by label, what comes first
+  for (std::string at = path;; at = parentOf(at)) {
+    for (auto mark = marks_.lower_bound({at, 0}); mark != marks_.end() && mark->first.first == at; ++mark) {
+      if (mark->second != MarkKind::entry || at == path) {
+        gives.emplace(mark->first.second, mark->second != MarkKind::exception);
+      }
+    }
+    if (at.empty()) break;
+  }
+  std::vector<std::size_t> deciding;
+  for (std::string at = path; !at.empty() && !rules_.empty(); at = parentOf(at), isFolder = true) {
+    patterns_.match(at, isFolder, deciding);
+    for (const std::size_t rule : deciding) gives.emplace(rules_[rule].label, !isNegated(rules_[rule].pattern));
+  }
+  LabelSet labels;
+  for (const auto& [label, isGiven] : gives) {
+    if (isGiven) labels.push_back(label);
+  }
+  return labels;
 }
 
 LabelSource LabelSources::ruleFor(const std::string& path, bool isFolder, std::size_t label) const {

@@ -57,6 +57,8 @@ class LabelSources {
 
   // Any mark that reaches the path wins over rules.
   LabelSource sourceOf(const std::string& path, bool isFolder, std::size_t label) const;
+  // All that the path has.
+  LabelSet labelsOf(const std::string& path, bool isFolder) const;
   // As if there were no mark.
   LabelSource ruleFor(const std::string& path, bool isFolder, std::size_t label) const;
 

@@ -57,6 +57,7 @@ struct Author {
 struct EditNote {
   std::string undoes = {};   // the id of the edit that it takes back
   std::string settled = {};  // what the folder is to remember again should it be taken back; bytes of the caller's
+  bool settles = false;      // that alone makes it an edit; else it goes along with what is changed
 };
 
 // Watches what is changed through one connection as long as it is there. Nodes right below the root are passed over:

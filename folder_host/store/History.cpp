@@ -21,6 +21,10 @@ namespace folder_host {
 
 namespace {
 
+Error damagedLog() {
+  return {errors::STORE_UNREADABLE, "the log of the project's store is damaged, and nothing is taken back"};
+}
+
 // What edits can be in each other's way by. Two that have none of it in common can be taken back in any order.
 struct Footprint {
   std::set<std::string> changed;  // rows, names, and that things are there
@@ -186,6 +190,10 @@ std::vector<Edit> History::heads() const {
     edit.words = std::move(row[5]);
     edit.undoes = std::move(row[6]);
   }
+  std::set<std::string> ids;
+  for (const Edit& edit : edits) {
+    if (edit.id.empty() || !ids.insert(edit.id).second) throw damagedLog();
+  }
   markTakenBack(edits);
   return edits;
 }
@@ -196,7 +204,7 @@ void History::addChanges(std::vector<Edit>& edits, std::int64_t from) const {
     auto rows = store_->query("SELECT changes, settled FROM edit WHERE number = CAST(? AS INTEGER)", {number});
     auto changes = rows.empty() ? std::nullopt : changesIn(rows[0][0]);
     if (!changes) {
-      throw Error(errors::STORE_UNREADABLE, "the log of the project's store is damaged; nothing is taken from it");
+      throw damagedLog();
     }
     edit->changes = *std::move(changes);
     edit->settled = std::move(rows[0][1]);

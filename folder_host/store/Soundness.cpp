@@ -13,7 +13,7 @@ namespace folder_host {
 
 namespace {
 
-// Rows with a value of another type than ours, half a character, or nothing that they belong to.
+// Rows with a value of another type than ours, half a character, or nothing that they belong to; a log with gaps.
 constexpr const char* STRAYS = R"(
 SELECT EXISTS(SELECT 1 FROM node WHERE typeof(parent) <> 'blob' OR typeof(type) <> 'blob' OR length(type) % 2
               OR typeof(location) <> 'blob' OR length(location) % 2)
@@ -31,7 +31,8 @@ SELECT EXISTS(SELECT 1 FROM node WHERE typeof(parent) <> 'blob' OR typeof(type) 
               OR label NOT IN (SELECT uuid FROM label))
     OR EXISTS(SELECT 1 FROM edit WHERE typeof(id) <> 'blob' OR typeof(at) <> 'integer' OR typeof(user) <> 'blob'
               OR typeof(machine) <> 'blob' OR typeof(words) <> 'blob' OR typeof(undoes) <> 'blob'
-              OR typeof(settled) <> 'blob' OR typeof(changes) <> 'blob'))";
+              OR typeof(settled) <> 'blob' OR typeof(changes) <> 'blob' OR number < 1)
+    OR (SELECT coalesce(max(number), 0) <> count(*) FROM edit))";
 
 // A path such as "../x" is no entry's: a label on it would be told of as missing for ever, or followed out of the
 // project by whoever trusts it.

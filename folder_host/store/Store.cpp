@@ -124,7 +124,7 @@ MetadataScopeGuard Store::beginWrite() {
 
 void Store::keepEdit(const Changes& changes) {
   const EditNote note = std::exchange(note_, {});
-  if (changes.empty() && note.settled.empty()) return;
+  if (changes.empty() && note.undoes.empty() && !(note.settles && !note.settled.empty())) return;
   constexpr std::size_t MOST_WORDS = std::size_t{64} << 10U;
   const auto now = std::chrono::system_clock::now().time_since_epoch();
   const std::string at = std::to_string(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());

@@ -235,7 +235,7 @@ void detachLabels(const LabelWords& words, const Paths& named) {
   for (const LabelRecord& label : labels) all.push_back(detaching(project, label, *table, *followed, paths));
   requireCarried(project, *table, *followed, all, paths, named);
   const auto detached = edit(project, [&] {
-    project.note(followed->openAt(paths, true));
+    project.note(followed->openAt(paths, true), true);
     // Both in one scope: a label that came off while nothing was settled would have the next share refused for what was
     // just allowed.
     folder_host::Settlements settlements(*project.metadata());

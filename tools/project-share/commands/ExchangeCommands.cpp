@@ -194,7 +194,11 @@ void importProject(const std::string& file, const ImportWords& words, bool isDry
     const auto scope = project.metadata()->beginReadScope();
     return tell(decide(false), true);
   }
-  const Imported imported = edit(project, [&] { return decide(true); });
+  const auto followed = project.followed(table);
+  const Imported imported = edit(project, [&] {
+    project.note(followed->openAt({""}, true), false);
+    return decide(true);
+  });
   project.remember(table, {});
   tell(imported, false);
 }

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "folder_host/files/EntryTable.h"
 #include "output/EditReport.h"
 #include "output/Output.h"
+#include "output/Report.h"
 #include "receipt/ShareRecord.h"
 #include "settings/OpenProject.h"
 #include "words/Names.h"
@@ -56,9 +58,10 @@ Json jsonOf(const std::vector<Edit>& edits, const Edit& edit, const EditTexts& t
 
 void printEdit(const std::vector<Edit>& edits, const Edit& edit, const EditTexts& texts) {
   const auto undone = numberOf(edits, edit.undoes);
-  item(fmt::format("{}  {}  {}  {}  ({}{}{})", edit.number, timeText(edit.at), authorOf(edit.user, edit.machine),
-                   wordsOf(edit), undone != 0 ? fmt::format("took back {}: ", undone) : "", texts.sumOf(edit),
-                   edit.isTakenBack ? "; taken back" : ""),
+  // The words last: whatever they are, they cannot pass for what the program says of them.
+  item(fmt::format("{}  {}  {}  ({}{}{})  {}", edit.number, timeText(edit.at), authorOf(edit.user, edit.machine),
+                   undone != 0 ? fmt::format("took back {}: ", undone) : "", texts.sumOf(edit),
+                   edit.isTakenBack ? "; taken back" : "", wordsOf(edit)),
        jsonOf(edits, edit, texts));
 }
 
@@ -73,10 +76,20 @@ void printShare(const Json& share) {
   const std::string name = profile != share.end() && profile->is_object()
                                ? "by profile " + inQuotes(textIn(*profile, "name"))
                                : "as a whole";
-  item(fmt::format("share  {}  {}  {}  ({} to {})", freeName(textIn(share, "time")),
-                   authorOf(textIn(share, "user"), textIn(share, "machine")), textIn(share, "words"), name,
-                   inQuotes(textIn(share, "destination"))),
+  item(fmt::format("share  {}  {}  ({} to {})  {}", freeName(textIn(share, "time")),
+                   authorOf(textIn(share, "user"), textIn(share, "machine")), name,
+                   inQuotes(textIn(share, "destination")), textIn(share, "words")),
        share);
+}
+
+std::vector<ShareRecord> sharesOrNote(const FolderProject& project) {
+  try {
+    return sharesOf(project);
+  } catch (const std::system_error& error) {
+    const std::string message = "the list of shares in the project's folder cannot be read: " + error.code().message();
+    printNotes({{risks::SHARE_UNLISTED.identifier, {}, message}});
+    return {};
+  }
 }
 
 Refusal noEdit(std::int64_t number) {
@@ -117,7 +130,7 @@ void showLog(std::int64_t number, bool all) {
   const std::vector<Edit> edits = project.history().edits();
   const EditTexts texts(edits, project.labels().list());
   if (number != 0) return printOne(edits, number, texts);
-  const std::vector<ShareRecord> shares = sharesOf(project);
+  const std::vector<ShareRecord> shares = sharesOrNote(project);
   const std::size_t entries = edits.size() + shares.size();
   std::size_t passed = all || manner().json || entries <= MOST ? 0 : entries - MOST;
   if (passed > 0)

@@ -187,7 +187,7 @@ void attachLabels(const LabelWords& labelWords, const Paths& named, const Attach
   const auto followed = project.followed(table);
   const std::vector<LabelRecord> before = labels;
   const auto attached = edit(project, [&] {
-    project.note(followed->openAt(to.paths, !words.folderOnly));
+    project.note(followed->openAt(to.paths, !words.folderOnly), true);
     createNamed(project, labels);
     std::vector<Attached> all;
     all.reserve(labels.size());
@@ -217,7 +217,7 @@ void followLabels(const std::vector<std::string>& named) {
           "labels instead");
     }
     auto made = folder_host::followIn(*followed, *table, scope, project.labels());
-    project.note(followed->openAt(scope, true));
+    project.note(followed->openAt(scope, true), true);
     const auto& differing = followed->differing();
     const auto isIn = [&, tops = setOf(scope)](const auto& one) { return isAtOrBelow((*table)[one.first].path, tops); };
     const auto left = static_cast<std::size_t>(std::count_if(differing.begin(), differing.end(), isIn)) - made.size();

@@ -169,7 +169,7 @@ void detachMissing(const LabelWords& words) {
       takeFrom(project, one);
       marked.insert(marked.end(), one.marks.begin(), one.marks.end());
     }
-    project.note(followed->openAt(marked, true));
+    project.note(followed->openAt(marked, true), true);
     return true;
   });
   for (const OnMissing& one : all) project.remember(table, {one.marks, true, one.label.uuid, true});
@@ -190,7 +190,7 @@ void callMissing(const std::vector<std::string>& named) {
                               commandOf({"status"})));
   }
   edit(project, [&] {
-    project.note(followed->openAt(paths, true));
+    project.note(followed->openAt(paths, true), true);
     return true;
   });
   project.rememberAsMeant(table, paths);

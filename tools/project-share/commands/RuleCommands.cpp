@@ -94,7 +94,9 @@ void addRules(const std::string& word, const Patterns& patterns) {
   checkPatterns(patterns);
   const FolderProject project = openProject();
   const auto table = std::make_shared<const EntryTable>(std::make_shared<const Listing>(project.list()));
+  const auto followed = project.followed(table);
   const auto [label, labels] = edit(project, [&] {
+    project.note(followed->openAt({""}, true), false);  // a rule may say of any of it what it had
     LabelRecord found = LabelIndex(project.labels().list()).named(word);
     const LabelSources sources(project.labels());
     Patterns all = without(patternsOf(sources, sources.find(found.uuid).value()), patterns);
@@ -110,7 +112,9 @@ void addRules(const std::string& word, const Patterns& patterns) {
 void removeRules(const std::string& word, const Patterns& patterns) {
   const FolderProject project = openProject();
   const auto table = std::make_shared<const EntryTable>(std::make_shared<const Listing>(project.list()));
+  const auto followed = project.followed(table);
   const auto [label, idle, labels] = edit(project, [&] {
+    project.note(followed->openAt({""}, true), false);
     LabelRecord found = LabelIndex(project.labels().list()).named(word);
     const LabelSources before(project.labels());
     const std::size_t index = before.find(found.uuid).value();

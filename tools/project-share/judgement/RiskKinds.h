@@ -78,7 +78,8 @@ inline constexpr RiskKind MEMORY_FAILED{
     folder_host::errors::MEMORY_FAILED, Level::note,
     "it could not be noted which entries have labels: what is renamed is not found again"};
 inline constexpr RiskKind SHARE_UNLISTED{
-    "share-unlisted", Level::note, "the project's folder cannot be written to: the share is not listed in its log"};
+    "share-unlisted", Level::note,
+    "a share is not listed in the log, or the list cannot be read: the project's folder does not allow it"};
 inline constexpr RiskKind ALLOW_IDLE{"allow-idle", Level::note, "an --allow allowed nothing"};
 inline constexpr RiskKind LABEL_ON_LINK{"label-on-link", Level::note,
                                         "a label was attached to a link, and not to what it leads to"};

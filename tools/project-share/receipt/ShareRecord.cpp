@@ -30,19 +30,33 @@ std::string lineOf(const FolderProject& project, const Judgement& judgement, con
   return written(object);
 }
 
+namespace {
+
+// What is known of it alone: the list may be a stranger's, and what is printed would have to be anything then.
+Json knownOf(const Json& line) {
+  Json object{{"type", "share"}};
+  const auto take = [&](Json& to, const Json& from, const char* key) {
+    const auto found = from.find(key);
+    if (found != from.end() && (found->is_string() || found->is_number_unsigned())) to[key] = *found;
+  };
+  for (const char* key : {"time", "user", "machine", "words"}) take(object, line, key);
+  const auto profile = line.find("profile");
+  object["profile"] = Json();
+  if (profile != line.end() && profile->is_object()) {
+    for (const char* key : {"uuid", "name"}) take(object["profile"], *profile, key);
+  }
+  for (const char* key : {"destination", "destinationHex", "shared", "heldBack"}) take(object, line, key);
+  return object;
+}
+
+}  // namespace
+
 std::vector<ShareRecord> sharesOf(const FolderProject& project) {
-  const auto lines =
-      folder_host::attempt(folder_host::errors::STORE_FAILED, "cannot read the list of shares of", project.root(),
-                           [&] { return folder_host::sharesListed(project.storeFolder()); });
   std::vector<ShareRecord> shares;
-  for (const std::string& line : lines) {
-    Json object = Json::parse(line, nullptr, false);
-    const bool isShare =
-        object.is_object() && object.value("type", Json()) == "share" && object["at"].is_number_integer();
-    if (!isShare) continue;
-    const auto at = object["at"].get<std::int64_t>();
-    object.erase("at");
-    shares.push_back({at, std::move(object)});
+  for (const std::string& text : folder_host::sharesListed(project.storeFolder())) {
+    const Json line = Json::parse(text, nullptr, false);
+    const auto at = line.is_object() ? line.find("at") : line.end();
+    if (at != line.end() && at->is_number_integer()) shares.push_back({at->get<std::int64_t>(), knownOf(line)});
   }
   return shares;
 }

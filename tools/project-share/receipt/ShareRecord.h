@@ -20,7 +20,7 @@ struct ShareRecord {
 std::string lineOf(const folder_host::FolderProject& project, const Judgement& judgement,
                    const std::string& destination);
 
-// Those that are listed, in their order. Lines that are none of ours are passed over. Error: STORE_FAILED.
+// Those that are listed, in their order. Lines that are none of ours are passed over. Fails with std::system_error.
 std::vector<ShareRecord> sharesOf(const folder_host::FolderProject& project);
 
 }  // namespace project_share
