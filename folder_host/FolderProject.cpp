@@ -209,7 +209,8 @@ Edit FolderProject::undo(std::int64_t number, const std::shared_ptr<const EntryT
     std::copy_if(before.begin(), before.end(), std::back_inserter(opened),
                  [](const Remembered& one) { return one.from != one.at; });
     if (opened.empty()) return;
-    replaceMemory(entries, [&](const Followed& followed) { return followed.renewedAsBefore(opened); });
+    replaceMemory(
+        entries, [&](const Followed& followed) { return followed.renewedAsBefore(opened); }, When::withinTheEdit);
   });
   replaceMemory(entries, [&](const Followed& followed) { return followed.renewedAsBefore(before); });
   return edit;
@@ -252,13 +253,16 @@ std::shared_ptr<const Followed> FolderProject::followed(std::shared_ptr<const En
   return std::make_shared<const Followed>(std::move(entries), std::move(labels), memory());
 }
 
-// Read again under the lock: another process may have replaced it since anything was looked at. Whatever fails here
-// fails when the edit is kept, so that no refusal may say that it was not.
+// Read again under the lock: another process may have replaced it since anything was looked at. What fails when the
+// edit is kept must not say that it was not.
 template <class Change>
-void FolderProject::replaceMemory(const std::shared_ptr<const EntryTable>& entries, const Change& change) const {
-  const auto failure = [](const char* why) {
-    return Error(errors::MEMORY_FAILED,
-                 std::string("the labels are as they should be, but which entries have them cannot be noted: ") + why);
+void FolderProject::replaceMemory(const std::shared_ptr<const EntryTable>& entries, const Change& change,
+                                  When when) const {
+  const auto failure = [&](const char* why) {
+    const std::string what = when == When::afterTheEdit
+                                 ? "the labels are as they should be, but which entries have them cannot be noted: "
+                                 : "nothing is changed, because which entries have labels cannot be noted: ";
+    return Error(errors::MEMORY_FAILED, what + why);
   };
   try {
     const MemoryLock lock(storeFolder());

@@ -93,8 +93,10 @@ class FolderProject {
  private:
   FolderProject(std::string root, std::shared_ptr<Store> store);
   std::shared_ptr<const Memory> memory() const;
+  enum class When { afterTheEdit, withinTheEdit };
   template <class Change>
-  void replaceMemory(const std::shared_ptr<const EntryTable>& entries, const Change& change) const;
+  void replaceMemory(const std::shared_ptr<const EntryTable>& entries, const Change& change,
+                     When when = When::afterTheEdit) const;
 
   std::string root_;
   std::shared_ptr<Store> store_;

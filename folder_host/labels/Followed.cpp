@@ -512,6 +512,8 @@ class Followed::Renewal {
     const bool isKnown = differs != followed_.differing_.end() || claim != NONE;
     if (has.empty() && had.empty() && !isKnown && exceptions_.count(entry.path) == 0) return;
     std::string from = isOpen ? differs->second.from : entry.path;
+    // To have the same by another way settles nothing: that may go again.
+    if (!isOpen && claim != NONE && !isSettled(entry.path)) from = followed_.memory_.entries[claim].from;
     if (isLeft) from = leftAt_[i] = followed_.memory_.entries[claim].from;
     told_.insert(from);
     next_.entries.push_back({namesOf(had), isOpen ? namesOf(has) : nullptr, from, entry.path, entry.kind,
