@@ -54,6 +54,11 @@ class RandomState {
       }
     }
     for (long left = below(12); left > 0; --left) addNode(state.nodes);
+    for (auto& [path, values] : state.nodes) {  // as profiles need it to be read
+      if (kindOf(path) == NodeKind::profile) values[u"Name"];
+      if (path.getElements().size() == 4 && path.getLeaf().getType() == u"Filter") values[u"Data"];
+    }
+    dropIdleRoots(state.nodes);
     return state;
   }
 
@@ -150,12 +155,23 @@ TEST_F(ExchangeTest, WhateverAStoreHoldsComesBackExactly) {
   }
 }
 
+TEST_F(ExchangeTest, ANodeThatHoldsNothingRightBelowTheRootIsNoDifference) {
+  ProjectState state = sample();
+  for (const char16_t* location : {u"Root", u"a", u"z"}) state.nodes[at({{u"Export", location}})];
+  MemoryProject project;
+  project.put(state);
+  EXPECT_EQ(project.state(), sample());
+  const std::string text = textOf(sample()), node = R"({"path": [{"type": "A", "location": "a"}], "values": []},)";
+  EXPECT_EQ(stateIn(std::string(text).insert(text.find("\"nodes\": [") + 10, node), "text"), sample());
+}
+
 TEST_F(ExchangeTest, APartOfAnExportIsNone) {
   const std::string text = textOf(sample());
   for (std::size_t length = 0; length + 1 < text.size(); ++length) {
     ASSERT_EQ(refusalOfText(text.substr(0, length)), refusals::IMPORT_UNREADABLE) << length;
   }
   EXPECT_EQ(refusalOfText("\xEF\xBB\xBF \n" + text), "");
+  EXPECT_EQ(refusalOfText(std::string(160, ' ') + text), refusals::IMPORT_UNREADABLE);
   EXPECT_EQ(refusalOfText(text + std::string(1, '\0')), refusals::IMPORT_UNREADABLE);
   EXPECT_EQ(refusalOfText(std::string(LONGEST_EXPORT + 1, ' ')), refusals::IMPORT_UNREADABLE);
 }
@@ -166,6 +182,11 @@ TEST_F(ExchangeTest, AnExportWithAFaultIsNone) {
   const std::string node = R"({"path": [{"type": "X", "location": "y"}], "values": []},)";
   const std::string settled =
       R"({"path": [{"type": "Settled", "location": "Root"}, {"type": "Path", "location": "b"}], "values": []},)";
+  const auto ofProfile = [](const std::string& steps, const std::string& value) {
+    return R"("nodes": [{"path": [{"type": "Export", "location": "Root"}, {"type": "ExportProfile", "location": "N"})" +
+           steps + R"(], "values": [{"key": ")" + value + R"(", "value": ""}]},)";
+  };
+  const std::string item = R"(, {"type": "x", "location": "y"}, {"type": "Filter", "location": "L"})";
   const std::pair<std::string, std::string> rows[] = {
       {"export\": 1", "export\": 2"},
       {"export\": 1", "export\": 1.0"},
@@ -176,6 +197,10 @@ TEST_F(ExchangeTest, AnExportWithAFaultIsNone) {
       {"\"nodes\": [", "\"nodes\": [{\"path\": [], \"values\": []}, "},
       {"\"nodes\": [", "\"nodes\": [" + node},
       {"\"nodes\": [", "\"nodes\": [" + settled},
+      {"\"nodes\": [", ofProfile("", "Data")},
+      {"\"nodes\": [", ofProfile(item, "Data")},
+      {"\"nodes\": [", ofProfile("", "Name") + ofProfile(item, "Name").substr(10)},
+      {"\"Project", "\"\\u0050roject"},
       {"\"uuid\": \"L\",", ""},
       {"\"uuid\": \"L\"", "\"uuid\": \"\""},
       {"\"name\": \"in\"", "\"name\": \"\""},

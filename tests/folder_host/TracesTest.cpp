@@ -82,7 +82,8 @@ TEST(Traces, FirstBytesTellStoresAndReceiptsAlone) {
   EXPECT_FALSE(firstBytesTell(database + std::string(144, '\0')));
   for (const char* receipt :
        {"{\"receipt\":1", "\xEF\xBB\xBF\r\n {\n\t\"receipt\" : 1", "{\"allowed\": [], \"destination\": \"/x\"",
-        "{\"Project-share export\":1", "\xEF\xBB\xBF\n{\r\"Project-share export\" :"})
+        "{\"Project-share export\":1",
+        "\xEF\xBB\xBF\n{\r\"Project-share export\" :", "<<<<<<< HEAD\n{\n  \"Project-share export\": 1"})
     EXPECT_TRUE(firstBytesTell(receipt)) << receipt;
 }
 

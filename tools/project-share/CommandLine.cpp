@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -50,7 +51,7 @@ struct Words {
   ImportWords import;
   bool isDry = false;
   std::string only;
-  int depth = 0;
+  std::int64_t depth = 0;
   bool folderOnly = false;
   bool noExceptions = false;
   bool all = false;
@@ -412,21 +413,25 @@ std::string riskList() {
   return list;
 }
 
-void addNumber(CLI::App* command, std::int64_t& number, const char* description) {
-  const auto problemOf = [](const std::string& word) -> std::string {
-    const bool isNumber = word.find_first_not_of("0123456789") == word.npos && word.find_first_not_of('0') != word.npos;
-    return isNumber ? "" : inQuotes(word) + " is no number; edits are numbered from 1";
+// By digits alone, from 1 on: CLI11 would read "010" as eight, and a number that is too great as the greatest.
+CLI::Option* addNumber(CLI::App* command, const char* name, std::int64_t& number, const char* description) {
+  const auto read = [&number, name](const std::string& marked) {
+    const std::string word = unmarked(marked);
+    const char* end = word.data() + word.size();
+    const auto [last, error] = std::from_chars(word.data(), end, number);
+    if (error == std::errc() && last == end && number > 0) return;
+    throw CLI::ParseError(fmt::format("{} is a number from 1 on, and {} is none", name, inQuotes(word)), WRONG_USAGE);
   };
-  command->add_option("NUMBER", number, description)->transform(unmarked)->check(problemOf)->type_name("");
+  return command->add_option_function<std::string>(name, read, description)->type_name("");
 }
 
 void addHistoryCommands(CLI::App& app, Words& words) {
   CLI::App* log = addCommand(&app, "log", "List the edits and the shares: when, who, the words typed", "log");
-  addNumber(log, words.number, "One edit, and all that it changed");
+  addNumber(log, "NUMBER", words.number, "One edit, and all that it changed");
   log->add_flag("--all", words.all, "All of them, not the last 20");
   log->callback([&] { showLog(words.number, words.all); });
   CLI::App* undo = addCommand(&app, "undo", "Take back your last edit, or the edit of that number", "undo");
-  addNumber(undo, words.number, "As 'log' shows it; another user's, too");
+  addNumber(undo, "NUMBER", words.number, "As 'log' shows it; another user's, too");
   undo->callback([&] { undoEdit(words.number); });
 }
 
@@ -439,9 +444,8 @@ void addPreviewCommands(CLI::App& app, Words& words) {
   preview->add_option("--only", words.only, "Show these alone")
       ->transform(unmarked)
       ->type_name("held-back|shared|unlabelled");
-  preview
-      ->add_option("--depth", words.depth,
-                   "Show so many levels, and of folders at the last one what lies in them, counted")
+  addNumber(preview, "--depth", words.depth,
+            "Show so many levels, and of folders at the last one what lies in them, counted")
       ->type_name("N");
   preview->callback([&words, preview] {
     const auto& all = viewWords();
@@ -449,7 +453,6 @@ void addPreviewCommands(CLI::App& app, Words& words) {
     if (preview->count("--only") > 0 && !isKnown) {
       throw CLI::ParseError(fmt::format("--only takes {}", fmt::join(all, ", ")), WRONG_USAGE);
     }
-    if (preview->count("--depth") > 0 && words.depth < 1) throw CLI::ParseError("--depth begins at 1", WRONG_USAGE);
     previewProfile(words.profile, {words.paths, words.only, static_cast<std::size_t>(words.depth)});
   });
 

@@ -16,7 +16,7 @@ namespace folder_host {
 
 // Read at a position, so that whoever copies the file from the same descriptor begins at its first byte.
 std::string firstBytesOf(const Descriptor& file) {
-  std::array<char, 160> bytes{};
+  std::array<char, FIRST_BYTES> bytes{};
   const ssize_t length = ::pread(file.get(), bytes.data(), bytes.size(), 0);
   if (length < 0) throwErrno();
   return {bytes.data(), static_cast<std::size_t>(length)};
@@ -40,6 +40,13 @@ std::string_view insideObject(std::string_view first) {
 
 bool isKey(std::string_view first, std::string_view key) {
   return take(first, '"' + std::string(key) + '"') && take(first, ":");
+}
+
+bool holdsKey(std::string_view text, std::string_view key) {
+  for (std::size_t at = 0; (at = text.find('"', at)) != text.npos; ++at) {
+    if (isKey(text.substr(at), key)) return true;
+  }
+  return false;
 }
 
 }  // namespace
@@ -66,7 +73,7 @@ bool firstBytesTell(std::string_view first) {
   const std::string_view object = insideObject(first);
   const auto holds = [&](std::string_view key) { return object.find(key) != std::string_view::npos; };
   if (holds("\"allowed\"") && holds("\"destination\"")) return true;  // its keys were sorted by another program
-  return isKey(object, "receipt") || isKey(object, EXPORT_KEY);
+  return isKey(object, "receipt") || holdsKey(first, EXPORT_KEY);
 }
 
 }  // namespace folder_host

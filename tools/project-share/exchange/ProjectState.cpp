@@ -1,6 +1,7 @@
 #include "exchange/ProjectState.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <set>
 #include <utility>
@@ -98,7 +99,18 @@ ProjectState stateOf(const LabelStore& labels, const MetadataStore& metadata) {
   for (folder_host::Rule& rule : labels.rules()) state.labels[rule.label].rules.push_back(std::move(rule.pattern));
   for (folder_host::Mark& mark : labels.marks()) state.labels[mark.label].marks[std::move(mark.path)] = mark.kind;
   state.nodes = metadata.nodes();
+  dropIdleRoots(state.nodes);
   return state;
+}
+
+void dropIdleRoots(MetadataStore::Nodes& nodes) {
+  for (auto node = nodes.begin(); node != nodes.end();) {
+    const auto next = std::next(node);
+    const auto& elements = node->first.getElements();
+    const bool isAbove = next != nodes.end() && next->first.getElements().front() == elements.front();
+    if (elements.size() == 1 && node->second.empty() && !isAbove) nodes.erase(node);
+    node = next;
+  }
 }
 
 void change(const ProjectState& from, const ProjectState& to, LabelStore& labels, MetadataStore& metadata) {

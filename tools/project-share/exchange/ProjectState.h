@@ -28,6 +28,10 @@ struct ProjectState {
 // To be called in a scope, so that it is of one moment.
 ProjectState stateOf(const folder_host::LabelStore& labels, const folder_host::MetadataStore& metadata);
 
+// Takes out the nodes right below the root that hold nothing: whoever makes a node below one makes it, and nobody
+// removes it afterwards.
+void dropIdleRoots(folder_host::MetadataStore::Nodes& nodes);
+
 // Changes the store from the one state, which it has, to the other. To be called in a write scope.
 void change(const ProjectState& from, const ProjectState& to, folder_host::LabelStore& labels,
             folder_host::MetadataStore& metadata);

@@ -203,6 +203,8 @@ class Reader {
     whole.forEach("profiles", [&](const Piece& profile) { readProfile(profile); });
     whole.forEach("settled", [&](const Piece& settled) { readSettled(settled); });
     whole.forEach("nodes", [&](const Piece& node) { readNode(node); });
+    requireProfiles(whole.at("nodes"));
+    dropIdleRoots(state_.nodes);
     return std::move(state_);
   }
 
@@ -324,6 +326,18 @@ class Reader {
     put(part, node, std::move(values));
   }
 
+  // Without one of these values in one profile, nothing could be told about any of them.
+  void requireProfiles(const Piece& nodes) const {
+    for (const auto& [path, values] : state_.nodes) {
+      const auto& elements = path.getElements();
+      const bool isItem = elements.size() == 4 && elements[3].getType() == u"Filter" &&
+                          kindOf(parentOf(parentOf(path))) == NodeKind::profile;
+      nodes.require(!isItem || values.count(u"Data") != 0, "a label of a filter has no 'Data' among its values");
+      nodes.require(kindOf(path) != NodeKind::profile || values.count(u"Name") != 0,
+                    "a profile has no 'Name' among its values");
+    }
+  }
+
   // A node may have been made before for the sake of one below it.
   void put(const Piece& part, const MetadataPath& path, Values values) {
     part.require(given_.insert(path).second, "that is there twice");
@@ -344,7 +358,12 @@ class Reader {
 
 ProjectState stateIn(const std::string& text, const std::string& file) {
   const Tree tree = parsedText(text, file);
-  return Reader().read(Piece(tree, file, {}));
+  const Piece whole(tree, file, {});
+  ProjectState state = Reader().read(whole);
+  // What no share would know for an export must not come to be used as one.
+  whole.require(folder_host::firstBytesTellExport(std::string_view(text).substr(0, folder_host::FIRST_BYTES)),
+                "'Project-share export' has to be its first key, in plain letters, right at its beginning");
+  return state;
 }
 
 }  // namespace project_share

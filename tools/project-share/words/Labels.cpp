@@ -49,15 +49,28 @@ const LabelRecord& LabelIndex::named(const std::string& word, const std::string&
   return records_[names_.require(word, LABELS, more)];
 }
 
+void LabelIndex::requireOneMeaning(const std::string& word, const std::vector<std::string>& parts) const {
+  if (!std::all_of(parts.begin(), parts.end(), [&](const std::string& part) { return isNamed(part); })) return;
+  throw Refusal(refusals::LABEL_AMBIGUOUS,
+                fmt::format("{} names a label, and each of its parts names one, too; give the option once for each "
+                            "part, or for the whole the UUID {}",
+                            inQuotes(word), inQuotes(named(word).uuid)));
+}
+
 std::vector<std::string> LabelIndex::split(const std::vector<std::string>& words) const {
   std::vector<std::string> labels;
   for (const std::string& word : words) {
+    std::vector<std::string> parts;
     std::size_t begin = 0;
-    for (std::size_t comma = 0; !isNamed(word) && (comma = word.find(',', begin)) != std::string::npos;) {
-      labels.push_back(word.substr(begin, comma - begin));
-      begin = comma + 1;
+    for (std::size_t comma = 0; (comma = word.find(',', begin)) != std::string::npos; begin = comma + 1) {
+      parts.push_back(word.substr(begin, comma - begin));
     }
-    labels.push_back(word.substr(begin));
+    parts.push_back(word.substr(begin));
+    if (parts.size() > 1 && isNamed(word)) {
+      requireOneMeaning(word, parts);
+      parts = {word};
+    }
+    labels.insert(labels.end(), parts.begin(), parts.end());
   }
   return labels;
 }

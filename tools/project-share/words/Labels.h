@@ -45,7 +45,7 @@ class LabelIndex {
   const folder_host::LabelRecord& named(const std::string& word, const std::string& more = {}) const;
 
   // The words, each of them LABEL[,LABEL...], one by one. A name may hold a comma: a word that as a whole means a label
-  // is not split.
+  // is not split. Error: LABEL_AMBIGUOUS where all its parts mean labels, too.
   std::vector<std::string> split(const std::vector<std::string>& words) const;
 
   // Whether the word means a label, or several.
@@ -60,6 +60,8 @@ class LabelIndex {
   std::vector<NamedLabel> namedBy(const profiles::ExportFilter& filter) const;
 
  private:
+  void requireOneMeaning(const std::string& word, const std::vector<std::string>& parts) const;
+
   std::vector<folder_host::LabelRecord> records_;
   NameIndex names_;
   std::map<std::u16string, std::size_t> byUUID_;

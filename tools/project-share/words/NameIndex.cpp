@@ -15,10 +15,20 @@ namespace project_share {
 
 using folder_host::toBytes;
 
+namespace {
+
+std::u16string inSmallLetters(std::u16string uuid) {
+  for (char16_t& c : uuid) c = c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c - u'A' + u'a') : c;
+  return uuid;
+}
+
+}  // namespace
+
 void NameIndex::add(const std::u16string& name, const std::u16string& shortName, const std::u16string& uuid) {
   if (!name.empty()) byName_.emplace(name, all_.size());
   if (!shortName.empty()) byShortName_.emplace(shortName, all_.size());
   byUUID_.emplace(uuid, all_.size());
+  bySmallUUID_.emplace(inSmallLetters(uuid), all_.size());
   all_.push_back({name, shortName, uuid});
 }
 
@@ -26,13 +36,14 @@ std::vector<std::size_t> NameIndex::find(const std::string& word) const {
   constexpr std::size_t SHORTEST = 8;  // a beginning, typed by chance, would be a guess
   const std::u16string text = folder_host::fromBytes(word);
   std::vector<std::size_t> found;
-  for (const Index* index : {&byName_, &byShortName_, &byUUID_}) {
-    const auto [first, last] = index->equal_range(text);
+  const std::u16string small = inSmallLetters(text);
+  for (const Index* index : {&byName_, &byShortName_, &byUUID_, &bySmallUUID_}) {
+    const auto [first, last] = index->equal_range(index == &bySmallUUID_ ? small : text);
     for (auto one = first; one != last; ++one) found.push_back(one->second);
     if (!found.empty()) return found;
   }
-  for (auto one = byUUID_.lower_bound(text); text.size() >= SHORTEST && one != byUUID_.end(); ++one) {
-    if (one->first.compare(0, text.size(), text) != 0) break;
+  for (auto one = bySmallUUID_.lower_bound(small); small.size() >= SHORTEST && one != bySmallUUID_.end(); ++one) {
+    if (one->first.compare(0, small.size(), small) != 0) break;
     found.push_back(one->second);
   }
   return found;

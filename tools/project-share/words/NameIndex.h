@@ -16,7 +16,7 @@ struct Naming {
 
 // Things that people name, found by what they type: by the whole name; where none has it, by the short name; where
 // none has that, by the UUID; at last by the beginning of one, of 8 characters at least. So whatever looks like a UUID,
-// a name always wins.
+// a name always wins. Names are taken to the letter, UUIDs in capitals or small letters.
 class NameIndex {
  public:
   // Things are known by their order from then on. An empty name is none.
@@ -39,7 +39,7 @@ class NameIndex {
   std::string choiceOf(const std::vector<std::size_t>& found) const;
 
   std::vector<Known> all_;
-  Index byName_, byShortName_, byUUID_;
+  Index byName_, byShortName_, byUUID_, bySmallUUID_;
 };
 
 }  // namespace project_share
