@@ -637,7 +637,7 @@ std::vector<Remembered> Followed::openAt(const std::vector<std::string>& paths, 
   std::vector<Remembered> open;
   for (const auto& [i, had] : differing_) {
     const Entry& entry = entries_[i];
-    if (!isIn(entry.path)) continue;
+    if (!isIn(entry.path) && !isIn(had.from)) continue;
     open.push_back({namesOf(had.labels), namesOf(has_.of(i)), had.from, entry.path, entry.kind,
                     entries_.listing().identityOf(entry), entry.size, entry.modified});
   }
@@ -736,8 +736,8 @@ Memory Followed::renewedAsBefore(const std::vector<Remembered>& before) const {
       next.entries.push_back(
           {now.labels, nullptr, now.from, now.from, now.kind, {}, 0, {}, Remembered::Missing::meant});
     }
-    // What is open by itself since then stays open.
-    const bool isOpen = one.from != one.at && now.from != now.at;
+    // What is open by another name since then stays open.
+    const bool isOpen = one.from != one.at && now.from != now.at && now.from != one.from;
     now.labels = isOpen ? eitherOf(now.labels, one.labels) : one.labels;
     now.place = isOpen ? eitherOf(now.place, one.place) : one.place;
     now.from = one.from;

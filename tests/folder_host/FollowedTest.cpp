@@ -211,4 +211,18 @@ TEST_F(FollowedTest, WhatHadALabelIsHeldBackUnderWhateverNameItTakesNext) {
   }
 }
 
+// As an undo or an import puts it there, or an edit of which nothing could be noted.
+TEST_F(FollowedTest, WhatIsPutOnAnOldPathIsAboutWhatIsElsewhere) {
+  for (const char* move : {"mv s t", "mv d t", "mv d/x t", "mv s t; echo new >s"}) {
+    make();
+    const FolderProject project = open();
+    project.labels().detach(secret_.uuid, {"s", "d"});
+    project.remember(tableOf(project), {{"s", "d"}, true, secret_.uuid, true});
+    run(move);
+    project.labels().attach(secret_.uuid, {"s", "d"}, MarkKind::reach);
+    const std::string shared = " " + files(project, EXCLUDE_FILES_WITH_LABEL, true);
+    for (const char* moved : {" t ", " t/x ", " t/sub/y "}) EXPECT_EQ(shared.find(moved), std::string::npos) << move;
+  }
+}
+
 }  // namespace folder_host

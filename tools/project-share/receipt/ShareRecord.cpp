@@ -33,11 +33,13 @@ std::string lineOf(const FolderProject& project, const Judgement& judgement, con
 namespace {
 
 // What is known of it alone: the list may be a stranger's, and what is printed would have to be anything then.
-Json knownOf(const Json& line) {
+Json knownOf(const nlohmann::json& line) {
   Json object{{"type", "share"}};
-  const auto take = [&](Json& to, const Json& from, const char* key) {
+  const auto take = [&](Json& to, const nlohmann::json& from, const char* key) {
     const auto found = from.find(key);
-    if (found != from.end() && (found->is_string() || found->is_number_unsigned())) to[key] = *found;
+    if (found == from.end()) return;
+    if (found->is_string()) to[key] = found->get<std::string>();
+    if (found->is_number_unsigned()) to[key] = found->get<std::uint64_t>();
   };
   for (const char* key : {"time", "user", "machine", "words"}) take(object, line, key);
   const auto profile = line.find("profile");
@@ -54,7 +56,8 @@ Json knownOf(const Json& line) {
 std::vector<ShareRecord> sharesOf(const FolderProject& project) {
   std::vector<ShareRecord> shares;
   for (const std::string& text : folder_host::sharesListed(project.storeFolder())) {
-    const Json line = Json::parse(text, nullptr, false);
+    // Not one that keeps its order: it copies what it holds as it grows, however deep that is.
+    const nlohmann::json line = nlohmann::json::parse(text, nullptr, false);
     const auto at = line.is_object() ? line.find("at") : line.end();
     if (at != line.end() && at->is_number_integer()) shares.push_back({at->get<std::int64_t>(), knownOf(line)});
   }
