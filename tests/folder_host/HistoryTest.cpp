@@ -154,7 +154,7 @@ TEST_F(HistoryTest, OfRandomEditsIsTakenBackRowByRowUpToTheEmptyProject) {
     return refusal;
   };
   for (int i = 0; i < STEPS; ++i) {
-    store_->setAuthor({random_() % 2 == 0 ? "anna" : "ben", "desk", std::to_string(i)});
+    store_->setAuthor({random_() % 2 == 0 ? "anna" : "ben", "desk", std::string(i < 20 ? 70000 : 1, 'w')});
     if (random_() % 4 != 0 || model.empty()) {
       step([&] {
         try {
@@ -175,6 +175,7 @@ TEST_F(HistoryTest, OfRandomEditsIsTakenBackRowByRowUpToTheEmptyProject) {
   }
   const auto log = history.edits();
   ASSERT_EQ(log.size(), model.size());
+  EXPECT_EQ(log.front().words.size(), std::size_t{64} << 10U);
   EXPECT_GT(undone.size(), STEPS / 20U);
   EXPECT_GT(refused, STEPS / 40U);
   for (const Edit& edit : log) {

@@ -520,7 +520,7 @@ void addExchangeCommands(CLI::App& app, Words& words) {
       ->required(false);
   whole->callback([&] { exportProject(words.file); });
   CLI::App* import =
-      addCommand(&app, "import", "Take over what an export has; what the project has besides stays, and is counted",
+      addCommand(&app, "import", "Take over what an export has; what the project has besides stays, and is listed",
                  "import --dry-run ../labels.json");
   addWord(import, "FILE", words.file, "What export wrote; - is standard input");
   import->add_flag("--replace", words.import.replaces, "Remove what the file does not have");

@@ -131,7 +131,8 @@ void tell(const Imported& imported, bool isDry) {
   for (const Change& change : imported.changes) {
     ++counts[static_cast<std::size_t>(change.turn)];
     if (isDry) item(textOf(change), jsonOf(change));
-    if (!isDry && manner().json) done({}, jsonOf(change));
+    // What was asked for need not be told line by line; what else there is nobody has looked at.
+    if (!isDry && (manner().json || change.turn == Turn::kept)) done(textOf(change), jsonOf(change));
   }
   const auto& [added, removed, changed, kept] = counts;
   std::string text = "The project has all that the file has.";
@@ -139,7 +140,7 @@ void tell(const Imported& imported, bool isDry) {
     text = fmt::format(isDry ? "Would add {}, change {}, remove {}." : "Added {}, changed {}, removed {}.", added,
                        changed, removed);
   }
-  if (kept > 0) text += fmt::format(" What the project has beyond the file stays ({}); --dry-run lists it.", kept);
+  if (kept > 0) text += fmt::format(" What the project has beyond the file stays: {} above, with =.", kept);
   if (imported.missing > 0) {
     text += fmt::format(" Nothing is at the paths of {} of the file; to see them: {}",
                         counted(imported.missing, "mark", "marks"), commandOf({"status"}));

@@ -127,7 +127,8 @@ class Comparison {
       }
       return common;
     };
-    if (tell(Turn::removed, before, after) != tell(Turn::added, after, before)) {
+    const auto left = tell(Turn::removed, before, after);
+    if (left != tell(Turn::added, after, before)) {
       add(Turn::changed, "rules", label + "  in another order", fields);
     }
   }
