@@ -35,8 +35,8 @@ class Build:
             compiles, links = re.search(r" -o (\S+\.o) -c ", command), re.search(r"^: && (.* -o (\S+) .*?) && ", command)
             if compiles:
                 self.compiling[compiles[1]] = re.sub(r"^\S*ccache ", "", command)
-            elif links:  # objects of another target stand there by their whole paths
-                self.linking[links[2]] = links[1].replace(f" {BUILD}/", " ")
+            elif links:  # objects of another target stand there with "/./" within
+                self.linking[links[2]] = links[1].replace("/./", "/")
         self.needing = collections.defaultdict(set)  # the objects that a source is compiled into
         for block in ninja("-t", "deps").stdout.split("\n\n"):
             made, *sources = block.strip().splitlines() or [""]
