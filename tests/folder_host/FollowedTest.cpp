@@ -225,4 +225,21 @@ TEST_F(FollowedTest, WhatIsPutOnAnOldPathIsAboutWhatIsElsewhere) {
   }
 }
 
+TEST_F(FollowedTest, WhatAnEditSettledIsOpenAgainAfterItsUndo) {
+  make();
+  const FolderProject project = open();
+  run("mv s t");
+  const Table table = tableOf(project);
+  {
+    const auto scope = project.beginWrite();
+    project.note(project.followed(table)->openAt({"t"}, true), true);
+  }
+  project.remember(table, {{"t"}, true, secret_.uuid, true});
+  EXPECT_EQ(differing(*project.followed(table), *table), "");
+  project.undo(project.lastEdit(), table);
+  EXPECT_EQ(differing(*project.followed(table), *table), "t<s ");
+  project.undo(project.lastEdit(), table);
+  EXPECT_EQ(differing(*project.followed(table), *table), "");
+}
+
 }  // namespace folder_host
