@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "Fuzz.h"
@@ -18,7 +19,8 @@ namespace {
 
 const std::string& scratch() {
   static std::string name = fs::is_directory("/dev/shm") ? "/dev/shm/fuzz.XXXXXX" : "/tmp/fuzz.XXXXXX";
-  if (name.back() != 'X') return name;
+  static bool isMade = false;  // the name that was given may end like the template
+  if (std::exchange(isMade, true)) return name;
   require(::mkdtemp(name.data()) != nullptr && std::freopen("/dev/null", "r", stdin) != nullptr, "there is a scratch");
   std::atexit([] { fs::remove_all(name); });
   fs::create_directories(name + "/model/drafts");
