@@ -692,10 +692,6 @@ class SameIn {
   std::map<std::string, std::size_t> byPlace_;
 };
 
-}  // namespace
-
-namespace {
-
 LabelNames eitherOf(const LabelNames& a, const LabelNames& b) {
   if (!a || !b) return a ? a : b;
   auto both = std::make_shared<std::vector<std::u16string>>();

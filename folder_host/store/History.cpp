@@ -116,8 +116,7 @@ const Edit& rootOf(const std::vector<Edit>& edits, const Edit& edit) {
 
 // Of the edits that stand, the last that is later and in the way; those that took others back stand for nothing but
 // that.
-const Edit* obstacleTo(const std::vector<Edit>& edits, const Edit& edit) {
-  const Edit& root = rootOf(edits, edit);
+const Edit* obstacleTo(const std::vector<Edit>& edits, const Edit& root) {
   const Footprint footprint = footprintOf(root.changes);
   for (auto other = edits.rbegin(); other != edits.rend() && other->number > root.number; ++other) {
     if (other->undoes.empty() && !other->isTakenBack && clash(footprint, footprintOf(other->changes))) return &*other;
@@ -203,9 +202,7 @@ void History::addChanges(std::vector<Edit>& edits, std::int64_t from) const {
     const std::string number = std::to_string(edit->number);
     auto rows = store_->query("SELECT changes, settled FROM edit WHERE number = CAST(? AS INTEGER)", {number});
     auto changes = rows.empty() ? std::nullopt : changesIn(rows[0][0]);
-    if (!changes) {
-      throw damagedLog();
-    }
+    if (!changes) throw damagedLog();
     edit->changes = *std::move(changes);
     edit->settled = std::move(rows[0][1]);
   }
@@ -237,7 +234,7 @@ Edit History::undo(std::int64_t number) const {
   const Edit& root = rootOf(all, *edit);
   const bool isMadeAgain = &root != &*edit && root.isTakenBack;
   addChanges(all, isMadeAgain ? 0 : root.number);
-  if (const Edit* obstacle = obstacleTo(all, *edit)) {
+  if (const Edit* obstacle = obstacleTo(all, root)) {
     throw EditInTheWay(errors::EDIT_BUILT_UPON,
                        textOf(*obstacle) + " builds upon " + textOf(root) + "; take edit " +
                            std::to_string(obstacle->number) + " back first",
@@ -246,9 +243,9 @@ Edit History::undo(std::int64_t number) const {
   if (const Edit* other = isMadeAgain ? changedBelow(all, root) : nullptr) {
     const Edit& first = other->isTakenBack ? takerOf(all, *other) : *other;
     throw EditInTheWay(errors::EDIT_BUILT_UPON,
-                       textOf(root) + " was made upon " + textOf(*other) +
-                           (other->isTakenBack ? ", which is taken back now; take back " : " taken back; take back ") +
-                           textOf(first) + " first",
+                       textOf(root) + " was made while " + textOf(*other) +
+                           (other->isTakenBack ? " stood" : " was taken back") + "; take " + textOf(first) +
+                           " back first",
                        first.number);
   }
   if (!revert(*store_, edit->changes)) {

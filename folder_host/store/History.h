@@ -55,10 +55,10 @@ class History {
   // Makes the rows that the edit changed what they were before it. To be called in a write scope, which is an edit of
   // its own then, and can be taken back like any other. Gives the edit that was taken back.
   //
-  // Nothing is taken back by half: where a later edit that stands has changed one of these rows or names, or needs what
-  // would go, or needs gone what would come back, EDIT_BUILT_UPON; likewise where what the edit was made upon is not as
-  // it was then and it would be made again, or where a row is not as the edit left it. So the edits that stand can
-  // always be taken back from the last to the first.
+  // Nothing is taken back by half. EDIT_BUILT_UPON: a later edit that stands has changed one of these rows or names, or
+  // needs what would go, or removed what they need; or an edit that would be made again was made upon another one that
+  // stood then and does not now, or the other way round; or a row is not as the edit left it. So the edits that stand
+  // can always be taken back from the last to the first.
   // Errors: EDIT_NOT_FOUND; EDIT_TAKEN_BACK and EDIT_BUILT_UPON, mostly as EditInTheWay.
   Edit undo(std::int64_t number) const;
 

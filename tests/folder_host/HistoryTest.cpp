@@ -165,10 +165,12 @@ TEST_F(HistoryTest, OfRandomEditsIsTakenBackRowByRowUpToTheEmptyProject) {
       });
       continue;
     }
-    const std::int64_t number =
-        1 + static_cast<std::int64_t>(model.size() - random_() % std::min<std::size_t>(model.size(), 20)) - 1;
+    const auto number = static_cast<std::int64_t>(model.size() - random_() % std::min<std::size_t>(model.size(), 20));
     const std::string refusal = step([&] { history.undo(number); });
-    if (!refusal.empty() && ++refused != 0) continue;
+    if (!refusal.empty()) {
+      ++refused;
+      continue;
+    }
     const auto& [came, went] = model[number];
     ASSERT_EQ(model[store_->lastEdit()], std::pair(went, came)) << number;
     undone[store_->lastEdit()] = number;
@@ -182,7 +184,7 @@ TEST_F(HistoryTest, OfRandomEditsIsTakenBackRowByRowUpToTheEmptyProject) {
     const auto target = undone.find(edit.number);
     EXPECT_EQ(edit.undoes, target == undone.end() ? "" : log[static_cast<std::size_t>(target->second - 1)].id);
   }
-  // Whose edit stands last is told by the refusal of the other's.
+  // Each takes back their own; whose last edit is built upon waits for the other one.
   const auto next = [&] { return history.lastOf({random_() % 2 == 0 ? "anna" : "ben", "desk"}); };
   for (int inVain = 0; inVain < 20;) {
     const std::int64_t last = next();

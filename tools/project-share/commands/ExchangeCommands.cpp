@@ -32,7 +32,6 @@ using folder_host::Descriptor;
 using folder_host::EntryTable;
 using folder_host::FileId;
 using folder_host::FolderProject;
-using folder_host::Listing;
 using folder_host::MarkKind;
 using folder_host::Publication;
 
@@ -177,7 +176,7 @@ void exportProject(const std::string& file) {
 void importProject(const std::string& file, const ImportWords& words, bool isDry) {
   const FolderProject project = openProject();
   const ProjectState given = considered(stateIn(inputNamed(file), file == "-" ? "standard input" : file), words);
-  const auto table = std::make_shared<const EntryTable>(std::make_shared<const Listing>(project.list()));
+  const Table table = tableOf(project);
   // Decided in the scope in which it is done, against the store as it is there.
   const auto decide = [&](bool isDone) {
     const ProjectState before = stateOf(project.labels(), *project.metadata());

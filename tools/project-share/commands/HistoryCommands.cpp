@@ -11,7 +11,7 @@
 
 #include "Refusal.h"
 #include "commands/Commands.h"
-#include "folder_host/files/EntryTable.h"
+#include "commands/Edit.h"
 #include "output/EditReport.h"
 #include "output/Output.h"
 #include "output/Report.h"
@@ -23,9 +23,7 @@
 namespace project_share {
 
 using folder_host::Edit;
-using folder_host::EntryTable;
 using folder_host::FolderProject;
-using folder_host::Listing;
 
 namespace {
 
@@ -99,16 +97,14 @@ Refusal noEdit(std::int64_t number) {
 
 void printOne(const std::vector<Edit>& edits, std::int64_t number, const EditTexts& texts) {
   const auto edit = std::find_if(edits.begin(), edits.end(), [&](const Edit& one) { return one.number == number; });
-  if (edit == edits.end()) {
-    throw noEdit(number);
-  }
+  if (edit == edits.end()) throw noEdit(number);
   printEdit(edits, *edit, texts);
   if (manner().json) return;
   for (const ChangeText& change : texts.changesOf(*edit))
     line(fmt::format("  {} {}", change.isAdded ? '+' : '-', change.text));
 }
 
-Edit undoneOrHow(const FolderProject& project, std::int64_t number, const std::shared_ptr<const EntryTable>& table) {
+Edit undoneOrHow(const FolderProject& project, std::int64_t number, const Table& table) {
   try {
     return project.undo(number, table);
   } catch (const folder_host::EditInTheWay& error) {
@@ -156,7 +152,7 @@ void undoEdit(std::int64_t number) {
                                 inQuotes(authorOf(self.user, self.machine)), commandOf({"log"})));
     }
   }
-  const auto table = std::make_shared<const EntryTable>(std::make_shared<const Listing>(project.list()));
+  const Table table = tableOf(project);
   const Edit undone = undoneOrHow(project, number, table);
   const EditTexts texts({undone}, project.labels().list());
   const auto by = project.lastEdit();

@@ -7,7 +7,6 @@
 #include "Refusal.h"
 #include "commands/Commands.h"
 #include "commands/Edit.h"
-#include "folder_host/files/EntryTable.h"
 #include "folder_host/labels/LabelSources.h"
 #include "folder_host/text/Utf.h"
 #include "output/Output.h"
@@ -82,8 +81,7 @@ void renameLabel(const std::string& word, const std::string& name) {
 
 void deleteLabel(const std::string& word) {
   const FolderProject project = openProject();
-  const auto table =
-      std::make_shared<const folder_host::EntryTable>(std::make_shared<const folder_host::Listing>(project.list()));
+  const Table table = tableOf(project);
   const auto followed = project.followed(table);
   const auto [label, counts] = edit(project, [&] {
     project.note(followed->openAt({""}, true), false);  // whoever looks next forgets what had the label

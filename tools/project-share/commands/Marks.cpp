@@ -22,10 +22,6 @@ using folder_host::isAtOrBelow;
 using folder_host::LabelRecord;
 using folder_host::LabelSources;
 
-Table tableOf(const FolderProject& project) {
-  return std::make_shared<const EntryTable>(std::make_shared<const folder_host::Listing>(project.list()));
-}
-
 namespace {
 
 LabelRecord labelNamed(const LabelIndex& labels, const std::string& word, const LabelWords& words, const Paths& named) {

@@ -17,10 +17,6 @@
 namespace project_share {
 
 using Paths = std::vector<std::string>;
-using Table = std::shared_ptr<const folder_host::EntryTable>;
-
-Table tableOf(const folder_host::FolderProject& project);
-
 struct LabelWords;
 
 // The labels that the words mean, each once. One that is to be created has no UUID yet. Errors: LABEL_NOT_FOUND, which

@@ -11,7 +11,6 @@
 #include "Refusal.h"
 #include "commands/Commands.h"
 #include "commands/Edit.h"
-#include "folder_host/files/EntryTable.h"
 #include "folder_host/labels/EffectiveLabels.h"
 #include "folder_host/text/Patterns.h"
 #include "judgement/RiskKinds.h"
@@ -27,12 +26,10 @@ namespace project_share {
 
 using folder_host::EffectiveLabels;
 using folder_host::EntryKind;
-using folder_host::EntryTable;
 using folder_host::FolderProject;
 using folder_host::LabelRecord;
 using folder_host::LabelSource;
 using folder_host::LabelSources;
-using folder_host::Listing;
 
 namespace {
 
@@ -93,10 +90,8 @@ void tell(const std::string& text, Json object, const LabelRecord& label, const 
 void addRules(const std::string& word, const Patterns& patterns) {
   checkPatterns(patterns);
   const FolderProject project = openProject();
-  const auto table = std::make_shared<const EntryTable>(std::make_shared<const Listing>(project.list()));
-  const auto followed = project.followed(table);
+  const Table table = tableOf(project);
   const auto [label, labels] = edit(project, [&] {
-    project.note(followed->openAt({""}, true), false);  // a rule may say of any of it what it had
     LabelRecord found = LabelIndex(project.labels().list()).named(word);
     const LabelSources sources(project.labels());
     Patterns all = without(patternsOf(sources, sources.find(found.uuid).value()), patterns);
@@ -111,10 +106,8 @@ void addRules(const std::string& word, const Patterns& patterns) {
 
 void removeRules(const std::string& word, const Patterns& patterns) {
   const FolderProject project = openProject();
-  const auto table = std::make_shared<const EntryTable>(std::make_shared<const Listing>(project.list()));
-  const auto followed = project.followed(table);
+  const Table table = tableOf(project);
   const auto [label, idle, labels] = edit(project, [&] {
-    project.note(followed->openAt({""}, true), false);
     LabelRecord found = LabelIndex(project.labels().list()).named(word);
     const LabelSources before(project.labels());
     const std::size_t index = before.find(found.uuid).value();
@@ -161,9 +154,9 @@ void listRules(const std::string& word) {
 void testRules(const std::string& named) {
   const FolderProject project = openProject();
   const std::string path = project.locate(named);
-  const EntryTable table(std::make_shared<const Listing>(project.list()));
-  const auto entry = table.find(path);
-  const bool isFolder = entry ? table[*entry].kind == EntryKind::folder : named.back() == '/';
+  const Table table = tableOf(project);
+  const auto entry = table->find(path);
+  const bool isFolder = entry ? (*table)[*entry].kind == EntryKind::folder : named.back() == '/';
   const LabelSources sources(project.labels());
   std::set<std::size_t> labels;
   for (const auto& rule : sources.rules()) labels.insert(rule.label);
