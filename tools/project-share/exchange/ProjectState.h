@@ -6,6 +6,7 @@
 
 #include "folder_host/store/LabelStore.h"
 #include "folder_host/store/MetadataStore.h"
+#include "words/StoredNodes.h"
 
 namespace project_share {
 
@@ -38,14 +39,5 @@ void change(const ProjectState& from, const ProjectState& to, folder_host::Label
 
 // The label as the store lists it; it is one of the state's.
 folder_host::LabelRecord recordOf(const ProjectState& state, const std::u16string& label);
-
-// What a node is, by the path at which it stands (docs/stored-format.md). An item is that of a filter of a profile.
-enum class NodeKind { profilesRoot, profile, filter, item, settledRoot, settled, other };
-NodeKind kindOf(const project::metadata::MetadataPath& path);
-// Whether it is the root of the profiles or below it.
-bool isOfProfiles(const project::metadata::MetadataPath& path);
-
-// The node above; the path is not empty.
-project::metadata::MetadataPath parentOf(const project::metadata::MetadataPath& path);
 
 }  // namespace project_share

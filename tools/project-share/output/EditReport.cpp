@@ -16,32 +16,25 @@
 #include "words/FilterKinds.h"
 #include "words/Labels.h"
 #include "words/Names.h"
+#include "words/StoredNodes.h"
 
 namespace project_share {
 
 using folder_host::Edit;
 using folder_host::LabelRecord;
 using folder_host::StoreTable;
+using project::metadata::MetadataPath;
 
 namespace {
 
 std::string shownBlob(const std::string& blob) { return folder_host::toBytes(folder_host::fromBlob(blob)); }
 
-using Element = std::pair<std::string, std::string>;  // type and location
-
-// From the root; none of what is no key.
-std::vector<Element> elementsOf(const std::string& key) {
-  std::vector<Element> elements;
-  for (auto parts = folder_host::splitNodeKey(key); parts;
-       parts = folder_host::splitNodeKey(std::string((*parts)[0]))) {
-    elements.emplace_back(shownBlob((*parts)[1]), shownBlob((*parts)[2]));
-  }
-  std::reverse(elements.begin(), elements.end());
-  return elements;
-}
-
-bool isIn(const std::vector<Element>& elements, const Element& root, const char* type) {
-  return elements.size() >= 2 && elements[0] == root && elements[1].first == type;
+// Of a value or a node; of what is no key, the root.
+MetadataPath pathOf(const folder_host::Change& change) {
+  const auto& row = change.row;
+  const bool isValue = change.table == StoreTable::nodeValue;
+  return folder_host::pathOfNodeKey(isValue ? row[0] : folder_host::childKeyOf(row[0], row[1], row[2]))
+      .value_or(MetadataPath());
 }
 
 std::string markText(const std::string& label, const std::string& path, const std::string& kind) {
@@ -59,9 +52,9 @@ EditTexts::EditTexts(const std::vector<Edit>& edits, const std::vector<LabelReco
       const auto& row = change.row;
       if (change.table == StoreTable::category) categories_[row[0]] = shownBlob(row[1]);
       if (change.table == StoreTable::label) labels_[row[0]] = categories_[row[1]] + "/" + shownBlob(row[2]);
-      const auto node = change.table == StoreTable::nodeValue ? elementsOf(row[0]) : std::vector<Element>();
-      if (node.size() == 2 && isIn(node, {"Export", "Root"}, "ExportProfile"))
-        profiles_[node[1].second] = shownBlob(row[2]);
+      if (change.table != StoreTable::nodeValue) continue;
+      const MetadataPath node = pathOf(change);
+      if (kindOf(node) == NodeKind::profile) profiles_[node.getLeaf().getLocation()] = shownBlob(row[2]);
     }
   }
   for (const LabelRecord& label : labels) labels_[folder_host::toBlob(label.uuid)] = nameOf(label);
@@ -75,31 +68,36 @@ std::string EditTexts::labelNamed(const std::string& uuid) const {
 // Profiles as people know them; what another program keeps in the metadata, by its place.
 ChangeText EditTexts::textOfNode(const folder_host::Change& change) const {
   const bool isValue = change.table == StoreTable::nodeValue;
-  const auto node =
-      elementsOf(isValue ? change.row[0] : folder_host::childKeyOf(change.row[0], change.row[1], change.row[2]));
-  const std::string value = isValue ? shownBlob(change.row[1]) : "";
-  if (isIn(node, {"Settled", "Root"}, "Path")) {
-    return {change.isPut, isValue ? "settled file" : "",
-            fmt::format("{} may be shared with the content that it had", inQuotes(node[1].second))};
+  const MetadataPath path = pathOf(change);
+  const auto& elements = path.getElements();
+  const NodeKind kind = kindOf(path);
+  const auto told = [&](bool isTold, const char* what, const std::string& text) {
+    return ChangeText{change.isPut, isTold ? what : "", text};
+  };
+  const auto location = [&](std::size_t at) { return folder_host::toBytes(elements[at].getLocation()); };
+  if (kind == NodeKind::settled) {
+    return told(isValue, "settled file",
+                fmt::format("{} may be shared with the content that it had", inQuotes(location(1))));
   }
-  if (!isIn(node, {"Export", "Root"}, "ExportProfile") || node.size() > 4) {
-    std::string place;
-    for (const auto& [type, location] : node) place += fmt::format("/{}:{}", type, location);
-    return {change.isPut, "value",
-            isValue ? fmt::format("value {} of {}", inQuotes(value), inQuotes(place)) : inQuotes(place)};
-  }
-  const auto found = profiles_.find(node[1].second);
-  const std::string profile = "profile " + inQuotes(found != profiles_.end() ? found->second : node[1].second);
   // What people name a profile by is its name, and what they know of an item is its label.
-  if (node.size() == 2) {
-    const bool isName = isValue && value == "Name";
-    return {change.isPut, isName ? "profile" : "",
-            "profile " + inQuotes(isName ? shownBlob(change.row[2]) : node[1].second)};
+  if (kind == NodeKind::profile) {
+    const bool isName = isValue && change.row[1] == folder_host::toBlob(u"Name");
+    return told(isName, "profile", "profile " + inQuotes(isName ? shownBlob(change.row[2]) : location(1)));
   }
-  const std::string kind = wordOf(folder_host::fromBytes(node[2].second));
-  if (node.size() == 3) return {change.isPut, isValue ? "" : "filter", fmt::format("filter {} of {}", kind, profile)};
-  const std::string label = labelNamed(folder_host::toBlob(folder_host::fromBytes(node[3].second)));
-  return {change.isPut, isValue ? "" : "filter label", fmt::format("{} in filter {} of {}", label, kind, profile)};
+  if (kind == NodeKind::filter || kind == NodeKind::item) {
+    const auto found = profiles_.find(elements[1].getLocation());
+    const std::string filter = fmt::format("filter {} of profile {}", wordOf(elements[2].getLocation()),
+                                           inQuotes(found != profiles_.end() ? found->second : location(1)));
+    if (kind == NodeKind::filter) return told(!isValue, "filter", filter);
+    const std::string label = labelNamed(folder_host::toBlob(elements[3].getLocation()));
+    return told(!isValue, "filter label", fmt::format("{} in {}", label, filter));
+  }
+  std::string place;
+  for (std::size_t i = 0; i < elements.size(); ++i) {
+    place += fmt::format("/{}:{}", folder_host::toBytes(elements[i].getType()), location(i));
+  }
+  const std::string of = isValue ? fmt::format("value {} of ", inQuotes(shownBlob(change.row[1]))) : "";
+  return told(true, "value", of + inQuotes(place));
 }
 
 ChangeText EditTexts::textOf(const folder_host::Change& change) const {

@@ -34,7 +34,8 @@ class EditTexts {
   ChangeText textOfNode(const folder_host::Change& change) const;
   std::string labelNamed(const std::string& uuid) const;
 
-  std::map<std::string, std::string> categories_, labels_, profiles_;  // names, by UUIDs as they are stored
+  std::map<std::string, std::string> categories_, labels_;  // names, by UUIDs as they are stored
+  std::map<std::u16string, std::string> profiles_;          // names, by UUIDs
 };
 
 // "anna@desk"
