@@ -98,10 +98,10 @@ struct Intent {
   const char* files;  // kinds, as they are typed
   const char* labels;
   const char* before;  // and behind the labels, in a sentence about the profile
-  const char* behind;
+  const char* behind;  // {}: "the label" or "these labels"
 };
 
-constexpr Intent HOLD_BACK{"drop-files", "drop-labels", "holds back what has ", " and removes the label from copies"};
+constexpr Intent HOLD_BACK{"drop-files", "drop-labels", "holds back what has ", " and removes {} from copies"};
 constexpr Intent SHARE_ONLY{"keep-files", "keep-labels", "shares only what has ",
                             " and removes other labels from copies"};
 
@@ -133,7 +133,8 @@ std::string quotedNames(const std::vector<LabelRecord>& labels) {
 }
 
 std::string sentenceOf(const Intent& intent, const std::vector<LabelRecord>& labels) {
-  return fmt::format("{}{}{}", intent.before, quotedNames(labels), intent.behind);
+  return intent.before + quotedNames(labels) +
+         fmt::format(fmt::runtime(intent.behind), labels.size() == 1 ? "the label" : "these labels");
 }
 
 Json jsonOfRecords(const std::vector<LabelRecord>& labels) {
@@ -155,7 +156,8 @@ void extendBy(const Intent& intent, const std::string& word, const Typed& labels
     return jsonOf(*found);
   });
   const std::string name = inQuotes(word);
-  std::string text = fmt::format("Profile {} {} already.", name, sentenceOf(intent, result.wasThere));
+  std::string text =
+      fmt::format("Nothing was to be changed: profile {} {}.", name, sentenceOf(intent, result.wasThere));
   if (!result.added.empty()) text = fmt::format("Profile {} now {}.", name, sentenceOf(intent, result.added));
   if (!result.added.empty() && !result.wasThere.empty()) {
     text += fmt::format(" It did so already for {}.", quotedNames(result.wasThere));

@@ -91,7 +91,9 @@ void addRules(const std::string& word, const Patterns& patterns) {
   checkPatterns(patterns);
   const FolderProject project = openProject();
   const Table table = tableOf(project);
+  const auto followed = project.followed(table);
   const auto [label, labels] = edit(project, [&] {
+    project.note(followed->openAt({""}, true), false);  // a rule on its old path is about what was moved, too
     LabelRecord found = LabelIndex(project.labels().list()).named(word);
     const LabelSources sources(project.labels());
     Patterns all = without(patternsOf(sources, sources.find(found.uuid).value()), patterns);
@@ -107,7 +109,9 @@ void addRules(const std::string& word, const Patterns& patterns) {
 void removeRules(const std::string& word, const Patterns& patterns) {
   const FolderProject project = openProject();
   const Table table = tableOf(project);
+  const auto followed = project.followed(table);
   const auto [label, idle, labels] = edit(project, [&] {
+    project.note(followed->openAt({""}, true), false);  // a rule on its old path is about what was moved, too
     LabelRecord found = LabelIndex(project.labels().list()).named(word);
     const LabelSources before(project.labels());
     const std::size_t index = before.find(found.uuid).value();
