@@ -4,8 +4,8 @@
 #include <system_error>
 
 #include "folder_host/Error.h"
+#include "folder_host/files/Digest.h"
 #include "folder_host/files/Publication.h"
-#include "folder_host/share/TreeCopy.h"
 #include "folder_host/share/sinks/FolderSink.h"
 
 namespace folder_host {
@@ -42,27 +42,34 @@ HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOpti
     Publication::removeAbandoned(place.parent);
     Publication publication(place.parent);
     FolderSink sink(publication);
-    const Source source(copy.root(), options.allowed, copy.scopePath());
+    const bool isWhole = copy.scope() == EntryTable::ROOT;
+    const Source source(copy.root(), options.allowed, isWhole ? nullptr : &copy.table()[copy.scope()]);
     // Another folder under the project's name may hold what this one was to hold back.
     if (!(source.id == copy.listing().root)) throw changed(copy.root());
-    const Entry top{{}, EntryKind::folder, {}};
-    const bool isWhole = copy.scope() == EntryTable::ROOT;
-    result.changed = copyTree(source, isWhole ? top : copy.table()[copy.scope()], entries, sink,
-                              [&](std::size_t copied, std::uint64_t bytes) {
-                                progress.entries = copied;
-                                progress.bytes = bytes;
-                                if (options.onProgress) options.onProgress(progress);
-                              });
-    sink.addStore(copy.storeOfWhatIsShared());
+    result.changed = copyTree(
+        source, entries, sink,
+        [&](std::size_t copied, std::uint64_t bytes) {
+          progress.entries = copied;
+          progress.bytes = bytes;
+          if (options.onProgress) options.onProgress(progress);
+        },
+        &result.written);
+    const std::string store = copy.storeOfWhatIsShared();
+    result.store = {store.size(), sha256Of(store)};
+    sink.addStore(store);
     sink.finish();
-    if (options.beforePublication) options.beforePublication(publication.content());
+    result.bytes = progress.bytes;
+    if (options.beforePublication) {
+      // By what the folder is, whatever name it has for now.
+      const auto written = openFolderCopy("/proc/self/fd/" + std::to_string(publication.content().get()) + "/.");
+      options.beforePublication(*written, result);
+    }
     publication.publish(place.name);
   } catch (const std::system_error& error) {
     const int code = error.code().value();
     throw systemFailure(code == EEXIST ? errors::DESTINATION_EXISTS : errors::COPY_FAILED, "cannot make", place.path(),
                         code);
   }
-  result.bytes = progress.bytes;
   return result;
 }
 
