@@ -1,4 +1,6 @@
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -30,10 +32,32 @@ using folder_host::WorkingCopy;
 
 namespace {
 
-folder_host::HandedOut handOut(const Judgement& judgement, const folder_host::Place& place, const ShareWords& words,
-                               std::optional<Receipt>& receipt, const Interruption& interruption) {
+bool isStream(const ShareWords& words) { return words.destination == "-"; }
+
+folder_host::Shape shapeOf(const ShareWords& words) {
+  return isStream(words) ? folder_host::Shape::tar : folder_host::shapeOf(words.destination);
+}
+
+Descriptor standardOutput() {
+  return folder_host::attempt(folder_host::errors::DESTINATION_UNUSABLE, "cannot use", "standard output", [] {
+    return Descriptor(folder_host::check(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)));
+  });
+}
+
+// No place: standard output.
+std::optional<folder_host::Place> destinationOf(const WorkingCopy& copy, const ShareWords& words) {
+  if (!isStream(words)) return folder_host::checkDestination(copy, words.destination);
+  folder_host::checkStream(copy, standardOutput());
+  return std::nullopt;
+}
+
+folder_host::HandedOut handOut(const Judgement& judgement, const std::optional<folder_host::Place>& place,
+                               const ShareWords& words, std::optional<Receipt>& receipt,
+                               const Interruption& interruption) {
   ProgressLine copied("copied");
   folder_host::HandOutOptions options;
+  options.shape = shapeOf(words);
+  options.isPlain = words.isPlain;
   options.allowed = allowancesOf(words.gate);
   // The work is interrupted where it tells its progress, by an exception: what was begun is removed as after any
   // failure.
@@ -53,7 +77,8 @@ folder_host::HandedOut handOut(const Judgement& judgement, const folder_host::Pl
       checked.show(progress);
     });
   };
-  folder_host::HandedOut result = folder_host::handOut(*judgement.copy, place, options);
+  folder_host::HandedOut result = place ? folder_host::handOut(*judgement.copy, *place, options)
+                                        : folder_host::handOutTo(standardOutput(), *judgement.copy, options);
   // The copy first: a receipt without its copy would tell of what nobody has got. It is written whole by then, so that
   // only its name can still fail.
   if (receipt) receipt->publish();
@@ -147,7 +172,8 @@ std::vector<Risk> remember(const FolderProject& project, const Judgement& judgem
                            bool isListed, const WorkingCopy& copy) {
   std::vector<Risk> notes;
   try {
-    const std::string destination = std::filesystem::absolute(words.destination).lexically_normal().string();
+    const std::string destination =
+        isStream(words) ? words.destination : std::filesystem::absolute(words.destination).lexically_normal().string();
     if (isListed) folder_host::addShare(project.storeFolder(), lineOf(project, judgement, destination));
   } catch (const std::system_error& error) {
     notes.push_back({risks::SHARE_UNLISTED.identifier, {}, "this share is not in the log: " + error.code().message()});
@@ -177,11 +203,13 @@ std::shared_ptr<profiles::ExportProfile> profileOf(WorkingCopy& copy, const Shar
 }  // namespace
 
 void share(const ShareWords& words) {
+  manner().aside = isStream(words);
+  manner().colour = manner().colour && !isStream(words);
   const FolderProject project = openProject();
   const auto copy = project.workingCopy();
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
   // Before the judgement, which may read much: a destination that cannot be used is known at once.
-  const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
+  const std::optional<folder_host::Place> place = destinationOf(*copy, words);
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   const bool isListed = canBeListed(project, judgement.found);
   const Verdict verdict = verdictOf(judgement.found, words.gate);
@@ -191,7 +219,7 @@ void share(const ShareWords& words) {
   // All that can be refused has been by now: nothing is written for a share that is refused.
   const Interruption interruption;  // ends last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
-  if (!words.receipt.empty()) receipt.emplace(*copy, place, words.receipt);
+  if (!words.receipt.empty()) receipt.emplace(*copy, *place, words.receipt);
   const folder_host::HandedOut result = handOut(judgement, place, words, receipt, interruption);
   project.confirm();
   report(judgement, result, words, remember(project, judgement, words, isListed, *copy));
@@ -201,15 +229,16 @@ void checkShare(const ShareWords& words) {
   const FolderProject project = openProject();
   const auto copy = project.workingCopy();
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
-  if (!words.destination.empty()) {
+  if (!words.destination.empty() && !isStream(words)) {
     const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
     if (!words.receipt.empty()) Receipt::check(*copy, place, words.receipt);
   }
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   canBeListed(project, judgement.found);
   refuse(told(judgement, words.gate));
+  folder_host::requireFit(shapeOf(words), judgement.copy->entries());
 }
 
-void checkProfile(const std::string& profile, const GateWords& words) { checkShare({profile, {}, words, {}}); }
+void checkProfile(const std::string& profile, const GateWords& words) { checkShare({profile, {}, false, words, {}}); }
 
 }  // namespace project_share
