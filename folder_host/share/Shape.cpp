@@ -67,6 +67,7 @@ void requireFit(Shape shape, const std::vector<const Entry*>& entries) {
   if (shape != Shape::zip) return;
   for (const Entry* entry : entries) {
     if (!isUtf8(entry->path)) throw unfit(entry->path, "whose name is not UTF-8");
+    if (!isUtf8(entry->target)) throw unfit(entry->path, "whose target is not UTF-8");
     if (entry->path.find('\\') != std::string::npos) throw unfit(entry->path, "whose name has a backslash");
   }
 }

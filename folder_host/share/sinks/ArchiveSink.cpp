@@ -2,7 +2,6 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <locale.h>  // NOLINT(modernize-deprecated-headers): newlocale is no part of <clocale>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,6 +11,8 @@
 #include <optional>
 #include <system_error>
 #include <utility>
+
+#include "folder_host/text/Utf8Locale.h"
 
 namespace folder_host {
 
@@ -46,9 +47,7 @@ std::size_t readUpTo(const OpenEntry& file, char* bytes, std::size_t most) {
 // ran in one place of the world. Only while it is written, and by the one thread that does.
 class ArchiveSink::Surroundings {
  public:
-  Surroundings() : utf8_(::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)) {
-    if (utf8_ == nullptr) throw std::system_error(errno, std::generic_category(), "C.UTF-8");
-    locale_ = ::uselocale(utf8_);
+  Surroundings() {
     // NOLINTBEGIN(concurrency-mt-unsafe)
     if (const char* zone = std::getenv("TZ")) zone_ = zone;
     ::setenv("TZ", "UTC0", 1);
@@ -58,15 +57,12 @@ class ArchiveSink::Surroundings {
     zone_ ? ::setenv("TZ", zone_->c_str(), 1) : ::unsetenv("TZ");
     ::tzset();
     // NOLINTEND(concurrency-mt-unsafe)
-    ::uselocale(locale_);
-    ::freelocale(utf8_);
   }
   Surroundings(const Surroundings&) = delete;
   Surroundings& operator=(const Surroundings&) = delete;
 
  private:
-  locale_t utf8_;
-  locale_t locale_{};
+  const Utf8Locale locale_;
   std::optional<std::string> zone_;
 };
 
