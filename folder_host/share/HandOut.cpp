@@ -51,7 +51,7 @@ class Work {
  public:
   Work(const WorkingCopy& copy, const HandOutOptions& options)
       : copy_(copy), options_(options), entries_(inOrder(copy, options.shape)) {
-    requireFit(options.shape, entries_);
+    requireFit(options.shape, entries_, copy.scopePath());
     progress_.allEntries = entries_.size();
     for (const Entry* entry : entries_) {
       progress_.allBytes += entry->size;
@@ -62,14 +62,17 @@ class Work {
   }
 
   void writeInto(Sink& sink) {
-    const Source source(copy_.root(), options_.allowed);
+    const Source source(copy_.root(), options_.allowed, copy_.scopePath());
     // Another folder under the project's name may hold what this one was to hold back.
     if (!(source.id == copy_.listing().root)) throw changed(copy_.root());
-    result_.changed = copyTree(source, entries_, sink, [&](std::size_t copied, std::uint64_t bytes) {
-      progress_.entries = copied;
-      progress_.bytes = bytes;
-      if (options_.onProgress) options_.onProgress(progress_);
-    });
+    const Entry top{{}, EntryKind::folder, {}};
+    const bool isWhole = copy_.scope() == EntryTable::ROOT;
+    result_.changed = copyTree(source, isWhole ? top : copy_.table()[copy_.scope()], entries_, sink,
+                               [&](std::size_t copied, std::uint64_t bytes) {
+                                 progress_.entries = copied;
+                                 progress_.bytes = bytes;
+                                 if (options_.onProgress) options_.onProgress(progress_);
+                               });
     if (!options_.isPlain) sink.addStore(copy_.storeOfWhatIsShared());
     sink.finish();
     result_.bytes = progress_.bytes;

@@ -63,12 +63,13 @@ timespec timeIn(Shape shape, const timespec& time) {
   return {std::clamp<std::int64_t>(time.tv_sec, 0, last), 0};
 }
 
-void requireFit(Shape shape, const std::vector<const Entry*>& entries) {
+void requireFit(Shape shape, const std::vector<const Entry*>& entries, const std::string& scope) {
   if (shape != Shape::zip) return;
   for (const Entry* entry : entries) {
-    if (!isUtf8(entry->path)) throw unfit(entry->path, "whose name is not UTF-8");
+    const std::string_view path = std::string_view(entry->path).substr(scope.size());
+    if (!isUtf8(path)) throw unfit(entry->path, "whose name is not UTF-8");
     if (!isUtf8(entry->target)) throw unfit(entry->path, "whose target is not UTF-8");
-    if (entry->path.find('\\') != std::string::npos) throw unfit(entry->path, "whose name has a backslash");
+    if (path.find('\\') != path.npos) throw unfit(entry->path, "whose name has a backslash");
   }
 }
 

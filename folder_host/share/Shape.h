@@ -22,8 +22,8 @@ const char* wordOf(Shape shape);
 // holds, which for a tar begins with 1970 and for a zip ends in 2038, too.
 timespec timeIn(Shape shape, const timespec& time);
 
-// Whether a copy of this shape can hold entries of these names. A zip holds names in UTF-8 without backslashes, as its
-// readers take these for slashes. Error: NAME_UNFIT.
-void requireFit(Shape shape, const std::vector<const Entry*>& entries);
+// Whether a copy of this shape can hold these entries under their names from the folder `scope` on. A zip holds names
+// in UTF-8 without backslashes, as its readers take these for slashes. Error: NAME_UNFIT.
+void requireFit(Shape shape, const std::vector<const Entry*>& entries, const std::string& scope);
 
 }  // namespace folder_host

@@ -80,16 +80,18 @@ class ArchiveSink::Writer final : public Sink::Writer {
     if (read < wanted && !toItsEnd) throw changed(path);
     const std::uint64_t size = read < wanted ? read : sizeOf(file, listed, toItsEnd);
     if (size < read) throw cut(path);
-    sink_.putFoldersBefore(path);
-    sink_.putHead(path, S_IFREG | file.permissions, size, file.status.st_mtim);
+    const std::string name(file.path);
+    sink_.putFoldersBefore(name);
+    sink_.putHead(name, S_IFREG | file.permissions, size, file.status.st_mtim);
     sink_.putData(buffer_.data(), read, path);
     told(read);
     putRest(file, size - read, told);
   }
 
   void addLink(const OpenEntry& link) override {
-    sink_.putFoldersBefore(link.entry.path);
-    sink_.putHead(link.entry.path, S_IFLNK | 0777U, 0, link.status.st_mtim, link.entry.target);
+    const std::string name(link.path);
+    sink_.putFoldersBefore(name);
+    sink_.putHead(name, S_IFLNK | 0777U, 0, link.status.st_mtim, link.entry.target);
   }
 
  private:
@@ -192,11 +194,10 @@ void ArchiveSink::putData(const char* bytes, std::size_t size, const std::string
 }
 
 void ArchiveSink::addFolder(const OpenEntry& folder) {
-  const std::string& path = folder.entry.path;
-  if (path.empty()) {
+  if (folder.path.empty()) {
     topMode_ = folder.permissions;
   } else {
-    folders_.push_back({path, folder.permissions, folder.status.st_mtim});
+    folders_.push_back({std::string(folder.path), folder.permissions, folder.status.st_mtim});
   }
 }
 
