@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <utility>
 
 #include "Interruption.h"
 #include "Refusal.h"
@@ -16,6 +17,7 @@
 #include "output/Report.h"
 #include "receipt/Receipt.h"
 #include "receipt/ReceiptText.h"
+#include "receipt/ShareReceipts.h"
 #include "receipt/ShareRecord.h"
 #include "settings/OpenProject.h"
 #include "words/Names.h"
@@ -54,8 +56,35 @@ Digests digestsOf(folder_host::CopyContent& written, const folder_host::HandedOu
   return digests;
 }
 
-folder_host::HandedOut handOut(ReceiptSource& source, const folder_host::Place& place, const ShareWords& words,
-                               std::optional<Receipt>& receipt, const Interruption& interruption) {
+// An entry that was changed meanwhile is shared as it was read, where that is allowed.
+std::vector<Risk> risksOf(const folder_host::HandedOut& result) {
+  std::vector<Risk> risks;
+  for (const std::string& path : result.changed) {
+    risks.push_back({folder_host::errors::ENTRY_CHANGED, path,
+                     inQuotes(path) + " was changed meanwhile, and was shared as it was read"});
+  }
+  return risks;
+}
+
+void writeReceipts(ReceiptSource source, const folder_host::Place& place, bool isHashed,
+                   folder_host::CopyContent& written, ShareReceipts& receipts, const Interruption& interruption) {
+  if (isHashed) {
+    const Digests digests = digestsOf(written, *source.handedOut, interruption);
+    for (const auto* entry : source.judgement.shared) {
+      const auto found = digests.find(entry->path);
+      source.digests.push_back(found == digests.end() ? std::string() : found->second);
+    }
+  }
+  const std::vector<Risk> changed = risksOf(*source.handedOut);
+  source.risks.insert(source.risks.end(), changed.begin(), changed.end());
+  ReceiptHead head = headOf(source, {}, place.path());
+  digest(head, source);
+  head.hasContent = isHashed;
+  receipts.write(head, source);
+}
+
+folder_host::HandedOut handOut(const ReceiptSource& source, const folder_host::Place& place, const ShareWords& words,
+                               ShareReceipts& receipts, const Interruption& interruption) {
   ProgressLine copied("copied");
   folder_host::HandOutOptions options;
   options.allowed = allowancesOf(words.gate);
@@ -67,23 +96,13 @@ folder_host::HandedOut handOut(ReceiptSource& source, const folder_host::Place& 
   };
   options.beforePublication = [&](folder_host::CopyContent& written, const folder_host::HandedOut& result) {
     interruption.check();
-    if (!receipt) return;
-    const Digests digests = digestsOf(written, result, interruption);
-    for (const auto* entry : source.judgement.shared) {
-      const auto found = digests.find(entry->path);
-      source.digests.push_back(found == digests.end() ? std::string() : found->second);
-    }
-    source.handedOut = &result;
-    ReceiptHead head = headOf(source, {});
-    head.destination = place.path();
-    head.hasContent = true;
-    writeReceipt(head, source, [&](std::string_view text) { receipt->put(text); });
-    receipt->finish();
+    if (!receipts.isAnyWanted()) return;
+    ReceiptSource whole = source;
+    whole.handedOut = &result;
+    writeReceipts(std::move(whole), place, words.checksum || !words.receipt.empty(), written, receipts, interruption);
   };
   folder_host::HandedOut result = folder_host::handOut(*source.judgement.copy, place, options);
-  // The copy first: a receipt without its copy would tell of what nobody has got. It is written whole by then, so that
-  // only its name can still fail.
-  if (receipt) receipt->publish();
+  receipts.complete(headOf(source, {}, place.path()));
   return result;
 }
 
@@ -113,10 +132,8 @@ void report(const Judgement& judgement, const folder_host::HandedOut& result, co
     if (!spared.isDropped) printSpared(judgement, spared);
   }
   std::vector<Risk> allowed = judgement.found.risks;
-  for (const std::string& path : result.changed) {
-    allowed.push_back({folder_host::errors::ENTRY_CHANGED, path,
-                       inQuotes(path) + " was changed meanwhile, and was shared as it was read"});
-  }
+  const std::vector<Risk> changed = risksOf(result);
+  allowed.insert(allowed.end(), changed.begin(), changed.end());
   addIdleAfterwards(words.gate, allowed, notes);
   printNotes(notes);
   // Told though allowed: who allowed a kind of risk sees here for which cases that was.
@@ -171,8 +188,7 @@ bool canBeListed(const FolderProject& project, Findings& found) {
 
 // The copy is there: that nothing could be noted is no failure of the share.
 std::vector<Risk> remember(const FolderProject& project, const Judgement& judgement, const ShareWords& words,
-                           bool isListed, const WorkingCopy& copy) {
-  std::vector<Risk> notes;
+                           bool isListed, const WorkingCopy& copy, std::vector<Risk> notes) {
   try {
     const std::string destination = std::filesystem::absolute(words.destination).lexically_normal().string();
     if (isListed) folder_host::addShare(project.storeFolder(), lineOf(project, judgement, destination));
@@ -211,6 +227,7 @@ void share(const ShareWords& words) {
   const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   const bool isListed = canBeListed(project, judgement.found);
+  const bool isKept = words.keptReceipts > 0 && canBeKept(project, judgement.found);
   const Verdict verdict = verdictOf(judgement.found, words.gate);
   printRisks(verdict.refused);
   refuse(verdict);
@@ -222,9 +239,10 @@ void share(const ShareWords& words) {
   ReceiptSource source{*copy, judgement, profile.get()};
   for (const std::string& one : argumentsOf(words.gate)) source.allowed.insert(utf8(one));
   source.risks = verdict.allowed;
-  const folder_host::HandedOut result = handOut(source, place, words, receipt, interruption);
+  ShareReceipts receipts(project, receipt, static_cast<std::size_t>(words.keptReceipts), isKept);
+  const folder_host::HandedOut result = handOut(source, place, words, receipts, interruption);
   project.confirm();
-  report(judgement, result, words, remember(project, judgement, words, isListed, *copy));
+  report(judgement, result, words, remember(project, judgement, words, isListed, *copy, receipts.notes()));
 }
 
 void checkShare(const ShareWords& words) {
@@ -237,6 +255,7 @@ void checkShare(const ShareWords& words) {
   }
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   canBeListed(project, judgement.found);
+  if (words.keptReceipts > 0) canBeKept(project, judgement.found);
   refuse(told(judgement, words.gate));
 }
 

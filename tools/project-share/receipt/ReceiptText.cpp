@@ -201,7 +201,7 @@ std::string copyDigestOf(const ReceiptSource& source, std::size_t below) {
 
 }  // namespace
 
-ReceiptHead headOf(const ReceiptSource& source, const std::string& from) {
+ReceiptHead headOf(const ReceiptSource& source, const std::string& from, const std::string& destination) {
   ReceiptHead head;
   head.time = now();
   const Judgement& judgement = source.judgement;
@@ -210,11 +210,15 @@ ReceiptHead headOf(const ReceiptSource& source, const std::string& from) {
     head.profileName = utf8(judgement.name);
   }
   head.from = from;
+  head.destination = destination;
   head.shape = "folder";
   head.hasContent = !source.digests.empty();
-  head.judgement = std::string(64, '0');
-  head.copy = copyDigestOf(source, from.empty() ? 0 : from.size() + 1);
   return head;
+}
+
+void digest(ReceiptHead& head, const ReceiptSource& source) {
+  head.judgement = std::string(64, '0');
+  head.copy = copyDigestOf(source, head.from.empty() ? 0 : head.from.size() + 1);
 }
 
 // Of a million entries no list is held in memory: each is a line that is written as soon as it is known.
