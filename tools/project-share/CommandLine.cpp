@@ -46,6 +46,7 @@ struct Words {
   std::vector<std::string> allowed;
   std::vector<std::string> forbidden;
   std::string receipt;
+  std::string page;
   std::int64_t number = 0;
   std::string file = "-";
   ImportWords import;
@@ -435,6 +436,26 @@ void addHistoryCommands(CLI::App& app, Words& words) {
   undo->callback([&] { undoEdit(words.number); });
 }
 
+void addAllow(CLI::App* command, Words& words) {
+  command
+      ->add_option("--allow", words.allowed,
+                   "Share in spite of all such risks, or of the one that is about PATH; can be repeated")
+      // One word each: else the option would take PROFILE and DEST, too, where they stand behind it.
+      ->allow_extra_args(false)
+      ->transform(unmarked)
+      ->type_name("RISK[,RISK...]|RISK=PATH");
+  command->footer(command->get_footer() + riskList());
+}
+
+void addGateOptions(CLI::App* command, Words& words) {
+  addAllow(command, words);
+  command->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
+  command->add_option("--forbid", words.forbidden, "Refuse where a file or link without a label would be shared")
+      ->allow_extra_args(false)
+      ->transform(unmarked)
+      ->type_name("unlabelled");
+}
+
 void addPreviewCommands(CLI::App& app, Words& words) {
   CLI::App* preview =
       addCommand(&app, "preview", "Show as a tree what a share would hand out, and what it would hold back and why",
@@ -447,13 +468,20 @@ void addPreviewCommands(CLI::App& app, Words& words) {
   addNumber(preview, "--depth", words.depth,
             "Show so many levels, and of folders at the last one what lies in them, counted")
       ->type_name("N");
-  preview->callback([&words, preview] {
+  addAllow(preview, words);
+  CLI::Option* page =
+      addWord(preview, "--html", words.page, "A page to be made, for a browser: all of it, whatever part is shown here")
+          ->required(false)
+          ->type_name("FILE");
+  preview->callback([&words, preview, page] {
     const auto& all = viewWords();
     const bool isKnown = std::find(all.begin(), all.end(), words.only) != all.end();
     if (preview->count("--only") > 0 && !isKnown) {
       throw CLI::ParseError(fmt::format("--only takes {}", fmt::join(all, ", ")), WRONG_USAGE);
     }
-    previewProfile(words.profile, {words.paths, words.only, static_cast<std::size_t>(words.depth)});
+    if (page->count() > 0 && words.page.empty()) throw CLI::ParseError("--html needs a name", WRONG_USAGE);
+    const ViewWords view{words.paths, words.only, static_cast<std::size_t>(words.depth)};
+    previewProfile({words.profile, view, gateWordsOf(words), words.page});
   });
 
   CLI::App* why =
@@ -461,22 +489,6 @@ void addPreviewCommands(CLI::App& app, Words& words) {
   addWord(why, "PATH", words.name, "A file, folder or link of the project");
   addWord(why, "--profile", words.profile, PROFILE_HELP)->type_name("PROFILE");
   why->callback([&] { explainPath(words.name, words.profile); });
-}
-
-void addGateOptions(CLI::App* command, Words& words) {
-  command
-      ->add_option("--allow", words.allowed,
-                   "Share in spite of all such risks, or of the one that is about PATH; can be repeated")
-      // One word each: else the option would take PROFILE and DEST, too, where they stand behind it.
-      ->allow_extra_args(false)
-      ->transform(unmarked)
-      ->type_name("RISK[,RISK...]|RISK=PATH");
-  command->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
-  command->add_option("--forbid", words.forbidden, "Refuse where a file or link without a label would be shared")
-      ->allow_extra_args(false)
-      ->transform(unmarked)
-      ->type_name("unlabelled");
-  command->footer(command->get_footer() + riskList());
 }
 
 void addShareCommands(CLI::App& app, Words& words) {

@@ -114,12 +114,6 @@ struct ImportWords;
 // IMPORT_UNREADABLE, INPUT_FAILED, those of `merged`.
 void importProject(const std::string& file, const ImportWords& words, bool isDry);
 
-// Nothing is refused here: risks are printed. The view narrows the entries that are shown and nothing else. Error:
-// PATH_NOT_AN_ENTRY of one of its paths.
-void previewProfile(const std::string& profile, const ViewWords& view);
-// Why one path is shared or held back. Error: PATH_NOT_AN_ENTRY where nothing is there.
-void explainPath(const std::string& path, const std::string& profile);
-
 // What one --allow names: all risks of a kind, or the one at a path.
 struct Allowed {
   std::string identifier;
@@ -132,6 +126,19 @@ struct GateWords {
   bool strict = false;             // notes are risks, too
   bool forbidsUnlabelled = false;  // what is shared without a label is a risk
 };
+
+struct PreviewWords {
+  std::string profile;
+  ViewWords view;    // narrows the entries that are printed and nothing else
+  GateWords gate;    // what it allows is not counted as refused
+  std::string page;  // a file to be made, which tells all of it; empty: none
+};
+// Nothing is refused here: risks are printed. Under --quiet, with a page, the page alone is made. Errors:
+// PATH_NOT_AN_ENTRY of one of the paths of the view; those of output/PageFile.h.
+void previewProfile(const PreviewWords& words);
+// Why one path is shared or held back. Error: PATH_NOT_AN_ENTRY where nothing is there.
+void explainPath(const std::string& path, const std::string& profile);
+
 // Whether a share would be refused: prints what speaks against it, and makes nothing. Error: SHARE_REFUSED.
 void checkProfile(const std::string& profile, const GateWords& words);
 

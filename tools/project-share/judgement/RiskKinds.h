@@ -60,6 +60,8 @@ inline constexpr RiskKind UNLABELLED_SHARED{
     "unlabelled-shared", Level::risk, "under --forbid unlabelled: files or links without a label would be shared"};
 inline constexpr RiskKind ENTRY_CHANGED{folder_host::errors::ENTRY_CHANGED, Level::risk,
                                         "a file changed after it was listed"};
+inline constexpr RiskKind ATTRIBUTES_STAY{"attributes-stay", Level::note,
+                                          "what is shared has extended attributes, and these do not leave"};
 inline constexpr RiskKind FILTER_IDLE{"filter-idle", Level::note,
                                       "a filter can take nothing out, or there is no filter at all"};
 inline constexpr RiskKind LABEL_IDLE{"label-idle", Level::note,
@@ -101,6 +103,7 @@ inline constexpr const RiskKind* ALL[] = {&FOLDER_SPARED,
                                           &NOTHING_SHARED,
                                           &UNLABELLED_SHARED,
                                           &ENTRY_CHANGED,
+                                          &ATTRIBUTES_STAY,
                                           &FILTER_IDLE,
                                           &LABEL_IDLE,
                                           &RULE_IDLE,
