@@ -42,14 +42,17 @@ HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOpti
     Publication::removeAbandoned(place.parent);
     Publication publication(place.parent);
     FolderSink sink(publication);
-    const Source source(copy.root(), options.allowed);
+    const Source source(copy.root(), options.allowed, copy.scopePath());
     // Another folder under the project's name may hold what this one was to hold back.
     if (!(source.id == copy.listing().root)) throw changed(copy.root());
-    result.changed = copyTree(source, entries, sink, [&](std::size_t copied, std::uint64_t bytes) {
-      progress.entries = copied;
-      progress.bytes = bytes;
-      if (options.onProgress) options.onProgress(progress);
-    });
+    const Entry top{{}, EntryKind::folder, {}};
+    const bool isWhole = copy.scope() == EntryTable::ROOT;
+    result.changed = copyTree(source, isWhole ? top : copy.table()[copy.scope()], entries, sink,
+                              [&](std::size_t copied, std::uint64_t bytes) {
+                                progress.entries = copied;
+                                progress.bytes = bytes;
+                                if (options.onProgress) options.onProgress(progress);
+                              });
     sink.addStore(copy.storeOfWhatIsShared());
     sink.finish();
     if (options.beforePublication) options.beforePublication(publication.content());

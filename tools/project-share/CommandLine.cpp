@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -45,6 +46,7 @@ struct Words {
   std::vector<std::string> shared;  // the profile, if any, and the destination
   std::vector<std::string> allowed;
   std::vector<std::string> forbidden;
+  std::optional<std::string> from;
   std::string receipt;
   std::string page;
   std::int64_t number = 0;
@@ -382,7 +384,7 @@ GateWords gateWordsOf(const Words& words) {
   for (const std::string& word : words.forbidden) {
     if (word != "unlabelled") throw CLI::ParseError("--forbid takes unlabelled", WRONG_USAGE);
   }
-  return {allowedBy(words.allowed), words.strict, !words.forbidden.empty()};
+  return {allowedBy(words.allowed), words.strict, !words.forbidden.empty(), words.from};
 }
 
 // A single word could be either, so they are counted here: with a profile there are two, without one there is DEST
@@ -436,6 +438,14 @@ void addHistoryCommands(CLI::App& app, Words& words) {
   undo->callback([&] { undoEdit(words.number); });
 }
 
+void addFrom(CLI::App* command, Words& words) {
+  command
+      ->add_option_function<std::string>(
+          "--from", [&words](const std::string& marked) { words.from = unmarked(marked); },
+          "Hand out what lies in this folder of the project alone, as the whole copy")
+      ->type_name("FOLDER");
+}
+
 void addAllow(CLI::App* command, Words& words) {
   command
       ->add_option("--allow", words.allowed,
@@ -449,6 +459,7 @@ void addAllow(CLI::App* command, Words& words) {
 
 void addGateOptions(CLI::App* command, Words& words) {
   addAllow(command, words);
+  addFrom(command, words);
   command->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
   command->add_option("--forbid", words.forbidden, "Refuse where a file or link without a label would be shared")
       ->allow_extra_args(false)
@@ -469,6 +480,7 @@ void addPreviewCommands(CLI::App& app, Words& words) {
             "Show so many levels, and of folders at the last one what lies in them, counted")
       ->type_name("N");
   addAllow(preview, words);
+  addFrom(preview, words);
   CLI::Option* page =
       addWord(preview, "--html", words.page, "A page to be made, for a browser: all of it, whatever part is shown here")
           ->required(false)

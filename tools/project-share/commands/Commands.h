@@ -123,8 +123,9 @@ struct Allowed {
 // What lets a share go on, and what stops it.
 struct GateWords {
   std::vector<Allowed> allowed;
-  bool strict = false;             // notes are risks, too
-  bool forbidsUnlabelled = false;  // what is shared without a label is a risk
+  bool strict = false;                   // notes are risks, too
+  bool forbidsUnlabelled = false;        // what is shared without a label is a risk
+  std::optional<std::string> from = {};  // a folder of the project: only what lies in it is handed out
 };
 
 struct PreviewWords {
@@ -134,7 +135,8 @@ struct PreviewWords {
   std::string page;  // a file to be made, which tells all of it; empty: none
 };
 // Nothing is refused here: risks are printed. Under --quiet, with a page, the page alone is made. Errors:
-// PATH_NOT_AN_ENTRY of one of the paths of the view; those of output/PageFile.h.
+// PATH_NOT_AN_ENTRY of one of the paths of the view; those of setScope and of
+// output/PageFile.h.
 void previewProfile(const PreviewWords& words);
 // Why one path is shared or held back. Error: PATH_NOT_AN_ENTRY where nothing is there.
 void explainPath(const std::string& path, const std::string& profile);

@@ -10,6 +10,8 @@
 #include "commands/Gate.h"
 #include "folder_host/files/EntryTable.h"
 #include "folder_host/share/read/Attributes.h"
+#include "folder_host/text/Utf.h"
+#include "judgement/Digest.h"
 #include "judgement/Judge.h"
 #include "output/EditReport.h"
 #include "output/EntryReport.h"
@@ -83,8 +85,8 @@ void printTree(const folder_host::WorkingCopy& copy, const Judgement& judgement,
 void printFilter(const Judgement& judgement, std::size_t position) {
   const FilterEffect& effect = judgement.filters[position - 1];
   const auto [files, folders, links] = countsByKind(effect.heldBack);
-  Json object{{"type", "filter"},   {"filter", position}, {"kind", wordOf(effect.kind)}, {"files", files},
-              {"folders", folders}, {"links", links},     {"spared", effect.spared},     {"labels", Json::array()}};
+  Json object{{"type", "filter"},   {"filter", position}, {"kind", wordOf(effect.kind)},    {"files", files},
+              {"folders", folders}, {"links", links},     {"spared", effect.spared.size()}, {"labels", Json::array()}};
   for (const std::size_t label : effect.labelsRemoved) object["labels"].push_back(jsonOf(judgement.labels[label]));
   item(textOfFilter(judgement, position), object);
 }
@@ -92,17 +94,17 @@ void printFilter(const Judgement& judgement, std::size_t position) {
 void printSummary(const folder_host::WorkingCopy& copy, const Judgement& judgement, const Verdict& verdict) {
   const std::size_t shared = judgement.shared.size();
   const auto& risks = verdict.refused;
-  const std::size_t all = copy.listing().entries.size();
+  const std::size_t all = judgement.entries;
   const std::string refusal =
       risks.empty()
           ? ""
           : fmt::format(" A share is refused for the risks above; {} would allow them.", allowingFlags(risks));
   Json object{{"type", "summary"}, {"entries", all}, {"shared", shared}, {"refused", !risks.empty()}};
   // The project is named, because the nearest one above may not be the one that is meant.
-  putPath(object, "project", copy.root());
+  putScope(object, copy);
   object["labels"] = jsonOf(judgement.leaving);
-  item(fmt::format("Of the project {}, {} of {} {} shared.{}", inQuotes(copy.root()), shared,
-                   counted(all, "entry", "entries"), shared == 1 ? "is" : "are", refusal),
+  item(fmt::format("Of {}, {} of {} {} shared.{}", scopeText(copy), shared, counted(all, "entry", "entries"),
+                   shared == 1 ? "is" : "are", refusal),
        object);
   if (!manner().json) line(textOf(judgement.leaving));
 }
@@ -132,10 +134,18 @@ void noteAttributes(Judgement& judgement) {
                       inQuotes(*path) + " has extended attributes, perhaps others have, too; they do not leave");
 }
 
+// That shares what was judged, and refuses anything else.
+std::string commandBy(const std::string& digest, const Judgement& judgement, const GateWords& words) {
+  const folder_host::WorkingCopy& copy = *judgement.copy;
+  std::vector<std::string> share{"share", folder_host::toBytes(judgement.name), "DEST", "--approved", inGroups(digest)};
+  if (!copy.scopePath().empty()) share.insert(share.end(), {"--from", fromHere(copy.root(), copy.scopePath())});
+  for (const std::string& allowed : argumentsOf(words)) share.insert(share.end(), {"--allow", allowed});
+  return commandOf(share);
+}
+
 void writePage(const folder_host::WorkingCopy& copy, const Judgement& judgement, const Verdict& verdict,
                const PreviewWords& words, PageFile& file) {
-  std::vector<std::string> share{"share", utf8(judgement.name), "DEST"};
-  for (const std::string& allowed : argumentsOf(words.gate)) share.insert(share.end(), {"--allow", allowed});
+  const std::string digest = digestOf(judgement, argumentsOf(words.gate));
   const auto now = std::chrono::system_clock::now().time_since_epoch();
   const PageContent content{copy,
                             judgement,
@@ -143,8 +153,8 @@ void writePage(const folder_host::WorkingCopy& copy, const Judgement& judgement,
                             verdict.allowed,
                             verdict.notes,
                             timeText(std::chrono::duration_cast<std::chrono::milliseconds>(now).count()),
-                            {},
-                            commandOf(share)};
+                            digest,
+                            commandBy(digest, judgement, words.gate)};
   writePage(content, [&](std::string_view text) { file.put(text); });
   file.publish();
 }
@@ -157,6 +167,7 @@ void previewProfile(const PreviewWords& words) {
   ViewWords view = words.view;
   for (std::string& path : view.paths) path = project.locate(path);
   const auto copy = project.workingCopy();
+  setScope(project, words.gate, *copy);
   const auto profile = findProfile(*managerOf(*copy), words.profile);
   for (std::size_t i = 0; i < view.paths.size(); ++i) entryAt(*copy, view.paths[i], words.view.paths[i]);
   std::optional<PageFile> page;

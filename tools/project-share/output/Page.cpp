@@ -121,7 +121,7 @@ class Page {
     const std::string policy = "default-src 'none'; base-uri 'none'; form-action 'none'; style-src 'sha256-" +
                                base64(*bytesOf(folder_host::sha256Of(std::string_view(STYLE)))) + "'";
     const std::string title = fmt::format("What a share by profile {} would hand out", inQuotes(judgement_.name));
-    const std::size_t all = content_.project.listing().entries.size(), shared = judgement_.shared.size();
+    const std::size_t shared = judgement_.shared.size();
     put_(fmt::format(R"(<!doctype html>
 <html lang="en">
 <head>
@@ -135,11 +135,11 @@ class Page {
 <a class="skip" href="#tree">To the tree</a> <a class="skip" href="#digest">To the digest</a>
 <main>
 <h1>{}</h1>
-<p>Of the project {}, {} of {} {} shared. {}</p>
+<p>Of {}, {} of {} {} shared. {}</p>
 <p>Looked at: {}. This page tells what is held back. It is for whoever may know that.</p>
 )",
-                     policy, escaped(title), STYLE, isolated(title), isolated(inQuotes(content_.project.root())),
-                     shared, counted(all, "entry", "entries"), shared == 1 ? "is" : "are",
+                     policy, escaped(title), STYLE, isolated(title), isolated(scopeText(content_.project)), shared,
+                     counted(judgement_.entries, "entry", "entries"), shared == 1 ? "is" : "are",
                      content_.refused.empty() ? "Nothing stops the share."
                                               : "The share is refused for the risks that come first here.",
                      escaped(content_.time)));
@@ -169,9 +169,11 @@ class Page {
 
   void numbers() {
     const auto& entries = content_.project.listing().entries;
+    const folder_host::Selection inside = content_.project.inScope();
     std::array<std::array<std::size_t, 2>, 3> counts{};  // by kind: shared, held back
-    for (std::size_t i = 0; i < entries.size(); ++i)
-      ++counts[static_cast<std::size_t>(entries[i].kind)][isShared(i) ? 0 : 1];
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      if (inside[i]) ++counts[static_cast<std::size_t>(entries[i].kind)][isShared(i) ? 0 : 1];
+    }
     heading("In numbers");
     put_(
         "<table>\n<tr><th scope=\"col\">What</th><th scope=\"col\">shared</th><th scope=\"col\">held back</th></tr>\n");
