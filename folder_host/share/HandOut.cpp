@@ -42,7 +42,8 @@ HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOpti
     Publication::removeAbandoned(place.parent);
     Publication publication(place.parent);
     FolderSink sink(publication);
-    const Source source(copy.root(), options.allowed);
+    const bool isWhole = copy.scope() == EntryTable::ROOT;
+    const Source source(copy.root(), options.allowed, isWhole ? nullptr : &copy.table()[copy.scope()]);
     // Another folder under the project's name may hold what this one was to hold back.
     if (!(source.id == copy.listing().root)) throw changed(copy.root());
     result.changed = copyTree(

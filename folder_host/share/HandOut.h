@@ -56,9 +56,9 @@ Place checkDestination(const WorkingCopy& copy, const std::string& destination);
 // Writes what the copy shares to the place, which is free or holds the complete copy afterwards, whatever interrupts
 // it; what killed processes left beside it is cleaned up. It knows no rule: what is shared, and whether anything speaks
 // against it, has been judged (strip, risksAmong, Traces, Twins). It reads what is shared from the project's folder and
-// nothing else, and refuses what is no longer what was listed. The copy opens as a project of its own.
-// Errors: DESTINATION_EXISTS (taken meanwhile), those of EntryReader, COPY_FAILED, and what the functions of the
-// options throw.
+// nothing else, and refuses what is no longer what was listed. The copy is that of the scope, and opens as a project of
+// its own. Errors: DESTINATION_EXISTS (taken meanwhile), those of EntryReader, COPY_FAILED, and what the functions of
+// the options throw.
 HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOptions& options = {});
 
 }  // namespace folder_host

@@ -43,8 +43,7 @@ class WithoutSignals {
 // All of them before any file, so that whatever thread copies a file finds its folder.
 void copyFolders(const Source& source, CopyQueue& queue, Sink& sink, const Tell& tell) {
   EntryReader reader(source);
-  const Entry top{{}, EntryKind::folder, {}};
-  sink.addFolder(reader.openTop(top));
+  sink.addFolder(reader.openTop());
   for (std::size_t i = 0; queue.isWanted(i); ++i) {
     if (queue[i].kind != EntryKind::folder) continue;
     try {

@@ -18,9 +18,9 @@ namespace folder_host {
 using CopyProgress = std::function<void(std::size_t, std::uint64_t)>;
 
 // Reads the entries, a folder standing before what lies in it, as they were listed (see EntryReader), and writes them
-// into the sink, below the source's own folder. Gives the paths of what was copied and changed meanwhile, where that is
-// allowed, in the order of the listing. Of several errors the one of the first entry is thrown: those of EntryReader
-// and Sink.
+// into the sink, below the source's top. Gives the paths of what was copied and
+// changed meanwhile, where that is allowed, in the order of the listing. Of several errors the one of the first entry
+// is thrown: those of EntryReader and Sink.
 //
 // In `written`, where that is given, each entry gets what was written of it, by its index.
 //

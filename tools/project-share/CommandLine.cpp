@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -45,6 +46,7 @@ struct Words {
   std::vector<std::string> shared;  // the profile, if any, and the destination
   std::vector<std::string> allowed;
   std::vector<std::string> forbidden;
+  std::optional<std::string> from;
   std::string receipt;
   std::int64_t keptReceipts = ShareWords().keptReceipts;
   bool checksum = false;
@@ -383,7 +385,7 @@ GateWords gateWordsOf(const Words& words) {
   for (const std::string& word : words.forbidden) {
     if (word != "unlabelled") throw CLI::ParseError("--forbid takes unlabelled", WRONG_USAGE);
   }
-  return {allowedBy(words.allowed), words.strict, !words.forbidden.empty()};
+  return {allowedBy(words.allowed), words.strict, !words.forbidden.empty(), words.from};
 }
 
 // A single word could be either, so they are counted here: with a profile there are two, without one there is DEST
@@ -441,6 +443,14 @@ void addHistoryCommands(CLI::App& app, Words& words) {
   undo->callback([&] { undoEdit(words.number); });
 }
 
+void addFrom(CLI::App* command, Words& words) {
+  command
+      ->add_option_function<std::string>(
+          "--from", [&words](const std::string& marked) { words.from = unmarked(marked); },
+          "Hand out what lies in this folder of the project alone, as the whole copy")
+      ->type_name("FOLDER");
+}
+
 void addPreviewCommands(CLI::App& app, Words& words) {
   CLI::App* preview =
       addCommand(&app, "preview", "Show as a tree what a share would hand out, and what it would hold back and why",
@@ -453,13 +463,14 @@ void addPreviewCommands(CLI::App& app, Words& words) {
   addNumber(preview, "--depth", words.depth,
             "Show so many levels, and of folders at the last one what lies in them, counted")
       ->type_name("N");
+  addFrom(preview, words);
   preview->callback([&words, preview] {
     const auto& all = viewWords();
     const bool isKnown = std::find(all.begin(), all.end(), words.only) != all.end();
     if (preview->count("--only") > 0 && !isKnown) {
       throw CLI::ParseError(fmt::format("--only takes {}", fmt::join(all, ", ")), WRONG_USAGE);
     }
-    previewProfile(words.profile, {words.paths, words.only, static_cast<std::size_t>(words.depth)});
+    previewProfile(words.profile, {words.paths, words.only, static_cast<std::size_t>(words.depth)}, gateWordsOf(words));
   });
 
   CLI::App* why =
@@ -477,12 +488,18 @@ void addGateOptions(CLI::App* command, Words& words) {
       ->allow_extra_args(false)
       ->transform(unmarked)
       ->type_name("RISK[,RISK...]|RISK=PATH");
+  addFrom(command, words);
   command->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
   command->add_option("--forbid", words.forbidden, "Refuse where a file or link without a label would be shared")
       ->allow_extra_args(false)
       ->transform(unmarked)
       ->type_name("unlabelled");
   command->footer(command->get_footer() + riskList());
+}
+
+// An empty name, such as of a variable that is not set, would mean that none was given.
+void requireReceiptName(const CLI::Option& option, const Words& words) {
+  if (option.count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
 }
 
 void addShareCommands(CLI::App& app, Words& words) {
@@ -511,8 +528,7 @@ void addShareCommands(CLI::App& app, Words& words) {
             "Of this profile and destination the project keeps the last N receipts, and not 10", 0)
       ->type_name("N");
   share->callback([&words, receipt] {
-    // An empty name, such as of a variable that is not set, would mean that no receipt was asked for.
-    if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
+    requireReceiptName(*receipt, words);
     const ShareWords said = shareWordsOf(words);
     words.dryRun ? checkShare(said) : project_share::share(said);
   });
@@ -520,8 +536,14 @@ void addShareCommands(CLI::App& app, Words& words) {
   CLI::App* verify = addCommand(&app, "verify", "Check a copy against the receipt of its share",
                                 "verify ../for-the-customer --receipt ../for-the-customer.json");
   addWord(verify, "COPY", words.folder, "The folder that was handed out");
-  addWord(verify, "--receipt", words.receipt, "The file that share made")->type_name("FILE");
-  verify->callback([&] { verifyCopy(words.folder, words.receipt); });
+  CLI::Option* file = addWord(verify, "--receipt", words.receipt,
+                              "The file that share made; without it, the one that the project keeps")
+                          ->required(false)
+                          ->type_name("FILE");
+  verify->callback([&words, file] {
+    requireReceiptName(*file, words);
+    verifyCopy(words.folder, words.receipt);
+  });
 }
 
 void addExchangeCommands(CLI::App& app, Words& words) {

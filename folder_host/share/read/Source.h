@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <string>
+#include <string_view>
 
 #include "folder_host/Error.h"
 #include "folder_host/files/Descriptor.h"
@@ -21,19 +22,23 @@ Error unreadable(const std::string& path, int code);
 
 // A project's folder, from which entries are read. Never changes: several readers may use it at once.
 struct Source {
-  // ENTRY_CHANGED and NESTED_PROJECT may be allowed, see EntryReader. Errors: ENTRY_CHANGED, ENTRY_UNREADABLE.
-  explicit Source(const std::string& root, Allowances allowances = {});
+  // What is read is handed out as what lies in the folder `scope`, an entry of the project; without one, in the
+  // project itself. ENTRY_CHANGED and NESTED_PROJECT may be allowed, see EntryReader. Errors: ENTRY_CHANGED,
+  // ENTRY_UNREADABLE.
+  explicit Source(const std::string& root, Allowances allowances = {}, const Entry* scope = nullptr);
 
   Descriptor folder;
   FileId id;     // of the folder
   FileId store;  // of the project's own store, which is never opened
   Allowances allowed;
+  Entry top;  // the folder that becomes the copy's own: the scope, or one without a path, the project's
 };
 
 // An entry that is open, and was at that moment what was listed.
 struct OpenEntry {
-  const Entry& entry;  // outlives this object
-  Descriptor opened;   // a file's is open for reading and stands at its beginning
+  const Entry& entry;     // outlives this object
+  std::string_view path;  // in the copy: that of the entry, from the source's top on; empty for the top itself
+  Descriptor opened;      // a file's is open for reading and stands at its beginning
   struct stat status;
   mode_t permissions;  // that a copy gets (see Permissions.h); of a link, none
   bool hasChanged;     // since it was listed, which is allowed then
@@ -48,8 +53,8 @@ class EntryReader {
   // The source outlives the reader.
   explicit EntryReader(const Source& source) : source_(source) {}
 
-  // The project's folder itself, as `top`, an entry without a path.
-  OpenEntry openTop(const Entry& top) const;
+  // The source's top. Errors: ENTRY_CHANGED, ENTRY_UNREADABLE.
+  OpenEntry openTop() const;
 
   // Refuses what is no longer what was listed: another file, folder or link under its name never leaves, for it may be
   // what another name was to hold back. Of the very thing that was listed, anything that has changed since is refused
@@ -62,6 +67,7 @@ class EntryReader {
   bool isUnchanged(const OpenEntry& file) const;
 
  private:
+  std::string_view pathInCopy(const Entry& entry) const;
   void enterFolderOf(const Entry& entry);
   bool mayHaveChanged(const Entry& entry) const;
   bool isUnchanged(const Entry& entry, const struct stat& status) const;
