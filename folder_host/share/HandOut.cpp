@@ -1,11 +1,20 @@
 #include "folder_host/share/HandOut.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cerrno>
+#include <numeric>
 #include <system_error>
+#include <utility>
 
 #include "folder_host/Error.h"
 #include "folder_host/files/Digest.h"
 #include "folder_host/files/Publication.h"
+#include "folder_host/share/TreeCopy.h"
+#include "folder_host/share/read/ArchiveContent.h"
+#include "folder_host/share/sinks/ArchiveSink.h"
 #include "folder_host/share/sinks/FolderSink.h"
 
 namespace folder_host {
@@ -25,52 +34,146 @@ Place checkDestination(const WorkingCopy& copy, const std::string& destination) 
   return place;
 }
 
+namespace {
+
+// Of a name that nobody else is shown.
+constexpr const char* ARCHIVE = "archive";
+
+// The order of a tree, which is that in which an archive is unpacked.
+std::vector<const Entry*> inOrder(const WorkingCopy& copy, Shape shape) {
+  std::vector<const Entry*> entries = copy.entries();
+  if (shape != Shape::folder) {
+    std::sort(entries.begin(), entries.end(),
+              [](const Entry* one, const Entry* other) { return beforeInTree(one->path, other->path); });
+  }
+  return entries;
+}
+
+// One hand-out, whatever it is written into.
+class Work {
+ public:
+  Work(const WorkingCopy& copy, const HandOutOptions& options)
+      : copy_(copy), options_(options), entries_(inOrder(copy, options.shape)) {
+    requireFit(options.shape, entries_, copy.scopePath());
+    progress_.allEntries = entries_.size();
+    for (const Entry* entry : entries_) {
+      progress_.allBytes += entry->size;
+      ++(entry->kind == EntryKind::file   ? result_.files
+         : entry->kind == EntryKind::link ? result_.links
+                                          : result_.folders);
+    }
+  }
+
+  void writeInto(Sink& sink) {
+    const bool isWhole = copy_.scope() == EntryTable::ROOT;
+    const Source source(copy_.root(), options_.allowed, isWhole ? nullptr : &copy_.table()[copy_.scope()]);
+    // Another folder under the project's name may hold what this one was to hold back.
+    if (!(source.id == copy_.listing().root)) throw changed(copy_.root());
+    std::vector<Written> written;
+    const CopyProgress onProgress = [&](std::size_t copied, std::uint64_t bytes) {
+      progress_.entries = copied;
+      progress_.bytes = bytes;
+      if (options_.onProgress) options_.onProgress(progress_);
+    };
+    result_.changed = copyTree(source, entries_, sink, onProgress, &written);
+    setWritten(written);
+    if (!options_.isPlain) {
+      const std::string store = copy_.storeOfWhatIsShared();
+      result_.store = {store.size(), sha256Of(store)};
+      sink.addStore(store);
+    }
+    sink.finish();
+    result_.bytes = progress_.bytes;
+  }
+
+  // `written` is what was written; none where it cannot be read again.
+  void tell(CopyContent* written) const {
+    if (options_.beforePublication) options_.beforePublication(written, result_);
+  }
+
+  HandedOut result() { return std::move(result_); }
+
+ private:
+  // In the order of the listing, in which the entries lie side by side.
+  void setWritten(const std::vector<Written>& written) {
+    std::vector<std::size_t> order(entries_.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    const auto isBefore = [&](std::size_t a, std::size_t b) { return entries_[a] < entries_[b]; };
+    if (!std::is_sorted(order.begin(), order.end(), isBefore)) std::sort(order.begin(), order.end(), isBefore);
+    for (const std::size_t at : order) result_.written.push_back(written[at]);
+  }
+
+  const WorkingCopy& copy_;
+  const HandOutOptions& options_;
+  std::vector<const Entry*> entries_;
+  Progress progress_;
+  HandedOut result_;
+};
+
+void makeFolder(Work& work, const Place& place) {
+  Publication publication(place.parent);
+  FolderSink sink(publication);
+  work.writeInto(sink);
+  work.tell(openFolderCopy("/proc/self/fd/" + std::to_string(publication.content().get()) + "/.").get());
+  publication.publish(place.name);
+}
+
+// Nobody else gets into the private folder, so the file has the mode of any new one from the beginning.
+void makeArchive(Work& work, const Place& place, Shape shape) {
+  Publication publication(place.parent);
+  const Descriptor file = openBeneath(publication.content(), ARCHIVE, O_RDWR | O_CREAT | O_EXCL, 0666);
+  ArchiveSink sink(file, shape);
+  work.writeInto(sink);
+  work.tell(openArchiveCopy(Descriptor(check(::fcntl(file.get(), F_DUPFD_CLOEXEC, 0))), place.path()).get());
+  publication.publishFile(ARCHIVE, place.name);
+}
+
+}  // namespace
+
 // The order is what makes the promise: everything is in the private folder, durable, and noted in the receipt before
 // the one rename that gives the copy its name. Whatever fails or is killed before that leaves nothing but the private
 // folder, which is removed here, or by the next hand-out beside it.
 HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOptions& options) {
-  const std::vector<const Entry*> entries = copy.entries();
-  HandedOut result;
-  Progress progress;
-  progress.allEntries = entries.size();
-  for (const Entry* entry : entries) {
-    progress.allBytes += entry->size;
-    ++(entry->kind == EntryKind::file ? result.files : entry->kind == EntryKind::link ? result.links : result.folders);
-  }
   try {
+    Work work(copy, options);
     // What an earlier process left lies here, and may be as large as the copy: it is removed before room is needed.
     Publication::removeAbandoned(place.parent);
-    Publication publication(place.parent);
-    FolderSink sink(publication);
-    const bool isWhole = copy.scope() == EntryTable::ROOT;
-    const Source source(copy.root(), options.allowed, isWhole ? nullptr : &copy.table()[copy.scope()]);
-    // Another folder under the project's name may hold what this one was to hold back.
-    if (!(source.id == copy.listing().root)) throw changed(copy.root());
-    result.changed = copyTree(
-        source, entries, sink,
-        [&](std::size_t copied, std::uint64_t bytes) {
-          progress.entries = copied;
-          progress.bytes = bytes;
-          if (options.onProgress) options.onProgress(progress);
-        },
-        &result.written);
-    const std::string store = copy.storeOfWhatIsShared();
-    result.store = {store.size(), sha256Of(store)};
-    sink.addStore(store);
-    sink.finish();
-    result.bytes = progress.bytes;
-    if (options.beforePublication) {
-      // By what the folder is, whatever name it has for now.
-      const auto written = openFolderCopy("/proc/self/fd/" + std::to_string(publication.content().get()) + "/.");
-      options.beforePublication(*written, result);
-    }
-    publication.publish(place.name);
+    options.shape == Shape::folder ? makeFolder(work, place) : makeArchive(work, place, options.shape);
+    return work.result();
   } catch (const std::system_error& error) {
     const int code = error.code().value();
     throw systemFailure(code == EEXIST ? errors::DESTINATION_EXISTS : errors::COPY_FAILED, "cannot make", place.path(),
                         code);
   }
-  return result;
+}
+
+void checkStream(const WorkingCopy& copy, const Descriptor& stream) {
+  if (::isatty(stream.get()) == 1) {
+    throw Error(errors::DESTINATION_UNUSABLE, "standard output is a terminal; send it into a pipe or a file");
+  }
+  attempt(errors::DESTINATION_UNUSABLE, "cannot use", "-", [&] {
+    const FileId id = idOf(statusOf(stream));
+    const auto& entries = copy.listing().entries;
+    if (std::any_of(entries.begin(), entries.end(), [&](const Entry& entry) { return entry.id == id; })) {
+      throw Error(errors::DESTINATION_IN_PROJECT,
+                  "standard output goes into a file of the project itself; choose one outside of it");
+    }
+  });
+}
+
+HandedOut handOutTo(const Descriptor& stream, const WorkingCopy& copy, const HandOutOptions& options) {
+  Work work(copy, options);
+  try {
+    attempt(errors::COPY_FAILED, "cannot write to", "-", [&] {
+      ArchiveSink sink(stream, options.shape);
+      work.writeInto(sink);
+      work.tell(nullptr);
+    });
+    return work.result();
+  } catch (const Error& error) {
+    throw Error(error.identifier(), error.what() + std::string("; throw away what was written to standard output: it "
+                                                               "cannot be taken back, and has no end"));
+  }
 }
 
 }  // namespace folder_host

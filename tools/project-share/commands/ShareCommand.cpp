@@ -1,4 +1,6 @@
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -26,6 +28,7 @@
 
 namespace project_share {
 
+using folder_host::Descriptor;
 using folder_host::FolderProject;
 using folder_host::Progress;
 using folder_host::WorkingCopy;
@@ -66,27 +69,51 @@ std::vector<Risk> risksOf(const folder_host::HandedOut& result) {
   return risks;
 }
 
-void writeReceipts(ReceiptSource source, const folder_host::Place& place, bool isHashed,
-                   folder_host::CopyContent& written, ShareReceipts& receipts, const Interruption& interruption) {
-  if (isHashed) {
-    const Digests digests = digestsOf(written, *source.handedOut, interruption);
+bool isStream(const ShareWords& words) { return words.destination == "-"; }
+
+folder_host::Shape shapeOf(const ShareWords& words) {
+  return isStream(words) ? folder_host::Shape::tar : folder_host::shapeOf(words.destination);
+}
+
+Descriptor standardOutput() {
+  return folder_host::attempt(folder_host::errors::DESTINATION_UNUSABLE, "cannot use", "standard output", [] {
+    return Descriptor(folder_host::check(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)));
+  });
+}
+
+// No place: standard output.
+std::optional<folder_host::Place> destinationOf(const WorkingCopy& copy, const ShareWords& words) {
+  if (!isStream(words)) return folder_host::checkDestination(copy, words.destination);
+  folder_host::checkStream(copy, standardOutput());
+  return std::nullopt;
+}
+
+std::string textOf(const std::optional<folder_host::Place>& place) { return place ? place->path() : "-"; }
+
+// What is gone, into a pipe, cannot be read once more.
+void writeReceipts(ReceiptSource source, const ReceiptHead& about, folder_host::CopyContent* written,
+                   ShareReceipts& receipts, const Interruption& interruption) {
+  if (about.hasContent && written != nullptr) {
+    const Digests digests = digestsOf(*written, *source.handedOut, interruption);
     for (const auto* entry : source.judgement.shared) {
-      const auto found = digests.find(entry->path.substr(below(source.judgement.copy->scopePath())));
+      const auto found = digests.find(entry->path.substr(below(about.from)));
       source.digests.push_back(found == digests.end() ? std::string() : found->second);
     }
   }
   const std::vector<Risk> changed = risksOf(*source.handedOut);
   source.risks.insert(source.risks.end(), changed.begin(), changed.end());
-  ReceiptHead head = headOf(source, place.path());
+  ReceiptHead head = about;
+  head.hasContent = about.hasContent && written != nullptr;
   digest(head, source);
-  head.hasContent = isHashed;
   receipts.write(head, source);
 }
 
-folder_host::HandedOut handOut(const ReceiptSource& source, const folder_host::Place& place, const ShareWords& words,
-                               ShareReceipts& receipts, const Interruption& interruption) {
+folder_host::HandedOut handOut(const ReceiptSource& source, const std::optional<folder_host::Place>& place,
+                               const ShareWords& words, ShareReceipts& receipts, const Interruption& interruption) {
   ProgressLine copied("copied");
   folder_host::HandOutOptions options;
+  options.shape = shapeOf(words);
+  options.isPlain = words.isPlain;
   options.allowed = allowancesOf(words.gate);
   // The work is interrupted where it tells its progress, by an exception: what was begun is removed as after any
   // failure.
@@ -94,15 +121,21 @@ folder_host::HandedOut handOut(const ReceiptSource& source, const folder_host::P
     interruption.check();
     copied.show(progress);
   };
-  options.beforePublication = [&](folder_host::CopyContent& written, const folder_host::HandedOut& result) {
+  ReceiptHead about = headOf(source, textOf(place));
+  about.shape = folder_host::wordOf(options.shape);
+  about.isPlain = options.isPlain;
+  about.hasContent = words.checksum || !words.receipt.empty();
+  options.beforePublication = [&](folder_host::CopyContent* written, const folder_host::HandedOut& result) {
     interruption.check();
     if (!receipts.isAnyWanted()) return;
     ReceiptSource whole = source;
     whole.handedOut = &result;
-    writeReceipts(std::move(whole), place, words.checksum || !words.receipt.empty(), written, receipts, interruption);
+    writeReceipts(std::move(whole), about, written, receipts, interruption);
   };
-  folder_host::HandedOut result = folder_host::handOut(*source.judgement.copy, place, options);
-  receipts.complete(headOf(source, place.path()));
+  const WorkingCopy& copy = *source.judgement.copy;
+  folder_host::HandedOut result =
+      place ? folder_host::handOut(copy, *place, options) : folder_host::handOutTo(standardOutput(), copy, options);
+  receipts.complete(about);
   return result;
 }
 
@@ -190,7 +223,8 @@ bool canBeListed(const FolderProject& project, Findings& found) {
 std::vector<Risk> remember(const FolderProject& project, const Judgement& judgement, const ShareWords& words,
                            bool isListed, const WorkingCopy& copy, std::vector<Risk> notes) {
   try {
-    const std::string destination = std::filesystem::absolute(words.destination).lexically_normal().string();
+    const std::string destination =
+        isStream(words) ? words.destination : std::filesystem::absolute(words.destination).lexically_normal().string();
     if (isListed) folder_host::addShare(project.storeFolder(), lineOf(project, judgement, destination));
   } catch (const std::system_error& error) {
     notes.push_back({risks::SHARE_UNLISTED.identifier, {}, "this share is not in the log: " + error.code().message()});
@@ -220,12 +254,14 @@ std::shared_ptr<profiles::ExportProfile> profileOf(WorkingCopy& copy, const Shar
 }  // namespace
 
 void share(const ShareWords& words) {
+  manner().aside = isStream(words);
+  manner().colour = manner().colour && !isStream(words);
   const FolderProject project = openProject();
   const auto copy = project.workingCopy();
   setScope(project, words.gate, *copy);
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
   // Before the judgement, which may read much: a destination that cannot be used is known at once.
-  const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
+  const std::optional<folder_host::Place> place = destinationOf(*copy, words);
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   const bool isListed = canBeListed(project, judgement.found);
   const bool isKept = words.keptReceipts > 0 && canBeKept(project, judgement.found);
@@ -236,7 +272,7 @@ void share(const ShareWords& words) {
   // All that can be refused has been by now: nothing is written for a share that is refused.
   const Interruption interruption;  // ends last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
-  if (!words.receipt.empty()) receipt.emplace(*copy, place, words.receipt);
+  if (!words.receipt.empty()) receipt.emplace(*copy, *place, words.receipt);
   ReceiptSource source{*copy, judgement, profile.get()};
   for (const std::string& one : argumentsOf(words.gate)) source.allowed.insert(utf8(one));
   source.risks = verdict.allowed;
@@ -251,7 +287,7 @@ void checkShare(const ShareWords& words) {
   const auto copy = project.workingCopy();
   setScope(project, words.gate, *copy);
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
-  if (!words.destination.empty()) {
+  if (!words.destination.empty() && !isStream(words)) {
     const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
     if (!words.receipt.empty()) Receipt::check(*copy, place, words.receipt);
   }
@@ -259,8 +295,9 @@ void checkShare(const ShareWords& words) {
   canBeListed(project, judgement.found);
   if (words.keptReceipts > 0) canBeKept(project, judgement.found);
   refuse(told(judgement, words.gate));
+  folder_host::requireFit(shapeOf(words), judgement.copy->entries(), judgement.copy->scopePath());
 }
 
-void checkProfile(const std::string& profile, const GateWords& words) { checkShare({profile, {}, words, {}}); }
+void checkProfile(const std::string& profile, const GateWords& words) { checkShare({profile, {}, false, words, {}}); }
 
 }  // namespace project_share
