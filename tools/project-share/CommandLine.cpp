@@ -49,6 +49,8 @@ struct Words {
   std::optional<std::string> from;
   std::string receipt;
   std::string page;
+  std::int64_t keptReceipts = ShareWords().keptReceipts;
+  bool checksum = false;
   std::int64_t number = 0;
   std::string file = "-";
   ImportWords import;
@@ -403,12 +405,14 @@ ShareWords shareWordsOf(const Words& words) {
   if (words.dryRun && hasDestination && share.destination.empty()) {
     throw CLI::ParseError("DEST needs a name", WRONG_USAGE);
   }
-  if (share.destination == "-" && (manner().json || !words.receipt.empty())) {
-    throw CLI::ParseError("a copy on standard output goes without --json and --receipt", WRONG_USAGE);
+  if (share.destination == "-" && (manner().json || words.checksum || !words.receipt.empty())) {
+    throw CLI::ParseError("a copy on standard output goes without --json, --checksum and --receipt", WRONG_USAGE);
   }
   share.isPlain = words.plain;
   share.gate = gateWordsOf(words);
   share.receipt = words.receipt;
+  share.checksum = words.checksum;
+  share.keptReceipts = words.keptReceipts;
   return share;
 }
 
@@ -421,14 +425,16 @@ std::string riskList() {
   return list;
 }
 
-// By digits alone, from 1 on: CLI11 would read "010" as eight, and a number that is too great as the greatest.
-CLI::Option* addNumber(CLI::App* command, const char* name, std::int64_t& number, const char* description) {
-  const auto read = [&number, name](const std::string& marked) {
+// By digits alone, from `least` on: CLI11 would read "010" as eight, and a number that is too great as the greatest.
+CLI::Option* addNumber(CLI::App* command, const char* name, std::int64_t& number, const char* description,
+                       std::int64_t least = 1) {
+  const auto read = [&number, name, least](const std::string& marked) {
     const std::string word = unmarked(marked);
     const char* end = word.data() + word.size();
     const auto [last, error] = std::from_chars(word.data(), end, number);
-    if (error == std::errc() && last == end && number > 0) return;
-    throw CLI::ParseError(fmt::format("{} is a number from 1 on, and {} is none", name, inQuotes(word)), WRONG_USAGE);
+    if (error == std::errc() && last == end && number >= least) return;
+    throw CLI::ParseError(fmt::format("{} is a number from {} on, and {} is none", name, least, inQuotes(word)),
+                          WRONG_USAGE);
   };
   return command->add_option_function<std::string>(name, read, description)->type_name("");
 }
@@ -508,6 +514,11 @@ void addPreviewCommands(CLI::App& app, Words& words) {
   why->callback([&] { explainPath(words.name, words.profile); });
 }
 
+// An empty name, such as of a variable that is not set, would mean that none was given.
+void requireReceiptName(const CLI::Option& option, const Words& words) {
+  if (option.count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
+}
+
 void addShareCommands(CLI::App& app, Words& words) {
   CLI::App* check =
       addCommand(&app, "check", "Tell whether a share would be refused, and make nothing: for hooks and CI",
@@ -532,9 +543,13 @@ void addShareCommands(CLI::App& app, Words& words) {
                                  "A JSON file to be made, for you: what was shared, what was held back, and why")
                              ->required(false)
                              ->type_name("FILE");
+  share->add_flag("--checksum", words.checksum,
+                  "Note the content of each file, so that verify can compare it; --receipt does so, too");
+  addNumber(share, "--keep-receipts", words.keptReceipts,
+            "Of this profile and destination the project keeps the last N receipts, and not 10", 0)
+      ->type_name("N");
   share->callback([&words, receipt] {
-    // An empty name, such as of a variable that is not set, would mean that no receipt was asked for.
-    if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
+    requireReceiptName(*receipt, words);
     const ShareWords said = shareWordsOf(words);
     words.dryRun ? checkShare(said) : project_share::share(said);
   });
@@ -542,8 +557,14 @@ void addShareCommands(CLI::App& app, Words& words) {
   CLI::App* verify = addCommand(&app, "verify", "Check a copy against the receipt of its share",
                                 "verify ../for-the-customer --receipt ../for-the-customer.json");
   addWord(verify, "COPY", words.folder, "The folder that was handed out");
-  addWord(verify, "--receipt", words.receipt, "The file that share made")->type_name("FILE");
-  verify->callback([&] { verifyCopy(words.folder, words.receipt); });
+  CLI::Option* file = addWord(verify, "--receipt", words.receipt,
+                              "The file that share made; without it, the one that the project keeps")
+                          ->required(false)
+                          ->type_name("FILE");
+  verify->callback([&words, file] {
+    requireReceiptName(*file, words);
+    verifyCopy(words.folder, words.receipt);
+  });
 }
 
 void addExchangeCommands(CLI::App& app, Words& words) {

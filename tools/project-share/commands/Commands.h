@@ -149,15 +149,18 @@ struct ShareWords {
   std::string destination;             // empty: none, which a dry run needs not; "-": standard output
   bool isPlain = false;                // without a store in it
   GateWords gate;
-  std::string receipt;  // a file to be made; empty: none
+  std::string receipt;             // a file to be made; empty: none
+  bool checksum = false;           // content is hashed for the receipt that the project keeps, too
+  std::int64_t keptReceipts = 10;  // of this profile, scope and destination
 };
 // Errors: SHARE_REFUSED, with the risks printed before; those of folder_host/share/HandOut.h and receipt/Receipt.h;
 // Interrupted where a signal came. The copy is there all the same only where its receipt could not be named.
 void share(const ShareWords& words);
 // As checkProfile, and what a share would refuse of the destination and of the receipt's place.
 void checkShare(const ShareWords& words);
-// Whether a copy is what was handed out by the receipt: prints each difference, then throws COPY_DIFFERS. Errors of
-// reading: RECEIPT_UNREADABLE, ENTRY_UNREADABLE.
+// Whether a copy is what was handed out by the receipt or, where none is named, by one that the project keeps: prints
+// each difference, then throws COPY_DIFFERS. Errors: RECEIPT_NOT_FOUND; of reading, RECEIPT_UNREADABLE,
+// ENTRY_UNREADABLE.
 void verifyCopy(const std::string& copy, const std::string& receipt);
 
 }  // namespace project_share

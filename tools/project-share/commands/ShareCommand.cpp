@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <utility>
 
 #include "Interruption.h"
 #include "Refusal.h"
@@ -18,6 +19,7 @@
 #include "output/Report.h"
 #include "receipt/Receipt.h"
 #include "receipt/ReceiptText.h"
+#include "receipt/ShareReceipts.h"
 #include "receipt/ShareRecord.h"
 #include "settings/OpenProject.h"
 #include "words/Names.h"
@@ -57,6 +59,16 @@ Digests digestsOf(folder_host::CopyContent& written, const folder_host::HandedOu
   return digests;
 }
 
+// An entry that was changed meanwhile is shared as it was read, where that is allowed.
+std::vector<Risk> risksOf(const folder_host::HandedOut& result) {
+  std::vector<Risk> risks;
+  for (const std::string& path : result.changed) {
+    risks.push_back({folder_host::errors::ENTRY_CHANGED, path,
+                     inQuotes(path) + " was changed meanwhile, and was shared as it was read"});
+  }
+  return risks;
+}
+
 bool isStream(const ShareWords& words) { return words.destination == "-"; }
 
 folder_host::Shape shapeOf(const ShareWords& words) {
@@ -76,9 +88,28 @@ std::optional<folder_host::Place> destinationOf(const WorkingCopy& copy, const S
   return std::nullopt;
 }
 
-folder_host::HandedOut handOut(ReceiptSource& source, const std::optional<folder_host::Place>& place,
-                               const ShareWords& words, std::optional<Receipt>& receipt,
-                               const Interruption& interruption) {
+std::string textOf(const std::optional<folder_host::Place>& place) { return place ? place->path() : "-"; }
+
+// What is gone, into a pipe, cannot be read once more.
+void writeReceipts(ReceiptSource source, const ReceiptHead& about, folder_host::CopyContent* written,
+                   ShareReceipts& receipts, const Interruption& interruption) {
+  if (about.hasContent && written != nullptr) {
+    const Digests digests = digestsOf(*written, *source.handedOut, interruption);
+    for (const auto* entry : source.judgement.shared) {
+      const auto found = digests.find(entry->path.substr(below(about.from)));
+      source.digests.push_back(found == digests.end() ? std::string() : found->second);
+    }
+  }
+  const std::vector<Risk> changed = risksOf(*source.handedOut);
+  source.risks.insert(source.risks.end(), changed.begin(), changed.end());
+  ReceiptHead head = about;
+  head.hasContent = about.hasContent && written != nullptr;
+  digest(head, source);
+  receipts.write(head, source);
+}
+
+folder_host::HandedOut handOut(const ReceiptSource& source, const std::optional<folder_host::Place>& place,
+                               const ShareWords& words, ShareReceipts& receipts, const Interruption& interruption) {
   ProgressLine copied("copied");
   folder_host::HandOutOptions options;
   options.shape = shapeOf(words);
@@ -90,31 +121,21 @@ folder_host::HandedOut handOut(ReceiptSource& source, const std::optional<folder
     interruption.check();
     copied.show(progress);
   };
+  ReceiptHead about = headOf(source, textOf(place));
+  about.shape = folder_host::wordOf(options.shape);
+  about.isPlain = options.isPlain;
+  about.hasContent = words.checksum || !words.receipt.empty();
   options.beforePublication = [&](folder_host::CopyContent* written, const folder_host::HandedOut& result) {
     interruption.check();
-    if (!receipt) return;
-    const Digests digests = digestsOf(*written, result, interruption);
-    const std::string& from = source.judgement.copy->scopePath();
-    const std::size_t below = from.empty() ? 0 : from.size() + 1;
-    for (const auto* entry : source.judgement.shared) {
-      const auto found = digests.find(entry->path.substr(below));
-      source.digests.push_back(found == digests.end() ? std::string() : found->second);
-    }
-    source.handedOut = &result;
-    ReceiptHead head = headOf(source, from);
-    head.destination = place->path();
-    head.shape = folder_host::wordOf(options.shape);
-    head.isPlain = options.isPlain;
-    head.hasContent = true;
-    writeReceipt(head, source, [&](std::string_view text) { receipt->put(text); });
-    receipt->finish();
+    if (!receipts.isAnyWanted()) return;
+    ReceiptSource whole = source;
+    whole.handedOut = &result;
+    writeReceipts(std::move(whole), about, written, receipts, interruption);
   };
   const WorkingCopy& copy = *source.judgement.copy;
   folder_host::HandedOut result =
       place ? folder_host::handOut(copy, *place, options) : folder_host::handOutTo(standardOutput(), copy, options);
-  // The copy first: a receipt without its copy would tell of what nobody has got. It is written whole by then, so that
-  // only its name can still fail.
-  if (receipt) receipt->publish();
+  receipts.complete(about);
   return result;
 }
 
@@ -144,10 +165,8 @@ void report(const Judgement& judgement, const folder_host::HandedOut& result, co
     if (!spared.isDropped) printSpared(judgement, spared);
   }
   std::vector<Risk> allowed = judgement.found.risks;
-  for (const std::string& path : result.changed) {
-    allowed.push_back({folder_host::errors::ENTRY_CHANGED, path,
-                       inQuotes(path) + " was changed meanwhile, and was shared as it was read"});
-  }
+  const std::vector<Risk> changed = risksOf(result);
+  allowed.insert(allowed.end(), changed.begin(), changed.end());
   addIdleAfterwards(words.gate, allowed, notes);
   printNotes(notes);
   // Told though allowed: who allowed a kind of risk sees here for which cases that was.
@@ -202,8 +221,7 @@ bool canBeListed(const FolderProject& project, Findings& found) {
 
 // The copy is there: that nothing could be noted is no failure of the share.
 std::vector<Risk> remember(const FolderProject& project, const Judgement& judgement, const ShareWords& words,
-                           bool isListed, const WorkingCopy& copy) {
-  std::vector<Risk> notes;
+                           bool isListed, const WorkingCopy& copy, std::vector<Risk> notes) {
   try {
     const std::string destination =
         isStream(words) ? words.destination : std::filesystem::absolute(words.destination).lexically_normal().string();
@@ -246,6 +264,7 @@ void share(const ShareWords& words) {
   const std::optional<folder_host::Place> place = destinationOf(*copy, words);
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   const bool isListed = canBeListed(project, judgement.found);
+  const bool isKept = words.keptReceipts > 0 && canBeKept(project, judgement.found);
   const Verdict verdict = verdictOf(judgement.found, words.gate);
   printRisks(verdict.refused);
   refuse(verdict);
@@ -257,9 +276,10 @@ void share(const ShareWords& words) {
   ReceiptSource source{*copy, judgement, profile.get()};
   for (const std::string& one : argumentsOf(words.gate)) source.allowed.insert(utf8(one));
   source.risks = verdict.allowed;
-  const folder_host::HandedOut result = handOut(source, place, words, receipt, interruption);
+  ShareReceipts receipts(project, receipt, static_cast<std::size_t>(words.keptReceipts), isKept);
+  const folder_host::HandedOut result = handOut(source, place, words, receipts, interruption);
   project.confirm();
-  report(judgement, result, words, remember(project, judgement, words, isListed, *copy));
+  report(judgement, result, words, remember(project, judgement, words, isListed, *copy, receipts.notes()));
 }
 
 void checkShare(const ShareWords& words) {
@@ -273,6 +293,7 @@ void checkShare(const ShareWords& words) {
   }
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   canBeListed(project, judgement.found);
+  if (words.keptReceipts > 0) canBeKept(project, judgement.found);
   refuse(told(judgement, words.gate));
   folder_host::requireFit(shapeOf(words), judgement.copy->entries(), judgement.copy->scopePath());
 }
