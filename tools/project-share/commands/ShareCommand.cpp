@@ -121,10 +121,6 @@ folder_host::HandedOut handOut(const ReceiptSource& source, const std::optional<
     interruption.check();
     copied.show(progress);
   };
-  ReceiptHead about = headOf(source, textOf(place));
-  about.shape = folder_host::wordOf(options.shape);
-  about.isPlain = options.isPlain;
-  about.hasContent = words.checksum || !words.receipt.empty();
   options.beforePublication = [&](folder_host::CopyContent* written, const folder_host::HandedOut& result) {
     interruption.check();
     if (!receipts.isAnyWanted()) return;
