@@ -9,7 +9,9 @@
 #include "folder_host/files/Place.h"
 #include "folder_host/share/Allowances.h"
 #include "folder_host/share/Shape.h"
+#include "folder_host/share/TreeCopy.h"
 #include "folder_host/share/WorkingCopy.h"
+#include "folder_host/share/read/CopyContent.h"
 
 namespace folder_host {
 
@@ -21,25 +23,33 @@ struct Progress {
   std::uint64_t allBytes = 0;
 };
 
-struct HandOutOptions {
-  Shape shape = Shape::folder;
-  bool isPlain = false;  // without a store of its own: the copy is no project then
-  // ENTRY_CHANGED: a file that changes after it was listed is shared as it is read. NESTED_PROJECT: a file is shared
-  // that by its first bytes is a store, a receipt or an export.
-  Allowances allowed;
-  // Called often. What it throws stops the hand-out.
-  std::function<void(const Progress&)> onProgress;
-  // Called with the folder that holds the copy, or with the archive, which is open for reading, whole and durable,
-  // before that gets its name. What it throws stops the hand-out.
-  std::function<void(const Descriptor&)> beforePublication;
-};
-
 struct HandedOut {
   std::size_t files = 0;
   std::size_t folders = 0;
   std::size_t links = 0;
   std::uint64_t bytes = 0;
+  // What the copy has got, by index: of each entry of WorkingCopy::entries().
+  std::vector<Written> written;
+  // The copy's own store; without one, the digest is empty.
+  struct {
+    std::uint64_t size = 0;
+    std::string sha256;
+  } store;
   std::vector<std::string> changed;  // files and links that did so after they were listed, in the order of the listing
+};
+
+struct HandOutOptions {
+  Shape shape = Shape::folder;
+  bool isPlain = false;       // without a store of its own: the copy is no project then
+  bool hashesStream = false;  // files are hashed as they are written, for beforePublication (handOutTo)
+  // ENTRY_CHANGED: a file that changes after it was listed is shared as it is read. NESTED_PROJECT: a file is shared
+  // that by its first bytes is a store, a receipt or an export.
+  Allowances allowed;
+  // Called often. What it throws stops the hand-out.
+  std::function<void(const Progress&)> onProgress;
+  // Called with what was written, whole and durable, and with all that is to be told of it, before it gets its name.
+  // What it throws stops the hand-out.
+  std::function<void(CopyContent& written, const HandedOut&)> beforePublication;
 };
 
 // Refuses what can be no destination of this project, before any work is done, and gives its place. Errors:
@@ -61,8 +71,8 @@ HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOpti
 void checkStream(const WorkingCopy& copy, const Descriptor& stream);
 
 // Likewise into what is open, such as a pipe. What was written when it fails cannot be taken back; it has no end then,
-// by which it is known. The stream is what beforePublication is called with, when all is written. `options.shape` is no
-// folder.
+// by which it is known. As it cannot be read again, beforePublication is given what was written into it, with the
+// digests of files where they were asked for, once. `options.shape` is no folder.
 HandedOut handOutTo(const Descriptor& stream, const WorkingCopy& copy, const HandOutOptions& options);
 
 }  // namespace folder_host

@@ -37,7 +37,7 @@ struct Source {
 struct OpenEntry {
   const Entry& entry;     // outlives this object
   std::string_view path;  // in the copy: that of the entry, from the source's scope on; empty for the scope itself
-  Descriptor opened;   // a file's is open for reading and stands at its beginning
+  Descriptor opened;      // a file's is open for reading and stands at its beginning
   struct stat status;
   mode_t permissions;  // that a copy gets (see Permissions.h); of a link, none
   bool hasChanged;     // since it was listed, which is allowed then

@@ -41,6 +41,24 @@ std::size_t readUpTo(const OpenEntry& file, char* bytes, std::size_t most) {
   return read;
 }
 
+// What was written, as it was written.
+class Noted final : public CopyContent {
+ public:
+  explicit Noted(std::vector<CopyEntry> entries) : entries_(std::move(entries)) {}
+
+  void forEach(const Wants& wants, const Visit& visit, const Told& /*told*/) override {
+    for (CopyEntry entry : entries_) {
+      std::string digest = std::exchange(entry.sha256, {});
+      if (entry.kind == EntryKind::file && wants(entry)) entry.sha256 = std::move(digest);
+      visit(std::move(entry));
+    }
+  }
+  bool hasExactTimes() const noexcept override { return false; }
+
+ private:
+  const std::vector<CopyEntry> entries_;
+};
+
 }  // namespace
 
 // A zip has the local time beside the time in UTC, and says that names are UTF-8 where the locale does: both as if this
@@ -134,11 +152,12 @@ void ArchiveSink::Free::operator()(archive* archive) const {
 
 void ArchiveSink::Free::operator()(archive_entry* entry) const { ::archive_entry_free(entry); }
 
-ArchiveSink::ArchiveSink(const Descriptor& file, Shape shape)
+ArchiveSink::ArchiveSink(const Descriptor& file, Shape shape, bool notes)
     : file_(file),
       shape_(shape),
       surroundings_(shape == Shape::zip ? std::make_unique<Surroundings>() : nullptr),
       head_(::archive_entry_new()),
+      notes_(notes),
       archive_(::archive_write_new()) {
   archive* const to = archive_.get();
   // Of the formats of tar it is the one that keeps any bytes of a name, of any length, and in which all readers find
@@ -184,6 +203,30 @@ void ArchiveSink::putHead(const std::string& path, mode_t mode, std::uint64_t si
   if (S_ISLNK(mode)) ::archive_entry_copy_symlink(head, target.c_str());
   check(::archive_write_header(archive_.get(), head), path);
   newest_ = std::max(newest_, time, isBefore);
+  if (notes_) note(path, mode, size, time, target);
+}
+
+void ArchiveSink::note(const std::string& path, mode_t mode, std::uint64_t size, const timespec& time,
+                       const std::string& target) {
+  noteDigest();
+  CopyEntry entry{path};
+  entry.kind = S_ISDIR(mode) ? EntryKind::folder : S_ISLNK(mode) ? EntryKind::link : EntryKind::file;
+  entry.target = target;
+  entry.size = size;
+  entry.modified = timeIn(shape_, time);
+  entry.mode = S_ISLNK(mode) ? 0 : mode & 07777U;
+  noted_.push_back(std::move(entry));
+  if (S_ISREG(mode)) digest_.emplace();
+}
+
+void ArchiveSink::noteDigest() {
+  if (digest_) noted_.back().sha256 = digest_->finish();
+  digest_.reset();
+}
+
+std::unique_ptr<CopyContent> ArchiveSink::content() {
+  noteDigest();
+  return std::make_unique<Noted>(std::move(noted_));
 }
 
 void ArchiveSink::putData(const char* bytes, std::size_t size, const std::string& path) {
@@ -191,6 +234,7 @@ void ArchiveSink::putData(const char* bytes, std::size_t size, const std::string
   const la_ssize_t written = ::archive_write_data(archive_.get(), bytes, size);
   if (written < 0) check(ARCHIVE_FATAL, path);
   if (static_cast<std::size_t>(written) != size) throw failed(path, "it was not taken whole");
+  if (digest_) digest_->add({bytes, size});
 }
 
 void ArchiveSink::addFolder(const OpenEntry& folder) {

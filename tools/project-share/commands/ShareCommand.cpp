@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <optional>
-#include <set>
 
 #include "Interruption.h"
 #include "Refusal.h"
@@ -17,6 +17,7 @@
 #include "output/ProgressLine.h"
 #include "output/Report.h"
 #include "receipt/Receipt.h"
+#include "receipt/ReceiptText.h"
 #include "receipt/ShareRecord.h"
 #include "settings/OpenProject.h"
 #include "words/Names.h"
@@ -51,13 +52,38 @@ std::optional<folder_host::Place> destinationOf(const WorkingCopy& copy, const S
   return std::nullopt;
 }
 
-folder_host::HandedOut handOut(const Judgement& judgement, const std::optional<folder_host::Place>& place,
+using Digests = std::map<std::string, std::string>;
+
+// What was written and not what was read, which would not tell a copy that was written wrong: it is read once more,
+// from the disk or its cache.
+Digests digestsOf(folder_host::CopyContent& written, const folder_host::HandedOut& result,
+                  const Interruption& interruption) {
+  ProgressLine noted("noted");
+  Progress progress;
+  progress.allEntries = result.written.size();
+  progress.allBytes = result.bytes + result.store.size;
+  Digests digests;
+  written.forEach([](const folder_host::CopyEntry&) { return true; },
+                  [&](const folder_host::CopyEntry& entry) {
+                    if (entry.kind == folder_host::EntryKind::file) digests[entry.path] = entry.sha256;
+                    ++progress.entries;
+                  },
+                  [&](std::uint64_t bytes) {
+                    interruption.check();
+                    progress.bytes += bytes;
+                    noted.show(progress);
+                  });
+  return digests;
+}
+
+folder_host::HandedOut handOut(ReceiptSource& source, const std::optional<folder_host::Place>& place,
                                const ShareWords& words, std::optional<Receipt>& receipt,
                                const Interruption& interruption) {
   ProgressLine copied("copied");
   folder_host::HandOutOptions options;
   options.shape = shapeOf(words);
   options.isPlain = words.isPlain;
+  options.hashesStream = receipt.has_value();
   options.allowed = allowancesOf(words.gate);
   // The work is interrupted where it tells its progress, by an exception: what was begun is removed as after any
   // failure.
@@ -65,20 +91,26 @@ folder_host::HandedOut handOut(const Judgement& judgement, const std::optional<f
     interruption.check();
     copied.show(progress);
   };
-  options.beforePublication = [&](const Descriptor& folder) {
+  options.beforePublication = [&](folder_host::CopyContent& written, const folder_host::HandedOut& result) {
     interruption.check();
     if (!receipt) return;
-    // The receipt reads the whole copy once more, which may take long: it shows its progress, too.
-    ProgressLine checked("noted");
-    std::set<std::string> allowed;
-    for (const std::string& one : argumentsOf(words.gate)) allowed.insert(utf8(one));
-    receipt->write(judgement, allowed, folder, [&](const Progress& progress) {
-      interruption.check();
-      checked.show(progress);
-    });
+    const Digests digests = digestsOf(written, result, interruption);
+    for (const auto* entry : source.judgement.shared) {
+      const auto found = digests.find(entry->path);
+      source.digests.push_back(found == digests.end() ? std::string() : found->second);
+    }
+    source.handedOut = &result;
+    ReceiptHead head = headOf(source, {});
+    head.destination = place ? place->path() : words.destination;
+    head.shape = folder_host::wordOf(shapeOf(words));
+    head.isPlain = words.isPlain;
+    head.hasContent = true;
+    writeReceipt(head, source, [&](std::string_view text) { receipt->put(text); });
+    receipt->finish();
   };
-  folder_host::HandedOut result = place ? folder_host::handOut(*judgement.copy, *place, options)
-                                        : folder_host::handOutTo(standardOutput(), *judgement.copy, options);
+  const WorkingCopy& copy = *source.judgement.copy;
+  folder_host::HandedOut result =
+      place ? folder_host::handOut(copy, *place, options) : folder_host::handOutTo(standardOutput(), copy, options);
   // The copy first: a receipt without its copy would tell of what nobody has got. It is written whole by then, so that
   // only its name can still fail.
   if (receipt) receipt->publish();
@@ -220,8 +252,11 @@ void share(const ShareWords& words) {
   // All that can be refused has been by now: nothing is written for a share that is refused.
   const Interruption interruption;  // ends last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
-  if (!words.receipt.empty()) receipt.emplace(*copy, *place, words.receipt);
-  const folder_host::HandedOut result = handOut(judgement, place, words, receipt, interruption);
+  if (!words.receipt.empty()) receipt.emplace(*copy, place ? &*place : nullptr, words.receipt);
+  ReceiptSource source{*copy, judgement, profile.get()};
+  for (const std::string& one : argumentsOf(words.gate)) source.allowed.insert(utf8(one));
+  source.risks = verdict.allowed;
+  const folder_host::HandedOut result = handOut(source, place, words, receipt, interruption);
   project.confirm();
   report(judgement, result, words, remember(project, judgement, words, isListed, *copy));
 }
@@ -231,9 +266,10 @@ void checkShare(const ShareWords& words) {
   const auto copy = project.workingCopy();
   setScope(project, words.gate, *copy);
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
-  if (!words.destination.empty() && !isStream(words)) {
-    const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
-    if (!words.receipt.empty()) Receipt::check(*copy, place, words.receipt);
+  if (!words.destination.empty()) {
+    std::optional<folder_host::Place> place;
+    if (!isStream(words)) place = folder_host::checkDestination(*copy, words.destination);
+    if (!words.receipt.empty()) Receipt::check(*copy, place ? &*place : nullptr, words.receipt);
   }
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   canBeListed(project, judgement.found);
