@@ -2,6 +2,7 @@
 
 #include <archive.h>
 #include <archive_entry.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -349,6 +350,15 @@ std::unique_ptr<CopyContent> openArchiveCopy(Descriptor file, std::string named,
     const Packing packing = packingOf(file, named);
     if (packing == Packing::zip) return std::make_unique<ZipCopy>(std::move(file), std::move(named), most);
     return std::make_unique<TarCopy>(std::move(file), std::move(named), most, packing);
+  });
+}
+
+// A pipe is not waited for.
+std::unique_ptr<CopyContent> openCopy(const std::string& named, std::uint64_t most) {
+  return attempt(errors::ENTRY_UNREADABLE, "cannot read", named, [&]() -> std::unique_ptr<CopyContent> {
+    Descriptor file(folder_host::check(::open(named.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)));
+    if (!S_ISREG(statusOf(file).st_mode)) return openFolderCopy(named);
+    return openArchiveCopy(std::move(file), named, most);
   });
 }
 

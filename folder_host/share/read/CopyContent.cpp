@@ -8,7 +8,6 @@
 #include "folder_host/Error.h"
 #include "folder_host/files/Digest.h"
 #include "folder_host/files/Path.h"
-#include "folder_host/share/read/ArchiveContent.h"
 
 namespace folder_host {
 
@@ -76,15 +75,6 @@ class FolderCopy final : public CopyContent {
 }  // namespace
 
 std::unique_ptr<CopyContent> openFolderCopy(const std::string& folder) { return std::make_unique<FolderCopy>(folder); }
-
-// A pipe is not waited for.
-std::unique_ptr<CopyContent> openCopy(const std::string& named, std::uint64_t most) {
-  return readingCopy(named, [&]() -> std::unique_ptr<CopyContent> {
-    Descriptor file(check(::open(named.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)));
-    if (!S_ISREG(statusOf(file).st_mode)) return openFolderCopy(named);
-    return openArchiveCopy(std::move(file), named, most);
-  });
-}
 
 // No path has a zero byte in it, so no two copies give the same bytes; and lines are in the order of their paths.
 void CopyDigest::add(const std::string& path, EntryKind kind, const std::string& target, std::uint64_t size) {

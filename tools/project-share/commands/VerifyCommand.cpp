@@ -2,7 +2,7 @@
 
 #include "Refusal.h"
 #include "commands/Commands.h"
-#include "folder_host/share/read/CopyContent.h"
+#include "folder_host/share/read/ArchiveContent.h"
 #include "output/Json.h"
 #include "output/Output.h"
 #include "output/ProgressLine.h"
