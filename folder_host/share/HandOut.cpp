@@ -12,6 +12,7 @@
 #include "folder_host/Error.h"
 #include "folder_host/files/Digest.h"
 #include "folder_host/files/Publication.h"
+#include "folder_host/share/TreeCopy.h"
 #include "folder_host/share/read/ArchiveContent.h"
 #include "folder_host/share/sinks/ArchiveSink.h"
 #include "folder_host/share/sinks/FolderSink.h"
@@ -38,11 +39,21 @@ namespace {
 // Of a name that nobody else is shown.
 constexpr const char* ARCHIVE = "archive";
 
+// The order of a tree, which is that in which an archive is unpacked.
+std::vector<const Entry*> inOrder(const WorkingCopy& copy, Shape shape) {
+  std::vector<const Entry*> entries = copy.entries();
+  if (shape != Shape::folder) {
+    std::sort(entries.begin(), entries.end(),
+              [](const Entry* one, const Entry* other) { return beforeInTree(one->path, other->path); });
+  }
+  return entries;
+}
+
 // One hand-out, whatever it is written into.
 class Work {
  public:
   Work(const WorkingCopy& copy, const HandOutOptions& options)
-      : copy_(copy), options_(options), entries_(copy.entries()) {
+      : copy_(copy), options_(options), entries_(inOrder(copy, options.shape)) {
     requireFit(options.shape, entries_, copy.scopePath());
     progress_.allEntries = entries_.size();
     for (const Entry* entry : entries_) {
@@ -54,10 +65,19 @@ class Work {
   }
 
   void writeInto(Sink& sink) {
-    const Source source(copy_.root(), options_.allowed, copy_.scopePath());
+    const bool isWhole = copy_.scope() == EntryTable::ROOT;
+    const Source source(copy_.root(), options_.allowed, isWhole ? nullptr : &copy_.table()[copy_.scope()]);
     // Another folder under the project's name may hold what this one was to hold back.
     if (!(source.id == copy_.listing().root)) throw changed(copy_.root());
-    options_.shape == Shape::folder ? copy(source, entries_, sink, result_.written) : copyAsTree(source, sink);
+    std::vector<Written> written;
+    const CopyProgress onProgress = [&](std::size_t copied, std::uint64_t bytes) {
+      progress_.entries = copied;
+      progress_.bytes = bytes;
+      if (options_.onProgress) options_.onProgress(progress_);
+    };
+    result_.changed = copyTree(source, entries_, sink, onProgress, &written);
+    std::sort(result_.changed.begin(), result_.changed.end());
+    setWritten(written);
     if (!options_.isPlain) {
       const std::string store = copy_.storeOfWhatIsShared();
       result_.store = {store.size(), sha256Of(store)};
@@ -67,48 +87,29 @@ class Work {
     result_.bytes = progress_.bytes;
   }
 
-  void tell(CopyContent& written) const {
+  // `written` is what was written; none where it cannot be read again.
+  void tell(CopyContent* written) const {
     if (options_.beforePublication) options_.beforePublication(written, result_);
   }
 
   HandedOut result() { return std::move(result_); }
 
  private:
-  void copy(const Source& source, const std::vector<const Entry*>& entries, Sink& sink, std::vector<Written>& written) {
-    const Entry top{{}, EntryKind::folder, {}};
-    const bool isWhole = copy_.scope() == EntryTable::ROOT;
-    const auto onProgress = [&](std::size_t copied, std::uint64_t bytes) {
-      progress_.entries = copied;
-      progress_.bytes = bytes;
-      if (options_.onProgress) options_.onProgress(progress_);
-    };
-    const Entry& from = isWhole ? top : copy_.table()[copy_.scope()];
-    result_.changed = copyTree(source, from, entries, sink, onProgress, &written);
-  }
-
-  // In the order of a tree, which is that in which an archive is unpacked.
-  void copyAsTree(const Source& source, Sink& sink) {
+  // In the order of the listing, in which the entries lie side by side.
+  void setWritten(const std::vector<Written>& written) {
     std::vector<std::size_t> order(entries_.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
-    std::sort(order.begin(), order.end(), [&](std::size_t one, std::size_t other) {
-      return beforeInTree(entries_[one]->path, entries_[other]->path);
-    });
-    std::vector<const Entry*> entries;
-    entries.reserve(order.size());
-    for (const std::size_t index : order) entries.push_back(entries_[index]);
-    std::vector<Written> written;
-    copy(source, entries, sink, written);
-    result_.written.resize(order.size());
-    for (std::size_t i = 0; i < order.size(); ++i) {
-      written[i].modified = timeIn(options_.shape, written[i].modified);
-      result_.written[order[i]] = written[i];
+    const auto isBefore = [&](std::size_t a, std::size_t b) { return entries_[a] < entries_[b]; };
+    if (!std::is_sorted(order.begin(), order.end(), isBefore)) std::sort(order.begin(), order.end(), isBefore);
+    for (const std::size_t at : order) {
+      result_.written.push_back(written[at]);
+      result_.written.back().modified = timeIn(options_.shape, written[at].modified);
     }
-    std::sort(result_.changed.begin(), result_.changed.end());
   }
 
   const WorkingCopy& copy_;
   const HandOutOptions& options_;
-  const std::vector<const Entry*> entries_;
+  std::vector<const Entry*> entries_;
   Progress progress_;
   HandedOut result_;
 };
@@ -117,8 +118,7 @@ void makeFolder(Work& work, const Place& place) {
   Publication publication(place.parent);
   FolderSink sink(publication);
   work.writeInto(sink);
-  // By what the folder is, whatever name it has for now.
-  work.tell(*openFolderCopy("/proc/self/fd/" + std::to_string(publication.content().get()) + "/."));
+  work.tell(openFolderCopy("/proc/self/fd/" + std::to_string(publication.content().get()) + "/.").get());
   publication.publish(place.name);
 }
 
@@ -126,12 +126,9 @@ void makeFolder(Work& work, const Place& place) {
 void makeArchive(Work& work, const Place& place, Shape shape) {
   Publication publication(place.parent);
   const Descriptor file = openBeneath(publication.content(), ARCHIVE, O_RDWR | O_CREAT | O_EXCL, 0666);
-  {
-    ArchiveSink sink(file, shape);
-    work.writeInto(sink);
-  }
-  Descriptor again(check(::fcntl(file.get(), F_DUPFD_CLOEXEC, 0)));
-  work.tell(*openArchiveCopy(std::move(again), place.path()));
+  ArchiveSink sink(file, shape);
+  work.writeInto(sink);
+  work.tell(openArchiveCopy(Descriptor(check(::fcntl(file.get(), F_DUPFD_CLOEXEC, 0))), place.path()).get());
   publication.publishFile(ARCHIVE, place.name);
 }
 
@@ -174,7 +171,7 @@ HandedOut handOutTo(const Descriptor& stream, const WorkingCopy& copy, const Han
     attempt(errors::COPY_FAILED, "cannot write to", "-", [&] {
       ArchiveSink sink(stream, options.shape, options.hashesStream);
       work.writeInto(sink);
-      work.tell(*sink.content());
+      work.tell(options.hashesStream ? sink.content().get() : nullptr);
     });
     return work.result();
   } catch (const Error& error) {

@@ -41,15 +41,16 @@ struct HandedOut {
 struct HandOutOptions {
   Shape shape = Shape::folder;
   bool isPlain = false;       // without a store of its own: the copy is no project then
-  bool hashesStream = false;  // files are hashed as they are written, for beforePublication (handOutTo)
+  bool hashesStream = false;  // files are hashed as they are written into a stream (handOutTo)
   // ENTRY_CHANGED: a file that changes after it was listed is shared as it is read. NESTED_PROJECT: a file is shared
   // that by its first bytes is a store, a receipt or an export.
   Allowances allowed;
   // Called often. What it throws stops the hand-out.
   std::function<void(const Progress&)> onProgress;
-  // Called with what was written, whole and durable, and with all that is to be told of it, before it gets its name.
-  // What it throws stops the hand-out.
-  std::function<void(CopyContent& written, const HandedOut&)> beforePublication;
+  // Called with what was written, whole and durable, and with all that is to be told of it, before it gets its name. Of
+  // what went into a stream, nothing can be read again: null, or its digests where they were asked for. What it throws
+  // stops the hand-out.
+  std::function<void(CopyContent* written, const HandedOut&)> beforePublication;
 };
 
 // Refuses what can be no destination of this project, before any work is done, and gives its place. Errors:
@@ -71,8 +72,8 @@ HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOpti
 void checkStream(const WorkingCopy& copy, const Descriptor& stream);
 
 // Likewise into what is open, such as a pipe. What was written when it fails cannot be taken back; it has no end then,
-// by which it is known. As it cannot be read again, beforePublication is given what was written into it, with the
-// digests of files where they were asked for, once. `options.shape` is no folder.
+// by which it is known. The stream is what beforePublication is called with, when all is written. `options.shape` is no
+// folder.
 HandedOut handOutTo(const Descriptor& stream, const WorkingCopy& copy, const HandOutOptions& options);
 
 }  // namespace folder_host

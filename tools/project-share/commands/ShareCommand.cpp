@@ -33,25 +33,6 @@ using folder_host::WorkingCopy;
 
 namespace {
 
-bool isStream(const ShareWords& words) { return words.destination == "-"; }
-
-folder_host::Shape shapeOf(const ShareWords& words) {
-  return isStream(words) ? folder_host::Shape::tar : folder_host::shapeOf(words.destination);
-}
-
-Descriptor standardOutput() {
-  return folder_host::attempt(folder_host::errors::DESTINATION_UNUSABLE, "cannot use", "standard output", [] {
-    return Descriptor(folder_host::check(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)));
-  });
-}
-
-// No place: standard output.
-std::optional<folder_host::Place> destinationOf(const WorkingCopy& copy, const ShareWords& words) {
-  if (!isStream(words)) return folder_host::checkDestination(copy, words.destination);
-  folder_host::checkStream(copy, standardOutput());
-  return std::nullopt;
-}
-
 using Digests = std::map<std::string, std::string>;
 
 // What was written and not what was read, which would not tell a copy that was written wrong: it is read once more,
@@ -76,6 +57,25 @@ Digests digestsOf(folder_host::CopyContent& written, const folder_host::HandedOu
   return digests;
 }
 
+bool isStream(const ShareWords& words) { return words.destination == "-"; }
+
+folder_host::Shape shapeOf(const ShareWords& words) {
+  return isStream(words) ? folder_host::Shape::tar : folder_host::shapeOf(words.destination);
+}
+
+Descriptor standardOutput() {
+  return folder_host::attempt(folder_host::errors::DESTINATION_UNUSABLE, "cannot use", "standard output", [] {
+    return Descriptor(folder_host::check(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)));
+  });
+}
+
+// No place: standard output.
+std::optional<folder_host::Place> destinationOf(const WorkingCopy& copy, const ShareWords& words) {
+  if (!isStream(words)) return folder_host::checkDestination(copy, words.destination);
+  folder_host::checkStream(copy, standardOutput());
+  return std::nullopt;
+}
+
 folder_host::HandedOut handOut(ReceiptSource& source, const std::optional<folder_host::Place>& place,
                                const ShareWords& words, std::optional<Receipt>& receipt,
                                const Interruption& interruption) {
@@ -91,19 +91,21 @@ folder_host::HandedOut handOut(ReceiptSource& source, const std::optional<folder
     interruption.check();
     copied.show(progress);
   };
-  options.beforePublication = [&](folder_host::CopyContent& written, const folder_host::HandedOut& result) {
+  options.beforePublication = [&](folder_host::CopyContent* written, const folder_host::HandedOut& result) {
     interruption.check();
     if (!receipt) return;
-    const Digests digests = digestsOf(written, result, interruption);
+    const Digests digests = digestsOf(*written, result, interruption);
+    const std::string& from = source.judgement.copy->scopePath();
+    const std::size_t below = from.empty() ? 0 : from.size() + 1;
     for (const auto* entry : source.judgement.shared) {
-      const auto found = digests.find(entry->path);
+      const auto found = digests.find(entry->path.substr(below));
       source.digests.push_back(found == digests.end() ? std::string() : found->second);
     }
     source.handedOut = &result;
-    ReceiptHead head = headOf(source, {});
+    ReceiptHead head = headOf(source, from);
     head.destination = place ? place->path() : words.destination;
-    head.shape = folder_host::wordOf(shapeOf(words));
-    head.isPlain = words.isPlain;
+    head.shape = folder_host::wordOf(options.shape);
+    head.isPlain = options.isPlain;
     head.hasContent = true;
     writeReceipt(head, source, [&](std::string_view text) { receipt->put(text); });
     receipt->finish();

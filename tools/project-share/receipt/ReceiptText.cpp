@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "folder_host/share/read/CopyContent.h"
+#include "judgement/Digest.h"
 #include "output/Json.h"
 #include "output/Report.h"
 #include "project/sharing/profiles/ExportProfileTransformation.h"
@@ -212,7 +213,7 @@ ReceiptHead headOf(const ReceiptSource& source, const std::string& from) {
   head.from = from;
   head.shape = "folder";
   head.hasContent = !source.digests.empty();
-  head.judgement = std::string(64, '0');
+  head.judgement = digestOf(judgement, source.allowed);
   head.copy = copyDigestOf(source, from.empty() ? 0 : from.size() + 1);
   return head;
 }
