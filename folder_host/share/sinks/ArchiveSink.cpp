@@ -18,7 +18,7 @@ namespace folder_host {
 
 namespace {
 
-constexpr std::size_t BUFFER = std::size_t{1} << 18U;
+constexpr std::size_t READ_AHEAD = std::size_t{1} << 18U;
 
 bool isBefore(const timespec& one, const timespec& other) {
   return one.tv_sec != other.tv_sec ? one.tv_sec < other.tv_sec : one.tv_nsec < other.tv_nsec;
@@ -86,14 +86,15 @@ class ArchiveSink::Surroundings {
 
 class ArchiveSink::Writer final : public Sink::Writer {
  public:
-  explicit Writer(ArchiveSink& sink) : sink_(sink), buffer_(BUFFER) {}
+  explicit Writer(ArchiveSink& sink) : sink_(sink), buffer_(READ_AHEAD) {}
 
   // What fits into the buffer is read before its head is written: then its size is what was read.
   void addFile(const OpenEntry& file, const Told& told) override {
     const std::string& path = file.entry.path;
     const auto listed = static_cast<std::uint64_t>(file.status.st_size);
     const bool toItsEnd = listed == 0 || file.mayChange;
-    const std::size_t wanted = toItsEnd ? BUFFER : static_cast<std::size_t>(std::min<std::uint64_t>(listed, BUFFER));
+    const std::size_t wanted =
+        toItsEnd ? READ_AHEAD : static_cast<std::size_t>(std::min<std::uint64_t>(listed, READ_AHEAD));
     const std::size_t read = readUpTo(file, buffer_.data(), wanted);
     if (read < wanted && !toItsEnd) throw changed(path);
     const std::uint64_t size = read < wanted ? read : sizeOf(file, listed, toItsEnd);
@@ -131,7 +132,7 @@ class ArchiveSink::Writer final : public Sink::Writer {
 
   void putRest(const OpenEntry& file, std::uint64_t size, const Told& told) {
     while (size > 0) {
-      const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size, BUFFER));
+      const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size, READ_AHEAD));
       const std::size_t read = readUpTo(file, buffer_.data(), wanted);
       if (read < wanted) throw file.mayChange ? cut(file.entry.path) : changed(file.entry.path);
       sink_.putData(buffer_.data(), read, file.entry.path);
@@ -168,7 +169,7 @@ ArchiveSink::ArchiveSink(const Descriptor& file, Shape shape, bool notes)
     check(::archive_write_set_filter_option(to, "gzip", "timestamp", nullptr), "");
   }
   if (shape == Shape::tarZst) check(::archive_write_add_filter_zstd(to), "");
-  check(::archive_write_set_bytes_per_block(to, static_cast<int>(BUFFER)), "");
+  check(::archive_write_set_bytes_per_block(to, static_cast<int>(READ_AHEAD)), "");
   check(::archive_write_set_bytes_in_last_block(to, 1), "");
   const auto write = [](archive*, void* sink, const void* bytes, std::size_t size) -> la_ssize_t {
     auto& self = *static_cast<ArchiveSink*>(sink);
