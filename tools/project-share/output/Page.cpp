@@ -107,6 +107,7 @@ class Page {
     findings("What speaks against it", content_.refused, "Nothing that was looked for.");
     findings("What speaks against it and is allowed", content_.allowed);
     findings("What is worth knowing", content_.notes);
+    changes();
     skipped();
     numbers();
     labels();
@@ -156,6 +157,18 @@ class Page {
       put_(fmt::format("<li><strong>{}</strong>: {}</li>\n", escaped(risk.identifier), isolated(messageOf(risk))));
     }
     put_("</ul>\n");
+  }
+
+  void changes() {
+    if (content_.changes.text.empty()) return;
+    heading("What has changed");
+    put_(fmt::format("<p>{}</p>\n", isolated(content_.changes.text)));
+    for (const auto& [title, paths] : content_.changes.lists) {
+      if (paths.empty()) continue;
+      put_(fmt::format("<details open><summary>{}: {}</summary><ul>\n", escaped(title), paths.size()));
+      for (const std::string& path : paths) put_(fmt::format("<li>{}</li>\n", isolated(freeName(path))));
+      put_("</ul></details>\n");
+    }
   }
 
   void skipped() {
