@@ -46,9 +46,9 @@ inline constexpr RiskKind LEFTOVER{
 inline constexpr RiskKind SAME_CONTENT{
     "same-content", Level::risk,
     "a file has the content of one that a drop-files filter holds back, or is the same file (a hard link)"};
-inline constexpr RiskKind NESTED_PROJECT{
-    folder_host::errors::NESTED_PROJECT, Level::risk,
-    "another project, or a project's store, a receipt or an export under any name, lies in what would be shared"};
+inline constexpr RiskKind NESTED_PROJECT{folder_host::errors::NESTED_PROJECT, Level::risk,
+                                         "another project, or a project's store, a receipt, a page or an export under "
+                                         "any name, lies in what would be shared"};
 inline constexpr RiskKind LABEL_LEAVES{"label-leaves", Level::risk,
                                        "a label by which a drop-files filter holds files back leaves, with its name"};
 inline constexpr RiskKind LABEL_PROTECTED{"label-protected", Level::risk,

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "folder_host/files/Digest.h"
+#include "folder_host/share/read/FirstBytes.h"
 #include "folder_host/text/Printable.h"
 #include "output/EntryReport.h"
 #include "output/Json.h"
@@ -123,8 +124,8 @@ class Page {
                                base64(*bytesOf(folder_host::sha256Of(std::string_view(STYLE)))) + "'";
     const std::string title = fmt::format("What a share by profile {} would hand out", inQuotes(judgement_.name));
     const std::size_t shared = judgement_.shared.size();
-    put_(fmt::format(R"(<!doctype html>
-<html lang="en">
+    put_(folder_host::PAGE_HEAD);
+    put_(fmt::format(R"(<html lang="en">
 <head>
 <meta charset="utf-8">
 <meta http-equiv="Content-Security-Policy" content="{}">
