@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 #include "folder_host/Error.h"
 #include "folder_host/files/Publication.h"
@@ -18,49 +19,148 @@ Place checkDestination(const WorkingCopy& copy, const std::string& destination) 
       throw Error(errors::DESTINATION_IN_PROJECT,
                   inQuotes(destination) + " lies in the project itself; choose a folder outside of it");
     }
-    if (isTaken(place))
+    if (!isTaken(place)) return;
+    place.mayGiveWay = givesWay(place);
+    if (!place.mayGiveWay) {
       throw Error(errors::DESTINATION_EXISTS,
-                  inQuotes(destination) + " is already there, and nothing is ever replaced; choose another name");
+                  inQuotes(destination) +
+                      " is already there, and of what is there only an empty folder of your own gives "
+                      "way; choose another name");
+    }
   });
   return place;
 }
+
+namespace {
+
+bool isUntouched(const EarlierCopy& earlier, const std::string& digest) {
+  try {
+    return digestOf(stateOf(earlier.folder)) == digest;
+  } catch (const std::system_error&) {
+    return false;
+  }
+}
+
+// One hand-out, from the first look at its place to the last.
+class Handing {
+ public:
+  Handing(const WorkingCopy& copy, const Place& place, const HandOutOptions& options)
+      : copy_(copy),
+        place_(place),
+        options_(options),
+        entries_(copy.entries()),
+        takeover_(options.keepsEarlier ? nullptr : options.earlier, notesOf(place, options), options.comparesContent,
+                  copy.listing().begun) {}
+
+  HandedOut run() {
+    count();
+    // What an earlier process left lies here, and may be as large as the copy: it is removed before room is needed.
+    result_.keptBefore = Publication::removeAbandoned(place_.parent);
+    Publication publication(place_.parent);
+    const bool atOnce = options_.earlier == nullptr || publication.exchangesAtOnce();
+    if (!atOnce && options_.beforeTwoSteps) options_.beforeTwoSteps();
+    write(publication);
+    if (options_.beforePublication) options_.beforePublication(publication.content());
+    if (options_.earlier != nullptr) {
+      replace(publication, atOnce);
+    } else {
+      place_.mayGiveWay ? publication.publishOverEmpty(place_.name) : publication.publish(place_.name);
+    }
+    if (!result_.isTakenBack) keepNotes();
+    return std::move(result_);
+  }
+
+ private:
+  static CopyNotes notesOf(const Place& place, const HandOutOptions& options) {
+    const bool reads = options.earlier != nullptr && !options.keepsEarlier && options.storeFolder != nullptr;
+    return reads ? readCopyNotes(*options.storeFolder, place.path()) : CopyNotes{};
+  }
+
+  void count() {
+    progress_.allEntries = entries_.size();
+    for (const Entry* entry : entries_) {
+      progress_.allBytes += entry->size;
+      ++(entry->kind == EntryKind::file   ? result_.files
+         : entry->kind == EntryKind::link ? result_.links
+                                          : result_.folders);
+    }
+  }
+
+  void write(const Publication& publication) {
+    const bool notes = options_.storeFolder != nullptr || takeover_.takes();
+    FolderSink sink(publication, notes ? &takeover_ : nullptr);
+    const Source source(copy_.root(), options_.allowed);
+    // Another folder under the project's name may hold what this one was to hold back.
+    if (!(source.id == copy_.listing().root)) throw changed(copy_.root());
+    result_.changed = copyTree(source, entries_, sink, [&](std::size_t copied, std::uint64_t bytes) {
+      progress_.entries = copied;
+      progress_.bytes = bytes;
+      if (options_.onProgress) options_.onProgress(progress_);
+    });
+    sink.addStore(copy_.storeOfWhatIsShared());
+    sink.finish();
+    for (const std::string& path : result_.changed) takeover_.forget(path);
+    result_.bytes = progress_.bytes;
+    result_.takenOver = takeover_.count();
+  }
+
+  // After the exchange nothing fails any more: the new copy is there. The earlier one is looked at once more, since up
+  // to then somebody may have written to it. A file of its that was taken over would be a file of both: then all is as
+  // before.
+  void replace(Publication& publication, bool atOnce) {
+    const EarlierCopy& earlier = *options_.earlier;
+    const std::string digest = digestOf(takeover_.takes() ? takeover_.expected() : earlier.seen);
+    publication.exchange(place_.name, idOf(statusOf(earlier.folder)), digest, atOnce);
+    const bool untouched = isUntouched(earlier, digest);
+    if (!untouched && takeover_.count() > 0) {
+      publication.giveBack();
+      result_.isTakenBack = true;
+      return;
+    }
+    result_.kept = publication.earlierName();
+    try {
+      if (!untouched || options_.keepsEarlier) {
+        result_.kept = publication.keepEarlier();
+        return;
+      }
+      publication.giveUpEarlier(earlier.folder);
+      result_.kept.clear();  // whoever comes next removes what cannot be removed now
+      takeover_.release(publication.content());
+      publication.removeEarlier(earlier.folder);
+    } catch (const std::system_error&) {  // where it is, is told
+    }
+  }
+
+  // A note that is lost costs a copy.
+  void keepNotes() {
+    try {
+      if (options_.storeFolder != nullptr) writeCopyNotes(*options_.storeFolder, place_.path(), takeover_.notes());
+    } catch (const std::system_error&) {
+    }
+  }
+
+  const WorkingCopy& copy_;
+  const Place& place_;
+  const HandOutOptions& options_;
+  const std::vector<const Entry*> entries_;
+  Takeover takeover_;
+  Progress progress_;
+  HandedOut result_;
+};
+
+}  // namespace
 
 // The order is what makes the promise: everything is in the private folder, durable, and noted in the receipt before
 // the one rename that gives the copy its name. Whatever fails or is killed before that leaves nothing but the private
 // folder, which is removed here, or by the next hand-out beside it.
 HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOptions& options) {
-  const std::vector<const Entry*> entries = copy.entries();
-  HandedOut result;
-  Progress progress;
-  progress.allEntries = entries.size();
-  for (const Entry* entry : entries) {
-    progress.allBytes += entry->size;
-    ++(entry->kind == EntryKind::file ? result.files : entry->kind == EntryKind::link ? result.links : result.folders);
-  }
   try {
-    // What an earlier process left lies here, and may be as large as the copy: it is removed before room is needed.
-    Publication::removeAbandoned(place.parent);
-    Publication publication(place.parent);
-    FolderSink sink(publication);
-    const Source source(copy.root(), options.allowed);
-    // Another folder under the project's name may hold what this one was to hold back.
-    if (!(source.id == copy.listing().root)) throw changed(copy.root());
-    result.changed = copyTree(source, entries, sink, [&](std::size_t copied, std::uint64_t bytes) {
-      progress.entries = copied;
-      progress.bytes = bytes;
-      if (options.onProgress) options.onProgress(progress);
-    });
-    sink.addStore(copy.storeOfWhatIsShared());
-    sink.finish();
-    if (options.beforePublication) options.beforePublication(publication.content());
-    publication.publish(place.name);
+    return Handing(copy, place, options).run();
   } catch (const std::system_error& error) {
     const int code = error.code().value();
     throw systemFailure(code == EEXIST ? errors::DESTINATION_EXISTS : errors::COPY_FAILED, "cannot make", place.path(),
                         code);
   }
-  result.bytes = progress.bytes;
-  return result;
 }
 
 }  // namespace folder_host
