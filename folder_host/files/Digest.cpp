@@ -24,26 +24,27 @@ void require(int succeeded) {
   if (succeeded != 1) throw std::bad_alloc();  // nothing else can fail here
 }
 
-class Sha256 {
- public:
-  Sha256() : context_(EVP_MD_CTX_new()) {
-    require(context_ ? EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr) : 0);
-  }
+}  // namespace
 
-  void add(std::string_view bytes) { require(EVP_DigestUpdate(context_.get(), bytes.data(), bytes.size())); }
-
-  std::string finish() {
-    std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
-    unsigned size = 0;
-    require(EVP_DigestFinal_ex(context_.get(), digest.data(), &size));
-    return hexOf({reinterpret_cast<const char*>(digest.data()), size});
-  }
-
- private:
-  std::unique_ptr<EVP_MD_CTX, FreeContext> context_;
+struct Sha256::Context {
+  std::unique_ptr<EVP_MD_CTX, FreeContext> of;
 };
 
-}  // namespace
+Sha256::Sha256() : context_(std::make_unique<Context>()) {
+  context_->of.reset(EVP_MD_CTX_new());
+  require(context_->of ? EVP_DigestInit_ex(context_->of.get(), EVP_sha256(), nullptr) : 0);
+}
+
+Sha256::~Sha256() = default;
+
+void Sha256::add(std::string_view bytes) { require(EVP_DigestUpdate(context_->of.get(), bytes.data(), bytes.size())); }
+
+std::string Sha256::finish() {
+  std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+  unsigned size = 0;
+  require(EVP_DigestFinal_ex(context_->of.get(), digest.data(), &size));
+  return hexOf({reinterpret_cast<const char*>(digest.data()), size});
+}
 
 std::string sha256Of(const Descriptor& file, const std::function<void(std::uint64_t)>& onBytes, std::uint64_t most) {
   Sha256 digest;

@@ -2,12 +2,30 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "folder_host/files/Descriptor.h"
 
 namespace folder_host {
+
+// A SHA-256 of bytes that come in parts.
+class Sha256 {
+ public:
+  Sha256();
+  ~Sha256();
+  Sha256(const Sha256&) = delete;
+  Sha256& operator=(const Sha256&) = delete;
+
+  void add(std::string_view bytes);
+  // In hexadecimal digits; nothing may be added any more.
+  std::string finish();
+
+ private:
+  struct Context;
+  std::unique_ptr<Context> context_;
+};
 
 // The SHA-256, in hexadecimal digits, of a file that is open for reading and stands at its beginning: of its first
 // `most` bytes, or of all where there are fewer. `onBytes` is told the number of bytes of each read; what it throws

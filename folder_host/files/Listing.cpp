@@ -109,6 +109,7 @@ class Walk {
   void add(const Descriptor& opened, Entry entry, const std::string& name, const struct statx& status) {
     entry.changed = timeOf(status.stx_ctime);
     entry.modified = timeOf(status.stx_mtime);
+    entry.mode = status.stx_mode & 07777U;
     if ((status.stx_mask & STATX_BTIME) != 0) entry.born = timeOf(status.stx_btime);
     if (S_ISDIR(status.stx_mode)) {
       entry.kind = EntryKind::folder;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <ctime>
 #include <map>
@@ -30,6 +32,7 @@ struct Entry {
   timespec changed = {};   // when its content or its status was last changed
   timespec modified = {};  // when its content was last changed, as far as its times were not set
   timespec born = {};      // when it came to be; zero where the file system does not say
+  mode_t mode = 0;         // who may do what with it: the bits of chmod(2)
 };
 
 // The order of a tree: a folder before what lies in it, and that before the folder's next neighbour.

@@ -89,17 +89,21 @@ class Handing {
   void write(const Publication& publication) {
     const bool notes = options_.storeFolder != nullptr || takeover_.takes();
     FolderSink sink(publication, notes ? &takeover_ : nullptr);
-    const Source source(copy_.root(), options_.allowed);
+    const Source source(copy_.root(), options_.allowed, copy_.scopePath());
     // Another folder under the project's name may hold what this one was to hold back.
     if (!(source.id == copy_.listing().root)) throw changed(copy_.root());
-    result_.changed = copyTree(source, entries_, sink, [&](std::size_t copied, std::uint64_t bytes) {
-      progress_.entries = copied;
-      progress_.bytes = bytes;
-      if (options_.onProgress) options_.onProgress(progress_);
-    });
+    const Entry top{{}, EntryKind::folder, {}};
+    const bool isWhole = copy_.scope() == EntryTable::ROOT;
+    result_.changed = copyTree(source, isWhole ? top : copy_.table()[copy_.scope()], entries_, sink,
+                               [&](std::size_t copied, std::uint64_t bytes) {
+                                 progress_.entries = copied;
+                                 progress_.bytes = bytes;
+                                 if (options_.onProgress) options_.onProgress(progress_);
+                               });
     sink.addStore(copy_.storeOfWhatIsShared());
     sink.finish();
-    for (const std::string& path : result_.changed) takeover_.forget(path);
+    for (const std::string& path : result_.changed)
+      takeover_.forget(isWhole ? path : path.substr(copy_.scopePath().size() + 1));
     result_.bytes = progress_.bytes;
     result_.takenOver = takeover_.count();
   }

@@ -70,9 +70,9 @@ Place checkDestination(const WorkingCopy& copy, const std::string& destination);
 // interrupts it; before, it is free, an empty folder that gives way, or the earlier copy of the options. What killed
 // processes left beside it is cleaned up. It knows no rule: what is shared, and whether anything speaks against it, has
 // been judged (strip, risksAmong, Traces, Twins). It reads what is shared from the project's folder and nothing else,
-// and refuses what is no longer what was listed. The copy opens as a project of its own. Errors: DESTINATION_EXISTS
-// (taken meanwhile, or the earlier copy is not there any more), those of EntryReader, COPY_FAILED, and what the
-// functions of the options throw.
+// and refuses what is no longer what was listed. The copy is that of the scope, and opens as a project of its own.
+// Errors: DESTINATION_EXISTS (taken meanwhile, or the earlier copy is not there any more), those of EntryReader,
+// COPY_FAILED, and what the functions of the options throw.
 HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOptions& options = {});
 
 }  // namespace folder_host

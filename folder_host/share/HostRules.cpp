@@ -34,7 +34,8 @@ class Links {
     Indices passed;
   };
 
-  Links(const EntryTable& entries, const Selection& heldBack) : entries_(entries), heldBack_(heldBack) {}
+  Links(const EntryTable& entries, const Selection& heldBack, std::size_t top)
+      : entries_(entries), heldBack_(heldBack), top_(top) {}
 
   const Way& follow(std::size_t link) {
     if (ways_.count(link) == 0) walk(link);
@@ -90,7 +91,8 @@ class Links {
     const std::string_view name = walk.rest.substr(0, separator);
     std::size_t& at = walk.way.end;
     const bool inFolder = at == EntryTable::ROOT || entries_[at].kind == EntryKind::folder;
-    if (!inFolder || (name == ".." && at == EntryTable::ROOT)) return lost(walk);
+    // Above the top, the copy lies in a folder of any name: a link that leads out and in again leads nowhere there.
+    if (!inFolder || (name == ".." && at == top_)) return lost(walk);
     if (name == "..") {
       at = entries_.parentOf(at);
     } else if (!name.empty() && name != ".") {
@@ -123,6 +125,7 @@ class Links {
 
   const EntryTable& entries_;
   const std::vector<bool>& heldBack_;
+  const std::size_t top_;
   std::unordered_map<std::size_t, Way> ways_;  // by the link
   std::vector<Walk> walks_;                    // each was met on the way of the one before
 };
@@ -131,8 +134,8 @@ class Links {
 // removal is followed up until there is no other, in a time that grows with the entries and the links' ways.
 class Removal {
  public:
-  Removal(const EntryTable& entries, Selection& heldBack)
-      : entries_(entries), heldBack_(heldBack), held_(entries.size()), shared_(entries.size()) {}
+  Removal(const EntryTable& entries, Selection& heldBack, std::size_t top)
+      : entries_(entries), heldBack_(heldBack), top_(top), held_(entries.size()), shared_(entries.size()) {}
 
   HostRemovals run() {
     countChildren();
@@ -153,7 +156,7 @@ class Removal {
   }
 
   void removeLinks() {
-    Links links(entries_, heldBack_);
+    Links links(entries_, heldBack_, top_);
     for (std::size_t i = 0; i < entries_.size(); ++i) {
       if (heldBack_[i] || entries_[i].kind != EntryKind::link) continue;
       const Links::Way& way = links.follow(i);
@@ -199,6 +202,7 @@ class Removal {
 
   const EntryTable& entries_;
   std::vector<bool>& heldBack_;
+  const std::size_t top_;
   std::vector<bool> held_;                                      // folders with anything in them in the listing
   std::vector<std::size_t> shared_;                             // how many entries of a folder are shared
   std::vector<std::pair<std::size_t, std::size_t>> linksOver_;  // an entry, and a link whose way leads over it; sorted
@@ -207,8 +211,8 @@ class Removal {
 
 }  // namespace
 
-HostRemovals holdBackByHostRules(const EntryTable& entries, Selection& heldBack) {
-  return Removal(entries, heldBack).run();
+HostRemovals holdBackByHostRules(const EntryTable& entries, Selection& heldBack, std::size_t top) {
+  return Removal(entries, heldBack, top).run();
 }
 
 }  // namespace folder_host

@@ -14,7 +14,8 @@ struct HostRemovals {
 };
 
 // Of a project of which `heldBack` is held back already, marks there what the host does not hand out either: see
-// WorkingCopy::applyHostRules. Of a folder that is marked before, all that lies in it is.
-HostRemovals holdBackByHostRules(const EntryTable& entries, Selection& heldBack);
+// WorkingCopy::applyHostRules. Of a folder that is marked before, all that lies in it is; but what lies in `top`, which
+// becomes the copy's own folder, may be shared when that is marked. Nothing outside of `top` is shared.
+HostRemovals holdBackByHostRules(const EntryTable& entries, Selection& heldBack, std::size_t top = EntryTable::ROOT);
 
 }  // namespace folder_host

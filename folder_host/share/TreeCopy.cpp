@@ -43,9 +43,8 @@ class WithoutSignals {
 };
 
 // All of them before any file, so that whatever thread copies a file finds its folder.
-void copyFolders(const Source& source, CopyQueue& queue, Sink& sink, const Tell& tell) {
+void copyFolders(const Source& source, const Entry& top, CopyQueue& queue, Sink& sink, const Tell& tell) {
   EntryReader reader(source);
-  const Entry top{{}, EntryKind::folder, {}};
   sink.addFolder(reader.openTop(top));
   for (std::size_t i = 0; queue.isWanted(i); ++i) {
     if (queue[i].kind != EntryKind::folder) continue;
@@ -99,8 +98,8 @@ std::future<void> startHelper(const Source& source, CopyQueue& queue, Sink& sink
 }  // namespace
 
 // What the caller throws is kept until no thread is at work any more.
-std::vector<std::string> copyTree(const Source& source, const std::vector<const Entry*>& entries, Sink& sink,
-                                  const CopyProgress& onProgress) {
+std::vector<std::string> copyTree(const Source& source, const Entry& top, const std::vector<const Entry*>& entries,
+                                  Sink& sink, const CopyProgress& onProgress) {
   CopyQueue queue(entries);
   std::exception_ptr thrown;
   const Tell tell = [&] {
@@ -111,7 +110,7 @@ std::vector<std::string> copyTree(const Source& source, const std::vector<const 
       queue.stop();
     }
   };
-  copyFolders(source, queue, sink, tell);
+  copyFolders(source, top, queue, sink, tell);
   // The second thread hides the waiting for the disk. For a small copy it would take longer to start than to help.
   const bool helps = sink.takesSeveralWriters() && isMuch(entries);
   std::future<void> helper = helps ? startHelper(source, queue, sink) : std::future<void>();

@@ -37,6 +37,7 @@ WorkingCopy::~WorkingCopy() = default;
 std::shared_ptr<WorkingCopy> WorkingCopy::clone() const {
   std::shared_ptr<WorkingCopy> copy(new WorkingCopy(root_, store_->memoryCopy(), table_, memory_));
   copy->heldBack_ = heldBack_;
+  copy->scope_ = scope_;
   copy->instead_ = instead_;
   copy->followed_ = followed_;
   if (store_->version() && effectiveOf_ == store_->version()) {
@@ -103,6 +104,28 @@ const Followed& WorkingCopy::followed() const {
   return *followed_;
 }
 
+const std::string& WorkingCopy::scopePath() const {
+  static const std::string ROOT_PATH;
+  return scope_ == EntryTable::ROOT ? ROOT_PATH : (*table_)[scope_].path;
+}
+
+// A folder stands before what lies in it.
+Selection WorkingCopy::inScope() const {
+  Selection inside(table_->size(), scope_ == EntryTable::ROOT);
+  if (scope_ == EntryTable::ROOT) return inside;
+  for (std::size_t i = 0; i < inside.size(); ++i) {
+    const std::size_t parent = table_->parentOf(i);
+    inside[i] = parent == scope_ || (parent != EntryTable::ROOT && inside[parent]);
+  }
+  return inside;
+}
+
+HostRemovals WorkingCopy::narrowToScope() {
+  const Selection inside = inScope();
+  for (std::size_t i = 0; i < heldBack_.size(); ++i) heldBack_[i] = heldBack_[i] || !inside[i];
+  return holdBackByHostRules(*table_, heldBack_, scope_);
+}
+
 void WorkingCopy::holdBack(const Selection& entries) {
   for (std::size_t i = 0; i < heldBack_.size(); ++i) heldBack_[i] = heldBack_[i] || entries[i];
 }
@@ -117,11 +140,12 @@ HostRemovals WorkingCopy::applyHostRules() { return holdBackByHostRules(*table_,
 // A mark on a missing path does not leave: the path is a name, and perhaps that of what was held back.
 std::vector<Attachment> WorkingCopy::attachmentsThatLeave() const {
   const EffectiveLabels& labels = effective();
+  const std::size_t above = scopePath().empty() ? 0 : scopePath().size() + 1;
   std::vector<Attachment> attachments;
   for (std::size_t i = 0; i < heldBack_.size(); ++i) {
     if (heldBack_[i]) continue;
     for (const std::size_t label : labels.of(i)) {
-      attachments.emplace_back((*table_)[i].path, labels.sources().labels()[label].uuid);
+      attachments.emplace_back((*table_)[i].path.substr(above), labels.sources().labels()[label].uuid);
     }
   }
   return attachments;

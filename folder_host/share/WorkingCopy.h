@@ -58,6 +58,17 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   const Followed& followed() const;
   const Memory& memory() const { return *memory_; }
 
+  // The folder whose content becomes the copy, by its index; EntryTable::ROOT, as at first, is the project's own. It is
+  // about what is handed out, and not about what is judged: a transformation sees the whole project.
+  std::size_t scope() const noexcept { return scope_; }
+  const std::string& scopePath() const;  // of the project's own: empty
+  void setScope(std::size_t folder) noexcept { scope_ = folder; }
+  // The entries that lie in it, at any depth.
+  Selection inScope() const;
+  // Holds back what does not lie in the scope, the folder itself included, and then what the host does not hand out of
+  // a copy that begins there: see applyHostRules.
+  HostRemovals narrowToScope();
+
   // Holds these entries back as well. Of a folder that is held back by it, all that lies in it is.
   void holdBack(const Selection& entries);
 
@@ -74,7 +85,8 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   std::map<std::u16string, std::size_t> labelsThatLeave() const;
 
   // The bytes of a handed-out copy's store: the labels that leave, with their categories and their attachments to the
-  // entries that are shared; no metadata. No byte of anything else is in them. Errors: STORE_FAILED.
+  // entries that are shared, by their paths in the scope; no metadata. No byte of anything else is in them. Errors:
+  // STORE_FAILED.
   std::string storeOfWhatIsShared() const;
 
  private:
@@ -99,6 +111,7 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   std::shared_ptr<Store> store_;
   std::shared_ptr<const EntryTable> table_;  // shared with clones
   Selection heldBack_;                       // by the table's indices
+  std::size_t scope_ = EntryTable::ROOT;
   std::shared_ptr<MetadataStore> metadata_;
   LabelStore labels_;
   std::shared_ptr<const Memory> memory_;  // shared with clones, and the next three

@@ -87,6 +87,34 @@ TEST(WorkingCopy, LinksAndEmptiedFoldersAreHeldBackByTheHostsRules) {
   }
 }
 
+TEST(WorkingCopy, OfAScopeWhatLiesInItIsSharedAndALinkThatLeadsOutOfItIsNot) {
+  const struct {
+    const char* title;
+    Names entries, removed, shared;
+  } rows[] = {
+      {"its neighbours by name", {"d-x", "d.x", "d/", "d/a", "dx"}, {}, {"d/a"}},
+      {"links within it",
+       {"d/", "d/a", "d/e/", "d/e/l>../a", "d/m>e/l", "d/n>."},
+       {},
+       {"d/a", "d/e", "d/e/l", "d/m", "d/n"}},
+      {"links out of it, and in again",
+       {"a", "d/", "d/b", "d/l>../a", "d/m>../d/b", "d/n>o", "d/o>..", "l>d/b"},
+       {},
+       {"d/b"}},
+      {"a folder emptied by such a link", {"a", "d/", "d/b", "d/e/", "d/e/l>../../a"}, {}, {"d/b"}},
+      {"itself held back", {"d/", "d/a"}, {"d", "d/a"}, {}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.title);
+    const auto copy = copyOf(row.entries);
+    copy->getFileManager().removeFiles(at(*copy, row.removed));
+    copy->applyHostRules();
+    copy->setScope(copy->table().find("d").value());
+    copy->narrowToScope();
+    EXPECT_EQ(namesOf(copy->entries()), row.shared);
+  }
+}
+
 TEST(Risks, LabelsOnMissingPathsAreFoundInTheOrderOfATree) {
   const auto copy = copyOf({"b"});
   LabelStore& labels = copy->getLabelManager();

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -45,6 +46,7 @@ struct Words {
   std::vector<std::string> shared;  // the profile, if any, and the destination
   std::vector<std::string> allowed;
   std::vector<std::string> forbidden;
+  std::optional<std::string> from;
   std::string receipt;
   std::int64_t number = 0;
   std::string file = "-";
@@ -381,7 +383,7 @@ GateWords gateWordsOf(const Words& words) {
   for (const std::string& word : words.forbidden) {
     if (word != "unlabelled") throw CLI::ParseError("--forbid takes unlabelled", WRONG_USAGE);
   }
-  return {allowedBy(words.allowed), words.strict, !words.forbidden.empty()};
+  return {allowedBy(words.allowed), words.strict, !words.forbidden.empty(), words.from};
 }
 
 // A single word could be either, so they are counted here: with a profile there are two, without one there is DEST
@@ -435,6 +437,14 @@ void addHistoryCommands(CLI::App& app, Words& words) {
   undo->callback([&] { undoEdit(words.number); });
 }
 
+void addFrom(CLI::App* command, Words& words) {
+  command
+      ->add_option_function<std::string>(
+          "--from", [&words](const std::string& marked) { words.from = unmarked(marked); },
+          "Hand out what lies in this folder of the project alone, as the whole copy")
+      ->type_name("FOLDER");
+}
+
 void addPreviewCommands(CLI::App& app, Words& words) {
   CLI::App* preview =
       addCommand(&app, "preview", "Show as a tree what a share would hand out, and what it would hold back and why",
@@ -447,13 +457,14 @@ void addPreviewCommands(CLI::App& app, Words& words) {
   addNumber(preview, "--depth", words.depth,
             "Show so many levels, and of folders at the last one what lies in them, counted")
       ->type_name("N");
+  addFrom(preview, words);
   preview->callback([&words, preview] {
     const auto& all = viewWords();
     const bool isKnown = std::find(all.begin(), all.end(), words.only) != all.end();
     if (preview->count("--only") > 0 && !isKnown) {
       throw CLI::ParseError(fmt::format("--only takes {}", fmt::join(all, ", ")), WRONG_USAGE);
     }
-    previewProfile(words.profile, {words.paths, words.only, static_cast<std::size_t>(words.depth)});
+    previewProfile(words.profile, {words.paths, words.only, static_cast<std::size_t>(words.depth)}, gateWordsOf(words));
   });
 
   CLI::App* why =
@@ -471,6 +482,7 @@ void addGateOptions(CLI::App* command, Words& words) {
       ->allow_extra_args(false)
       ->transform(unmarked)
       ->type_name("RISK[,RISK...]|RISK=PATH");
+  addFrom(command, words);
   command->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
   command->add_option("--forbid", words.forbidden, "Refuse where a file or link without a label would be shared")
       ->allow_extra_args(false)

@@ -24,6 +24,7 @@ inline constexpr const char* LABEL_NOT_ATTACHED = "label-not-attached";
 inline constexpr const char* LABEL_NOT_IN_FILTER = "label-not-in-filter";
 inline constexpr const char* LABEL_NOT_MISSING = "label-not-missing";
 inline constexpr const char* NOTHING_TO_UNDO = "nothing-to-undo";
+inline constexpr const char* PATH_NOT_A_FOLDER = "path-not-a-folder";
 inline constexpr const char* PATTERN_MALFORMED = "pattern-malformed";
 inline constexpr const char* RULE_NOT_FOUND = "rule-not-found";
 inline constexpr const char* FILTER_NOT_FOUND = "filter-not-found";

@@ -44,20 +44,23 @@ Error unreadable(const std::string& path, int code) {
   return systemFailure(errors::ENTRY_UNREADABLE, "cannot read", path, code);
 }
 
-Source::Source(const std::string& root, Allowances allowances)
+Source::Source(const std::string& root, Allowances allowances, std::string within)
     : folder(reading(root, [&] { return openFolder(root); })),
       id(idOf(reading(root, [&] { return statusOf(folder); }))),
-      allowed(std::move(allowances)) {
+      allowed(std::move(allowances)),
+      scope(std::move(within)) {
   struct stat status {};
   if (::fstatat(folder.get(), STORE_FILE, &status, AT_SYMLINK_NOFOLLOW) == 0) store = idOf(status);
 }
 
 OpenEntry EntryReader::openTop(const Entry& top) const {
-  return reading(".", [&]() -> OpenEntry {
-    Descriptor opened = openBeneath(source_.folder, ".", O_RDONLY | O_DIRECTORY);
+  const std::string path = top.path.empty() ? "." : top.path;
+  return reading(path, [&]() -> OpenEntry {
+    Descriptor opened = openBeneath(source_.folder, path, O_RDONLY | O_DIRECTORY);
     const struct stat status = statusOf(opened);
+    if (!top.path.empty()) requireListed(top, S_IFDIR, status);
     const mode_t permissions = permissionsOf(opened, status);
-    return {top, std::move(opened), status, permissions, false, false};
+    return {top, {}, std::move(opened), status, permissions, false, false};
   });
 }
 
@@ -68,11 +71,15 @@ OpenEntry EntryReader::open(const Entry& entry) {
       const struct stat status = statusOf(opened);
       requireListed(entry, S_IFDIR, status);
       const mode_t permissions = permissionsOf(opened, status);
-      return {entry, std::move(opened), status, permissions, false, false};
+      return {entry, pathInCopy(entry), std::move(opened), status, permissions, false, false};
     }
     enterFolderOf(entry);
     return entry.kind == EntryKind::link ? openLink(entry) : openFile(entry);
   });
+}
+
+std::string_view EntryReader::pathInCopy(const Entry& entry) const {
+  return std::string_view(entry.path).substr(source_.scope.empty() ? 0 : source_.scope.size() + 1);
 }
 
 // The folder stays open for the next entry, which mostly lies in it too. Within it a name leads nowhere else.
@@ -91,7 +98,7 @@ OpenEntry EntryReader::openLink(const Entry& link) const {
   requireListed(link, S_IFLNK, status);
   const bool hasChanged = !isUnchanged(link, status);
   if (readLink(opened, "") != link.target) throw changed(link.path);
-  return {link, std::move(opened), status, 0, hasChanged, false};
+  return {link, pathInCopy(link), std::move(opened), status, 0, hasChanged, false};
 }
 
 // Looked at before it is opened: opening a pipe or a device may hang or do something, and closing the store's file
@@ -115,7 +122,7 @@ OpenEntry EntryReader::openFile(const Entry& file) const {
                     "shared; hold it back by a label, or move it out of the project");
   }
   const mode_t permissions = permissionsOf(opened, status);
-  return {file, std::move(opened), status, permissions, hasChanged, mayHaveChanged(file)};
+  return {file, pathInCopy(file), std::move(opened), status, permissions, hasChanged, mayHaveChanged(file)};
 }
 
 bool EntryReader::mayHaveChanged(const Entry& entry) const {

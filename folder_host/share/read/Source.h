@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <string>
+#include <string_view>
 
 #include "folder_host/Error.h"
 #include "folder_host/files/Descriptor.h"
@@ -21,18 +22,21 @@ Error unreadable(const std::string& path, int code);
 
 // A project's folder, from which entries are read. Never changes: several readers may use it at once.
 struct Source {
-  // ENTRY_CHANGED and NESTED_PROJECT may be allowed, see EntryReader. Errors: ENTRY_CHANGED, ENTRY_UNREADABLE.
-  explicit Source(const std::string& root, Allowances allowances = {});
+  // What is read is handed out as what lies in the folder `within` the project: an entry's path; empty: the project's
+  // folder. ENTRY_CHANGED and NESTED_PROJECT may be allowed, see EntryReader. Errors: ENTRY_CHANGED, ENTRY_UNREADABLE.
+  explicit Source(const std::string& root, Allowances allowances = {}, std::string within = {});
 
   Descriptor folder;
   FileId id;     // of the folder
   FileId store;  // of the project's own store, which is never opened
   Allowances allowed;
+  std::string scope;
 };
 
 // An entry that is open, and was at that moment what was listed.
 struct OpenEntry {
-  const Entry& entry;  // outlives this object
+  const Entry& entry;     // outlives this object
+  std::string_view path;  // in the copy: that of the entry, from the source's scope on; empty for the scope itself
   Descriptor opened;   // a file's is open for reading and stands at its beginning
   struct stat status;
   mode_t permissions;  // that a copy gets (see Permissions.h); of a link, none
@@ -48,7 +52,8 @@ class EntryReader {
   // The source outlives the reader.
   explicit EntryReader(const Source& source) : source_(source) {}
 
-  // The project's folder itself, as `top`, an entry without a path.
+  // The folder that becomes the copy's own: the scope, as it was listed, or the project's folder, as an entry without a
+  // path. Errors: ENTRY_CHANGED, ENTRY_UNREADABLE.
   OpenEntry openTop(const Entry& top) const;
 
   // Refuses what is no longer what was listed: another file, folder or link under its name never leaves, for it may be
@@ -62,6 +67,7 @@ class EntryReader {
   bool isUnchanged(const OpenEntry& file) const;
 
  private:
+  std::string_view pathInCopy(const Entry& entry) const;
   void enterFolderOf(const Entry& entry);
   bool mayHaveChanged(const Entry& entry) const;
   bool isUnchanged(const Entry& entry, const struct stat& status) const;

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <optional>
-#include <utility>
+#include <string_view>
 
 namespace folder_host {
 
@@ -127,7 +127,7 @@ class FolderWriter final : public Sink::Writer {
 
   void addFile(const OpenEntry& file, const Sink::Told& told) override {
     const std::string& path = file.entry.path;
-    enterFolderOf(path);
+    enterFolderOf(file);
     if (taker_ && taker_->take(file, folder_, name_, told)) return;
     // Its owner's alone while it is written: what is half a copy is nobody else's, whatever the original allows.
     const int flags = O_WRONLY | O_CREAT | O_EXCL;
@@ -140,20 +140,22 @@ class FolderWriter final : public Sink::Writer {
 
   void addLink(const OpenEntry& link) override {
     const std::string& path = link.entry.path;
-    enterFolderOf(path);
+    enterFolderOf(link);
     checkWritten(::symlinkat(link.entry.target.c_str(), folder_.get(), name_.c_str()), path);
     const auto times = timesOf(link.status);
     checkWritten(::utimensat(folder_.get(), name_.c_str(), times.data(), AT_SYMLINK_NOFOLLOW), path);
   }
 
  private:
-  void enterFolderOf(const std::string& path) {
-    const std::size_t separator = path.rfind('/');
-    name_ = path.substr(separator + 1);  // npos + 1 is 0
-    std::string folder = separator == std::string::npos ? "." : path.substr(0, separator);
+  void enterFolderOf(const OpenEntry& entry) {
+    const std::size_t separator = entry.path.rfind('/');
+    name_ = entry.path.substr(separator + 1);  // npos + 1 is 0
+    const std::string_view folder = separator == std::string_view::npos ? "." : entry.path.substr(0, separator);
     if (folder == path_) return;
-    folder_ = writing(path, [&] { return openBeneath(target_, folder, O_PATH | O_DIRECTORY); });
-    path_ = std::move(folder);
+    path_.clear();
+    folder_ =
+        writing(entry.entry.path, [&] { return openBeneath(target_, std::string(folder), O_PATH | O_DIRECTORY); });
+    path_ = folder;
   }
 
   const Descriptor& target_;
@@ -169,9 +171,11 @@ class FolderWriter final : public Sink::Writer {
 
 // Each folder stays the owner's alone until all is written: its own mode may forbid what is still to be done in it.
 void FolderSink::addFolder(const OpenEntry& folder) {
-  const std::string& path = folder.entry.path;
-  if (!path.empty()) checkWritten(::mkdirat(publication_.content().get(), path.c_str(), 0700), path);
-  folders_.push_back({path.empty() ? "." : path, folder.permissions, timesOf(folder.status)});
+  const std::string path(folder.path.empty() ? "." : folder.path);
+  if (!folder.path.empty()) {
+    checkWritten(::mkdirat(publication_.content().get(), path.c_str(), 0700), folder.entry.path);
+  }
+  folders_.push_back({path, folder.permissions, timesOf(folder.status)});
 }
 
 std::unique_ptr<Sink::Writer> FolderSink::writer() {

@@ -76,10 +76,10 @@ bool holdTheSame(const Descriptor& a, const Descriptor& b, std::string& buffer, 
 bool Takeover::Taker::take(const OpenEntry& file, const Descriptor& folder, const std::string& name,
                            const Sink::Told& told) {
   if (!takeover_.takes() || file.hasChanged) return false;
-  const auto seen = takeover_.earlier_->seen.find(file.entry.path);
+  const auto seen = takeover_.earlier_->seen.find(std::string(file.path));
   if (seen == takeover_.earlier_->seen.end() || !isWanted(file, seen->second)) return false;
   try {
-    const std::string path = folderOf(file.entry.path);
+    const std::string path = folderOf(std::string(file.path));
     if (path != path_) {
       earlierFolder_ = openBeneath(takeover_.earlier_->folder, path.empty() ? "." : path, O_PATH | O_DIRECTORY);
       owner_ = stateIn(folder, "");
@@ -100,7 +100,7 @@ bool Takeover::Taker::isWanted(const OpenEntry& file, const EntryState& seen) co
   const bool looksSame = S_ISREG(seen.mode) && (seen.mode & 07777U) == file.permissions && seen.links == 1 &&
                          seen.stamp.size == file.entry.size && isSame(seen.stamp.modified, file.entry.modified);
   if (!looksSame || takeover_.comparesContent_) return looksSame;
-  const auto known = takeover_.known_.find(file.entry.path);
+  const auto known = takeover_.known_.find(std::string(file.path));
   return known != takeover_.known_.end() && known->second.source == stampOf(file.entry) &&
          known->second.copy == seen.stamp;
 }
@@ -131,9 +131,9 @@ void Takeover::note(const OpenEntry& file, const Descriptor& copy) { add(file, s
 
 void Takeover::add(const OpenEntry& file, const Stamp& copy, bool isTaken) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  if (isTaken) taken_.emplace(file.entry.path, copy);
+  if (isTaken) taken_.emplace(std::string(file.path), copy);
   if (!file.hasChanged && isBefore(file.entry.changed, listed_)) {
-    notes_[file.entry.path] = {stampOf(file.entry), copy};
+    notes_[std::string(file.path)] = {stampOf(file.entry), copy};
   }
 }
 

@@ -114,12 +114,6 @@ struct ImportWords;
 // IMPORT_UNREADABLE, INPUT_FAILED, those of `merged`.
 void importProject(const std::string& file, const ImportWords& words, bool isDry);
 
-// Nothing is refused here: risks are printed. The view narrows the entries that are shown and nothing else. Error:
-// PATH_NOT_AN_ENTRY of one of its paths.
-void previewProfile(const std::string& profile, const ViewWords& view);
-// Why one path is shared or held back. Error: PATH_NOT_AN_ENTRY where nothing is there.
-void explainPath(const std::string& path, const std::string& profile);
-
 // What one --allow names: all risks of a kind, or the one at a path.
 struct Allowed {
   std::string identifier;
@@ -129,9 +123,17 @@ struct Allowed {
 // What lets a share go on, and what stops it.
 struct GateWords {
   std::vector<Allowed> allowed;
-  bool strict = false;             // notes are risks, too
-  bool forbidsUnlabelled = false;  // what is shared without a label is a risk
+  bool strict = false;                   // notes are risks, too
+  bool forbidsUnlabelled = false;        // what is shared without a label is a risk
+  std::optional<std::string> from = {};  // a folder of the project: only what lies in it is handed out
 };
+
+// Nothing is refused here: risks are printed. The view narrows the entries that are shown and nothing else. Errors:
+// PATH_NOT_AN_ENTRY of one of its paths, those of setScope.
+void previewProfile(const std::string& profile, const ViewWords& view, const GateWords& gate);
+// Why one path is shared or held back. Error: PATH_NOT_AN_ENTRY where nothing is there.
+void explainPath(const std::string& path, const std::string& profile);
+
 // Whether a share would be refused: prints what speaks against it, and makes nothing. Error: SHARE_REFUSED.
 void checkProfile(const std::string& profile, const GateWords& words);
 

@@ -8,6 +8,9 @@
 #include "judgement/Judge.h"
 #include "judgement/Unlabelled.h"
 #include "output/Output.h"
+#include "words/Entries.h"
+#include "words/Names.h"
+#include "words/TypedCommand.h"
 
 namespace project_share {
 
@@ -52,6 +55,26 @@ std::set<std::string> argumentsOf(const GateWords& words) {
   std::set<std::string> arguments;
   for (const Allowed& allowed : words.allowed) arguments.insert(argumentOf(allowed));
   return arguments;
+}
+
+void setScope(const folder_host::FolderProject& project, const GateWords& words, folder_host::WorkingCopy& copy) {
+  const std::string path = words.from ? project.locate(*words.from) : std::string();
+  if (path.empty()) return;
+  const auto folder = copy.table().find(path);
+  if (!folder) throw noEntry(copy.root(), copy.table(), path, *words.from);
+  if (copy.table()[*folder].kind != folder_host::EntryKind::folder) {
+    throw Refusal(refusals::PATH_NOT_A_FOLDER,
+                  fmt::format("{} is no folder, and --from takes one; to hand out one file, label the others, or name "
+                              "the folder that holds it",
+                              inQuotes(*words.from)));
+  }
+  // Its store would stand where the copy's own has to be.
+  if (copy.table().find(folder_host::joined(path, folder_host::STORE_FOLDER))) {
+    throw Refusal(folder_host::errors::NESTED_PROJECT,
+                  fmt::format("{} is a project of its own, with its own labels; share it from there: {}",
+                              inQuotes(*words.from), commandOf({"-C", *words.from, "share"})));
+  }
+  copy.setScope(*folder);
 }
 
 Judgement judgeFor(folder_host::WorkingCopy& copy, const profiles::ExportProfile* profile, const GateWords& words) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "commands/Commands.h"
+#include "folder_host/FolderProject.h"
 #include "judgement/Judgement.h"
 #include "words/Profiles.h"
 
@@ -14,6 +15,11 @@ namespace project_share {
 Allowances allowancesOf(const GateWords& words);
 // As they were written.
 std::set<std::string> argumentsOf(const GateWords& words);
+
+// What lies in the folder that these words name, where they name one, is what is handed out: see WorkingCopy::setScope.
+// To be called before the judgement. Errors: those of
+// FolderProject::locate, PATH_NOT_AN_ENTRY, PATH_NOT_A_FOLDER, NESTED_PROJECT.
+void setScope(const folder_host::FolderProject& project, const GateWords& words, folder_host::WorkingCopy& copy);
 
 // Of the profile or, without one, the whole project, with all that a hand-out would refuse of what was listed, and with
 // what these words forbid. Notes what they allowed in vain, as far as that is known before anything is copied.

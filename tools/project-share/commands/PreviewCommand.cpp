@@ -6,6 +6,7 @@
 
 #include "Refusal.h"
 #include "commands/Commands.h"
+#include "commands/Gate.h"
 #include "folder_host/files/EntryTable.h"
 #include "judgement/Judge.h"
 #include "output/LabelReport.h"
@@ -143,14 +144,14 @@ std::array<std::size_t, 3> countsByKind(const Entries& entries) {
 void printFilter(const Judgement& judgement, std::size_t position) {
   const FilterEffect& effect = judgement.filters[position - 1];
   const auto [files, folders, links] = countsByKind(effect.heldBack);
-  Json object{{"type", "filter"},   {"filter", position}, {"kind", wordOf(effect.kind)}, {"files", files},
-              {"folders", folders}, {"links", links},     {"spared", effect.spared},     {"labels", Json::array()}};
+  Json object{{"type", "filter"},   {"filter", position}, {"kind", wordOf(effect.kind)},    {"files", files},
+              {"folders", folders}, {"links", links},     {"spared", effect.spared.size()}, {"labels", Json::array()}};
   for (const std::size_t label : effect.labelsRemoved) object["labels"].push_back(jsonOf(judgement.labels[label]));
   std::string text = nameOfFilter(judgement, position) + ": ";
   if (isFileKind(effect.kind)) {
     text += fmt::format("{}, {} and {} held back, {} spared", counted(files, "file", "files"),
                         counted(folders, "folder", "folders"), counted(links, "link", "links"),
-                        counted(effect.spared, "folder", "folders"));
+                        counted(effect.spared.size(), "folder", "folders"));
   } else {
     text += effect.labelsRemoved.empty() ? "no label removed"
                                          : "labels removed: " + namesOf(judgement, effect.labelsRemoved);
@@ -161,17 +162,17 @@ void printFilter(const Judgement& judgement, std::size_t position) {
 void printSummary(const folder_host::WorkingCopy& copy, const Judgement& judgement) {
   const std::size_t shared = judgement.shared.size();
   const auto& risks = judgement.found.risks;
-  const std::size_t all = copy.listing().entries.size();
+  const std::size_t all = judgement.entries;
   const std::string refusal =
       risks.empty()
           ? ""
           : fmt::format(" A share is refused for the risks above; {} would allow them.", allowingFlags(risks));
   Json object{{"type", "summary"}, {"entries", all}, {"shared", shared}, {"refused", !risks.empty()}};
   // The project is named, because the nearest one above may not be the one that is meant.
-  putPath(object, "project", copy.root());
+  putScope(object, copy);
   object["labels"] = jsonOf(judgement.leaving);
-  item(fmt::format("Of the project {}, {} of {} {} shared.{}", inQuotes(copy.root()), shared,
-                   counted(all, "entry", "entries"), shared == 1 ? "is" : "are", refusal),
+  item(fmt::format("Of {}, {} of {} {} shared.{}", scopeText(copy), shared, counted(all, "entry", "entries"),
+                   shared == 1 ? "is" : "are", refusal),
        object);
   if (!manner().json) line(textOf(judgement.leaving));
 }
@@ -196,11 +197,12 @@ std::string answer(const Judgement& judgement, const Entry& entry, const Reason&
 }  // namespace
 
 // What speaks against a share comes behind the tree, which may be long: people read the end.
-void previewProfile(const std::string& word, const ViewWords& words) {
+void previewProfile(const std::string& word, const ViewWords& words, const GateWords& gate) {
   const FolderProject project = openProject();
   ViewWords located = words;
   for (std::string& path : located.paths) path = project.locate(path);
   const auto copy = project.workingCopy();
+  setScope(project, gate, *copy);
   const auto profile = findProfile(*managerOf(*copy), word);
   for (std::size_t i = 0; i < words.paths.size(); ++i) entryAt(*copy, located.paths[i], words.paths[i]);
   const Judgement judgement = judge(*copy, *profile);

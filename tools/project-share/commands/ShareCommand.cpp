@@ -94,17 +94,17 @@ void report(const Judgement& judgement, const folder_host::HandedOut& result, co
   printNotes(notes);
   // Told though allowed: who allowed a kind of risk sees here for which cases that was.
   printRisks(allowed, "allowed: ", {{"allowed", true}});
-  const std::size_t heldBack = listing.entries.size() - judgement.shared.size();
+  const std::size_t heldBack = judgement.entries - judgement.shared.size();
   Json object{{"type", "shared"},      {"files", result.files}, {"folders", result.folders},
               {"links", result.links}, {"bytes", result.bytes}, {"heldBack", heldBack}};
   putPath(object, "destination", words.destination);
-  putPath(object, "project", judgement.copy->root());
+  putScope(object, *judgement.copy);
   object["labels"] = jsonOf(judgement.leaving);
-  item(fmt::format("Shared {} ({}) of the project {} to {}; {} held back.{}", textOf(result),
-                   counted(result.bytes, "byte", "bytes"), inQuotes(judgement.copy->root()),
-                   inQuotes(words.destination), counted(heldBack, "entry", "entries"),
-                   words.receipt.empty() ? "" : fmt::format(" The receipt is {}.", inQuotes(words.receipt))),
-       object);
+  item(
+      fmt::format("Shared {} ({}) of {} to {}; {} held back.{}", textOf(result), counted(result.bytes, "byte", "bytes"),
+                  scopeText(*judgement.copy), inQuotes(words.destination), counted(heldBack, "entry", "entries"),
+                  words.receipt.empty() ? "" : fmt::format(" The receipt is {}.", inQuotes(words.receipt))),
+      object);
   if (!manner().json) line(textOf(judgement.leaving));
 }
 
@@ -116,14 +116,14 @@ Verdict told(const Judgement& judgement, const GateWords& words) {
     printRisks(verdict.allowed, "allowed: ", {{"allowed", true}});
   }
   printRisks(verdict.refused);
-  const std::size_t all = judgement.copy->listing().entries.size(), shared = judgement.shared.size();
+  const std::size_t all = judgement.entries, shared = judgement.shared.size();
   const std::size_t risks = verdict.refused.size(), allowed = verdict.allowed.size(), notes = verdict.notes.size();
   Json object{{"type", "summary"}, {"entries", all},     {"shared", shared}, {"refused", risks > 0},
               {"risks", risks},    {"allowed", allowed}, {"notes", notes}};
-  putPath(object, "project", judgement.copy->root());
+  putScope(object, *judgement.copy);
   object["labels"] = jsonOf(judgement.leaving);
-  done(fmt::format("Of the project {}, {} of {} would be shared: {}, {} allowed, {}.", inQuotes(judgement.copy->root()),
-                   shared, counted(all, "entry", "entries"), counted(risks, "risk", "risks"), allowed,
+  done(fmt::format("Of {}, {} of {} would be shared: {}, {} allowed, {}.", scopeText(*judgement.copy), shared,
+                   counted(all, "entry", "entries"), counted(risks, "risk", "risks"), allowed,
                    counted(notes, "note", "notes")),
        object);
   return verdict;
@@ -179,6 +179,7 @@ std::shared_ptr<profiles::ExportProfile> profileOf(WorkingCopy& copy, const Shar
 void share(const ShareWords& words) {
   const FolderProject project = openProject();
   const auto copy = project.workingCopy();
+  setScope(project, words.gate, *copy);
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
   // Before the judgement, which may read much: a destination that cannot be used is known at once.
   const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
@@ -200,6 +201,7 @@ void share(const ShareWords& words) {
 void checkShare(const ShareWords& words) {
   const FolderProject project = openProject();
   const auto copy = project.workingCopy();
+  setScope(project, words.gate, *copy);
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
   if (!words.destination.empty()) {
     const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);

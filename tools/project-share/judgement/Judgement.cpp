@@ -51,7 +51,7 @@ class Explanation {
     auto turn = turns.begin();
     for (const auto& filter : filters) {
       const std::u16string kind = filter->getType();
-      judgement_.filters.push_back({kind, {}, 0, {}, false});
+      judgement_.filters.push_back({kind, {}, {}, {}, false});
       const bool isOfFiles = isFileKind(kind);
       Indices selected;
       if (isOfFiles) selected = selectedBy(*filter);
@@ -145,7 +145,9 @@ class Explanation {
       judgement_.reasons[entry] = isSelected ? std::move(noted->second) : Reason{Reason::Rule::folder, position(), {}};
       if (noted != spared_.end()) spared_.erase(noted);
     }
-    for (const std::size_t entry : selected) effect.spared += !heldBack_[entry] && isSpared(entry) ? 1U : 0U;
+    for (const std::size_t entry : selected) {
+      if (!heldBack_[entry] && isSpared(entry)) effect.spared.push_back(&project_.table()[entry]);
+    }
   }
 
   // Each label of each entry is tried alone.
@@ -263,6 +265,28 @@ void judgeByWhatTheyHad(const WorkingCopy& project, const Filters& filters, Judg
   addHostRules(copy.applyHostRules(), judgement.reasons);
 }
 
+// Narrowed after the judgement: a filter sees the same project whatever part of it is handed out.
+void narrowToScope(WorkingCopy& copy, Judgement& judgement) {
+  if (copy.scope() == EntryTable::ROOT) return;
+  const Selection heldBack = copy.heldBack(), inside = copy.inScope();
+  for (std::size_t i = 0; i < inside.size(); ++i) {
+    if (!inside[i] && !heldBack[i]) judgement.reasons[i].rule = Reason::Rule::outside;
+  }
+  addHostRules(copy.narrowToScope(), judgement.reasons);
+  const auto isOutside = [&](const Entry* entry) {
+    return !inside[static_cast<std::size_t>(entry - copy.listing().entries.data())];
+  };
+  const auto eraseOutside = [](auto& items, const auto& isOut) {
+    items.erase(std::remove_if(items.begin(), items.end(), isOut), items.end());
+  };
+  for (FilterEffect& effect : judgement.filters) {
+    eraseOutside(effect.heldBack, isOutside);
+    eraseOutside(effect.spared, isOutside);
+  }
+  eraseOutside(judgement.followed, [&](const FollowedEntry& one) { return !inside[one.entry]; });
+  eraseOutside(judgement.spared, [&](const Spared& one) { return isOutside(one.folder); });
+}
+
 }  // namespace
 
 Judgement judged(const WorkingCopy& project, const std::u16string& uuid, const Filters& filters) {
@@ -271,7 +295,10 @@ Judgement judged(const WorkingCopy& project, const std::u16string& uuid, const F
   project.followed();  // once, for all clones
   const auto copy = judgeBy(project, filters, judgement);
   judgeByWhatTheyHad(project, filters, judgement, *copy);
+  narrowToScope(*copy, judgement);
   judgement.copy = copy;
+  const Selection inside = copy->inScope();
+  judgement.entries = static_cast<std::size_t>(std::count(inside.begin(), inside.end(), true));
   judgement.shared = copy->entries();
   addReasonsOfSpared(*copy, judgement);
   const auto leaving = copy->labelsThatLeave();

@@ -22,6 +22,7 @@ struct Reason {
     folder,   // it lies in a folder that a filter takes out
     link,     // the host: a link to what is not handed out
     emptied,  // the host: a folder of which nothing is shared
+    outside,  // it does not lie in the scope, and nothing else holds it back
   };
   Rule rule = Rule::none;
   std::size_t filter = 0;  // from 1
@@ -51,7 +52,7 @@ struct Spared {
 struct FilterEffect {
   std::u16string kind;
   Entries heldBack;                        // in the order of the listing
-  std::size_t spared = 0;                  // folders that it selects by their labels and that are shared after it
+  Entries spared;                          // folders that it selects by their labels and that are shared after it
   std::vector<std::size_t> labelsRemoved;  // indices into Judgement::labels
   bool matches = false;                    // it would take out something, were it the only one
 };
@@ -68,6 +69,7 @@ struct LeavingLabel {
 struct Judgement {
   std::u16string name;                                   // of the profile
   std::u16string uuid;                                   // likewise
+  std::size_t entries = 0;                               // how many lie in the scope
   std::shared_ptr<const folder_host::WorkingCopy> copy;  // what is shared: the profile and the host's rules applied
   Entries shared;                                        // its entries, in the order of the listing
   std::vector<folder_host::LabelRecord> labels;          // of the project
@@ -83,7 +85,8 @@ struct Judgement {
 // Judged, and nothing found yet. The library judges: its transformation is run over a clone of the project, as any host
 // runs it, and what each filter did is told from what it changed; `filters` are those of the profile of that UUID, and
 // are asked why. Where entries had other labels than they have, it is run once more by those, and shared is what both
-// share. The project is as it was. Throws std::logic_error where what changed cannot have been those filters.
+// share; and of that, what lies in the project's scope: all but `reasons` and `dropped` tells of that alone. The
+// project is as it was. Throws std::logic_error where what changed cannot have been those filters.
 Judgement judged(const folder_host::WorkingCopy& project, const std::u16string& uuid, const Filters& filters);
 
 // "filter 1, drop-files"

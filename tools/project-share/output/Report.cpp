@@ -47,6 +47,8 @@ std::string textOf(const Judgement& judgement, const Reason& reason) {
       return "a link to what is not handed out";
     case Reason::Rule::emptied:
       return "nothing in it is shared";
+    case Reason::Rule::outside:
+      return "outside of the folder that is shared";
   }
   return {};
 }
@@ -59,6 +61,7 @@ std::string textOf(const Judgement& judgement, const Spared& spared) {
 Json jsonOf(const Judgement& judgement, const Reason& reason) {
   if (reason.rule == Reason::Rule::link) return {{"rule", "link"}};
   if (reason.rule == Reason::Rule::emptied) return {{"rule", "emptied"}};
+  if (reason.rule == Reason::Rule::outside) return {{"rule", "outside"}};
   const bool byFolder = reason.rule == Reason::Rule::folder;
   Json object{{"rule", byFolder ? "folder" : "filter"},
               {"filter", reason.filter},
@@ -94,6 +97,16 @@ void printNotes(const std::vector<Risk>& notes, const std::string& prefix, const
   Json note{{"type", "note"}};
   note.update(more);
   printRisks(notes, prefix, note);
+}
+
+std::string scopeText(const folder_host::WorkingCopy& copy) {
+  const std::string project = "the project " + inQuotes(copy.root());
+  return copy.scopePath().empty() ? project : fmt::format("{} of {}", inQuotes(copy.scopePath() + "/"), project);
+}
+
+void putScope(Json& object, const folder_host::WorkingCopy& copy) {
+  putPath(object, "project", copy.root());
+  if (!copy.scopePath().empty()) putPath(object, "from", copy.scopePath());
 }
 
 std::string textOf(const std::vector<LeavingLabel>& leaving) {

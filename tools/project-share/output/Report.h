@@ -28,6 +28,11 @@ const Spared* sparedOf(const Judgement& judgement, const folder_host::Entry& ent
 // object. Nothing where there are none.
 void printRisks(const std::vector<Risk>& risks, const std::string& prefix = {}, const Json& more = Json::object());
 void printNotes(const std::vector<Risk>& notes, const std::string& prefix = {}, const Json& more = Json::object());
+// What is handed out, in a sentence: "the project '/home/me/p'" or, of a part, "'drafts/' of the project '/home/me/p'".
+std::string scopeText(const folder_host::WorkingCopy& copy);
+// Sets "project" and, of a part, "from".
+void putScope(Json& object, const folder_host::WorkingCopy& copy);
+
 // "Labels that leave with the copy: 'audience/everyone' on 2 entries."
 std::string textOf(const std::vector<LeavingLabel>& leaving);
 Json jsonOf(const std::vector<LeavingLabel>& leaving);

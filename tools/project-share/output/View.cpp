@@ -12,6 +12,7 @@ namespace project_share {
 using folder_host::Entry;
 using folder_host::EntryKind;
 using folder_host::EntryTable;
+using folder_host::Selection;
 
 namespace {
 
@@ -53,7 +54,7 @@ class View {
   static constexpr std::size_t NOWHERE = static_cast<std::size_t>(-1);
 
   struct Shown {
-    std::size_t level = NOWHERE;  // below the nearest path that was named, or the project's folder
+    std::size_t level = NOWHERE;  // below the nearest path that was named, or the scope
     Below below;
     bool isWantedBelow = false;
     bool isShown = false;
@@ -63,7 +64,8 @@ class View {
   std::size_t levelOf(std::size_t entry) const {
     if (named_.count(table_[entry].path) != 0) return 0;
     const std::size_t folder = table_.parentOf(entry);
-    if (folder == EntryTable::ROOT) return named_.empty() ? 1 : NOWHERE;
+    if (named_.empty() && folder == project_.scope()) return 1;
+    if (folder == EntryTable::ROOT) return NOWHERE;
     const std::size_t above = entries_[folder].level;
     return above == NOWHERE ? NOWHERE : above + 1;
   }
@@ -119,7 +121,8 @@ std::vector<ViewLine> viewOf(const folder_host::WorkingCopy& project, const Judg
 
 void printView(const folder_host::WorkingCopy& project, const ViewWords& words, std::size_t shown) {
   if (words.paths.empty() && words.only.empty() && words.depth == 0) return;
-  const std::size_t all = project.listing().entries.size();
+  const Selection inside = project.inScope();
+  const auto all = static_cast<std::size_t>(std::count(inside.begin(), inside.end(), true));
   Json object{{"type", "view"}, {"entries", all}, {"shown", shown}, {"paths", Json::array()}};
   for (const std::string& path : words.paths) {
     object["paths"].push_back(Json::object());

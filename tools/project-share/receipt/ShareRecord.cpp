@@ -16,7 +16,6 @@ std::string lineOf(const FolderProject& project, const Judgement& judgement, con
   const std::int64_t at = std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
   const folder_host::Author& author = project.author();
   const bool whole = judgement.uuid == profiles::getWholeProjectUUID();
-  const std::size_t entries = judgement.copy->listing().entries.size();
   Json object{{"type", "share"},
               {"at", at},
               {"time", timeText(at)},
@@ -25,8 +24,9 @@ std::string lineOf(const FolderProject& project, const Judgement& judgement, con
               {"words", utf8(author.words)}};
   object["profile"] = whole ? Json() : Json{{"uuid", utf8(judgement.uuid)}, {"name", utf8(judgement.name)}};
   putPath(object, "destination", destination);
+  if (!judgement.copy->scopePath().empty()) putPath(object, "from", judgement.copy->scopePath());
   object["shared"] = judgement.shared.size();
-  object["heldBack"] = entries - judgement.shared.size();
+  object["heldBack"] = judgement.entries - judgement.shared.size();
   return written(object);
 }
 
@@ -47,7 +47,8 @@ Json knownOf(const nlohmann::json& line) {
   if (profile != line.end() && profile->is_object()) {
     for (const char* key : {"uuid", "name"}) take(object["profile"], *profile, key);
   }
-  for (const char* key : {"destination", "destinationHex", "shared", "heldBack"}) take(object, line, key);
+  for (const char* key : {"destination", "destinationHex", "from", "fromHex", "shared", "heldBack"})
+    take(object, line, key);
   return object;
 }
 

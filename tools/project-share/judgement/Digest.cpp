@@ -1,0 +1,121 @@
+#include "judgement/Digest.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "folder_host/files/Digest.h"
+#include "folder_host/text/Packing.h"
+#include "folder_host/text/Utf.h"
+
+namespace project_share {
+
+using folder_host::Entry;
+using folder_host::EntryKind;
+using folder_host::LabelRecord;
+using folder_host::putNumber;
+using folder_host::putText;
+using folder_host::toBytes;
+
+namespace {
+
+// Of sorted texts, so that it does not matter in which order they were found.
+void putSorted(std::string& bytes, std::vector<std::string> texts) {
+  std::sort(texts.begin(), texts.end());
+  putNumber(bytes, texts.size());
+  for (const std::string& text : texts) putText(bytes, text);
+}
+
+template <class Labels>
+void putLabels(std::string& bytes, const Labels& labels, const std::vector<LabelRecord>& records) {
+  std::vector<std::string> uuids;
+  for (const std::size_t label : labels) uuids.push_back(toBytes(records[label].uuid));
+  putSorted(bytes, std::move(uuids));
+}
+
+// What a copy gets of it.
+void putEntry(std::string& bytes, const Entry& entry) {
+  constexpr mode_t PERMISSIONS = 0777;
+  putNumber(bytes, static_cast<std::uint64_t>(entry.kind));
+  putText(bytes, entry.target);
+  putNumber(bytes, entry.mode & PERMISSIONS);
+  if (entry.kind != EntryKind::file) return;
+  putNumber(bytes, entry.size);
+  putNumber(bytes, static_cast<std::uint64_t>(entry.modified.tv_sec));
+  putNumber(bytes, static_cast<std::uint64_t>(entry.modified.tv_nsec));
+}
+
+void putReason(std::string& bytes, const Reason& reason, const std::vector<LabelRecord>& labels) {
+  putNumber(bytes, static_cast<std::uint64_t>(reason.rule));
+  putNumber(bytes, reason.filter);
+  putLabels(bytes, reason.labels, labels);
+  putText(bytes, reason.from != nullptr ? *reason.from : std::string());
+}
+
+std::string packed(const LeavingLabel& leaving) {
+  std::string bytes;
+  const LabelRecord& label = leaving.label;
+  for (const std::u16string* text : {&label.uuid, &label.name, &label.categoryUUID, &label.categoryName}) {
+    putText(bytes, toBytes(*text));
+  }
+  putNumber(bytes, label.isProtected ? 1 : 0);
+  putNumber(bytes, leaving.entries);
+  return bytes;
+}
+
+std::string packed(const Risk& risk) {
+  std::string bytes;
+  putText(bytes, risk.identifier);
+  putText(bytes, risk.path);
+  putSorted(bytes, risk.otherPaths);
+  putNumber(bytes, risk.filter);
+  putText(bytes, risk.filterKind);
+  std::vector<std::string> uuids;
+  for (const LabelRecord& label : risk.labels) uuids.push_back(toBytes(label.uuid));
+  putSorted(bytes, std::move(uuids));
+  return bytes;
+}
+
+template <class Items>
+std::vector<std::string> allPacked(const Items& items) {
+  std::vector<std::string> texts;
+  for (const auto& item : items) texts.push_back(packed(item));
+  return texts;
+}
+
+}  // namespace
+
+// A listing is sorted by the bytes of its paths, so its order is everywhere the same.
+std::string digestOf(const Judgement& judgement, const std::set<std::string>& allowed) {
+  const folder_host::WorkingCopy& copy = *judgement.copy;
+  const folder_host::EntryTable& table = copy.table();
+  const folder_host::EffectiveLabels& labels = copy.effective();
+  const folder_host::Selection inside = copy.inScope();
+  folder_host::Sha256 digest;
+  std::string bytes;
+  putText(bytes, "project-share judgement 1");
+  putText(bytes, toBytes(judgement.uuid));
+  putText(bytes, copy.scopePath());
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    if (!inside[i]) continue;
+    const Reason& reason = judgement.reasons[i];
+    putText(bytes, table[i].path);
+    putNumber(bytes, reason.rule == Reason::Rule::none ? 1 : 0);
+    if (reason.rule == Reason::Rule::none) {
+      putEntry(bytes, table[i]);
+      putLabels(bytes, labels.of(i), labels.sources().labels());
+    } else {
+      putReason(bytes, reason, judgement.labels);
+    }
+    digest.add(bytes);
+    bytes.clear();
+  }
+  putText(bytes, {});  // no entry has an empty path
+  putSorted(bytes, allPacked(judgement.leaving));
+  putSorted(bytes, allPacked(judgement.found.risks));
+  putSorted(bytes, {allowed.begin(), allowed.end()});
+  digest.add(bytes);
+  return digest.finish();
+}
+
+}  // namespace project_share
