@@ -13,6 +13,13 @@
 
 namespace folder_host {
 
+// What a copy of an entry has got.
+struct Written {
+  std::uint64_t size = 0;  // of a file: as much as was read
+  timespec modified = {};
+  mode_t mode = 0;  // of a link, 0
+};
+
 // The files and links that are to be copied, portion by portion in the order of the listing, and how far that is. May
 // be used by several threads at once; the entries outlive it.
 //
@@ -25,7 +32,9 @@ class CopyQueue {
     std::size_t end;  // where it begins, when nothing is left to be done
   };
 
-  explicit CopyQueue(const std::vector<const Entry*>& entries) : entries_(entries), end_(entries.size()) {}
+  // `written`, where it is given, has room for what is noted of each.
+  explicit CopyQueue(const std::vector<const Entry*>& entries, std::vector<Written>* written = nullptr)
+      : entries_(entries), written_(written), end_(entries.size()) {}
 
   const Entry& operator[](std::size_t index) const noexcept { return *entries_[index]; }
 
@@ -46,6 +55,11 @@ class CopyQueue {
   // The paths of those, in the order of the listing. Not to be called while others are at work.
   std::vector<std::string> changed() const;
 
+  // By the thread alone that copies the entry.
+  void note(std::size_t index, const Written& written) noexcept {
+    if (written_ != nullptr) (*written_)[index] = written;
+  }
+
   void addEntry() noexcept { ++done_; }
   void addBytes(std::uint64_t bytes) noexcept { bytes_ += bytes; }
   std::size_t entries() const noexcept { return done_; }
@@ -53,6 +67,7 @@ class CopyQueue {
 
  private:
   const std::vector<const Entry*>& entries_;
+  std::vector<Written>* written_;
   std::mutex mutex_;  // of next_, failure_ and changed_, and of whoever changes end_
   std::size_t next_ = 0;
   std::exception_ptr failure_;

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "folder_host/Error.h"
+#include "folder_host/files/Digest.h"
 #include "folder_host/files/Publication.h"
-#include "folder_host/share/TreeCopy.h"
 #include "folder_host/share/sinks/FolderSink.h"
 
 namespace folder_host {
@@ -60,7 +60,11 @@ class Handing {
     const bool atOnce = options_.earlier == nullptr || publication.exchangesAtOnce();
     if (!atOnce && options_.beforeTwoSteps) options_.beforeTwoSteps();
     write(publication);
-    if (options_.beforePublication) options_.beforePublication(publication.content());
+    if (options_.beforePublication) {
+      // By what the folder is, whatever name it has for now.
+      const auto written = openFolderCopy("/proc/self/fd/" + std::to_string(publication.content().get()) + "/.");
+      options_.beforePublication(*written, result_);
+    }
     if (options_.earlier != nullptr) {
       replace(publication, atOnce);
     } else {
@@ -89,18 +93,19 @@ class Handing {
   void write(const Publication& publication) {
     const bool notes = options_.storeFolder != nullptr || takeover_.takes();
     FolderSink sink(publication, notes ? &takeover_ : nullptr);
-    const Source source(copy_.root(), options_.allowed, copy_.scopePath());
+    const bool isWhole = copy_.scope() == EntryTable::ROOT;
+    const Source source(copy_.root(), options_.allowed, isWhole ? nullptr : &copy_.table()[copy_.scope()]);
     // Another folder under the project's name may hold what this one was to hold back.
     if (!(source.id == copy_.listing().root)) throw changed(copy_.root());
-    const Entry top{{}, EntryKind::folder, {}};
-    const bool isWhole = copy_.scope() == EntryTable::ROOT;
-    result_.changed = copyTree(source, isWhole ? top : copy_.table()[copy_.scope()], entries_, sink,
-                               [&](std::size_t copied, std::uint64_t bytes) {
-                                 progress_.entries = copied;
-                                 progress_.bytes = bytes;
-                                 if (options_.onProgress) options_.onProgress(progress_);
-                               });
-    sink.addStore(copy_.storeOfWhatIsShared());
+    const auto tell = [&](std::size_t copied, std::uint64_t bytes) {
+      progress_.entries = copied;
+      progress_.bytes = bytes;
+      if (options_.onProgress) options_.onProgress(progress_);
+    };
+    result_.changed = copyTree(source, entries_, sink, tell, &result_.written);
+    const std::string store = copy_.storeOfWhatIsShared();
+    result_.store = {store.size(), sha256Of(store)};
+    sink.addStore(store);
     sink.finish();
     for (const std::string& path : result_.changed)
       takeover_.forget(isWhole ? path : path.substr(copy_.scopePath().size() + 1));

@@ -7,8 +7,6 @@
 #include <system_error>
 #include <utility>
 
-#include "folder_host/share/CopyQueue.h"
-
 namespace folder_host {
 
 namespace {
@@ -43,13 +41,15 @@ class WithoutSignals {
 };
 
 // All of them before any file, so that whatever thread copies a file finds its folder.
-void copyFolders(const Source& source, const Entry& top, CopyQueue& queue, Sink& sink, const Tell& tell) {
+void copyFolders(const Source& source, CopyQueue& queue, Sink& sink, const Tell& tell) {
   EntryReader reader(source);
-  sink.addFolder(reader.openTop(top));
+  sink.addFolder(reader.openTop());
   for (std::size_t i = 0; queue.isWanted(i); ++i) {
     if (queue[i].kind != EntryKind::folder) continue;
     try {
-      sink.addFolder(reader.open(queue[i]));
+      const OpenEntry folder = reader.open(queue[i]);
+      sink.addFolder(folder);
+      queue.note(i, {0, folder.status.st_mtim, folder.permissions});
       queue.addEntry();
     } catch (const Error&) {
       queue.fail(i, std::current_exception());
@@ -62,8 +62,10 @@ void copyFolders(const Source& source, const Entry& top, CopyQueue& queue, Sink&
 void copyFiles(const Source& source, CopyQueue& queue, Sink::Writer& writer, const Tell& tell) {
   EntryReader reader(source);
   std::size_t at = 0;
+  std::uint64_t size = 0;
   const Sink::Told told = [&](std::uint64_t bytes) {
     queue.addBytes(bytes);
+    size += bytes;
     tell();
     if (!queue.isWanted(at)) throw changed(queue[at].path);
   };
@@ -73,8 +75,10 @@ void copyFiles(const Source& source, CopyQueue& queue, Sink::Writer& writer, con
       try {
         const OpenEntry entry = reader.open(queue[at]);
         const bool isFile = entry.entry.kind == EntryKind::file;
+        size = 0;
         isFile ? writer.addFile(entry, told) : writer.addLink(entry);
         if (isFile ? !reader.isUnchanged(entry) : entry.hasChanged) queue.addChanged(at);
+        queue.note(at, {size, entry.status.st_mtim, entry.permissions});
         queue.addEntry();
         tell();
       } catch (...) {
@@ -98,9 +102,10 @@ std::future<void> startHelper(const Source& source, CopyQueue& queue, Sink& sink
 }  // namespace
 
 // What the caller throws is kept until no thread is at work any more.
-std::vector<std::string> copyTree(const Source& source, const Entry& top, const std::vector<const Entry*>& entries,
-                                  Sink& sink, const CopyProgress& onProgress) {
-  CopyQueue queue(entries);
+std::vector<std::string> copyTree(const Source& source, const std::vector<const Entry*>& entries, Sink& sink,
+                                  const CopyProgress& onProgress, std::vector<Written>* written) {
+  if (written != nullptr) written->resize(entries.size());
+  CopyQueue queue(entries, written);
   std::exception_ptr thrown;
   const Tell tell = [&] {
     try {
@@ -110,7 +115,7 @@ std::vector<std::string> copyTree(const Source& source, const Entry& top, const 
       queue.stop();
     }
   };
-  copyFolders(source, top, queue, sink, tell);
+  copyFolders(source, queue, sink, tell);
   // The second thread hides the waiting for the disk. For a small copy it would take longer to start than to help.
   const bool helps = sink.takesSeveralWriters() && isMuch(entries);
   std::future<void> helper = helps ? startHelper(source, queue, sink) : std::future<void>();

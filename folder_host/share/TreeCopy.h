@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "folder_host/files/Listing.h"
+#include "folder_host/share/CopyQueue.h"
 #include "folder_host/share/read/Source.h"
 #include "folder_host/share/sinks/Sink.h"
 
@@ -17,14 +18,16 @@ namespace folder_host {
 using CopyProgress = std::function<void(std::size_t, std::uint64_t)>;
 
 // Reads the entries, a folder standing before what lies in it, as they were listed (see EntryReader), and writes them
-// into the sink, below `top`, the source's scope (see EntryReader::openTop). Gives the paths of what was copied and
+// into the sink, below the source's top. Gives the paths of what was copied and
 // changed meanwhile, where that is allowed, in the order of the listing. Of several errors the one of the first entry
 // is thrown: those of EntryReader and Sink.
+//
+// In `written`, where that is given, each entry gets what was written of it, by its index.
 //
 // Where there is much to copy and the sink takes it, a second thread helps: it copies files and links, calls nothing
 // that was not given here, is asked to handle no signal, and has ended when this returns or throws. Where none can be
 // had, one does it all.
-std::vector<std::string> copyTree(const Source& source, const Entry& top, const std::vector<const Entry*>& entries,
-                                  Sink& sink, const CopyProgress& onProgress);
+std::vector<std::string> copyTree(const Source& source, const std::vector<const Entry*>& entries, Sink& sink,
+                                  const CopyProgress& onProgress, std::vector<Written>* written = nullptr);
 
 }  // namespace folder_host

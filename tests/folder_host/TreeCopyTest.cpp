@@ -52,7 +52,7 @@ class TreeCopyTest : public FolderTest {
     const Descriptor parent = openFolder(in("."));
     Publication publication(parent);
     FolderSink sink(publication);
-    copyTree(Source(root, allowed), {{}, EntryKind::folder, {}}, entries, sink, onProgress);
+    copyTree(Source(root, allowed), entries, sink, onProgress);
     sink.finish();
     publication.publish("copy");
   }

@@ -68,7 +68,7 @@ bool firstBytesTell(std::string_view first) {
     if (first.substr(0, archived.size()) == archived) return true;
   }
   if (first.find(FIRST_STATEMENT) != std::string_view::npos) return true;
-  for (const std::string_view head : {MEMORY_HEAD, SHARE_LIST_HEAD, COPY_NOTES_HEAD}) {
+  for (const std::string_view head : {MEMORY_HEAD, SHARE_LIST_HEAD, RECEIPT_HEAD, COPY_NOTES_HEAD}) {
     if (first.substr(0, head.size()) == head) return true;
   }
   const std::string_view object = insideObject(first);

@@ -22,6 +22,9 @@ bool firstBytesTell(std::string_view first);
 // keys leaves it the first, by its capital.
 inline constexpr std::string_view EXPORT_KEY = "Project-share export";
 
+// A receipt that a project keeps begins so, under whatever name.
+inline constexpr std::string_view RECEIPT_HEAD = "project-share receipt 2 ";
+
 // Whether a file that begins so is an export.
 bool firstBytesTellExport(std::string_view first);
 

@@ -44,16 +44,17 @@ Error unreadable(const std::string& path, int code) {
   return systemFailure(errors::ENTRY_UNREADABLE, "cannot read", path, code);
 }
 
-Source::Source(const std::string& root, Allowances allowances, std::string within)
+Source::Source(const std::string& root, Allowances allowances, const Entry* scope)
     : folder(reading(root, [&] { return openFolder(root); })),
       id(idOf(reading(root, [&] { return statusOf(folder); }))),
       allowed(std::move(allowances)),
-      scope(std::move(within)) {
+      top(scope != nullptr ? *scope : Entry{{}, EntryKind::folder, {}}) {
   struct stat status {};
   if (::fstatat(folder.get(), STORE_FILE, &status, AT_SYMLINK_NOFOLLOW) == 0) store = idOf(status);
 }
 
-OpenEntry EntryReader::openTop(const Entry& top) const {
+OpenEntry EntryReader::openTop() const {
+  const Entry& top = source_.top;
   const std::string path = top.path.empty() ? "." : top.path;
   return reading(path, [&]() -> OpenEntry {
     Descriptor opened = openBeneath(source_.folder, path, O_RDONLY | O_DIRECTORY);
@@ -79,7 +80,7 @@ OpenEntry EntryReader::open(const Entry& entry) {
 }
 
 std::string_view EntryReader::pathInCopy(const Entry& entry) const {
-  return std::string_view(entry.path).substr(source_.scope.empty() ? 0 : source_.scope.size() + 1);
+  return std::string_view(entry.path).substr(source_.top.path.empty() ? 0 : source_.top.path.size() + 1);
 }
 
 // The folder stays open for the next entry, which mostly lies in it too. Within it a name leads nowhere else.

@@ -22,22 +22,23 @@ Error unreadable(const std::string& path, int code);
 
 // A project's folder, from which entries are read. Never changes: several readers may use it at once.
 struct Source {
-  // What is read is handed out as what lies in the folder `within` the project: an entry's path; empty: the project's
-  // folder. ENTRY_CHANGED and NESTED_PROJECT may be allowed, see EntryReader. Errors: ENTRY_CHANGED, ENTRY_UNREADABLE.
-  explicit Source(const std::string& root, Allowances allowances = {}, std::string within = {});
+  // What is read is handed out as what lies in the folder `scope`, an entry of the project; without one, in the
+  // project itself. ENTRY_CHANGED and NESTED_PROJECT may be allowed, see EntryReader. Errors: ENTRY_CHANGED,
+  // ENTRY_UNREADABLE.
+  explicit Source(const std::string& root, Allowances allowances = {}, const Entry* scope = nullptr);
 
   Descriptor folder;
   FileId id;     // of the folder
   FileId store;  // of the project's own store, which is never opened
   Allowances allowed;
-  std::string scope;
+  Entry top;  // the folder that becomes the copy's own: the scope, or one without a path, the project's
 };
 
 // An entry that is open, and was at that moment what was listed.
 struct OpenEntry {
   const Entry& entry;     // outlives this object
-  std::string_view path;  // in the copy: that of the entry, from the source's scope on; empty for the scope itself
-  Descriptor opened;   // a file's is open for reading and stands at its beginning
+  std::string_view path;  // in the copy: that of the entry, from the source's top on; empty for the top itself
+  Descriptor opened;      // a file's is open for reading and stands at its beginning
   struct stat status;
   mode_t permissions;  // that a copy gets (see Permissions.h); of a link, none
   bool hasChanged;     // since it was listed, which is allowed then
@@ -52,9 +53,8 @@ class EntryReader {
   // The source outlives the reader.
   explicit EntryReader(const Source& source) : source_(source) {}
 
-  // The folder that becomes the copy's own: the scope, as it was listed, or the project's folder, as an entry without a
-  // path. Errors: ENTRY_CHANGED, ENTRY_UNREADABLE.
-  OpenEntry openTop(const Entry& top) const;
+  // The source's top. Errors: ENTRY_CHANGED, ENTRY_UNREADABLE.
+  OpenEntry openTop() const;
 
   // Refuses what is no longer what was listed: another file, folder or link under its name never leaves, for it may be
   // what another name was to hold back. Of the very thing that was listed, anything that has changed since is refused

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <optional>
-#include <set>
 
 #include "Interruption.h"
 #include "Refusal.h"
@@ -15,6 +15,7 @@
 #include "output/ProgressLine.h"
 #include "output/Report.h"
 #include "receipt/Receipt.h"
+#include "receipt/ReceiptText.h"
 #include "receipt/ShareRecord.h"
 #include "settings/OpenProject.h"
 #include "words/Names.h"
@@ -23,14 +24,37 @@
 
 namespace project_share {
 
-using folder_host::Descriptor;
 using folder_host::FolderProject;
 using folder_host::Progress;
 using folder_host::WorkingCopy;
 
 namespace {
 
-folder_host::HandedOut handOut(const Judgement& judgement, const folder_host::Place& place, const ShareWords& words,
+using Digests = std::map<std::string, std::string>;
+
+// What was written and not what was read, which would not tell a copy that was written wrong: it is read once more,
+// from the disk or its cache.
+Digests digestsOf(folder_host::CopyContent& written, const folder_host::HandedOut& result,
+                  const Interruption& interruption) {
+  ProgressLine noted("noted");
+  Progress progress;
+  progress.allEntries = result.written.size();
+  progress.allBytes = result.bytes + result.store.size;
+  Digests digests;
+  written.forEach([](const folder_host::CopyEntry&) { return true; },
+                  [&](const folder_host::CopyEntry& entry) {
+                    if (entry.kind == folder_host::EntryKind::file) digests[entry.path] = entry.sha256;
+                    ++progress.entries;
+                  },
+                  [&](std::uint64_t bytes) {
+                    interruption.check();
+                    progress.bytes += bytes;
+                    noted.show(progress);
+                  });
+  return digests;
+}
+
+folder_host::HandedOut handOut(ReceiptSource& source, const folder_host::Place& place, const ShareWords& words,
                                std::optional<Receipt>& receipt, const Interruption& interruption) {
   ProgressLine copied("copied");
   folder_host::HandOutOptions options;
@@ -41,19 +65,22 @@ folder_host::HandedOut handOut(const Judgement& judgement, const folder_host::Pl
     interruption.check();
     copied.show(progress);
   };
-  options.beforePublication = [&](const Descriptor& folder) {
+  options.beforePublication = [&](folder_host::CopyContent& written, const folder_host::HandedOut& result) {
     interruption.check();
     if (!receipt) return;
-    // The receipt reads the whole copy once more, which may take long: it shows its progress, too.
-    ProgressLine checked("noted");
-    std::set<std::string> allowed;
-    for (const std::string& one : argumentsOf(words.gate)) allowed.insert(utf8(one));
-    receipt->write(judgement, allowed, folder, [&](const Progress& progress) {
-      interruption.check();
-      checked.show(progress);
-    });
+    const Digests digests = digestsOf(written, result, interruption);
+    for (const auto* entry : source.judgement.shared) {
+      const auto found = digests.find(entry->path);
+      source.digests.push_back(found == digests.end() ? std::string() : found->second);
+    }
+    source.handedOut = &result;
+    ReceiptHead head = headOf(source, {});
+    head.destination = place.path();
+    head.hasContent = true;
+    writeReceipt(head, source, [&](std::string_view text) { receipt->put(text); });
+    receipt->finish();
   };
-  folder_host::HandedOut result = folder_host::handOut(*judgement.copy, place, options);
+  folder_host::HandedOut result = folder_host::handOut(*source.judgement.copy, place, options);
   // The copy first: a receipt without its copy would tell of what nobody has got. It is written whole by then, so that
   // only its name can still fail.
   if (receipt) receipt->publish();
@@ -193,7 +220,10 @@ void share(const ShareWords& words) {
   const Interruption interruption;  // ends last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
   if (!words.receipt.empty()) receipt.emplace(*copy, place, words.receipt);
-  const folder_host::HandedOut result = handOut(judgement, place, words, receipt, interruption);
+  ReceiptSource source{*copy, judgement, profile.get()};
+  for (const std::string& one : argumentsOf(words.gate)) source.allowed.insert(utf8(one));
+  source.risks = verdict.allowed;
+  const folder_host::HandedOut result = handOut(source, place, words, receipt, interruption);
   project.confirm();
   report(judgement, result, words, remember(project, judgement, words, isListed, *copy));
 }

@@ -1,15 +1,12 @@
 #pragma once
 
-#include <functional>
-#include <set>
 #include <string>
+#include <string_view>
 
 #include "folder_host/files/Descriptor.h"
 #include "folder_host/files/Place.h"
 #include "folder_host/files/Publication.h"
-#include "folder_host/share/HandOut.h"
 #include "folder_host/share/WorkingCopy.h"
-#include "judgement/Judgement.h"
 
 namespace project_share {
 
@@ -26,20 +23,17 @@ class Receipt {
   // Whether that could be made, as far as that is known without making it. Errors: as above.
   static void check(const folder_host::WorkingCopy& project, const folder_host::Place& copy, const std::string& file);
 
-  // Writes all of it, once, from the folder that holds the copy, which has no name yet; durable when it returns. What
-  // onProgress throws stops it. Errors: RECEIPT_FAILED; what cannot be read passes as std::system_error.
-  void write(const Judgement& judgement, const std::set<std::string>& allowed, const folder_host::Descriptor& copy,
-             const std::function<void(const folder_host::Progress&)>& onProgress);
+  // The text, part by part; all of it is durable when finish() returns. Error: RECEIPT_FAILED.
+  void put(std::string_view text);
+  void finish();
 
   // To be called when the copy is there. Error: RECEIPT_FAILED, also where the name was taken meanwhile.
   void publish();
 
  private:
-  void put(const std::string& text);
   void flush();
 
   std::string file_;
-  std::string destination_;
   folder_host::Place place_;
   folder_host::Publication staging_;
   folder_host::Descriptor descriptor_;
