@@ -64,6 +64,8 @@ inline constexpr const char* ENTRY_CHANGED = "entry-changed";
 inline constexpr const char* ENTRY_UNREADABLE = "entry-unreadable";
 inline constexpr const char* SHARED_BELOW_HELD_BACK = "shared-below-held-back";
 inline constexpr const char* NAMES_COLLIDE = "names-collide";
+inline constexpr const char* ARCHIVE_UNREADABLE = "archive-unreadable";
+inline constexpr const char* NAME_UNFIT = "name-unfit";
 inline constexpr const char* COPY_FAILED = "copy-failed";
 }  // namespace errors
 

@@ -340,7 +340,12 @@ void Publication::removeEarlier(const Descriptor& earlier) {
 
 void Publication::publishFile(const std::string& file, const std::string& name) {
   refusesToReplace_ ? rename(folder_, file, parent_, name, false) : replaceOwn(file, name);
-  sync(parent_);
+  try {
+    sync(parent_);
+  } catch (const std::system_error&) {
+    ::renameat(parent_.get(), name.c_str(), folder_.get(), file.c_str());
+    throw;
+  }
 }
 
 // Without a rename that refuses to replace, the name is taken first by a file of its own, and that is replaced: nobody

@@ -65,8 +65,7 @@ class Publication {
   // Empty where there is no earlier folder to be dealt with.
   const std::string& earlierName() const noexcept { return earlierName_; }
 
-  // Gives the name to the file `file` in the staging folder instead. EEXIST as above. A name that could not be made
-  // durable stays.
+  // Gives the name to the file `file` in the staging folder instead. All else as above.
   void publishFile(const std::string& file, const std::string& name);
 
   // Gives it to the file in the place of the one that has the name, as long as that is still `replaced`; else EEXIST,

@@ -1,12 +1,21 @@
 #include "folder_host/share/HandOut.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cerrno>
+#include <numeric>
 #include <system_error>
 #include <utility>
 
 #include "folder_host/Error.h"
 #include "folder_host/files/Digest.h"
 #include "folder_host/files/Publication.h"
+#include "folder_host/share/Replacement.h"
+#include "folder_host/share/TreeCopy.h"
+#include "folder_host/share/read/ArchiveContent.h"
+#include "folder_host/share/sinks/ArchiveSink.h"
 #include "folder_host/share/sinks/FolderSink.h"
 
 namespace folder_host {
@@ -33,54 +42,25 @@ Place checkDestination(const WorkingCopy& copy, const std::string& destination) 
 
 namespace {
 
-bool isUntouched(const EarlierCopy& earlier, const std::string& digest) {
-  try {
-    return digestOf(stateOf(earlier.folder)) == digest;
-  } catch (const std::system_error&) {
-    return false;
+// Of a name that nobody else is shown.
+constexpr const char* ARCHIVE = "archive";
+
+// The order of a tree, which is that in which an archive is unpacked.
+std::vector<const Entry*> inOrder(const WorkingCopy& copy, Shape shape) {
+  std::vector<const Entry*> entries = copy.entries();
+  if (shape != Shape::folder) {
+    std::sort(entries.begin(), entries.end(),
+              [](const Entry* one, const Entry* other) { return beforeInTree(one->path, other->path); });
   }
+  return entries;
 }
 
-// One hand-out, from the first look at its place to the last.
-class Handing {
+// One hand-out, whatever it is written into.
+class Work {
  public:
-  Handing(const WorkingCopy& copy, const Place& place, const HandOutOptions& options)
-      : copy_(copy),
-        place_(place),
-        options_(options),
-        entries_(copy.entries()),
-        takeover_(options.keepsEarlier ? nullptr : options.earlier, notesOf(place, options), options.comparesContent,
-                  copy.listing().begun) {}
-
-  HandedOut run() {
-    count();
-    // What an earlier process left lies here, and may be as large as the copy: it is removed before room is needed.
-    result_.keptBefore = Publication::removeAbandoned(place_.parent);
-    Publication publication(place_.parent);
-    const bool atOnce = options_.earlier == nullptr || publication.exchangesAtOnce();
-    if (!atOnce && options_.beforeTwoSteps) options_.beforeTwoSteps();
-    write(publication);
-    if (options_.beforePublication) {
-      // By what the folder is, whatever name it has for now.
-      const auto written = openFolderCopy("/proc/self/fd/" + std::to_string(publication.content().get()) + "/.");
-      options_.beforePublication(*written, result_);
-    }
-    if (options_.earlier != nullptr) {
-      replace(publication, atOnce);
-    } else {
-      place_.mayGiveWay ? publication.publishOverEmpty(place_.name) : publication.publish(place_.name);
-    }
-    if (!result_.isTakenBack) keepNotes();
-    return std::move(result_);
-  }
-
- private:
-  static CopyNotes notesOf(const Place& place, const HandOutOptions& options) {
-    const bool reads = options.earlier != nullptr && !options.keepsEarlier && options.storeFolder != nullptr;
-    return reads ? readCopyNotes(*options.storeFolder, place.path()) : CopyNotes{};
-  }
-
-  void count() {
+  Work(const WorkingCopy& copy, const HandOutOptions& options)
+      : copy_(copy), options_(options), entries_(inOrder(copy, options.shape)) {
+    requireFit(options.shape, entries_, copy.scopePath());
     progress_.allEntries = entries_.size();
     for (const Entry* entry : entries_) {
       progress_.allBytes += entry->size;
@@ -90,72 +70,71 @@ class Handing {
     }
   }
 
-  void write(const Publication& publication) {
-    const bool notes = options_.storeFolder != nullptr || takeover_.takes();
-    FolderSink sink(publication, notes ? &takeover_ : nullptr);
+  void writeInto(Sink& sink) {
     const bool isWhole = copy_.scope() == EntryTable::ROOT;
     const Source source(copy_.root(), options_.allowed, isWhole ? nullptr : &copy_.table()[copy_.scope()]);
     // Another folder under the project's name may hold what this one was to hold back.
     if (!(source.id == copy_.listing().root)) throw changed(copy_.root());
-    const auto tell = [&](std::size_t copied, std::uint64_t bytes) {
+    std::vector<Written> written;
+    const CopyProgress onProgress = [&](std::size_t copied, std::uint64_t bytes) {
       progress_.entries = copied;
       progress_.bytes = bytes;
       if (options_.onProgress) options_.onProgress(progress_);
     };
-    result_.changed = copyTree(source, entries_, sink, tell, &result_.written);
-    const std::string store = copy_.storeOfWhatIsShared();
-    result_.store = {store.size(), sha256Of(store)};
-    sink.addStore(store);
+    result_.changed = copyTree(source, entries_, sink, onProgress, &written);
+    setWritten(written);
+    if (!options_.isPlain) {
+      const std::string store = copy_.storeOfWhatIsShared();
+      result_.store = {store.size(), sha256Of(store)};
+      sink.addStore(store);
+    }
     sink.finish();
-    for (const std::string& path : result_.changed)
-      takeover_.forget(isWhole ? path : path.substr(copy_.scopePath().size() + 1));
     result_.bytes = progress_.bytes;
-    result_.takenOver = takeover_.count();
   }
 
-  // After the exchange nothing fails any more: the new copy is there. The earlier one is looked at once more, since up
-  // to then somebody may have written to it. A file of its that was taken over would be a file of both: then all is as
-  // before.
-  void replace(Publication& publication, bool atOnce) {
-    const EarlierCopy& earlier = *options_.earlier;
-    const std::string digest = digestOf(takeover_.takes() ? takeover_.expected() : earlier.seen);
-    publication.exchange(place_.name, idOf(statusOf(earlier.folder)), digest, atOnce);
-    const bool untouched = isUntouched(earlier, digest);
-    if (!untouched && takeover_.count() > 0) {
-      publication.giveBack();
-      result_.isTakenBack = true;
-      return;
-    }
-    result_.kept = publication.earlierName();
-    try {
-      if (!untouched || options_.keepsEarlier) {
-        result_.kept = publication.keepEarlier();
-        return;
-      }
-      publication.giveUpEarlier(earlier.folder);
-      result_.kept.clear();  // whoever comes next removes what cannot be removed now
-      takeover_.release(publication.content());
-      publication.removeEarlier(earlier.folder);
-    } catch (const std::system_error&) {  // where it is, is told
-    }
+  // `written` is what was written; none where it cannot be read again.
+  void tell(CopyContent* written) const {
+    if (options_.beforePublication) options_.beforePublication(written, result_);
   }
 
-  // A note that is lost costs a copy.
-  void keepNotes() {
-    try {
-      if (options_.storeFolder != nullptr) writeCopyNotes(*options_.storeFolder, place_.path(), takeover_.notes());
-    } catch (const std::system_error&) {
-    }
+  HandedOut& result() noexcept { return result_; }
+
+ private:
+  // In the order of the listing, in which the entries lie side by side.
+  void setWritten(const std::vector<Written>& written) {
+    std::vector<std::size_t> order(entries_.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    const auto isBefore = [&](std::size_t a, std::size_t b) { return entries_[a] < entries_[b]; };
+    if (!std::is_sorted(order.begin(), order.end(), isBefore)) std::sort(order.begin(), order.end(), isBefore);
+    for (const std::size_t at : order) result_.written.push_back(written[at]);
   }
 
   const WorkingCopy& copy_;
-  const Place& place_;
   const HandOutOptions& options_;
-  const std::vector<const Entry*> entries_;
-  Takeover takeover_;
+  std::vector<const Entry*> entries_;
   Progress progress_;
   HandedOut result_;
 };
+
+void makeFolder(Work& work, const Place& place, const WorkingCopy& copy, const HandOutOptions& options) {
+  Publication publication(place.parent);
+  Replacement replacement(publication, place, options, copy.listing().begun);
+  FolderSink sink(publication, replacement.takeover());
+  work.writeInto(sink);
+  work.tell(openFolderCopy("/proc/self/fd/" + std::to_string(publication.content().get()) + "/.").get());
+  const std::string& scope = copy.scopePath();
+  replacement.publish(work.result(), scope.empty() ? 0 : scope.size() + 1);
+}
+
+// Nobody else gets into the private folder, so the file has the mode of any new one from the beginning.
+void makeArchive(Work& work, const Place& place, Shape shape) {
+  Publication publication(place.parent);
+  const Descriptor file = openBeneath(publication.content(), ARCHIVE, O_RDWR | O_CREAT | O_EXCL, 0666);
+  ArchiveSink sink(file, shape);
+  work.writeInto(sink);
+  work.tell(openArchiveCopy(Descriptor(check(::fcntl(file.get(), F_DUPFD_CLOEXEC, 0))), place.path()).get());
+  publication.publishFile(ARCHIVE, place.name);
+}
 
 }  // namespace
 
@@ -164,11 +143,48 @@ class Handing {
 // folder, which is removed here, or by the next hand-out beside it.
 HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOptions& options) {
   try {
-    return Handing(copy, place, options).run();
+    Work work(copy, options);
+    // What an earlier process left lies here, and may be as large as the copy: it is removed before room is needed.
+    work.result().keptBefore = Publication::removeAbandoned(place.parent);
+    if (options.shape == Shape::folder) {
+      makeFolder(work, place, copy, options);
+    } else {
+      makeArchive(work, place, options.shape);
+    }
+    return std::move(work.result());
   } catch (const std::system_error& error) {
     const int code = error.code().value();
     throw systemFailure(code == EEXIST ? errors::DESTINATION_EXISTS : errors::COPY_FAILED, "cannot make", place.path(),
                         code);
+  }
+}
+
+void checkStream(const WorkingCopy& copy, const Descriptor& stream) {
+  if (::isatty(stream.get()) == 1) {
+    throw Error(errors::DESTINATION_UNUSABLE, "standard output is a terminal; send it into a pipe or a file");
+  }
+  attempt(errors::DESTINATION_UNUSABLE, "cannot use", "-", [&] {
+    const FileId id = idOf(statusOf(stream));
+    const auto& entries = copy.listing().entries;
+    if (std::any_of(entries.begin(), entries.end(), [&](const Entry& entry) { return entry.id == id; })) {
+      throw Error(errors::DESTINATION_IN_PROJECT,
+                  "standard output goes into a file of the project itself; choose one outside of it");
+    }
+  });
+}
+
+HandedOut handOutTo(const Descriptor& stream, const WorkingCopy& copy, const HandOutOptions& options) {
+  Work work(copy, options);
+  try {
+    attempt(errors::COPY_FAILED, "cannot write to", "-", [&] {
+      ArchiveSink sink(stream, options.shape);
+      work.writeInto(sink);
+      work.tell(nullptr);
+    });
+    return std::move(work.result());
+  } catch (const Error& error) {
+    throw Error(error.identifier(), error.what() + std::string("; throw away what was written to standard output: it "
+                                                               "cannot be taken back, and has no end"));
   }
 }
 

@@ -9,6 +9,7 @@
 #include "folder_host/files/Place.h"
 #include "folder_host/share/Allowances.h"
 #include "folder_host/share/EarlierCopy.h"
+#include "folder_host/share/Shape.h"
 #include "folder_host/share/TreeCopy.h"
 #include "folder_host/share/WorkingCopy.h"
 #include "folder_host/share/read/CopyContent.h"
@@ -47,14 +48,16 @@ struct HandedOut {
 };
 
 struct HandOutOptions {
+  Shape shape = Shape::folder;
+  bool isPlain = false;  // without a store of its own: the copy is no project then
   // ENTRY_CHANGED: a file that changes after it was listed is shared as it is read. NESTED_PROJECT: a file is shared
   // that by its first bytes is a store, a receipt or an export.
   Allowances allowed;
   // Called often. What it throws stops the hand-out.
   std::function<void(const Progress&)> onProgress;
-  // Called with what was written, whole and durable, and with all that is to be told of it, before it gets its name.
-  // What it throws stops the hand-out.
-  std::function<void(CopyContent& written, const HandedOut&)> beforePublication;
+  // Called with what was written, whole and durable, and with all that is to be told of it, before it gets its name. Of
+  // what went into a stream, nothing can be read again: null. What it throws stops the hand-out.
+  std::function<void(CopyContent* written, const HandedOut&)> beforePublication;
   // The project's own (FolderProject::storeFolder): there it is noted what was read and written, so that an update can
   // take files over. None: nothing is noted, and without notes nothing is taken over but by its content.
   const Descriptor* storeFolder = nullptr;
@@ -77,11 +80,21 @@ Place checkDestination(const WorkingCopy& copy, const std::string& destination);
 
 // Writes what the copy shares to the place, which is as before or holds the complete copy afterwards, whatever
 // interrupts it; before, it is free, an empty folder that gives way, or the earlier copy of the options. What killed
-// processes left beside it is cleaned up. It knows no rule: what is shared, and whether anything speaks against it, has
-// been judged (strip, risksAmong, Traces, Twins). It reads what is shared from the project's folder and nothing else,
-// and refuses what is no longer what was listed. The copy is that of the scope, and opens as a project of its own.
-// Errors: DESTINATION_EXISTS (taken meanwhile, or the earlier copy is not there any more), those of EntryReader,
-// COPY_FAILED, and what the functions of the options throw.
+// processes left beside it is cleaned up. It knows no rule: what is shared, and whether anything speaks
+// against it, has been judged (strip, risksAmong, Traces, Twins). It reads what is shared from the project's folder and
+// nothing else, and refuses what is no longer what was listed. The copy is that of the scope, and opens as a project of
+// its own, unless it is plain; an archive does so once it is unpacked, and has the mode of any new file.
+// Errors: NAME_UNFIT (before anything is written), DESTINATION_EXISTS (taken meanwhile, or the earlier copy is not
+// there any more), those of EntryReader, COPY_FAILED, and what the functions of the options throw.
 HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOptions& options = {});
+
+// Refuses a stream that is a terminal, or leads into a file of the project itself. Errors: DESTINATION_IN_PROJECT,
+// DESTINATION_UNUSABLE.
+void checkStream(const WorkingCopy& copy, const Descriptor& stream);
+
+// Likewise into what is open, such as a pipe. What was written when it fails cannot be taken back; it has no end then,
+// by which it is known. The stream is what beforePublication is called with, when all is written. `options.shape` is no
+// folder.
+HandedOut handOutTo(const Descriptor& stream, const WorkingCopy& copy, const HandOutOptions& options);
 
 }  // namespace folder_host

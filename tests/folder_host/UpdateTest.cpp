@@ -57,7 +57,7 @@ class UpdateTest : public FolderTest {
     const EarlierCopy earlier = earlierCopyAt(*copy, in("out/copy"));
     options.storeFolder = &project.storeFolder();
     options.earlier = &earlier;
-    options.beforePublication = [&](CopyContent&, const HandedOut&) {
+    options.beforePublication = [&](CopyContent*, const HandedOut&) {
       if (meanwhile) meanwhile();
     };
     return handOut(*copy, earlier.place, options);

@@ -62,6 +62,7 @@ struct Words {
   bool whole = false;
   bool strict = false;
   bool dryRun = false;
+  bool plain = false;
   bool forget = false;
   bool create = false;
   bool missing = false;
@@ -401,6 +402,10 @@ ShareWords shareWordsOf(const Words& words) {
   if (words.dryRun && hasDestination && share.destination.empty()) {
     throw CLI::ParseError("DEST needs a name", WRONG_USAGE);
   }
+  if (share.destination == "-" && (manner().json || !words.receipt.empty())) {
+    throw CLI::ParseError("a copy on standard output goes without --json and --receipt", WRONG_USAGE);
+  }
+  share.isPlain = words.plain;
   share.gate = gateWordsOf(words);
   share.receipt = words.receipt;
   return share;
@@ -501,9 +506,13 @@ void addShareCommands(CLI::App& app, Words& words) {
 
   CLI::App* share = addCommand(&app, "share", "Hand out a copy: share PROFILE DEST, or share --whole DEST",
                                "share public ../for-the-customer --receipt ../for-the-customer.json");
-  addWord(share, "PROFILE DEST", words.shared, "The profile (not with --whole), and a folder to be made")
+  addWord(
+      share, "PROFILE DEST", words.shared,
+      "The profile (not with --whole), and what is to be made: a folder, a file by a name that ends in .tar, .tar.gz, "
+      ".tar.zst or .zip, or - for a tar on standard output")
       ->required(false);  // they are counted
   share->add_flag("--whole", words.whole, "Everything, without a profile");
+  share->add_flag("--plain", words.plain, "Without .project: the copy has no labels and is no project");
   share->add_flag("--dry-run", words.dryRun,
                   "Make nothing, and tell whether it would be refused; DEST may be left out");
   addGateOptions(share, words);

@@ -139,7 +139,8 @@ void checkProfile(const std::string& profile, const GateWords& words);
 
 struct ShareWords {
   std::optional<std::string> profile;  // none: the whole project
-  std::string destination;             // empty: none, which a dry run needs not
+  std::string destination;             // empty: none, which a dry run needs not; "-": standard output
+  bool isPlain = false;                // without a store in it
   GateWords gate;
   std::string receipt;  // a file to be made; empty: none
 };

@@ -1,4 +1,6 @@
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -24,6 +26,7 @@
 
 namespace project_share {
 
+using folder_host::Descriptor;
 using folder_host::FolderProject;
 using folder_host::Progress;
 using folder_host::WorkingCopy;
@@ -54,10 +57,32 @@ Digests digestsOf(folder_host::CopyContent& written, const folder_host::HandedOu
   return digests;
 }
 
-folder_host::HandedOut handOut(ReceiptSource& source, const folder_host::Place& place, const ShareWords& words,
-                               std::optional<Receipt>& receipt, const Interruption& interruption) {
+bool isStream(const ShareWords& words) { return words.destination == "-"; }
+
+folder_host::Shape shapeOf(const ShareWords& words) {
+  return isStream(words) ? folder_host::Shape::tar : folder_host::shapeOf(words.destination);
+}
+
+Descriptor standardOutput() {
+  return folder_host::attempt(folder_host::errors::DESTINATION_UNUSABLE, "cannot use", "standard output", [] {
+    return Descriptor(folder_host::check(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)));
+  });
+}
+
+// No place: standard output.
+std::optional<folder_host::Place> destinationOf(const WorkingCopy& copy, const ShareWords& words) {
+  if (!isStream(words)) return folder_host::checkDestination(copy, words.destination);
+  folder_host::checkStream(copy, standardOutput());
+  return std::nullopt;
+}
+
+folder_host::HandedOut handOut(ReceiptSource& source, const std::optional<folder_host::Place>& place,
+                               const ShareWords& words, std::optional<Receipt>& receipt,
+                               const Interruption& interruption) {
   ProgressLine copied("copied");
   folder_host::HandOutOptions options;
+  options.shape = shapeOf(words);
+  options.isPlain = words.isPlain;
   options.allowed = allowancesOf(words.gate);
   // The work is interrupted where it tells its progress, by an exception: what was begun is removed as after any
   // failure.
@@ -65,22 +90,28 @@ folder_host::HandedOut handOut(ReceiptSource& source, const folder_host::Place& 
     interruption.check();
     copied.show(progress);
   };
-  options.beforePublication = [&](folder_host::CopyContent& written, const folder_host::HandedOut& result) {
+  options.beforePublication = [&](folder_host::CopyContent* written, const folder_host::HandedOut& result) {
     interruption.check();
     if (!receipt) return;
-    const Digests digests = digestsOf(written, result, interruption);
+    const Digests digests = digestsOf(*written, result, interruption);
+    const std::string& from = source.judgement.copy->scopePath();
+    const std::size_t below = from.empty() ? 0 : from.size() + 1;
     for (const auto* entry : source.judgement.shared) {
-      const auto found = digests.find(entry->path);
+      const auto found = digests.find(entry->path.substr(below));
       source.digests.push_back(found == digests.end() ? std::string() : found->second);
     }
     source.handedOut = &result;
-    ReceiptHead head = headOf(source, {});
-    head.destination = place.path();
+    ReceiptHead head = headOf(source, from);
+    head.destination = place->path();
+    head.shape = folder_host::wordOf(options.shape);
+    head.isPlain = options.isPlain;
     head.hasContent = true;
     writeReceipt(head, source, [&](std::string_view text) { receipt->put(text); });
     receipt->finish();
   };
-  folder_host::HandedOut result = folder_host::handOut(*source.judgement.copy, place, options);
+  const WorkingCopy& copy = *source.judgement.copy;
+  folder_host::HandedOut result =
+      place ? folder_host::handOut(copy, *place, options) : folder_host::handOutTo(standardOutput(), copy, options);
   // The copy first: a receipt without its copy would tell of what nobody has got. It is written whole by then, so that
   // only its name can still fail.
   if (receipt) receipt->publish();
@@ -174,7 +205,8 @@ std::vector<Risk> remember(const FolderProject& project, const Judgement& judgem
                            bool isListed, const WorkingCopy& copy) {
   std::vector<Risk> notes;
   try {
-    const std::string destination = std::filesystem::absolute(words.destination).lexically_normal().string();
+    const std::string destination =
+        isStream(words) ? words.destination : std::filesystem::absolute(words.destination).lexically_normal().string();
     if (isListed) folder_host::addShare(project.storeFolder(), lineOf(project, judgement, destination));
   } catch (const std::system_error& error) {
     notes.push_back({risks::SHARE_UNLISTED.identifier, {}, "this share is not in the log: " + error.code().message()});
@@ -204,12 +236,14 @@ std::shared_ptr<profiles::ExportProfile> profileOf(WorkingCopy& copy, const Shar
 }  // namespace
 
 void share(const ShareWords& words) {
+  manner().aside = isStream(words);
+  manner().colour = manner().colour && !isStream(words);
   const FolderProject project = openProject();
   const auto copy = project.workingCopy();
   setScope(project, words.gate, *copy);
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
   // Before the judgement, which may read much: a destination that cannot be used is known at once.
-  const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
+  const std::optional<folder_host::Place> place = destinationOf(*copy, words);
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   const bool isListed = canBeListed(project, judgement.found);
   const Verdict verdict = verdictOf(judgement.found, words.gate);
@@ -219,7 +253,7 @@ void share(const ShareWords& words) {
   // All that can be refused has been by now: nothing is written for a share that is refused.
   const Interruption interruption;  // ends last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
-  if (!words.receipt.empty()) receipt.emplace(*copy, place, words.receipt);
+  if (!words.receipt.empty()) receipt.emplace(*copy, *place, words.receipt);
   ReceiptSource source{*copy, judgement, profile.get()};
   for (const std::string& one : argumentsOf(words.gate)) source.allowed.insert(utf8(one));
   source.risks = verdict.allowed;
@@ -233,15 +267,16 @@ void checkShare(const ShareWords& words) {
   const auto copy = project.workingCopy();
   setScope(project, words.gate, *copy);
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
-  if (!words.destination.empty()) {
+  if (!words.destination.empty() && !isStream(words)) {
     const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
     if (!words.receipt.empty()) Receipt::check(*copy, place, words.receipt);
   }
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   canBeListed(project, judgement.found);
   refuse(told(judgement, words.gate));
+  folder_host::requireFit(shapeOf(words), judgement.copy->entries(), judgement.copy->scopePath());
 }
 
-void checkProfile(const std::string& profile, const GateWords& words) { checkShare({profile, {}, words, {}}); }
+void checkProfile(const std::string& profile, const GateWords& words) { checkShare({profile, {}, false, words, {}}); }
 
 }  // namespace project_share

@@ -31,8 +31,9 @@ std::string coloured(const std::string& text, Tone tone) {
 }
 
 void put(const std::string& text) {
-  std::fwrite(text.data(), 1, text.size(), stdout);
-  std::fputc('\n', stdout);
+  std::FILE* const out = manner().aside ? stderr : stdout;
+  std::fwrite(text.data(), 1, text.size(), out);
+  std::fputc('\n', out);
 }
 
 }  // namespace

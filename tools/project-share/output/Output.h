@@ -15,6 +15,7 @@ struct Manner {
   bool uuids = false;     // in lines for people, too
   bool colour = false;    // on standard output
   bool progress = false;  // on standard error
+  bool aside = false;     // on standard error alone: standard output is a copy's
 };
 
 // How this run writes; set before the first line.
