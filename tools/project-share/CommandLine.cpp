@@ -48,6 +48,8 @@ struct Words {
   std::vector<std::string> forbidden;
   std::optional<std::string> from;
   std::string receipt;
+  std::int64_t keptReceipts = ShareWords().keptReceipts;
+  bool checksum = false;
   std::int64_t number = 0;
   std::string file = "-";
   ImportWords import;
@@ -408,6 +410,8 @@ ShareWords shareWordsOf(const Words& words) {
   share.isPlain = words.plain;
   share.gate = gateWordsOf(words);
   share.receipt = words.receipt;
+  share.checksum = words.checksum;
+  share.keptReceipts = words.keptReceipts;
   return share;
 }
 
@@ -420,14 +424,16 @@ std::string riskList() {
   return list;
 }
 
-// By digits alone, from 1 on: CLI11 would read "010" as eight, and a number that is too great as the greatest.
-CLI::Option* addNumber(CLI::App* command, const char* name, std::int64_t& number, const char* description) {
-  const auto read = [&number, name](const std::string& marked) {
+// By digits alone, from `least` on: CLI11 would read "010" as eight, and a number that is too great as the greatest.
+CLI::Option* addNumber(CLI::App* command, const char* name, std::int64_t& number, const char* description,
+                       std::int64_t least = 1) {
+  const auto read = [&number, name, least](const std::string& marked) {
     const std::string word = unmarked(marked);
     const char* end = word.data() + word.size();
     const auto [last, error] = std::from_chars(word.data(), end, number);
-    if (error == std::errc() && last == end && number > 0) return;
-    throw CLI::ParseError(fmt::format("{} is a number from 1 on, and {} is none", name, inQuotes(word)), WRONG_USAGE);
+    if (error == std::errc() && last == end && number >= least) return;
+    throw CLI::ParseError(fmt::format("{} is a number from {} on, and {} is none", name, least, inQuotes(word)),
+                          WRONG_USAGE);
   };
   return command->add_option_function<std::string>(name, read, description)->type_name("");
 }
@@ -520,6 +526,11 @@ void addShareCommands(CLI::App& app, Words& words) {
                                  "A JSON file to be made, for you: what was shared, what was held back, and why")
                              ->required(false)
                              ->type_name("FILE");
+  share->add_flag("--checksum", words.checksum,
+                  "Note the content of each file, so that verify can compare it; --receipt does so, too");
+  addNumber(share, "--keep-receipts", words.keptReceipts,
+            "Of this profile and destination the project keeps the last N receipts, and not 10", 0)
+      ->type_name("N");
   share->callback([&words, receipt] {
     // An empty name, such as of a variable that is not set, would mean that no receipt was asked for.
     if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);

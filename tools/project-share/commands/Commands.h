@@ -142,7 +142,9 @@ struct ShareWords {
   std::string destination;             // empty: none, which a dry run needs not; "-": standard output
   bool isPlain = false;                // without a store in it
   GateWords gate;
-  std::string receipt;  // a file to be made; empty: none
+  std::string receipt;             // a file to be made; empty: none
+  bool checksum = false;           // content is hashed for the receipt that the project keeps, too
+  std::int64_t keptReceipts = 10;  // of this profile, scope and destination
 };
 // Errors: SHARE_REFUSED, with the risks printed before; those of folder_host/share/HandOut.h and receipt/Receipt.h;
 // Interrupted where a signal came. The copy is there all the same only where its receipt could not be named.

@@ -202,7 +202,7 @@ std::string copyDigestOf(const ReceiptSource& source, std::size_t below) {
 
 }  // namespace
 
-ReceiptHead headOf(const ReceiptSource& source, const std::string& from) {
+ReceiptHead headOf(const ReceiptSource& source, const std::string& destination) {
   ReceiptHead head;
   head.time = now();
   const Judgement& judgement = source.judgement;
@@ -210,12 +210,16 @@ ReceiptHead headOf(const ReceiptSource& source, const std::string& from) {
     head.profileUuid = utf8(judgement.uuid);
     head.profileName = utf8(judgement.name);
   }
-  head.from = from;
+  head.from = judgement.copy->scopePath();
+  head.destination = destination;
   head.shape = "folder";
   head.hasContent = !source.digests.empty();
-  head.judgement = digestOf(judgement, source.allowed);
-  head.copy = copyDigestOf(source, from.empty() ? 0 : from.size() + 1);
   return head;
+}
+
+void digest(ReceiptHead& head, const ReceiptSource& source) {
+  head.judgement = digestOf(source.judgement, source.allowed);
+  head.copy = copyDigestOf(source, head.from.empty() ? 0 : head.from.size() + 1);
 }
 
 // Of a million entries no list is held in memory: each is a line that is written as soon as it is known.
