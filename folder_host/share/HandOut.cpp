@@ -12,6 +12,7 @@
 #include "folder_host/Error.h"
 #include "folder_host/files/Digest.h"
 #include "folder_host/files/Publication.h"
+#include "folder_host/share/Replacement.h"
 #include "folder_host/share/TreeCopy.h"
 #include "folder_host/share/read/ArchiveContent.h"
 #include "folder_host/share/sinks/ArchiveSink.h"
@@ -27,9 +28,14 @@ Place checkDestination(const WorkingCopy& copy, const std::string& destination) 
       throw Error(errors::DESTINATION_IN_PROJECT,
                   inQuotes(destination) + " lies in the project itself; choose a folder outside of it");
     }
-    if (isTaken(place))
+    if (!isTaken(place)) return;
+    place.mayGiveWay = givesWay(place);
+    if (!place.mayGiveWay) {
       throw Error(errors::DESTINATION_EXISTS,
-                  inQuotes(destination) + " is already there, and nothing is ever replaced; choose another name");
+                  inQuotes(destination) +
+                      " is already there, and of what is there only an empty folder of your own gives "
+                      "way; choose another name");
+    }
   });
   return place;
 }
@@ -92,7 +98,7 @@ class Work {
     if (options_.beforePublication) options_.beforePublication(written, result_);
   }
 
-  HandedOut result() { return std::move(result_); }
+  HandedOut& result() noexcept { return result_; }
 
  private:
   // In the order of the listing, in which the entries lie side by side.
@@ -114,12 +120,14 @@ class Work {
   HandedOut result_;
 };
 
-void makeFolder(Work& work, const Place& place) {
+void makeFolder(Work& work, const Place& place, const WorkingCopy& copy, const HandOutOptions& options) {
   Publication publication(place.parent);
-  FolderSink sink(publication);
+  Replacement replacement(publication, place, options, copy.listing().begun);
+  FolderSink sink(publication, replacement.takeover());
   work.writeInto(sink);
   work.tell(openFolderCopy("/proc/self/fd/" + std::to_string(publication.content().get()) + "/.").get());
-  publication.publish(place.name);
+  const std::string& scope = copy.scopePath();
+  replacement.publish(work.result(), scope.empty() ? 0 : scope.size() + 1);
 }
 
 // Nobody else gets into the private folder, so the file has the mode of any new one from the beginning.
@@ -141,9 +149,13 @@ HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOpti
   try {
     Work work(copy, options);
     // What an earlier process left lies here, and may be as large as the copy: it is removed before room is needed.
-    Publication::removeAbandoned(place.parent);
-    options.shape == Shape::folder ? makeFolder(work, place) : makeArchive(work, place, options.shape);
-    return work.result();
+    work.result().keptBefore = Publication::removeAbandoned(place.parent);
+    if (options.shape == Shape::folder) {
+      makeFolder(work, place, copy, options);
+    } else {
+      makeArchive(work, place, options.shape);
+    }
+    return std::move(work.result());
   } catch (const std::system_error& error) {
     const int code = error.code().value();
     throw systemFailure(code == EEXIST ? errors::DESTINATION_EXISTS : errors::COPY_FAILED, "cannot make", place.path(),
@@ -173,7 +185,7 @@ HandedOut handOutTo(const Descriptor& stream, const WorkingCopy& copy, const Han
       work.writeInto(sink);
       work.tell(options.hashesStream ? sink.content().get() : nullptr);
     });
-    return work.result();
+    return std::move(work.result());
   } catch (const Error& error) {
     throw Error(error.identifier(), error.what() + std::string("; throw away what was written to standard output: it "
                                                                "cannot be taken back, and has no end"));
