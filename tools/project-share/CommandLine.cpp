@@ -48,6 +48,9 @@ struct Words {
   std::vector<std::string> forbidden;
   std::optional<std::string> from;
   std::string receipt;
+  std::string page;
+  std::int64_t keptReceipts = ShareWords().keptReceipts;
+  bool checksum = false;
   std::int64_t number = 0;
   std::string file = "-";
   ImportWords import;
@@ -408,6 +411,8 @@ ShareWords shareWordsOf(const Words& words) {
   share.isPlain = words.plain;
   share.gate = gateWordsOf(words);
   share.receipt = words.receipt;
+  share.checksum = words.checksum;
+  share.keptReceipts = words.keptReceipts;
   return share;
 }
 
@@ -420,14 +425,16 @@ std::string riskList() {
   return list;
 }
 
-// By digits alone, from 1 on: CLI11 would read "010" as eight, and a number that is too great as the greatest.
-CLI::Option* addNumber(CLI::App* command, const char* name, std::int64_t& number, const char* description) {
-  const auto read = [&number, name](const std::string& marked) {
+// By digits alone, from `least` on: CLI11 would read "010" as eight, and a number that is too great as the greatest.
+CLI::Option* addNumber(CLI::App* command, const char* name, std::int64_t& number, const char* description,
+                       std::int64_t least = 1) {
+  const auto read = [&number, name, least](const std::string& marked) {
     const std::string word = unmarked(marked);
     const char* end = word.data() + word.size();
     const auto [last, error] = std::from_chars(word.data(), end, number);
-    if (error == std::errc() && last == end && number > 0) return;
-    throw CLI::ParseError(fmt::format("{} is a number from 1 on, and {} is none", name, inQuotes(word)), WRONG_USAGE);
+    if (error == std::errc() && last == end && number >= least) return;
+    throw CLI::ParseError(fmt::format("{} is a number from {} on, and {} is none", name, least, inQuotes(word)),
+                          WRONG_USAGE);
   };
   return command->add_option_function<std::string>(name, read, description)->type_name("");
 }
@@ -450,6 +457,27 @@ void addFrom(CLI::App* command, Words& words) {
       ->type_name("FOLDER");
 }
 
+void addAllow(CLI::App* command, Words& words) {
+  command
+      ->add_option("--allow", words.allowed,
+                   "Share in spite of all such risks, or of the one that is about PATH; can be repeated")
+      // One word each: else the option would take PROFILE and DEST, too, where they stand behind it.
+      ->allow_extra_args(false)
+      ->transform(unmarked)
+      ->type_name("RISK[,RISK...]|RISK=PATH");
+  command->footer(command->get_footer() + riskList());
+}
+
+void addGateOptions(CLI::App* command, Words& words) {
+  addAllow(command, words);
+  addFrom(command, words);
+  command->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
+  command->add_option("--forbid", words.forbidden, "Refuse where a file or link without a label would be shared")
+      ->allow_extra_args(false)
+      ->transform(unmarked)
+      ->type_name("unlabelled");
+}
+
 void addPreviewCommands(CLI::App& app, Words& words) {
   CLI::App* preview =
       addCommand(&app, "preview", "Show as a tree what a share would hand out, and what it would hold back and why",
@@ -462,14 +490,21 @@ void addPreviewCommands(CLI::App& app, Words& words) {
   addNumber(preview, "--depth", words.depth,
             "Show so many levels, and of folders at the last one what lies in them, counted")
       ->type_name("N");
+  addAllow(preview, words);
   addFrom(preview, words);
-  preview->callback([&words, preview] {
+  CLI::Option* page =
+      addWord(preview, "--html", words.page, "A page to be made, for a browser: all of it, whatever part is shown here")
+          ->required(false)
+          ->type_name("FILE");
+  preview->callback([&words, preview, page] {
     const auto& all = viewWords();
     const bool isKnown = std::find(all.begin(), all.end(), words.only) != all.end();
     if (preview->count("--only") > 0 && !isKnown) {
       throw CLI::ParseError(fmt::format("--only takes {}", fmt::join(all, ", ")), WRONG_USAGE);
     }
-    previewProfile(words.profile, {words.paths, words.only, static_cast<std::size_t>(words.depth)}, gateWordsOf(words));
+    if (page->count() > 0 && words.page.empty()) throw CLI::ParseError("--html needs a name", WRONG_USAGE);
+    const ViewWords view{words.paths, words.only, static_cast<std::size_t>(words.depth)};
+    previewProfile({words.profile, view, gateWordsOf(words), words.page});
   });
 
   CLI::App* why =
@@ -479,21 +514,9 @@ void addPreviewCommands(CLI::App& app, Words& words) {
   why->callback([&] { explainPath(words.name, words.profile); });
 }
 
-void addGateOptions(CLI::App* command, Words& words) {
-  command
-      ->add_option("--allow", words.allowed,
-                   "Share in spite of all such risks, or of the one that is about PATH; can be repeated")
-      // One word each: else the option would take PROFILE and DEST, too, where they stand behind it.
-      ->allow_extra_args(false)
-      ->transform(unmarked)
-      ->type_name("RISK[,RISK...]|RISK=PATH");
-  addFrom(command, words);
-  command->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
-  command->add_option("--forbid", words.forbidden, "Refuse where a file or link without a label would be shared")
-      ->allow_extra_args(false)
-      ->transform(unmarked)
-      ->type_name("unlabelled");
-  command->footer(command->get_footer() + riskList());
+// An empty name, such as of a variable that is not set, would mean that none was given.
+void requireReceiptName(const CLI::Option& option, const Words& words) {
+  if (option.count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
 }
 
 void addShareCommands(CLI::App& app, Words& words) {
@@ -520,9 +543,13 @@ void addShareCommands(CLI::App& app, Words& words) {
                                  "A JSON file to be made, for you: what was shared, what was held back, and why")
                              ->required(false)
                              ->type_name("FILE");
+  share->add_flag("--checksum", words.checksum,
+                  "Note the content of each file, so that verify can compare it; --receipt does so, too");
+  addNumber(share, "--keep-receipts", words.keptReceipts,
+            "Of this profile and destination the project keeps the last N receipts, and not 10", 0)
+      ->type_name("N");
   share->callback([&words, receipt] {
-    // An empty name, such as of a variable that is not set, would mean that no receipt was asked for.
-    if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
+    requireReceiptName(*receipt, words);
     const ShareWords said = shareWordsOf(words);
     words.dryRun ? checkShare(said) : project_share::share(said);
   });
@@ -530,8 +557,14 @@ void addShareCommands(CLI::App& app, Words& words) {
   CLI::App* verify = addCommand(&app, "verify", "Check a copy against the receipt of its share",
                                 "verify ../for-the-customer --receipt ../for-the-customer.json");
   addWord(verify, "COPY", words.folder, "The folder that was handed out");
-  addWord(verify, "--receipt", words.receipt, "The file that share made")->type_name("FILE");
-  verify->callback([&] { verifyCopy(words.folder, words.receipt); });
+  CLI::Option* file = addWord(verify, "--receipt", words.receipt,
+                              "The file that share made; without it, the one that the project keeps")
+                          ->required(false)
+                          ->type_name("FILE");
+  verify->callback([&words, file] {
+    requireReceiptName(*file, words);
+    verifyCopy(words.folder, words.receipt);
+  });
 }
 
 void addExchangeCommands(CLI::App& app, Words& words) {

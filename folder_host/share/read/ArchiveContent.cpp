@@ -29,6 +29,7 @@ constexpr std::uint64_t TAR_BLOCK = 512;
 constexpr std::uint64_t LONGEST_HEAD = std::uint64_t{1} << 22U;
 constexpr std::uint64_t LONGEST_PADDING = std::uint64_t{1} << 20U;  // zeros behind the end
 constexpr std::uint64_t MOST_NAMES = std::uint64_t{1} << 29U;
+constexpr std::uint64_t GIGABYTE = std::uint64_t{1} << 30U;
 constexpr std::uint64_t NAME_ROOM = 96;  // the room that each takes beside its bytes
 
 enum class Packing { none, gzip, zstd, zip };
@@ -80,7 +81,9 @@ class Stream {
     block_ = {buffer_.data(), expander_ ? expand() : read()};
     at_ += block_.size();
     spent_ += block_.size();
-    if (at_ > most_) throw noCopy(named_, "it expands to more than was handed out");
+    if (at_ > most_)
+      throw noCopy(
+          named_, "it expands to more than a copy should; if it is one, name its receipt (verify COPY --receipt FILE)");
     if (spent_ > allowed_) throw noCopy(named_, "the head of an entry is too long");
     return block_;
   }
@@ -313,7 +316,10 @@ class ZipCopy final : public ArchiveCopy {
       CopyEntry entry = entryOf(head, named_);
       requireListed(head, entry, listed);
       expanded += listed.size;
-      if (expanded > most_ || listed.size > most_) throw noCopy(named_, "it expands to more than was handed out");
+      if (expanded > most_ || listed.size > most_)
+        throw noCopy(
+            named_,
+            "it expands to more than a copy should; if it is one, name its receipt (verify COPY --receipt FILE)");
       look(reader, entry, names, wants, told);
       visit(std::move(entry));
     }
@@ -358,8 +364,10 @@ std::unique_ptr<CopyContent> openArchiveCopy(Descriptor file, std::string named,
 std::unique_ptr<CopyContent> openCopy(const std::string& named, std::uint64_t most) {
   return attempt(errors::ENTRY_UNREADABLE, "cannot read", named, [&]() -> std::unique_ptr<CopyContent> {
     Descriptor file(check(::open(named.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)));
-    if (!S_ISREG(statusOf(file).st_mode)) return openFolderCopy(named);
-    return openArchiveCopy(std::move(file), named, most);
+    const struct stat status = statusOf(file);
+    if (!S_ISREG(status.st_mode)) return openFolderCopy(named);
+    const std::uint64_t usual = GIGABYTE + static_cast<std::uint64_t>(status.st_size) * 1000;
+    return openArchiveCopy(std::move(file), named, most == 0 ? usual : most);
   });
 }
 

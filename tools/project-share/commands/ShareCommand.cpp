@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <utility>
 
 #include "Interruption.h"
 #include "Refusal.h"
@@ -18,6 +19,7 @@
 #include "output/Report.h"
 #include "receipt/Receipt.h"
 #include "receipt/ReceiptText.h"
+#include "receipt/ShareReceipts.h"
 #include "receipt/ShareRecord.h"
 #include "settings/OpenProject.h"
 #include "words/Names.h"
@@ -76,15 +78,45 @@ std::optional<folder_host::Place> destinationOf(const WorkingCopy& copy, const S
   return std::nullopt;
 }
 
-folder_host::HandedOut handOut(ReceiptSource& source, const std::optional<folder_host::Place>& place,
-                               const ShareWords& words, std::optional<Receipt>& receipt,
-                               const Interruption& interruption) {
+// An entry that was changed meanwhile is shared as it was read, where that is allowed.
+std::vector<Risk> risksOf(const folder_host::HandedOut& result) {
+  std::vector<Risk> risks;
+  for (const std::string& path : result.changed) {
+    risks.push_back({folder_host::errors::ENTRY_CHANGED, path,
+                     inQuotes(path) + " was changed meanwhile, and was shared as it was read"});
+  }
+  return risks;
+}
+
+// Without what was written, no content is hashed.
+void writeReceipts(ReceiptSource source, ReceiptHead head, folder_host::CopyContent* written, ShareReceipts& receipts,
+                   const Interruption& interruption) {
+  if (written != nullptr) {
+    const Digests digests = digestsOf(*written, *source.handedOut, interruption);
+    const std::size_t begin = below(head.from);
+    for (const auto* entry : source.judgement.shared) {
+      const auto found = digests.find(entry->path.substr(begin));
+      source.digests.push_back(found == digests.end() ? std::string() : found->second);
+    }
+  }
+  const std::vector<Risk> changed = risksOf(*source.handedOut);
+  source.risks.insert(source.risks.end(), changed.begin(), changed.end());
+  digest(head, source);
+  head.hasContent = written != nullptr;
+  receipts.write(head, source);
+}
+
+folder_host::HandedOut handOut(const ReceiptSource& source, const std::optional<folder_host::Place>& place,
+                               const ShareWords& words, ShareReceipts& receipts, const Interruption& interruption) {
   ProgressLine copied("copied");
   folder_host::HandOutOptions options;
   options.shape = shapeOf(words);
   options.isPlain = words.isPlain;
-  options.hashesStream = receipt.has_value();
+  options.hashesStream = words.checksum || !words.receipt.empty();
   options.allowed = allowancesOf(words.gate);
+  ReceiptHead head = headOf(source, place ? place->path() : words.destination);
+  head.shape = folder_host::wordOf(options.shape);
+  head.isPlain = options.isPlain;
   // The work is interrupted where it tells its progress, by an exception: what was begun is removed as after any
   // failure.
   options.onProgress = [&](const Progress& progress) {
@@ -93,29 +125,15 @@ folder_host::HandedOut handOut(ReceiptSource& source, const std::optional<folder
   };
   options.beforePublication = [&](folder_host::CopyContent* written, const folder_host::HandedOut& result) {
     interruption.check();
-    if (!receipt) return;
-    const Digests digests = digestsOf(*written, result, interruption);
-    const std::string& from = source.judgement.copy->scopePath();
-    const std::size_t below = from.empty() ? 0 : from.size() + 1;
-    for (const auto* entry : source.judgement.shared) {
-      const auto found = digests.find(entry->path.substr(below));
-      source.digests.push_back(found == digests.end() ? std::string() : found->second);
-    }
-    source.handedOut = &result;
-    ReceiptHead head = headOf(source, from);
-    head.destination = place ? place->path() : words.destination;
-    head.shape = folder_host::wordOf(options.shape);
-    head.isPlain = options.isPlain;
-    head.hasContent = true;
-    writeReceipt(head, source, [&](std::string_view text) { receipt->put(text); });
-    receipt->finish();
+    if (!receipts.isAnyWanted()) return;
+    ReceiptSource whole = source;
+    whole.handedOut = &result;
+    writeReceipts(std::move(whole), head, options.hashesStream ? written : nullptr, receipts, interruption);
   };
   const WorkingCopy& copy = *source.judgement.copy;
   folder_host::HandedOut result =
       place ? folder_host::handOut(copy, *place, options) : folder_host::handOutTo(standardOutput(), copy, options);
-  // The copy first: a receipt without its copy would tell of what nobody has got. It is written whole by then, so that
-  // only its name can still fail.
-  if (receipt) receipt->publish();
+  receipts.complete(head);
   return result;
 }
 
@@ -145,10 +163,8 @@ void report(const Judgement& judgement, const folder_host::HandedOut& result, co
     if (!spared.isDropped) printSpared(judgement, spared);
   }
   std::vector<Risk> allowed = judgement.found.risks;
-  for (const std::string& path : result.changed) {
-    allowed.push_back({folder_host::errors::ENTRY_CHANGED, path,
-                       inQuotes(path) + " was changed meanwhile, and was shared as it was read"});
-  }
+  const std::vector<Risk> changed = risksOf(result);
+  allowed.insert(allowed.end(), changed.begin(), changed.end());
   addIdleAfterwards(words.gate, allowed, notes);
   printNotes(notes);
   // Told though allowed: who allowed a kind of risk sees here for which cases that was.
@@ -203,8 +219,7 @@ bool canBeListed(const FolderProject& project, Findings& found) {
 
 // The copy is there: that nothing could be noted is no failure of the share.
 std::vector<Risk> remember(const FolderProject& project, const Judgement& judgement, const ShareWords& words,
-                           bool isListed, const WorkingCopy& copy) {
-  std::vector<Risk> notes;
+                           bool isListed, const WorkingCopy& copy, std::vector<Risk> notes) {
   try {
     const std::string destination =
         isStream(words) ? words.destination : std::filesystem::absolute(words.destination).lexically_normal().string();
@@ -247,6 +262,7 @@ void share(const ShareWords& words) {
   const std::optional<folder_host::Place> place = destinationOf(*copy, words);
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   const bool isListed = canBeListed(project, judgement.found);
+  const bool isKept = words.keptReceipts > 0 && canBeKept(project, judgement.found);
   const Verdict verdict = verdictOf(judgement.found, words.gate);
   printRisks(verdict.refused);
   refuse(verdict);
@@ -258,9 +274,10 @@ void share(const ShareWords& words) {
   ReceiptSource source{*copy, judgement, profile.get()};
   for (const std::string& one : argumentsOf(words.gate)) source.allowed.insert(utf8(one));
   source.risks = verdict.allowed;
-  const folder_host::HandedOut result = handOut(source, place, words, receipt, interruption);
+  ShareReceipts receipts(project, receipt, static_cast<std::size_t>(words.keptReceipts), isKept);
+  const folder_host::HandedOut result = handOut(source, place, words, receipts, interruption);
   project.confirm();
-  report(judgement, result, words, remember(project, judgement, words, isListed, *copy));
+  report(judgement, result, words, remember(project, judgement, words, isListed, *copy, receipts.notes()));
 }
 
 void checkShare(const ShareWords& words) {
@@ -275,6 +292,7 @@ void checkShare(const ShareWords& words) {
   }
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   canBeListed(project, judgement.found);
+  if (words.keptReceipts > 0) canBeKept(project, judgement.found);
   refuse(told(judgement, words.gate));
   folder_host::requireFit(shapeOf(words), judgement.copy->entries(), judgement.copy->scopePath());
 }

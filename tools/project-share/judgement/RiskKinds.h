@@ -60,6 +60,8 @@ inline constexpr RiskKind UNLABELLED_SHARED{
     "unlabelled-shared", Level::risk, "under --forbid unlabelled: files or links without a label would be shared"};
 inline constexpr RiskKind ENTRY_CHANGED{folder_host::errors::ENTRY_CHANGED, Level::risk,
                                         "a file changed after it was listed"};
+inline constexpr RiskKind ATTRIBUTES_STAY{"attributes-stay", Level::note,
+                                          "what is shared has extended attributes, and these do not leave"};
 inline constexpr RiskKind FILTER_IDLE{"filter-idle", Level::note,
                                       "a filter can take nothing out, or there is no filter at all"};
 inline constexpr RiskKind LABEL_IDLE{"label-idle", Level::note,
@@ -80,6 +82,8 @@ inline constexpr RiskKind MEMORY_FAILED{
 inline constexpr RiskKind SHARE_UNLISTED{
     "share-unlisted", Level::note,
     "a share is not listed in the log, or the list cannot be read: the project's folder does not allow it"};
+inline constexpr RiskKind RECEIPT_UNKEPT{"receipt-unkept", Level::note,
+                                         "the project keeps no receipt of a share: its folder does not allow it"};
 inline constexpr RiskKind ALLOW_IDLE{"allow-idle", Level::note, "an --allow allowed nothing"};
 inline constexpr RiskKind LABEL_ON_LINK{"label-on-link", Level::note,
                                         "a label was attached to a link, and not to what it leads to"};
@@ -87,32 +91,12 @@ inline constexpr RiskKind LABEL_UNNAMED{"label-unnamed", Level::note, "no profil
 inline constexpr RiskKind LOOKS_ALIKE{"looks-alike", Level::note,
                                       "two labels, categories or profiles have names that look alike"};
 
-inline constexpr const RiskKind* ALL[] = {&FOLDER_SPARED,
-                                          &LABEL_ON_MISSING_PATH,
-                                          &LABEL_DELETED,
-                                          &FILTER_SKIPPED,
-                                          &HISTORY_INSIDE,
-                                          &LEFTOVER,
-                                          &SAME_CONTENT,
-                                          &NESTED_PROJECT,
-                                          &LABEL_LEAVES,
-                                          &LABEL_PROTECTED,
-                                          &NAMES_COLLIDE,
-                                          &NOTHING_SHARED,
-                                          &UNLABELLED_SHARED,
-                                          &ENTRY_CHANGED,
-                                          &FILTER_IDLE,
-                                          &LABEL_IDLE,
-                                          &RULE_IDLE,
-                                          &LABEL_FOLLOWED,
-                                          &EXCEPTION_HIDES_RULE,
-                                          &MEMORY_UNREADABLE,
-                                          &MEMORY_FAILED,
-                                          &SHARE_UNLISTED,
-                                          &ALLOW_IDLE,
-                                          &LABEL_ON_LINK,
-                                          &LABEL_UNNAMED,
-                                          &LOOKS_ALIKE};
+inline constexpr const RiskKind* ALL[] = {
+    &FOLDER_SPARED,        &LABEL_ON_MISSING_PATH, &LABEL_DELETED, &FILTER_SKIPPED,  &HISTORY_INSIDE, &LEFTOVER,
+    &SAME_CONTENT,         &NESTED_PROJECT,        &LABEL_LEAVES,  &LABEL_PROTECTED, &NAMES_COLLIDE,  &NOTHING_SHARED,
+    &UNLABELLED_SHARED,    &ENTRY_CHANGED,         &ATTRIBUTES_STAY, &FILTER_IDLE,   &LABEL_IDLE,      &RULE_IDLE,      &LABEL_FOLLOWED,
+    &EXCEPTION_HIDES_RULE, &MEMORY_UNREADABLE,     &MEMORY_FAILED, &SHARE_UNLISTED,  &RECEIPT_UNKEPT, &ALLOW_IDLE,
+    &LABEL_ON_LINK,        &LABEL_UNNAMED,         &LOOKS_ALIKE};
 }  // namespace risks
 
 // What was found of one share. A kind's level is what it mostly is: a label on a missing path lets nothing out where no
