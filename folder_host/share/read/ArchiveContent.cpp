@@ -29,7 +29,6 @@ constexpr std::uint64_t TAR_BLOCK = 512;
 constexpr std::uint64_t LONGEST_HEAD = std::uint64_t{1} << 22U;
 constexpr std::uint64_t LONGEST_PADDING = std::uint64_t{1} << 20U;  // zeros behind the end
 constexpr std::uint64_t MOST_NAMES = std::uint64_t{1} << 29U;
-constexpr std::uint64_t GIGABYTE = std::uint64_t{1} << 30U;
 constexpr std::uint64_t NAME_ROOM = 96;  // the room that each takes beside its bytes
 
 enum class Packing { none, gzip, zstd, zip };
@@ -364,10 +363,8 @@ std::unique_ptr<CopyContent> openArchiveCopy(Descriptor file, std::string named,
 std::unique_ptr<CopyContent> openCopy(const std::string& named, std::uint64_t most) {
   return attempt(errors::ENTRY_UNREADABLE, "cannot read", named, [&]() -> std::unique_ptr<CopyContent> {
     Descriptor file(check(::open(named.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)));
-    const struct stat status = statusOf(file);
-    if (!S_ISREG(status.st_mode)) return openFolderCopy(named);
-    const std::uint64_t usual = GIGABYTE + static_cast<std::uint64_t>(status.st_size) * 1000;
-    return openArchiveCopy(std::move(file), named, most == 0 ? usual : most);
+    if (!S_ISREG(statusOf(file).st_mode)) return openFolderCopy(named);
+    return openArchiveCopy(std::move(file), named, most);
   });
 }
 

@@ -28,7 +28,7 @@ inline constexpr std::uint64_t ANY_AMOUNT = UINT64_MAX;
 std::unique_ptr<CopyContent> openArchiveCopy(Descriptor file, std::string named, std::uint64_t most = ANY_AMOUNT);
 
 // Of what a person names, by what it is: a folder, or an archive (see openArchiveCopy) that expands to no more than
-// `most` bytes; 0: than a gigabyte and a thousand times its size. Errors: ENTRY_UNREADABLE, ARCHIVE_UNREADABLE.
-std::unique_ptr<CopyContent> openCopy(const std::string& named, std::uint64_t most = 0);
+// `most` bytes. Errors: ENTRY_UNREADABLE, ARCHIVE_UNREADABLE.
+std::unique_ptr<CopyContent> openCopy(const std::string& named, std::uint64_t most = ANY_AMOUNT);
 
 }  // namespace folder_host

@@ -59,6 +59,16 @@ Digests digestsOf(folder_host::CopyContent& written, const folder_host::HandedOu
   return digests;
 }
 
+// An entry that was changed meanwhile is shared as it was read, where that is allowed.
+std::vector<Risk> risksOf(const folder_host::HandedOut& result) {
+  std::vector<Risk> risks;
+  for (const std::string& path : result.changed) {
+    risks.push_back({folder_host::errors::ENTRY_CHANGED, path,
+                     inQuotes(path) + " was changed meanwhile, and was shared as it was read"});
+  }
+  return risks;
+}
+
 bool isStream(const ShareWords& words) { return words.destination == "-"; }
 
 folder_host::Shape shapeOf(const ShareWords& words) {
@@ -78,31 +88,23 @@ std::optional<folder_host::Place> destinationOf(const WorkingCopy& copy, const S
   return std::nullopt;
 }
 
-// An entry that was changed meanwhile is shared as it was read, where that is allowed.
-std::vector<Risk> risksOf(const folder_host::HandedOut& result) {
-  std::vector<Risk> risks;
-  for (const std::string& path : result.changed) {
-    risks.push_back({folder_host::errors::ENTRY_CHANGED, path,
-                     inQuotes(path) + " was changed meanwhile, and was shared as it was read"});
-  }
-  return risks;
-}
+std::string textOf(const std::optional<folder_host::Place>& place) { return place ? place->path() : "-"; }
 
-// Without what was written, no content is hashed.
-void writeReceipts(ReceiptSource source, ReceiptHead head, folder_host::CopyContent* written, ShareReceipts& receipts,
-                   const Interruption& interruption) {
-  if (written != nullptr) {
+// What is gone, into a pipe, cannot be read once more.
+void writeReceipts(ReceiptSource source, const ReceiptHead& about, folder_host::CopyContent* written,
+                   ShareReceipts& receipts, const Interruption& interruption) {
+  if (about.hasContent && written != nullptr) {
     const Digests digests = digestsOf(*written, *source.handedOut, interruption);
-    const std::size_t begin = below(head.from);
     for (const auto* entry : source.judgement.shared) {
-      const auto found = digests.find(entry->path.substr(begin));
+      const auto found = digests.find(entry->path.substr(below(about.from)));
       source.digests.push_back(found == digests.end() ? std::string() : found->second);
     }
   }
   const std::vector<Risk> changed = risksOf(*source.handedOut);
   source.risks.insert(source.risks.end(), changed.begin(), changed.end());
+  ReceiptHead head = about;
+  head.hasContent = about.hasContent && written != nullptr;
   digest(head, source);
-  head.hasContent = written != nullptr;
   receipts.write(head, source);
 }
 
@@ -114,9 +116,10 @@ folder_host::HandedOut handOut(const ReceiptSource& source, const std::optional<
   options.isPlain = words.isPlain;
   options.hashesStream = words.checksum || !words.receipt.empty();
   options.allowed = allowancesOf(words.gate);
-  ReceiptHead head = headOf(source, place ? place->path() : words.destination);
-  head.shape = folder_host::wordOf(options.shape);
-  head.isPlain = options.isPlain;
+  ReceiptHead about = headOf(source, textOf(place));
+  about.shape = folder_host::wordOf(options.shape);
+  about.isPlain = options.isPlain;
+  about.hasContent = options.hashesStream;
   // The work is interrupted where it tells its progress, by an exception: what was begun is removed as after any
   // failure.
   options.onProgress = [&](const Progress& progress) {
@@ -128,12 +131,12 @@ folder_host::HandedOut handOut(const ReceiptSource& source, const std::optional<
     if (!receipts.isAnyWanted()) return;
     ReceiptSource whole = source;
     whole.handedOut = &result;
-    writeReceipts(std::move(whole), head, options.hashesStream ? written : nullptr, receipts, interruption);
+    writeReceipts(std::move(whole), about, written, receipts, interruption);
   };
   const WorkingCopy& copy = *source.judgement.copy;
   folder_host::HandedOut result =
       place ? folder_host::handOut(copy, *place, options) : folder_host::handOutTo(standardOutput(), copy, options);
-  receipts.complete(head);
+  receipts.complete(about);
   return result;
 }
 
