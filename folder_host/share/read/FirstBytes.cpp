@@ -67,7 +67,7 @@ bool firstBytesTell(std::string_view first) {
     if (first.substr(0, archived.size()) == archived) return true;
   }
   if (first.find(FIRST_STATEMENT) != std::string_view::npos) return true;
-  for (const std::string_view head : {MEMORY_HEAD, SHARE_LIST_HEAD, RECEIPT_HEAD}) {
+  for (const std::string_view head : {MEMORY_HEAD, SHARE_LIST_HEAD, RECEIPT_HEAD, PAGE_HEAD}) {
     if (first.substr(0, head.size()) == head) return true;
   }
   const std::string_view object = insideObject(first);

@@ -10,6 +10,7 @@
 
 #include "Interruption.h"
 #include "Refusal.h"
+#include "commands/Approval.h"
 #include "commands/Commands.h"
 #include "commands/Gate.h"
 #include "folder_host/share/HandOut.h"
@@ -264,6 +265,9 @@ void share(const ShareWords& words) {
   // Before the judgement, which may read much: a destination that cannot be used is known at once.
   const std::optional<folder_host::Place> place = destinationOf(*copy, words);
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
+  const ReceiptSource source = sourceOf(*copy, judgement, profile.get(), words.gate);
+  requireApproved(project, source, words.gate);
+  sinceLastShare(project, *copy, profile.get(), judgement);
   const bool isListed = canBeListed(project, judgement.found);
   const bool isKept = words.keptReceipts > 0 && canBeKept(project, judgement.found);
   const Verdict verdict = verdictOf(judgement.found, words.gate);
@@ -274,9 +278,6 @@ void share(const ShareWords& words) {
   const Interruption interruption;  // ends last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
   if (!words.receipt.empty()) receipt.emplace(*copy, place ? &*place : nullptr, words.receipt);
-  ReceiptSource source{*copy, judgement, profile.get()};
-  for (const std::string& one : argumentsOf(words.gate)) source.allowed.insert(utf8(one));
-  source.risks = verdict.allowed;
   ShareReceipts receipts(project, receipt, static_cast<std::size_t>(words.keptReceipts), isKept);
   const folder_host::HandedOut result = handOut(source, place, words, receipts, interruption);
   project.confirm();
@@ -294,6 +295,8 @@ void checkShare(const ShareWords& words) {
     if (!words.receipt.empty()) Receipt::check(*copy, place ? &*place : nullptr, words.receipt);
   }
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
+  requireApproved(project, sourceOf(*copy, judgement, profile.get(), words.gate), words.gate);
+  sinceLastShare(project, *copy, profile.get(), judgement);
   canBeListed(project, judgement.found);
   if (words.keptReceipts > 0) canBeKept(project, judgement.found);
   refuse(told(judgement, words.gate));

@@ -170,9 +170,10 @@ void Keeping::finish() {
   isNamed_ = true;
 }
 
+// Whatever fails here, the copy is there: its receipt stays, under one of its two names.
 void Keeping::complete() {
-  folder_host::check(::renameat(folder_.get(), (name_ + std::string(BEGUN)).c_str(), folder_.get(), name_.c_str()));
   isNamed_ = false;
+  folder_host::check(::renameat(folder_.get(), (name_ + std::string(BEGUN)).c_str(), folder_.get(), name_.c_str()));
   sync(folder_);
 }
 
