@@ -341,7 +341,7 @@ void Publication::removeEarlier(const Descriptor& earlier) {
 void Publication::publishFile(const std::string& file, const std::string& name) {
   refusesToReplace_ ? rename(folder_, file, parent_, name, false) : replaceOwn(file, name);
   try {
-    sync(parent_);
+    check(::fsync(parent_.get()));
   } catch (const std::system_error&) {
     ::renameat(parent_.get(), name.c_str(), folder_.get(), file.c_str());
     throw;

@@ -80,7 +80,9 @@ class Stream {
     block_ = {buffer_.data(), expander_ ? expand() : read()};
     at_ += block_.size();
     spent_ += block_.size();
-    if (at_ > most_) throw noCopy(named_, "it expands to more than was handed out");
+    if (at_ > most_)
+      throw noCopy(
+          named_, "it expands to more than a copy should; if it is one, name its receipt (verify COPY --receipt FILE)");
     if (spent_ > allowed_) throw noCopy(named_, "the head of an entry is too long");
     return block_;
   }
@@ -313,7 +315,10 @@ class ZipCopy final : public ArchiveCopy {
       CopyEntry entry = entryOf(head, named_);
       requireListed(head, entry, listed);
       expanded += listed.size;
-      if (expanded > most_ || listed.size > most_) throw noCopy(named_, "it expands to more than was handed out");
+      if (expanded > most_ || listed.size > most_)
+        throw noCopy(
+            named_,
+            "it expands to more than a copy should; if it is one, name its receipt (verify COPY --receipt FILE)");
       look(reader, entry, names, wants, told);
       visit(std::move(entry));
     }
