@@ -74,9 +74,9 @@ struct HandOutOptions {
 };
 
 // Refuses what can be no destination of this project, before any work is done, and gives its place. An empty folder may
-// give way (see givesWay). Errors: DESTINATION_EXISTS (also as a dangling link), DESTINATION_IN_PROJECT (by any name of
-// any folder that was listed), DESTINATION_UNUSABLE (the folder that would hold it is not there).
-Place checkDestination(const WorkingCopy& copy, const std::string& destination);
+// give way to a folder (see givesWay). Errors: DESTINATION_EXISTS (also as a dangling link), DESTINATION_IN_PROJECT (by
+// any name of any folder that was listed), DESTINATION_UNUSABLE (the folder that would hold it is not there).
+Place checkDestination(const WorkingCopy& copy, const std::string& destination, Shape shape = Shape::folder);
 
 // Writes what the copy shares to the place, which is as before or holds the complete copy afterwards, whatever
 // interrupts it; before, it is free, an empty folder that gives way, or the earlier copy of the options. What killed

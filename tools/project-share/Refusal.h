@@ -36,6 +36,7 @@ inline constexpr const char* RECEIPT_MISPLACED = "receipt-misplaced";
 inline constexpr const char* RECEIPT_FAILED = "receipt-failed";
 inline constexpr const char* RECEIPT_UNREADABLE = "receipt-unreadable";
 inline constexpr const char* COPY_DIFFERS = "copy-differs";
+inline constexpr const char* NOT_THIS_COPY = "not-this-copy";
 inline constexpr const char* PROFILE_DAMAGED = "profile-damaged";
 inline constexpr const char* PROFILE_NOT_FOUND = "profile-not-found";
 inline constexpr const char* PROFILE_AMBIGUOUS = "profile-ambiguous";
