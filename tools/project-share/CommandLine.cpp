@@ -18,6 +18,7 @@
 #include "Refusal.h"
 #include "commands/Commands.h"
 #include "exchange/Merging.h"
+#include "folder_host/share/Shape.h"
 #include "judgement/Judgement.h"
 #include "output/Output.h"
 #include "settings/OpenProject.h"
@@ -48,6 +49,7 @@ struct Words {
   std::vector<std::string> forbidden;
   std::optional<std::string> from;
   std::string receipt;
+  std::string page;
   std::int64_t keptReceipts = ShareWords().keptReceipts;
   bool checksum = false;
   bool updates = false;
@@ -406,8 +408,8 @@ ShareWords shareWordsOf(const Words& words) {
   if (words.dryRun && hasDestination && share.destination.empty()) {
     throw CLI::ParseError("DEST needs a name", WRONG_USAGE);
   }
-  if (share.destination == "-" && (manner().json || !words.receipt.empty())) {
-    throw CLI::ParseError("a copy on standard output goes without --json and --receipt", WRONG_USAGE);
+  if (share.destination == "-" && (manner().json || words.checksum || !words.receipt.empty())) {
+    throw CLI::ParseError("a copy on standard output goes without --json, --checksum and --receipt", WRONG_USAGE);
   }
   share.isPlain = words.plain;
   share.gate = gateWordsOf(words);
@@ -466,6 +468,27 @@ void addFrom(CLI::App* command, Words& words) {
       ->type_name("FOLDER");
 }
 
+void addAllow(CLI::App* command, Words& words) {
+  command
+      ->add_option("--allow", words.allowed,
+                   "Share in spite of all such risks, or of the one that is about PATH; can be repeated")
+      // One word each: else the option would take PROFILE and DEST, too, where they stand behind it.
+      ->allow_extra_args(false)
+      ->transform(unmarked)
+      ->type_name("RISK[,RISK...]|RISK=PATH");
+  command->footer(command->get_footer() + riskList());
+}
+
+void addGateOptions(CLI::App* command, Words& words) {
+  addAllow(command, words);
+  addFrom(command, words);
+  command->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
+  command->add_option("--forbid", words.forbidden, "Refuse where a file or link without a label would be shared")
+      ->allow_extra_args(false)
+      ->transform(unmarked)
+      ->type_name("unlabelled");
+}
+
 void addPreviewCommands(CLI::App& app, Words& words) {
   CLI::App* preview =
       addCommand(&app, "preview", "Show as a tree what a share would hand out, and what it would hold back and why",
@@ -478,14 +501,21 @@ void addPreviewCommands(CLI::App& app, Words& words) {
   addNumber(preview, "--depth", words.depth,
             "Show so many levels, and of folders at the last one what lies in them, counted")
       ->type_name("N");
+  addAllow(preview, words);
   addFrom(preview, words);
-  preview->callback([&words, preview] {
+  CLI::Option* page =
+      addWord(preview, "--html", words.page, "A page to be made, for a browser: all of it, whatever part is shown here")
+          ->required(false)
+          ->type_name("FILE");
+  preview->callback([&words, preview, page] {
     const auto& all = viewWords();
     const bool isKnown = std::find(all.begin(), all.end(), words.only) != all.end();
     if (preview->count("--only") > 0 && !isKnown) {
       throw CLI::ParseError(fmt::format("--only takes {}", fmt::join(all, ", ")), WRONG_USAGE);
     }
-    previewProfile(words.profile, {words.paths, words.only, static_cast<std::size_t>(words.depth)}, gateWordsOf(words));
+    if (page->count() > 0 && words.page.empty()) throw CLI::ParseError("--html needs a name", WRONG_USAGE);
+    const ViewWords view{words.paths, words.only, static_cast<std::size_t>(words.depth)};
+    previewProfile({words.profile, view, gateWordsOf(words), words.page});
   });
 
   CLI::App* why =
@@ -495,21 +525,9 @@ void addPreviewCommands(CLI::App& app, Words& words) {
   why->callback([&] { explainPath(words.name, words.profile); });
 }
 
-void addGateOptions(CLI::App* command, Words& words) {
-  command
-      ->add_option("--allow", words.allowed,
-                   "Share in spite of all such risks, or of the one that is about PATH; can be repeated")
-      // One word each: else the option would take PROFILE and DEST, too, where they stand behind it.
-      ->allow_extra_args(false)
-      ->transform(unmarked)
-      ->type_name("RISK[,RISK...]|RISK=PATH");
-  addFrom(command, words);
-  command->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
-  command->add_option("--forbid", words.forbidden, "Refuse where a file or link without a label would be shared")
-      ->allow_extra_args(false)
-      ->transform(unmarked)
-      ->type_name("unlabelled");
-  command->footer(command->get_footer() + riskList());
+// An empty name, such as of a variable that is not set, would mean that none was given.
+void requireReceiptName(const CLI::Option& option, const Words& words) {
+  if (option.count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
 }
 
 void addShareCommands(CLI::App& app, Words& words) {
@@ -547,8 +565,7 @@ void addShareCommands(CLI::App& app, Words& words) {
             "Of this profile and destination the project keeps the last N receipts, and not 10", 0)
       ->type_name("N");
   share->callback([&words, receipt] {
-    // An empty name, such as of a variable that is not set, would mean that no receipt was asked for.
-    if (receipt->count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
+    requireReceiptName(*receipt, words);
     const ShareWords said = shareWordsOf(words);
     words.dryRun ? checkShare(said) : project_share::share(said);
   });
@@ -556,8 +573,14 @@ void addShareCommands(CLI::App& app, Words& words) {
   CLI::App* verify = addCommand(&app, "verify", "Check a copy against the receipt of its share",
                                 "verify ../for-the-customer --receipt ../for-the-customer.json");
   addWord(verify, "COPY", words.folder, "The folder that was handed out");
-  addWord(verify, "--receipt", words.receipt, "The file that share made")->type_name("FILE");
-  verify->callback([&] { verifyCopy(words.folder, words.receipt); });
+  CLI::Option* file = addWord(verify, "--receipt", words.receipt,
+                              "The file that share made; without it, the one that the project keeps")
+                          ->required(false)
+                          ->type_name("FILE");
+  verify->callback([&words, file] {
+    requireReceiptName(*file, words);
+    verifyCopy(words.folder, words.receipt);
+  });
 }
 
 void addExchangeCommands(CLI::App& app, Words& words) {

@@ -128,9 +128,16 @@ struct GateWords {
   std::optional<std::string> from = {};  // a folder of the project: only what lies in it is handed out
 };
 
-// Nothing is refused here: risks are printed. The view narrows the entries that are shown and nothing else. Errors:
-// PATH_NOT_AN_ENTRY of one of its paths, those of setScope.
-void previewProfile(const std::string& profile, const ViewWords& view, const GateWords& gate);
+struct PreviewWords {
+  std::string profile;
+  ViewWords view;    // narrows the entries that are printed and nothing else
+  GateWords gate;    // what it allows is not counted as refused
+  std::string page;  // a file to be made, which tells all of it; empty: none
+};
+// Nothing is refused here: risks are printed. Under --quiet, with a page, the page alone is made. Errors:
+// PATH_NOT_AN_ENTRY of one of the paths of the view; those of setScope and of
+// output/PageFile.h.
+void previewProfile(const PreviewWords& words);
 // Why one path is shared or held back. Error: PATH_NOT_AN_ENTRY where nothing is there.
 void explainPath(const std::string& path, const std::string& profile);
 
@@ -154,8 +161,9 @@ struct ShareWords {
 void share(const ShareWords& words);
 // As checkProfile, and what a share would refuse of the destination and of the receipt's place.
 void checkShare(const ShareWords& words);
-// Whether a copy is what was handed out by the receipt: prints each difference, then throws COPY_DIFFERS. Errors of
-// reading: RECEIPT_UNREADABLE, ENTRY_UNREADABLE.
+// Whether a copy is what was handed out by the receipt or, where none is named, by one that the project keeps: prints
+// each difference, then throws COPY_DIFFERS. Errors: RECEIPT_NOT_FOUND; of reading, RECEIPT_UNREADABLE,
+// ENTRY_UNREADABLE.
 void verifyCopy(const std::string& copy, const std::string& receipt);
 
 }  // namespace project_share

@@ -77,8 +77,9 @@ void setScope(const folder_host::FolderProject& project, const GateWords& words,
   copy.setScope(*folder);
 }
 
-Judgement judgeFor(folder_host::WorkingCopy& copy, const profiles::ExportProfile* profile, const GateWords& words) {
-  Judgement judgement = profile != nullptr ? judge(copy, *profile, folder_host::Look::each) : judgeWhole(copy);
+Judgement judgeFor(folder_host::WorkingCopy& copy, const profiles::ExportProfile* profile, const GateWords& words,
+                   folder_host::Look look) {
+  Judgement judgement = profile != nullptr ? judge(copy, *profile, look) : judgeWhole(copy);
   if (words.forbidsUnlabelled) {
     addUnlabelled(copy, Mending(profile != nullptr ? profile->getFilters() : Filters(), copy), judgement);
   }

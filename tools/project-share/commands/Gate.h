@@ -6,6 +6,7 @@
 
 #include "commands/Commands.h"
 #include "folder_host/FolderProject.h"
+#include "folder_host/share/Traces.h"
 #include "judgement/Judgement.h"
 #include "words/Profiles.h"
 
@@ -21,9 +22,11 @@ std::set<std::string> argumentsOf(const GateWords& words);
 // FolderProject::locate, PATH_NOT_AN_ENTRY, PATH_NOT_A_FOLDER, NESTED_PROJECT.
 void setScope(const folder_host::FolderProject& project, const GateWords& words, folder_host::WorkingCopy& copy);
 
-// Of the profile or, without one, the whole project, with all that a hand-out would refuse of what was listed, and with
-// what these words forbid. Notes what they allowed in vain, as far as that is known before anything is copied.
-Judgement judgeFor(folder_host::WorkingCopy& copy, const profiles::ExportProfile* profile, const GateWords& words);
+// Of the profile or, without one, the whole project, with all that a hand-out would refuse of what was listed (as far
+// as it is looked for), and with what these words forbid. Notes what they allowed in vain, as far as that is known
+// before anything is copied.
+Judgement judgeFor(folder_host::WorkingCopy& copy, const profiles::ExportProfile* profile, const GateWords& words,
+                   folder_host::Look look = folder_host::Look::each);
 
 // Notes each --allow ENTRY_CHANGED that allowed none of these, which are known only when all is copied.
 void addIdleAfterwards(const GateWords& words, const std::vector<Risk>& risks, std::vector<Risk>& notes);

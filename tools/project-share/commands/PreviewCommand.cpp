@@ -2,15 +2,23 @@
 
 #include <algorithm>
 #include <array>
-#include <set>
+#include <chrono>
+#include <optional>
 
 #include "Refusal.h"
 #include "commands/Commands.h"
 #include "commands/Gate.h"
 #include "folder_host/files/EntryTable.h"
+#include "folder_host/share/read/Attributes.h"
+#include "folder_host/text/Utf.h"
+#include "judgement/Digest.h"
 #include "judgement/Judge.h"
+#include "output/EditReport.h"
+#include "output/EntryReport.h"
 #include "output/LabelReport.h"
 #include "output/Output.h"
+#include "output/Page.h"
+#include "output/PageFile.h"
 #include "output/Report.h"
 #include "output/View.h"
 #include "settings/OpenProject.h"
@@ -19,6 +27,7 @@
 #include "words/Labels.h"
 #include "words/Names.h"
 #include "words/Profiles.h"
+#include "words/TypedCommand.h"
 
 namespace project_share {
 
@@ -36,58 +45,9 @@ std::string indented(const Entry& entry, std::size_t indent) {
   return std::string(2 * indent, ' ') + freeName(name + (entry.kind == EntryKind::folder ? "/" : ""));
 }
 
-// What of the entries that are shared lacks a label of a drop-files filter by an exception, or by a rule that takes it
-// away: whoever looks through the tree has to see that this is meant.
-class Exceptions {
- public:
-  Exceptions(const folder_host::WorkingCopy& project, const Judgement& judgement)
-      : project_(project), judgement_(judgement), sources_(project.effective().sources()) {
-    const auto manager = managerOf(*project.clone());
-    for (const auto& filter : manager->getProfileByUUID(judgement.uuid)->getFilters()) {
-      if (!dropsFiles(filter->getType())) continue;
-      for (const auto& item : filter->getItems()) {
-        if (const auto label = sources_.find(item.labelUUID)) labels_.insert(*label);
-      }
-    }
-  }
-
-  // "excepted with 'drafts/final/' from audience/internal"
-  std::vector<std::string> of(std::size_t entry) const {
-    std::vector<std::string> texts;
-    if (judgement_.reasons[entry].rule != Reason::Rule::none) return texts;
-    const Entry& listed = project_.table()[entry];
-    for (const std::size_t label : labels_) {
-      const auto source = sources_.sourceOf(listed.path, listed.kind == EntryKind::folder, label);
-      if (source.kind == LabelSource::Kind::exception || source.kind == LabelSource::Kind::negatedRule) {
-        texts.push_back(textOf(source, listed.path) + " from " + freeName(nameOf(sources_.labels()[label])));
-      }
-    }
-    return texts;
-  }
-
- private:
-  const folder_host::WorkingCopy& project_;
-  const Judgement& judgement_;
-  const folder_host::LabelSources& sources_;
-  std::set<std::size_t> labels_;
-};
-
-// Where the labels for which the entry is held back come from, unless they are attached to it: " (from 'drafts/')".
-std::string whenceOf(const folder_host::WorkingCopy& project, const Judgement& judgement, std::size_t entry) {
-  const Entry& listed = project.table()[entry];
-  const auto& sources = project.effective().sources();
-  std::set<std::string> whence;
-  for (const std::size_t label : judgement.reasons[entry].labels) {
-    const auto index = sources.find(judgement.labels[label].uuid);
-    const LabelSource source = sources.sourceOf(listed.path, listed.kind == EntryKind::folder, index.value());
-    if (source.gives() && source.at + source.pattern != listed.path) whence.insert(textOf(source, listed.path));
-  }
-  return whence.empty() ? "" : fmt::format(" ({})", fmt::join(whence, ", "));
-}
-
 // One line an entry of the tree: '-' is held back, '~' is shared only for the sake of what is below it. Each mark is a
 // character and not a colour alone, so that it is there in a file and for whoever does not see colours.
-void printTreeLine(const folder_host::WorkingCopy& project, const Judgement& judgement, const Exceptions& exceptions,
+void printTreeLine(const folder_host::WorkingCopy& project, const Judgement& judgement, const EntryReport& report,
                    const ViewLine& shown) {
   const std::size_t entry = shown.entry;
   const Entry& listed = project.table()[entry];
@@ -98,47 +58,28 @@ void printTreeLine(const folder_host::WorkingCopy& project, const Judgement& jud
   const Reason& reason = judgement.reasons[entry];
   const Spared* spared = sparedOf(judgement, listed);
   if (reason.rule != Reason::Rule::none) {
-    line(fmt::format("- {}  {}{}{}", name, textOf(judgement, reason), whenceOf(project, judgement, entry), below),
-         Tone::heldBack);
+    line(fmt::format("- {}  {}{}{}", name, textOf(judgement, reason), report.whenceOf(entry), below), Tone::heldBack);
   } else if (spared != nullptr) {
     line(fmt::format("~ {}  {}{}", name, textOf(judgement, *spared), below), Tone::warning);
   } else {
-    const auto excepted = exceptions.of(entry);
+    const auto excepted = report.exceptionsOf(entry);
     line(fmt::format("  {}{}{}{}", name, excepted.empty() ? "" : "  shared, ", fmt::join(excepted, ", "), below));
   }
 }
 
-Json jsonLine(const folder_host::WorkingCopy& project, const Judgement& judgement, std::size_t entry) {
-  const Entry& listed = project.table()[entry];
-  const Reason& reason = judgement.reasons[entry];
-  Json object{{"type", "entry"}};
-  object.update(jsonOf(listed));
-  object["shared"] = reason.rule == Reason::Rule::none;
-  if (reason.rule != Reason::Rule::none) object["reason"] = jsonOf(judgement, reason);
-  if (const Spared* spared = sparedOf(judgement, listed)) object["spared"] = jsonOf(judgement, *spared);
-  object["labels"] = jsonOfLabels(project, entry);
-  return object;
-}
-
 void printTree(const folder_host::WorkingCopy& copy, const Judgement& judgement, const ViewWords& words) {
-  const Exceptions exceptions(copy, judgement);
+  const EntryReport report(copy, judgement);
   const std::vector<ViewLine> lines = viewOf(copy, judgement, words);
   for (const ViewLine& shown : lines) {
     if (manner().json) {
-      Json object = jsonLine(copy, judgement, shown.entry);
+      Json object = report.jsonOf(shown.entry);
       if (shown.below) object["below"] = {{"shared", shown.below->shared}, {"heldBack", shown.below->heldBack}};
       item({}, object);
     } else {
-      printTreeLine(copy, judgement, exceptions, shown);
+      printTreeLine(copy, judgement, report, shown);
     }
   }
   printView(copy, words, lines.size());
-}
-
-std::array<std::size_t, 3> countsByKind(const Entries& entries) {
-  std::array<std::size_t, 3> counts{};
-  for (const Entry* entry : entries) ++counts[static_cast<std::size_t>(entry->kind)];
-  return counts;
 }
 
 void printFilter(const Judgement& judgement, std::size_t position) {
@@ -147,21 +88,12 @@ void printFilter(const Judgement& judgement, std::size_t position) {
   Json object{{"type", "filter"},   {"filter", position}, {"kind", wordOf(effect.kind)},    {"files", files},
               {"folders", folders}, {"links", links},     {"spared", effect.spared.size()}, {"labels", Json::array()}};
   for (const std::size_t label : effect.labelsRemoved) object["labels"].push_back(jsonOf(judgement.labels[label]));
-  std::string text = nameOfFilter(judgement, position) + ": ";
-  if (isFileKind(effect.kind)) {
-    text += fmt::format("{}, {} and {} held back, {} spared", counted(files, "file", "files"),
-                        counted(folders, "folder", "folders"), counted(links, "link", "links"),
-                        counted(effect.spared.size(), "folder", "folders"));
-  } else {
-    text += effect.labelsRemoved.empty() ? "no label removed"
-                                         : "labels removed: " + namesOf(judgement, effect.labelsRemoved);
-  }
-  item(text, object);
+  item(textOfFilter(judgement, position), object);
 }
 
-void printSummary(const folder_host::WorkingCopy& copy, const Judgement& judgement) {
+void printSummary(const folder_host::WorkingCopy& copy, const Judgement& judgement, const Verdict& verdict) {
   const std::size_t shared = judgement.shared.size();
-  const auto& risks = judgement.found.risks;
+  const auto& risks = verdict.refused;
   const std::size_t all = judgement.entries;
   const std::string refusal =
       risks.empty()
@@ -194,24 +126,66 @@ std::string answer(const Judgement& judgement, const Entry& entry, const Reason&
   return fmt::format("{} is shared: no filter of {} selects it", name, profile);
 }
 
+// Told here alone: it stops no share, however strict.
+void noteAttributes(Judgement& judgement) {
+  const auto path = folder_host::firstWithAttributes(*judgement.copy);
+  if (!path) return;
+  judgement.found.add(risks::ATTRIBUTES_STAY, *path,
+                      inQuotes(*path) + " has extended attributes, perhaps others have, too; they do not leave");
+}
+
+// That shares what was judged, and refuses anything else.
+std::string commandBy(const std::string& digest, const Judgement& judgement, const GateWords& words) {
+  const folder_host::WorkingCopy& copy = *judgement.copy;
+  std::vector<std::string> share{"share", folder_host::toBytes(judgement.name), "DEST", "--approved", inGroups(digest)};
+  if (!copy.scopePath().empty()) share.insert(share.end(), {"--from", fromHere(copy.root(), copy.scopePath())});
+  for (const std::string& allowed : argumentsOf(words)) share.insert(share.end(), {"--allow", allowed});
+  return commandOf(share);
+}
+
+void writePage(const folder_host::WorkingCopy& copy, const Judgement& judgement, const Verdict& verdict,
+               const PreviewWords& words, PageFile& file) {
+  const std::string digest = digestOf(judgement, argumentsOf(words.gate));
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  const PageContent content{copy,
+                            judgement,
+                            verdict.refused,
+                            verdict.allowed,
+                            verdict.notes,
+                            timeText(std::chrono::duration_cast<std::chrono::milliseconds>(now).count()),
+                            digest,
+                            commandBy(digest, judgement, words.gate)};
+  writePage(content, [&](std::string_view text) { file.put(text); });
+  file.publish();
+}
+
 }  // namespace
 
 // What speaks against a share comes behind the tree, which may be long: people read the end.
-void previewProfile(const std::string& word, const ViewWords& words, const GateWords& gate) {
+void previewProfile(const PreviewWords& words) {
   const FolderProject project = openProject();
-  ViewWords located = words;
-  for (std::string& path : located.paths) path = project.locate(path);
+  ViewWords view = words.view;
+  for (std::string& path : view.paths) path = project.locate(path);
   const auto copy = project.workingCopy();
-  setScope(project, gate, *copy);
-  const auto profile = findProfile(*managerOf(*copy), word);
-  for (std::size_t i = 0; i < words.paths.size(); ++i) entryAt(*copy, located.paths[i], words.paths[i]);
-  const Judgement judgement = judge(*copy, *profile);
-  printTree(*copy, judgement, located);
+  setScope(project, words.gate, *copy);
+  const auto profile = findProfile(*managerOf(*copy), words.profile);
+  for (std::size_t i = 0; i < view.paths.size(); ++i) entryAt(*copy, view.paths[i], words.view.paths[i]);
+  std::optional<PageFile> page;
+  if (!words.page.empty()) page.emplace(*copy, words.page);
+  // Whoever approves a page approves what a share will find: each file is looked into for it.
+  const auto look = page ? folder_host::Look::each : folder_host::Look::likely;
+  Judgement judgement = judgeFor(*copy, profile.get(), words.gate, look);
+  noteAttributes(judgement);
+  const Verdict verdict = verdictOf(judgement.found, words.gate);
+  if (page) writePage(*copy, judgement, verdict, words, *page);
+  if (page && manner().quiet) return;
+  printTree(*copy, judgement, view);
   for (std::size_t i = 1; i <= judgement.filters.size(); ++i) printFilter(judgement, i);
   printSkipped(copy->listing());
-  printNotes(judgement.found.notes);
-  printRisks(judgement.found.risks);
-  printSummary(*copy, judgement);
+  printNotes(verdict.notes);
+  printRisks(verdict.allowed, "allowed: ", {{"allowed", true}});
+  printRisks(verdict.refused);
+  printSummary(*copy, judgement, verdict);
 }
 
 void explainPath(const std::string& named, const std::string& word) {
@@ -224,12 +198,13 @@ void explainPath(const std::string& named, const std::string& word) {
   const Entry& entry = copy->table()[index];
   const Reason& reason = judgement.reasons[index];
   const Spared* spared = sparedOf(judgement, entry);
-  Json object = jsonLine(*copy, judgement, index);
+  const EntryReport report(*copy, judgement);
+  Json object = report.jsonOf(index);
   object["profile"] = {{"uuid", utf8(judgement.uuid)}, {"name", utf8(judgement.name)}};
   item(answer(judgement, entry, reason, spared), object);
   if (manner().json) return;
   for (const std::string& label : labelTextsOf(*copy, index)) line("label  " + label);
-  for (const std::string& label : Exceptions(*copy, judgement).of(index)) line(label);
+  for (const std::string& label : report.exceptionsOf(index)) line(label);
 }
 
 }  // namespace project_share

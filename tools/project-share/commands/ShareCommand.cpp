@@ -60,6 +60,16 @@ Digests digestsOf(folder_host::CopyContent& written, const folder_host::HandedOu
   return digests;
 }
 
+// An entry that was changed meanwhile is shared as it was read, where that is allowed.
+std::vector<Risk> risksOf(const folder_host::HandedOut& result) {
+  std::vector<Risk> risks;
+  for (const std::string& path : result.changed) {
+    risks.push_back({folder_host::errors::ENTRY_CHANGED, path,
+                     inQuotes(path) + " was changed meanwhile, and was shared as it was read"});
+  }
+  return risks;
+}
+
 bool isStream(const ShareWords& words) { return words.destination == "-"; }
 
 folder_host::Shape shapeOf(const ShareWords& words) {
@@ -86,31 +96,21 @@ struct Target {
   Update* update;                   // null: nothing is updated
 };
 
-// An entry that was changed meanwhile is shared as it was read, where that is allowed.
-std::vector<Risk> risksOf(const folder_host::HandedOut& result) {
-  std::vector<Risk> risks;
-  for (const std::string& path : result.changed) {
-    risks.push_back({folder_host::errors::ENTRY_CHANGED, path,
-                     inQuotes(path) + " was changed meanwhile, and was shared as it was read"});
-  }
-  return risks;
-}
-
-// Without what was written, no content is hashed.
-void writeReceipts(ReceiptSource source, ReceiptHead head, folder_host::CopyContent* written, ShareReceipts& receipts,
-                   const Interruption& interruption) {
-  if (written != nullptr) {
+// What is gone, into a pipe, cannot be read once more.
+void writeReceipts(ReceiptSource source, const ReceiptHead& about, folder_host::CopyContent* written,
+                   ShareReceipts& receipts, const Interruption& interruption) {
+  if (about.hasContent && written != nullptr) {
     const Digests digests = digestsOf(*written, *source.handedOut, interruption);
-    const std::size_t below = head.from.empty() ? 0 : head.from.size() + 1;
     for (const auto* entry : source.judgement.shared) {
-      const auto found = digests.find(entry->path.substr(below));
+      const auto found = digests.find(entry->path.substr(below(about.from)));
       source.digests.push_back(found == digests.end() ? std::string() : found->second);
     }
   }
   const std::vector<Risk> changed = risksOf(*source.handedOut);
   source.risks.insert(source.risks.end(), changed.begin(), changed.end());
+  ReceiptHead head = about;
+  head.hasContent = about.hasContent && written != nullptr;
   digest(head, source);
-  head.hasContent = written != nullptr;
   receipts.write(head, source);
 }
 
@@ -121,9 +121,10 @@ folder_host::HandedOut handOut(const ReceiptSource& source, const Target& target
   options.shape = shapeOf(words);
   options.isPlain = words.isPlain;
   options.allowed = allowancesOf(words.gate);
-  ReceiptHead head = headOf(source, target.place != nullptr ? target.place->path() : words.destination);
-  head.shape = folder_host::wordOf(options.shape);
-  head.isPlain = options.isPlain;
+  ReceiptHead about = headOf(source, target.place != nullptr ? target.place->path() : "-");
+  about.shape = folder_host::wordOf(options.shape);
+  about.isPlain = options.isPlain;
+  about.hasContent = words.checksum || !words.receipt.empty();
   // The work is interrupted where it tells its progress, by an exception: what was begun is removed as after any
   // failure.
   options.onProgress = [&](const Progress& progress) {
@@ -135,15 +136,14 @@ folder_host::HandedOut handOut(const ReceiptSource& source, const Target& target
     if (!receipts.isAnyWanted()) return;
     ReceiptSource whole = source;
     whole.handedOut = &result;
-    const bool isHashed = words.checksum || !words.receipt.empty();
-    writeReceipts(std::move(whole), head, isHashed ? written : nullptr, receipts, interruption);
+    writeReceipts(std::move(whole), about, written, receipts, interruption);
   };
   const WorkingCopy& copy = *source.judgement.copy;
   options.storeFolder = &target.project.storeFolder();
   if (target.update != nullptr) target.update->setOptions(options);
   folder_host::HandedOut result = target.place != nullptr ? folder_host::handOut(copy, *target.place, options)
                                                           : folder_host::handOutTo(standardOutput(), copy, options);
-  if (!result.isTakenBack) receipts.complete(head);
+  if (!result.isTakenBack) receipts.complete(about);
   return result;
 }
 

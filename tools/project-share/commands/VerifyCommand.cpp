@@ -1,5 +1,8 @@
 #include <fmt/format.h>
 
+#include <optional>
+#include <utility>
+
 #include "Refusal.h"
 #include "commands/Commands.h"
 #include "folder_host/share/read/CopyContent.h"
@@ -7,14 +10,33 @@
 #include "output/Output.h"
 #include "output/ProgressLine.h"
 #include "receipt/CopyComparison.h"
+#include "receipt/FoundReceipt.h"
 #include "receipt/ReceiptReader.h"
+#include "settings/OpenProject.h"
 #include "words/Names.h"
 
 namespace project_share {
 
+namespace {
+
+// By the project that holds the working directory: whoever shared has it.
+ReceiptReader keptReceiptOf(const std::string& named, folder_host::CopyContent& copy) {
+  const folder_host::FolderProject project = openProject();
+  if (auto found = receiptOf(project, named, copy)) return std::move(found->receipt);
+  throw Refusal(refusals::RECEIPT_NOT_FOUND,
+                fmt::format("the project {} keeps no receipt of what was shared to {} or holds the same; name one with "
+                            "--receipt FILE, or name the project that shared it: project-share -C PROJECT verify COPY",
+                            inQuotes(project.root()), inQuotes(named)));
+}
+
+}  // namespace
+
 void verifyCopy(const std::string& named, const std::string& file) {
-  ReceiptReader receipt(file);
+  // All of a receipt is judged before the first comparison: nothing is told by what turns out to be none.
+  std::optional<ReceiptReader> given;
+  if (!file.empty()) given.emplace(file);
   const auto copy = folder_host::openCopy(named);
+  ReceiptReader receipt = given ? *std::move(given) : keptReceiptOf(named, *copy);
   const bool hasContent = receipt.head().hasContent;
   std::vector<CopyDifference> differences;
   {

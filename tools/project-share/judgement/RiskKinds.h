@@ -60,6 +60,8 @@ inline constexpr RiskKind UNLABELLED_SHARED{
     "unlabelled-shared", Level::risk, "under --forbid unlabelled: files or links without a label would be shared"};
 inline constexpr RiskKind ENTRY_CHANGED{folder_host::errors::ENTRY_CHANGED, Level::risk,
                                         "a file changed after it was listed"};
+inline constexpr RiskKind ATTRIBUTES_STAY{"attributes-stay", Level::note,
+                                          "what is shared has extended attributes, and these do not leave"};
 inline constexpr RiskKind FILTER_IDLE{"filter-idle", Level::note,
                                       "a filter can take nothing out, or there is no filter at all"};
 inline constexpr RiskKind LABEL_IDLE{"label-idle", Level::note,
@@ -98,7 +100,7 @@ inline constexpr RiskKind LOOKS_ALIKE{"looks-alike", Level::note,
 inline constexpr const RiskKind* ALL[] = {
     &FOLDER_SPARED,        &LABEL_ON_MISSING_PATH, &LABEL_DELETED, &FILTER_SKIPPED,  &HISTORY_INSIDE, &LEFTOVER,
     &SAME_CONTENT,         &NESTED_PROJECT,        &LABEL_LEAVES,  &LABEL_PROTECTED, &NAMES_COLLIDE,  &NOTHING_SHARED,
-    &UNLABELLED_SHARED,    &ENTRY_CHANGED,         &FILTER_IDLE,   &LABEL_IDLE,      &RULE_IDLE,      &LABEL_FOLLOWED,
+    &UNLABELLED_SHARED,    &ENTRY_CHANGED,         &ATTRIBUTES_STAY, &FILTER_IDLE,   &LABEL_IDLE,      &RULE_IDLE,      &LABEL_FOLLOWED,
     &EXCEPTION_HIDES_RULE, &MEMORY_UNREADABLE,     &MEMORY_FAILED, &SHARE_UNLISTED,  &RECEIPT_UNKEPT, &ALLOW_IDLE,
     &LABEL_ON_LINK,        &LABEL_UNNAMED,         &LOOKS_ALIKE};
 }  // namespace risks

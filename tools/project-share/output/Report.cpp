@@ -85,6 +85,25 @@ const Spared* sparedOf(const Judgement& judgement, const folder_host::Entry& ent
   return spared != judgement.spared.end() && spared->folder == &entry ? &*spared : nullptr;
 }
 
+std::array<std::size_t, 3> countsByKind(const Entries& entries) {
+  std::array<std::size_t, 3> counts{};
+  for (const folder_host::Entry* entry : entries) ++counts[static_cast<std::size_t>(entry->kind)];
+  return counts;
+}
+
+std::string textOfFilter(const Judgement& judgement, std::size_t position) {
+  const FilterEffect& effect = judgement.filters[position - 1];
+  const std::string begin = nameOfFilter(judgement, position) + ": ";
+  if (!isFileKind(effect.kind)) {
+    return begin + (effect.labelsRemoved.empty() ? "no label removed"
+                                                 : "labels removed: " + namesOf(judgement, effect.labelsRemoved));
+  }
+  const auto [files, folders, links] = countsByKind(effect.heldBack);
+  return begin + fmt::format("{}, {} and {} held back, {} spared", counted(files, "file", "files"),
+                             counted(folders, "folder", "folders"), counted(links, "link", "links"),
+                             counted(effect.spared.size(), "folder", "folders"));
+}
+
 void printRisks(const std::vector<Risk>& risks, const std::string& prefix, const Json& more) {
   for (const auto& risk : risks) {
     Json object = jsonOf(risk);

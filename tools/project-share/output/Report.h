@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,11 @@ Json jsonOf(const Judgement& judgement, const Spared& spared);
 
 // None where the entry is not spared.
 const Spared* sparedOf(const Judgement& judgement, const folder_host::Entry& entry);
+
+// How many of them are files, folders and links.
+std::array<std::size_t, 3> countsByKind(const Entries& entries);
+// What a filter takes out: "filter 1, drop-files: 3 files, 1 folder and 0 links held back, 0 folders spared".
+std::string textOfFilter(const Judgement& judgement, std::size_t position);
 
 // A line or an object each, in their order: with `prefix` before each line, and with the fields of `more` in each
 // object. Nothing where there are none.

@@ -33,9 +33,10 @@ class View {
         judgement_(judgement),
         words_(words),
         named_(words.paths.begin(), words.paths.end()),
+        below_(countedBelow(project, judgement)),
         entries_(table_.size()) {
     for (std::size_t i = 0; i < entries_.size(); ++i) entries_[i].level = levelOf(i);
-    // What lies in a folder stands behind it in the table: from the end on, each entry is complete when it is counted.
+    // What lies in a folder stands behind it in the table: from the end on, each entry is complete when it is asked.
     for (std::size_t i = entries_.size(); i-- > 0;) addTo(table_.parentOf(i), i);
     for (std::size_t i = 0; i < entries_.size(); ++i) setShown(i);
   }
@@ -45,7 +46,7 @@ class View {
     for (const std::size_t i : treeOrder(project_.listing().entries)) {
       if (!entries_[i].isShown) continue;
       lines.push_back({i, entries_[i].indent, {}});
-      if (isLast(i)) lines.back().below = entries_[i].below;
+      if (isLast(i)) lines.back().below = below_[i];
     }
     return lines;
   }
@@ -55,7 +56,6 @@ class View {
 
   struct Shown {
     std::size_t level = NOWHERE;  // below the nearest path that was named, or the scope
-    Below below;
     bool isWantedBelow = false;
     bool isShown = false;
     std::size_t indent = 0;
@@ -81,10 +81,7 @@ class View {
   void addTo(std::size_t folder, std::size_t entry) {
     if (folder == EntryTable::ROOT) return;
     Shown& above = entries_[folder];
-    const Shown& one = entries_[entry];
-    above.below.shared += one.below.shared + (isShared(entry) ? 1 : 0);
-    above.below.heldBack += one.below.heldBack + (isShared(entry) ? 0 : 1);
-    above.isWantedBelow = above.isWantedBelow || one.isWantedBelow || isWanted(entry);
+    above.isWantedBelow = above.isWantedBelow || entries_[entry].isWantedBelow || isWanted(entry);
   }
 
   bool isLast(std::size_t entry) const {
@@ -104,10 +101,24 @@ class View {
   const Judgement& judgement_;
   const ViewWords& words_;
   const std::set<std::string> named_;
+  const std::vector<Below> below_;
   std::vector<Shown> entries_;
 };
 
 }  // namespace
+
+std::vector<Below> countedBelow(const folder_host::WorkingCopy& project, const Judgement& judgement) {
+  const EntryTable& table = project.table();
+  std::vector<Below> below(table.size());
+  for (std::size_t i = below.size(); i-- > 0;) {  // what lies in a folder stands behind it
+    const std::size_t folder = table.parentOf(i);
+    if (folder == EntryTable::ROOT) continue;
+    const bool isShared = judgement.reasons[i].rule == Reason::Rule::none;
+    below[folder].shared += below[i].shared + (isShared ? 1 : 0);
+    below[folder].heldBack += below[i].heldBack + (isShared ? 0 : 1);
+  }
+  return below;
+}
 
 const std::vector<std::string>& viewWords() {
   static const std::vector<std::string> words{"held-back", "shared", "unlabelled"};

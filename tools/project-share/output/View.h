@@ -34,6 +34,9 @@ struct ViewLine {
   std::optional<Below> below;  // of a folder at the last level: what lies in it
 };
 
+// Of every entry of the listing, what lies below it.
+std::vector<Below> countedBelow(const folder_host::WorkingCopy& project, const Judgement& judgement);
+
 // The entries that are shown, as a tree has them. A folder at the last level is shown where something below it would
 // be. `paths` are relative to the project's folder.
 std::vector<ViewLine> viewOf(const folder_host::WorkingCopy& project, const Judgement& judgement,

@@ -19,7 +19,7 @@ struct ReceiptHead {
   std::string time;                      // "2026-11-21T06:40:24Z"
   std::string profileUuid, profileName;  // both empty: the whole project
   std::string from;                      // the folder that was shared, relative to the project; empty: all of it
-  std::string destination;               // absolute; of a judgement that is kept for itself, and of "-", empty
+  std::string destination;               // absolute; of a stream "-", of a judgement that is kept for itself, empty
   std::string shape;                     // "folder", "tar", "tar.gz", "tar.zst", "zip"
   bool isPlain = false;                  // the copy has no store
   bool hasContent = false;               // each file's content was hashed

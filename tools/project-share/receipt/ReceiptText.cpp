@@ -66,7 +66,7 @@ bool isPlain(char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; }
 class Lines {
  public:
   Lines(const ReceiptHead& head, const ReceiptSource& source, const std::function<void(std::string_view)>& put)
-      : source_(source), put_(put), below_(head.from.empty() ? 0 : head.from.size() + 1) {
+      : source_(source), put_(put), below_(below(head.from)) {
     for (const auto& label : source.project.effective().sources().labels()) {
       labels_.push_back(written(utf8(label.uuid)));
     }
@@ -189,13 +189,13 @@ class Lines {
 };
 
 // What was shared, as the digest of a copy has it.
-std::string copyDigestOf(const ReceiptSource& source, std::size_t below) {
+std::string copyDigestOf(const ReceiptSource& source, std::size_t begin) {
   folder_host::CopyDigest digest;
   const auto& shared = source.judgement.shared;
   for (std::size_t i = 0; i < shared.size(); ++i) {
     const Entry& entry = *shared[i];
     const std::uint64_t size = source.handedOut != nullptr ? source.handedOut->written[i].size : entry.size;
-    digest.add(entry.path.substr(below), entry.kind, entry.target, size);
+    digest.add(entry.path.substr(begin), entry.kind, entry.target, size);
   }
   return digest.finish();
 }
@@ -219,7 +219,7 @@ ReceiptHead headOf(const ReceiptSource& source, const std::string& destination) 
 
 void digest(ReceiptHead& head, const ReceiptSource& source) {
   head.judgement = digestOf(source.judgement, source.allowed);
-  head.copy = copyDigestOf(source, head.from.empty() ? 0 : head.from.size() + 1);
+  head.copy = copyDigestOf(source, below(head.from));
 }
 
 // Of a million entries no list is held in memory: each is a line that is written as soon as it is known.

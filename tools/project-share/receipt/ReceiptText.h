@@ -26,6 +26,9 @@ struct ReceiptSource {
   std::vector<std::string> digests = {};              // SHA-256 of each shared entry's content; none were asked for
 };
 
+// Where the path in the copy begins in the path of an entry that lies in the folder `from`.
+inline std::size_t below(const std::string& from) { return from.empty() ? 0 : from.size() + 1; }
+
 // The head of that receipt, now, of a folder; without its digests.
 ReceiptHead headOf(const ReceiptSource& source, const std::string& destination);
 // Adds the digests.
