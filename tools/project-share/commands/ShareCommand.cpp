@@ -120,11 +120,12 @@ folder_host::HandedOut handOut(const ReceiptSource& source, const Target& target
   folder_host::HandOutOptions options;
   options.shape = shapeOf(words);
   options.isPlain = words.isPlain;
+  options.hashesStream = words.checksum || !words.receipt.empty();
   options.allowed = allowancesOf(words.gate);
   ReceiptHead about = headOf(source, target.place != nullptr ? target.place->path() : "-");
   about.shape = folder_host::wordOf(options.shape);
   about.isPlain = options.isPlain;
-  about.hasContent = words.checksum || !words.receipt.empty();
+  about.hasContent = options.hashesStream;
   // The work is interrupted where it tells its progress, by an exception: what was begun is removed as after any
   // failure.
   options.onProgress = [&](const Progress& progress) {
@@ -152,7 +153,7 @@ folder_host::HandedOut handOut(const ReceiptSource& source, const Target& target
                                std::vector<Risk>& notes, const Interruption& interruption) {
   while (true) {
     std::optional<Receipt> receipt;
-    if (!words.receipt.empty()) receipt.emplace(source.project, *target.place, words.receipt);
+    if (!words.receipt.empty()) receipt.emplace(source.project, target.place, words.receipt);
     ShareReceipts receipts(target.project, receipt, static_cast<std::size_t>(words.keptReceipts), isKept);
     folder_host::HandedOut result = handOut(source, target, words, receipts, interruption);
     notes = receipts.notes();
@@ -319,12 +320,13 @@ void checkShare(const ShareWords& words) {
   const auto copy = project.workingCopy();
   setScope(project, words.gate, *copy);
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
-  if (!words.destination.empty() && !isStream(words)) {
+  if (!words.destination.empty()) {
     std::optional<Update> update;
     if (words.updates) update.emplace(project, *copy, uuidOf(profile.get()), words);
     std::optional<folder_host::Place> place;
-    if (!update) place = destinationOf(*copy, words);
-    if (!words.receipt.empty()) Receipt::check(*copy, update ? update->place() : *place, words.receipt);
+    if (!update && !isStream(words)) place = destinationOf(*copy, words);
+    const folder_host::Place* to = update ? &update->place() : place ? &*place : nullptr;
+    if (!words.receipt.empty()) Receipt::check(*copy, to, words.receipt);
   }
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   canBeListed(project, judgement.found);
