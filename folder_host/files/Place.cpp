@@ -79,6 +79,9 @@ bool isWithin(const std::string& named, const Place& place) {
   for (fs::path path = trimmed(named); !path.empty(); path = path.parent_path()) {
     try {
       const Place other = placeOf(path.string());
+      struct stat there {};
+      const bool isThere = ::fstatat(place.parent.get(), place.name.c_str(), &there, AT_SYMLINK_NOFOLLOW) == 0;
+      if (isThere && liesIn(other, {idOf(there)})) return true;
       return idOf(statusOf(other.parent)) == idOf(statusOf(place.parent)) &&
              foldedName(other.name) == foldedName(place.name);
     } catch (const std::system_error&) {

@@ -33,8 +33,8 @@ bool givesWay(const Place& place);
 // folder can have several names. Errors: std::system_error.
 bool liesIn(const Place& place, const std::vector<FileId>& folders);
 
-// Whether what a person names is this place, at which nothing is yet, or lies below it. Names that differ in case alone
-// count as one: on some disks they are.
+// Whether what a person names is this place, at which mostly nothing is yet, or lies below it. Names that differ in
+// case alone count as one: on some disks they are.
 bool isWithin(const std::string& named, const Place& place);
 
 }  // namespace folder_host

@@ -251,7 +251,7 @@ void Publication::nameFolder(const std::string& name, bool replaces) {
   // a failure, and there must be no copy then.
   published_ = name;
   try {
-    sync(parent_);
+    sync(parent_);  // the name
   } catch (const std::system_error&) {
     takeBack();
     throw;

@@ -20,7 +20,7 @@
 
 namespace folder_host {
 
-Place checkDestination(const WorkingCopy& copy, const std::string& destination) {
+Place checkDestination(const WorkingCopy& copy, const std::string& destination, Shape shape) {
   Place place = attempt(errors::DESTINATION_UNUSABLE, "there is no folder to hold", destination,
                         [&] { return placeOf(destination); });
   attempt(errors::DESTINATION_UNUSABLE, "cannot use", destination, [&] {
@@ -29,7 +29,7 @@ Place checkDestination(const WorkingCopy& copy, const std::string& destination) 
                   inQuotes(destination) + " lies in the project itself; choose a folder outside of it");
     }
     if (!isTaken(place)) return;
-    place.mayGiveWay = givesWay(place);
+    place.mayGiveWay = shape == Shape::folder && givesWay(place);
     if (!place.mayGiveWay) {
       throw Error(errors::DESTINATION_EXISTS,
                   inQuotes(destination) +

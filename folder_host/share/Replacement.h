@@ -1,7 +1,7 @@
 #pragma once
 
 #include "folder_host/files/Publication.h"
-#include "folder_host/share/HandOut.h"
+#include "folder_host/share/HandOutOptions.h"
 #include "folder_host/share/sinks/Takeover.h"
 
 namespace folder_host {

@@ -18,6 +18,7 @@
 #include "Refusal.h"
 #include "commands/Commands.h"
 #include "exchange/Merging.h"
+#include "folder_host/share/Shape.h"
 #include "judgement/Judgement.h"
 #include "output/Output.h"
 #include "settings/OpenProject.h"
@@ -53,6 +54,8 @@ struct Words {
   std::string approved;
   std::int64_t keptReceipts = ShareWords().keptReceipts;
   bool checksum = false;
+  bool updates = false;
+  bool replaces = false;
   std::int64_t number = 0;
   std::string file = "-";
   ImportWords import;
@@ -414,6 +417,14 @@ ShareWords shareWordsOf(const Words& words) {
   share.gate = gateWordsOf(words);
   share.receipt = words.receipt;
   share.checksum = words.checksum;
+  share.updates = words.updates;
+  share.replaces = words.replaces;
+  if (words.replaces && !words.updates) throw CLI::ParseError("--replace goes with --update", WRONG_USAGE);
+  const bool isFolder =
+      share.destination != "-" && folder_host::shapeOf(share.destination) == folder_host::Shape::folder;
+  if (words.updates && !(hasDestination && isFolder)) {
+    throw CLI::ParseError("--update goes with a folder, and with nothing else; name it as DEST", WRONG_USAGE);
+  }
   share.keptReceipts = words.keptReceipts;
   return share;
 }
@@ -578,8 +589,13 @@ void addShareCommands(CLI::App& app, Words& words) {
                                  "A JSON file to be made, for you: what was shared, what was held back, and why")
                              ->required(false)
                              ->type_name("FILE");
-  share->add_flag("--checksum", words.checksum,
-                  "Note the content of each file, so that verify can compare it; --receipt does so, too");
+  share->add_flag("--update", words.updates,
+                  "Put the new copy in the place of the last one at DEST, which has to be what was handed out");
+  share->add_flag("--replace", words.replaces, "With --update: also where it is not, and keep it under another name");
+  share->add_flag(
+      "--checksum", words.checksum,
+      "Note the content of each file, so that verify can compare it; --receipt does so, too. With --update: "
+      "go by content, not by sizes and times");
   addNumber(share, "--keep-receipts", words.keptReceipts,
             "Of this profile and destination the project keeps the last N receipts, and not 10", 0)
       ->type_name("N");

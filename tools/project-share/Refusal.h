@@ -42,6 +42,7 @@ inline constexpr const char* RECEIPT_NOT_FOUND = "receipt-not-found";
 inline constexpr const char* RECEIPT_OF_ANOTHER = "receipt-of-another";
 inline constexpr const char* RECEIPT_UNREADABLE = "receipt-unreadable";
 inline constexpr const char* COPY_DIFFERS = "copy-differs";
+inline constexpr const char* NOT_THIS_COPY = "not-this-copy";
 inline constexpr const char* PROFILE_DAMAGED = "profile-damaged";
 inline constexpr const char* PROFILE_NOT_FOUND = "profile-not-found";
 inline constexpr const char* PROFILE_AMBIGUOUS = "profile-ambiguous";

@@ -11,22 +11,19 @@
 #include <system_error>
 #include <utility>
 
+#include "folder_host/files/Path.h"
+
 namespace folder_host {
 
 namespace {
 
 constexpr std::size_t PIECE = std::size_t{1} << 17U;
 
-std::string folderOf(const std::string& path) {
-  const std::size_t separator = path.rfind('/');
-  return separator == std::string::npos ? std::string() : path.substr(0, separator);
-}
-
 std::string lastOf(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
 Stamp stampOf(const Entry& entry) { return {entry.id.inode, entry.size, entry.modified, entry.changed, entry.born}; }
 
-bool isBefore(const timespec& a, const timespec& b) {
+bool isEarlier(const timespec& a, const timespec& b) {
   return a.tv_sec != b.tv_sec ? a.tv_sec < b.tv_sec : a.tv_nsec < b.tv_nsec;
 }
 
@@ -79,7 +76,7 @@ bool Takeover::Taker::take(const OpenEntry& file, const Descriptor& folder, cons
   const auto seen = takeover_.earlier_->seen.find(std::string(file.path));
   if (seen == takeover_.earlier_->seen.end() || !isWanted(file, seen->second)) return false;
   try {
-    const std::string path = folderOf(std::string(file.path));
+    const std::string path = parentOf(std::string(file.path));
     if (path != path_) {
       earlierFolder_ = openBeneath(takeover_.earlier_->folder, path.empty() ? "." : path, O_PATH | O_DIRECTORY);
       owner_ = stateIn(folder, "");
@@ -132,7 +129,7 @@ void Takeover::note(const OpenEntry& file, const Descriptor& copy) { add(file, s
 void Takeover::add(const OpenEntry& file, const Stamp& copy, bool isTaken) {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (isTaken) taken_.emplace(std::string(file.path), copy);
-  if (!file.hasChanged && isBefore(file.entry.changed, listed_)) {
+  if (!file.hasChanged && isEarlier(file.entry.changed, listed_)) {
     notes_[std::string(file.path)] = {stampOf(file.entry), copy};
   }
 }
@@ -152,12 +149,12 @@ void Takeover::release(const Descriptor& copy) {
     const std::string name = lastOf(file);
     const auto noted = notes_.find(file);
     try {
-      if (folderOf(file) != path) {
-        const std::string folder = folderOf(file).empty() ? "." : folderOf(file);
+      if (parentOf(file) != path) {
+        const std::string folder = parentOf(file).empty() ? "." : parentOf(file);
         earlierFolder = openBeneath(earlier_->folder, folder, O_RDONLY | O_DIRECTORY);
         newFolder = openBeneath(copy, folder, O_PATH | O_DIRECTORY);
         check(::fchmod(earlierFolder.get(), 0700));
-        path = folderOf(file);
+        path = parentOf(file);
       }
       const EntryState before = stateIn(newFolder, name);
       check(::unlinkat(earlierFolder.get(), name.c_str(), 0));

@@ -157,8 +157,11 @@ struct ShareWords {
   std::string receipt;             // a file to be made; empty: none
   bool checksum = false;           // content is hashed for the receipt that the project keeps, too
   std::int64_t keptReceipts = 10;  // of this profile, scope and destination
+  bool updates = false;            // the copy that is at the destination
+  bool replaces = false;           // it, too, where it is not what was handed out
 };
-// Errors: SHARE_REFUSED, with the risks printed before; those of folder_host/share/HandOut.h and receipt/Receipt.h;
+// Errors: SHARE_REFUSED, with the risks printed before; those of folder_host/share/HandOut.h, receipt/Receipt.h and
+// commands/Update.h;
 // Interrupted where a signal came. The copy is there all the same only where its receipt could not be named.
 void share(const ShareWords& words);
 // As checkProfile, and what a share would refuse of the destination and of the receipt's place.

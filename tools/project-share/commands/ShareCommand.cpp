@@ -13,6 +13,7 @@
 #include "commands/Approval.h"
 #include "commands/Commands.h"
 #include "commands/Gate.h"
+#include "commands/Update.h"
 #include "folder_host/share/HandOut.h"
 #include "folder_host/share/ShareList.h"
 #include "output/Output.h"
@@ -84,12 +85,17 @@ Descriptor standardOutput() {
 
 // No place: standard output.
 std::optional<folder_host::Place> destinationOf(const WorkingCopy& copy, const ShareWords& words) {
-  if (!isStream(words)) return folder_host::checkDestination(copy, words.destination);
+  if (!isStream(words)) return folder_host::checkDestination(copy, words.destination, shapeOf(words));
   folder_host::checkStream(copy, standardOutput());
   return std::nullopt;
 }
 
-std::string textOf(const std::optional<folder_host::Place>& place) { return place ? place->path() : "-"; }
+// Where a share goes.
+struct Target {
+  const FolderProject& project;
+  const folder_host::Place* place;  // null: standard output
+  Update* update;                   // null: nothing is updated
+};
 
 // What is gone, into a pipe, cannot be read once more.
 void writeReceipts(ReceiptSource source, const ReceiptHead& about, folder_host::CopyContent* written,
@@ -109,15 +115,15 @@ void writeReceipts(ReceiptSource source, const ReceiptHead& about, folder_host::
   receipts.write(head, source);
 }
 
-folder_host::HandedOut handOut(const ReceiptSource& source, const std::optional<folder_host::Place>& place,
-                               const ShareWords& words, ShareReceipts& receipts, const Interruption& interruption) {
+folder_host::HandedOut handOut(const ReceiptSource& source, const Target& target, const ShareWords& words,
+                               ShareReceipts& receipts, const Interruption& interruption) {
   ProgressLine copied("copied");
   folder_host::HandOutOptions options;
   options.shape = shapeOf(words);
   options.isPlain = words.isPlain;
   options.hashesStream = words.checksum || !words.receipt.empty();
   options.allowed = allowancesOf(words.gate);
-  ReceiptHead about = headOf(source, textOf(place));
+  ReceiptHead about = headOf(source, target.place != nullptr ? target.place->path() : "-");
   about.shape = folder_host::wordOf(options.shape);
   about.isPlain = options.isPlain;
   about.hasContent = options.hashesStream;
@@ -135,10 +141,26 @@ folder_host::HandedOut handOut(const ReceiptSource& source, const std::optional<
     writeReceipts(std::move(whole), about, written, receipts, interruption);
   };
   const WorkingCopy& copy = *source.judgement.copy;
-  folder_host::HandedOut result =
-      place ? folder_host::handOut(copy, *place, options) : folder_host::handOutTo(standardOutput(), copy, options);
-  receipts.complete(about);
+  options.storeFolder = &target.project.storeFolder();
+  if (target.update != nullptr) target.update->setOptions(options);
+  folder_host::HandedOut result = target.place != nullptr ? folder_host::handOut(copy, *target.place, options)
+                                                          : folder_host::handOutTo(standardOutput(), copy, options);
+  if (!result.isTakenBack) receipts.complete(about);
   return result;
+}
+
+// Once more where somebody wrote meanwhile to the copy that is updated.
+folder_host::HandedOut handOut(const ReceiptSource& source, const Target& target, const ShareWords& words, bool isKept,
+                               std::vector<Risk>& notes, const Interruption& interruption) {
+  while (true) {
+    std::optional<Receipt> receipt;
+    if (!words.receipt.empty()) receipt.emplace(source.project, target.place, words.receipt);
+    ShareReceipts receipts(target.project, receipt, static_cast<std::size_t>(words.keptReceipts), isKept);
+    folder_host::HandedOut result = handOut(source, target, words, receipts, interruption);
+    notes = receipts.notes();
+    if (!result.isTakenBack) return result;
+    target.update->keepInstead();
+  }
 }
 
 // "2 files and 1 folder"
@@ -158,7 +180,7 @@ void printSpared(const Judgement& judgement, const Spared& spared) {
 
 // `notes` are those that came with the share; all others were told before it.
 void report(const Judgement& judgement, const folder_host::HandedOut& result, const ShareWords& words,
-            std::vector<Risk> notes) {
+            std::vector<Risk> notes, const Target& target) {
   if (manner().quiet) return;
   const folder_host::Listing& listing = judgement.copy->listing();
   printSkipped(listing);
@@ -170,6 +192,9 @@ void report(const Judgement& judgement, const folder_host::HandedOut& result, co
   const std::vector<Risk> changed = risksOf(result);
   allowed.insert(allowed.end(), changed.begin(), changed.end());
   addIdleAfterwards(words.gate, allowed, notes);
+  if (target.place != nullptr) {
+    for (Risk& note : notesOfKept(*target.place, result)) notes.push_back(std::move(note));
+  }
   printNotes(notes);
   // Told though allowed: who allowed a kind of risk sees here for which cases that was.
   printRisks(allowed, "allowed: ", {{"allowed", true}});
@@ -179,11 +204,12 @@ void report(const Judgement& judgement, const folder_host::HandedOut& result, co
   putPath(object, "destination", words.destination);
   putScope(object, *judgement.copy);
   object["labels"] = jsonOf(judgement.leaving);
-  item(
-      fmt::format("Shared {} ({}) of {} to {}; {} held back.{}", textOf(result), counted(result.bytes, "byte", "bytes"),
-                  scopeText(*judgement.copy), inQuotes(words.destination), counted(heldBack, "entry", "entries"),
-                  words.receipt.empty() ? "" : fmt::format(" The receipt is {}.", inQuotes(words.receipt))),
-      object);
+  const std::string update = target.update != nullptr ? target.update->report(*judgement.copy, result, object) : "";
+  item(fmt::format("Shared {} ({}) of {} to {}; {} held back.{}{}", textOf(result),
+                   counted(result.bytes, "byte", "bytes"), scopeText(*judgement.copy), inQuotes(words.destination),
+                   counted(heldBack, "entry", "entries"), update,
+                   words.receipt.empty() ? "" : fmt::format(" The receipt is {}.", inQuotes(words.receipt))),
+       object);
   if (!manner().json) line(textOf(judgement.leaving));
 }
 
@@ -239,6 +265,10 @@ std::vector<Risk> remember(const FolderProject& project, const Judgement& judgem
   return notes;
 }
 
+std::string uuidOf(const profiles::ExportProfile* profile) {
+  return profile != nullptr ? utf8(profile->getUUID()) : std::string();
+}
+
 // The two words are easily exchanged, and a folder named like a profile would be made in the wrong place.
 std::shared_ptr<profiles::ExportProfile> profileOf(WorkingCopy& copy, const ShareWords& words) {
   const auto manager = managerOf(copy);
@@ -263,7 +293,11 @@ void share(const ShareWords& words) {
   setScope(project, words.gate, *copy);
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
   // Before the judgement, which may read much: a destination that cannot be used is known at once.
-  const std::optional<folder_host::Place> place = destinationOf(*copy, words);
+  std::optional<Update> update;
+  if (words.updates) update.emplace(project, *copy, uuidOf(profile.get()), words);
+  std::optional<folder_host::Place> place;
+  if (!update) place = destinationOf(*copy, words);
+  const Target target{project, update ? &update->place() : place ? &*place : nullptr, update ? &*update : nullptr};
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   const ReceiptSource source = sourceOf(*copy, judgement, profile.get(), words.gate);
   requireApproved(project, source, words.gate);
@@ -276,12 +310,10 @@ void share(const ShareWords& words) {
   if (!manner().quiet) printNotes(judgement.found.notes);
   // All that can be refused has been by now: nothing is written for a share that is refused.
   const Interruption interruption;  // ends last: what was begun is cleaned up before
-  std::optional<Receipt> receipt;
-  if (!words.receipt.empty()) receipt.emplace(*copy, place ? &*place : nullptr, words.receipt);
-  ShareReceipts receipts(project, receipt, static_cast<std::size_t>(words.keptReceipts), isKept);
-  const folder_host::HandedOut result = handOut(source, place, words, receipts, interruption);
+  std::vector<Risk> notes;
+  const folder_host::HandedOut result = handOut(source, target, words, isKept, notes, interruption);
   project.confirm();
-  report(judgement, result, words, remember(project, judgement, words, isListed, *copy, receipts.notes()));
+  report(judgement, result, words, remember(project, judgement, words, isListed, *copy, notes), target);
 }
 
 void checkShare(const ShareWords& words) {
@@ -290,9 +322,12 @@ void checkShare(const ShareWords& words) {
   setScope(project, words.gate, *copy);
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
   if (!words.destination.empty()) {
+    std::optional<Update> update;
+    if (words.updates) update.emplace(project, *copy, uuidOf(profile.get()), words);
     std::optional<folder_host::Place> place;
-    if (!isStream(words)) place = folder_host::checkDestination(*copy, words.destination);
-    if (!words.receipt.empty()) Receipt::check(*copy, place ? &*place : nullptr, words.receipt);
+    if (!update && !isStream(words)) place = destinationOf(*copy, words);
+    const folder_host::Place* to = update ? &update->place() : place ? &*place : nullptr;
+    if (!words.receipt.empty()) Receipt::check(*copy, to, words.receipt);
   }
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   requireApproved(project, sourceOf(*copy, judgement, profile.get(), words.gate), words.gate);

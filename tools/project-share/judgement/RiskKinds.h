@@ -87,6 +87,12 @@ inline constexpr RiskKind SHARE_UNLISTED{
     "a share is not listed in the log, or the list cannot be read: the project's folder does not allow it"};
 inline constexpr RiskKind RECEIPT_UNKEPT{"receipt-unkept", Level::note,
                                          "the project keeps no receipt of a share: its folder does not allow it"};
+inline constexpr RiskKind NOT_AT_ONCE{
+    "not-at-once", Level::note,
+    "an update takes two steps, and between them nothing is at the destination: the file system knows no exchange"};
+inline constexpr RiskKind COPY_KEPT{
+    "copy-kept", Level::note,
+    "the copy that was updated is kept beside the new one: it is not what was handed out, or was written to meanwhile"};
 inline constexpr RiskKind ALLOW_IDLE{"allow-idle", Level::note, "an --allow allowed nothing"};
 inline constexpr RiskKind LABEL_ON_LINK{"label-on-link", Level::note,
                                         "a label was attached to a link, and not to what it leads to"};

@@ -3,11 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
+#include <memory>
 #include <utility>
 
 #include "Refusal.h"
 #include "folder_host/share/read/CopyContent.h"
-#include "receipt/ReceiptText.h"
 #include "words/Names.h"
 
 namespace project_share {
@@ -94,7 +95,7 @@ std::map<std::string, const char*> changesSince(const folder_host::FolderProject
   });
   std::map<std::string, const char*> changes;
   const std::vector<const Entry*> entries = copy.entries();
-  const std::size_t begin = below(copy.scopePath());
+  const std::size_t begin = copy.scopePath().empty() ? 0 : copy.scopePath().size() + 1;
   for (std::size_t i = 0; i < entries.size(); ++i) {
     const std::string path = entries[i]->path.substr(begin);
     const auto before = noted.find(path);
