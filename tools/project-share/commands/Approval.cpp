@@ -62,12 +62,16 @@ ReceiptSource sourceOf(const folder_host::WorkingCopy& project, const Judgement&
 }
 
 std::optional<Since> sinceLastShare(const FolderProject& project, const folder_host::WorkingCopy& copy,
-                                    const profiles::ExportProfile* profile, Judgement& judgement) {
+                                    const profiles::ExportProfile* profile, Judgement& judgement, bool isWanted) {
   if (profile == nullptr) return std::nullopt;
+  const Filters filters = profile->getFilters();
+  const bool keeps =
+      std::any_of(filters.begin(), filters.end(), [](const auto& filter) { return keepsFiles(filter->getType()); });
+  if (!keeps && !isWanted) return std::nullopt;
   std::optional<ReceiptReader> last = lastReceipt(project, judgement);
   if (!last) return std::nullopt;
   Since since = sinceOf(judgement, *last);
-  noteNewlyShared(copy, profile->getFilters(), since, judgement);
+  noteNewlyShared(copy, filters, since, judgement);
   return since;
 }
 

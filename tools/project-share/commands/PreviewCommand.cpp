@@ -190,7 +190,7 @@ void previewProfile(const PreviewWords& words) {
   // Whoever approves a page approves what a share will find: each file is looked into for it.
   const auto look = page ? folder_host::Look::each : folder_host::Look::likely;
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate, look);
-  std::optional<Since> since = sinceLastShare(project, *copy, profile.get(), judgement);
+  std::optional<Since> since = sinceLastShare(project, *copy, profile.get(), judgement, page.has_value());
   if (!words.since.empty()) {
     ReceiptReader receipt = receiptNamed(project, words.since, judgement);
     since = sinceOf(judgement, receipt);
