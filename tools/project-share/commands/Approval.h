@@ -12,6 +12,9 @@
 // What was looked at before, and what has become of it: earlier shares, and pages that somebody agreed to.
 namespace project_share {
 
+// The profile in a command: its UUID where the name cannot be typed as it looks, or would be an option.
+std::string wordFor(const Judgement& judgement);
+
 // What a receipt of this judgement would be made of.
 ReceiptSource sourceOf(const folder_host::WorkingCopy& project, const Judgement& judgement,
                        const profiles::ExportProfile* profile, const GateWords& words);
