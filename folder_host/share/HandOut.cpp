@@ -76,6 +76,7 @@ class Work {
       if (options_.onProgress) options_.onProgress(progress_);
     };
     result_.changed = copyTree(source, entries_, sink, onProgress, &written);
+    std::sort(result_.changed.begin(), result_.changed.end());
     setWritten(written);
     if (!options_.isPlain) {
       const std::string store = copy_.storeOfWhatIsShared();
@@ -100,7 +101,10 @@ class Work {
     std::iota(order.begin(), order.end(), std::size_t{0});
     const auto isBefore = [&](std::size_t a, std::size_t b) { return entries_[a] < entries_[b]; };
     if (!std::is_sorted(order.begin(), order.end(), isBefore)) std::sort(order.begin(), order.end(), isBefore);
-    for (const std::size_t at : order) result_.written.push_back(written[at]);
+    for (const std::size_t at : order) {
+      result_.written.push_back(written[at]);
+      result_.written.back().modified = timeIn(options_.shape, written[at].modified);
+    }
   }
 
   const WorkingCopy& copy_;
@@ -165,9 +169,9 @@ HandedOut handOutTo(const Descriptor& stream, const WorkingCopy& copy, const Han
   Work work(copy, options);
   try {
     attempt(errors::COPY_FAILED, "cannot write to", "-", [&] {
-      ArchiveSink sink(stream, options.shape);
+      ArchiveSink sink(stream, options.shape, options.hashesStream);
       work.writeInto(sink);
-      work.tell(nullptr);
+      work.tell(options.hashesStream ? sink.content().get() : nullptr);
     });
     return work.result();
   } catch (const Error& error) {

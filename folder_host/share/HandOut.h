@@ -40,14 +40,16 @@ struct HandedOut {
 
 struct HandOutOptions {
   Shape shape = Shape::folder;
-  bool isPlain = false;  // without a store of its own: the copy is no project then
+  bool isPlain = false;       // without a store of its own: the copy is no project then
+  bool hashesStream = false;  // files are hashed as they are written into a stream (handOutTo)
   // ENTRY_CHANGED: a file that changes after it was listed is shared as it is read. NESTED_PROJECT: a file is shared
   // that by its first bytes is a store, a receipt or an export.
   Allowances allowed;
   // Called often. What it throws stops the hand-out.
   std::function<void(const Progress&)> onProgress;
   // Called with what was written, whole and durable, and with all that is to be told of it, before it gets its name. Of
-  // what went into a stream, nothing can be read again: null. What it throws stops the hand-out.
+  // what went into a stream, nothing can be read again: null, or its digests where they were asked for. What it throws
+  // stops the hand-out.
   std::function<void(CopyContent* written, const HandedOut&)> beforePublication;
 };
 

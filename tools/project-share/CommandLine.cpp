@@ -407,8 +407,8 @@ ShareWords shareWordsOf(const Words& words) {
   if (words.dryRun && hasDestination && share.destination.empty()) {
     throw CLI::ParseError("DEST needs a name", WRONG_USAGE);
   }
-  if (share.destination == "-" && (manner().json || words.checksum || !words.receipt.empty())) {
-    throw CLI::ParseError("a copy on standard output goes without --json, --checksum and --receipt", WRONG_USAGE);
+  if (share.destination == "-" && manner().json) {
+    throw CLI::ParseError("a copy on standard output goes without --json", WRONG_USAGE);
   }
   share.isPlain = words.plain;
   share.gate = gateWordsOf(words);

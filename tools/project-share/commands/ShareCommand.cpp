@@ -115,17 +115,18 @@ folder_host::HandedOut handOut(const ReceiptSource& source, const std::optional<
   folder_host::HandOutOptions options;
   options.shape = shapeOf(words);
   options.isPlain = words.isPlain;
+  options.hashesStream = words.checksum || !words.receipt.empty();
   options.allowed = allowancesOf(words.gate);
+  ReceiptHead about = headOf(source, textOf(place));
+  about.shape = folder_host::wordOf(options.shape);
+  about.isPlain = options.isPlain;
+  about.hasContent = options.hashesStream;
   // The work is interrupted where it tells its progress, by an exception: what was begun is removed as after any
   // failure.
   options.onProgress = [&](const Progress& progress) {
     interruption.check();
     copied.show(progress);
   };
-  ReceiptHead about = headOf(source, textOf(place));
-  about.shape = folder_host::wordOf(options.shape);
-  about.isPlain = options.isPlain;
-  about.hasContent = words.checksum || !words.receipt.empty();
   options.beforePublication = [&](folder_host::CopyContent* written, const folder_host::HandedOut& result) {
     interruption.check();
     if (!receipts.isAnyWanted()) return;
@@ -276,7 +277,7 @@ void share(const ShareWords& words) {
   // All that can be refused has been by now: nothing is written for a share that is refused.
   const Interruption interruption;  // ends last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
-  if (!words.receipt.empty()) receipt.emplace(*copy, *place, words.receipt);
+  if (!words.receipt.empty()) receipt.emplace(*copy, place ? &*place : nullptr, words.receipt);
   ShareReceipts receipts(project, receipt, static_cast<std::size_t>(words.keptReceipts), isKept);
   const folder_host::HandedOut result = handOut(source, place, words, receipts, interruption);
   project.confirm();
@@ -288,9 +289,10 @@ void checkShare(const ShareWords& words) {
   const auto copy = project.workingCopy();
   setScope(project, words.gate, *copy);
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
-  if (!words.destination.empty() && !isStream(words)) {
-    const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
-    if (!words.receipt.empty()) Receipt::check(*copy, place, words.receipt);
+  if (!words.destination.empty()) {
+    std::optional<folder_host::Place> place;
+    if (!isStream(words)) place = folder_host::checkDestination(*copy, words.destination);
+    if (!words.receipt.empty()) Receipt::check(*copy, place ? &*place : nullptr, words.receipt);
   }
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
   requireApproved(project, sourceOf(*copy, judgement, profile.get(), words.gate), words.gate);
