@@ -119,7 +119,7 @@ OpenEntry EntryReader::openFile(const Entry& file) const {
   if (firstBytesTell(firstBytesOf(opened)) && !source_.allowed.allows(errors::NESTED_PROJECT, file.path)) {
     throw Error(errors::NESTED_PROJECT,
                 inQuotes(file.path) +
-                    " is a project's store, a receipt or an export, with rules and names that would be "
+                    " is a project's store, a receipt, a page or an export, with rules and names that would be "
                     "shared; hold it back by a label, or move it out of the project");
   }
   const mode_t permissions = permissionsOf(opened, status);

@@ -53,6 +53,12 @@ std::string causeOf(const FolderProject& project, const ReceiptSource& source, c
 
 }  // namespace
 
+std::string wordFor(const Judgement& judgement) {
+  const std::string name = folder_host::toBytes(judgement.name);
+  const bool isPlain = !name.empty() && name.front() != '-' && isTyped(name);
+  return isPlain ? name : folder_host::toBytes(judgement.uuid);
+}
+
 ReceiptSource sourceOf(const folder_host::WorkingCopy& project, const Judgement& judgement,
                        const profiles::ExportProfile* profile, const GateWords& words) {
   ReceiptSource source{project, judgement, profile};
@@ -62,12 +68,16 @@ ReceiptSource sourceOf(const folder_host::WorkingCopy& project, const Judgement&
 }
 
 std::optional<Since> sinceLastShare(const FolderProject& project, const folder_host::WorkingCopy& copy,
-                                    const profiles::ExportProfile* profile, Judgement& judgement) {
+                                    const profiles::ExportProfile* profile, Judgement& judgement, bool isWanted) {
   if (profile == nullptr) return std::nullopt;
+  const Filters filters = profile->getFilters();
+  const bool keeps =
+      std::any_of(filters.begin(), filters.end(), [](const auto& filter) { return keepsFiles(filter->getType()); });
+  if (!keeps && !isWanted) return std::nullopt;
   std::optional<ReceiptReader> last = lastReceipt(project, judgement);
   if (!last) return std::nullopt;
   Since since = sinceOf(judgement, *last);
-  noteNewlyShared(copy, profile->getFilters(), since, judgement);
+  noteNewlyShared(copy, filters, since, judgement);
   return since;
 }
 
@@ -92,7 +102,7 @@ void requireApproved(const FolderProject& project, const ReceiptSource& source, 
   const std::string cause = causeOf(project, source, words.approved);
   throw Refusal(refusals::JUDGEMENT_DIFFERS,
                 fmt::format("what would be shared is not what was approved: {}; for a new page: {}", cause,
-                            commandOf({"preview", folder_host::toBytes(source.judgement.name), "--html", "FILE"})));
+                            commandOf({"preview", wordFor(source.judgement)}) + " --html FILE"));
 }
 
 }  // namespace project_share

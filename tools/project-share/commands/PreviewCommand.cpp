@@ -141,10 +141,10 @@ void noteAttributes(Judgement& judgement) {
 // That shares what was judged, and refuses anything else.
 std::string commandBy(const std::string& digest, const Judgement& judgement, const GateWords& words) {
   const folder_host::WorkingCopy& copy = *judgement.copy;
-  std::vector<std::string> share{"share", folder_host::toBytes(judgement.name), "DEST", "--approved", inGroups(digest)};
-  if (!copy.scopePath().empty()) share.insert(share.end(), {"--from", fromHere(copy.root(), copy.scopePath())});
-  for (const std::string& allowed : argumentsOf(words)) share.insert(share.end(), {"--allow", allowed});
-  return commandOf(share);
+  std::vector<std::string> options{"--approved", inGroups(digest)};
+  if (!copy.scopePath().empty()) options.insert(options.end(), {"--from", fromHere(copy.root(), copy.scopePath())});
+  for (const std::string& allowed : argumentsOf(words)) options.insert(options.end(), {"--allow", allowed});
+  return commandOf({"share", wordFor(judgement), "DEST"}, typedWords(options));
 }
 
 PageChanges changesOn(const Since& since) {
@@ -190,7 +190,7 @@ void previewProfile(const PreviewWords& words) {
   // Whoever approves a page approves what a share will find: each file is looked into for it.
   const auto look = page ? folder_host::Look::each : folder_host::Look::likely;
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate, look);
-  std::optional<Since> since = sinceLastShare(project, *copy, profile.get(), judgement);
+  std::optional<Since> since = sinceLastShare(project, *copy, profile.get(), judgement, page.has_value());
   if (!words.since.empty()) {
     ReceiptReader receipt = receiptNamed(project, words.since, judgement);
     since = sinceOf(judgement, receipt);
