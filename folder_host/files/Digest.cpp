@@ -16,10 +16,6 @@ namespace folder_host {
 
 namespace {
 
-struct FreeContext {
-  void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
-};
-
 void require(int succeeded) {
   if (succeeded != 1) throw std::bad_alloc();  // nothing else can fail here
 }
@@ -27,7 +23,10 @@ void require(int succeeded) {
 }  // namespace
 
 struct Sha256::Context {
-  std::unique_ptr<EVP_MD_CTX, FreeContext> of;
+  struct Free {
+    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
+  };
+  std::unique_ptr<EVP_MD_CTX, Free> of;
 };
 
 Sha256::Sha256() : context_(std::make_unique<Context>()) {

@@ -1,6 +1,7 @@
 #include "folder_host/share/read/Source.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <system_error>
@@ -20,6 +21,19 @@ auto reading(const std::string& path, const Read& read) {
   } catch (const std::system_error& error) {
     throw unreadable(path, error.code().value());
   }
+}
+
+constexpr std::size_t SMALL = std::size_t{1} << 14U;
+static_assert(SMALL >= FIRST_BYTES);
+
+// As many as there are, but no more than the buffer holds, or than tell what it is of a file that is larger.
+std::string_view beginningOf(const Descriptor& file, bool isSmall, std::string& buffer) {
+  buffer.resize(SMALL);
+  ssize_t length = 0;
+  do {
+    length = ::pread(file.get(), buffer.data(), isSmall ? SMALL : FIRST_BYTES, 0);
+  } while (length < 0 && errno == EINTR);
+  return {buffer.data(), static_cast<std::size_t>(check(length))};
 }
 
 void requireListed(const Entry& entry, mode_t type, const struct stat& status) {
@@ -106,7 +120,7 @@ OpenEntry EntryReader::openLink(const Entry& link) const {
 // would drop the locks of the connection that this process has on it.
 // The very file is named by device and inode, which a rename cannot forge; the time of its last change tells whether
 // anything was written to it. Both are compared with the listing, because the judgement was about what was listed.
-OpenEntry EntryReader::openFile(const Entry& file) const {
+OpenEntry EntryReader::openFile(const Entry& file) {
   if (file.id == source_.store) {
     throw Error(errors::ENTRY_UNREADABLE,
                 inQuotes(file.path) + " is the project's own store under another name; remove it");
@@ -115,15 +129,20 @@ OpenEntry EntryReader::openFile(const Entry& file) const {
   requireListed(file, S_IFREG, status);
   const bool hasChanged = !isUnchanged(file, status);
   Descriptor opened = openBeneath(folder_, name_, O_RDONLY | O_NONBLOCK);
-  requireListed(file, S_IFREG, statusOf(opened));
-  if (firstBytesTell(firstBytesOf(opened)) && !source_.allowed.allows(errors::NESTED_PROJECT, file.path)) {
+  const mode_t permissions = permissionsOf(opened, status);
+  const bool isSmall = file.size <= SMALL && !mayHaveChanged(file);
+  const std::string_view begun = beginningOf(opened, isSmall, buffer_);
+  const struct stat now = statusOf(opened);
+  requireListed(file, S_IFREG, now);
+  if (firstBytesTell(begun.substr(0, FIRST_BYTES)) && !source_.allowed.allows(errors::NESTED_PROJECT, file.path)) {
     throw Error(errors::NESTED_PROJECT,
                 inQuotes(file.path) +
                     " is a project's store, a receipt, a page or an export, with rules and names that would be "
                     "shared; hold it back by a label, or move it out of the project");
   }
-  const mode_t permissions = permissionsOf(opened, status);
-  return {file, pathInCopy(file), std::move(opened), status, permissions, hasChanged, mayHaveChanged(file)};
+  OpenEntry entry{file, pathInCopy(file), std::move(opened), status, permissions, hasChanged, mayHaveChanged(file)};
+  if (isSmall && begun.size() == file.size && isUnchanged(file, now)) entry.content = begun;
+  return entry;
 }
 
 bool EntryReader::mayHaveChanged(const Entry& entry) const {
@@ -138,6 +157,7 @@ bool EntryReader::isUnchanged(const Entry& entry, const struct stat& status) con
 
 // Once more, after the last byte was read: a change meanwhile could have mixed two states in the copy.
 bool EntryReader::isUnchanged(const OpenEntry& file) const {
+  if (file.content) return true;
   const struct stat now = reading(file.entry.path, [&] { return statusOf(file.opened); });
   return isUnchanged(file.entry, now) && !file.hasChanged;
 }

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -43,6 +44,9 @@ struct OpenEntry {
   mode_t permissions;  // that a copy gets (see Permissions.h); of a link, none
   bool hasChanged;     // since it was listed, which is allowed then
   bool mayChange;      // while it is read
+  // Of a small file, all of it: it was read and then still what was listed. Where there is none, the content is read
+  // from `opened`. Valid until the reader opens the next entry.
+  std::optional<std::string_view> content = {};
 };
 
 // Opens entries of a source, one after the other. The folder of the last one stays open, so that a path is walked once
@@ -71,13 +75,14 @@ class EntryReader {
   void enterFolderOf(const Entry& entry);
   bool mayHaveChanged(const Entry& entry) const;
   bool isUnchanged(const Entry& entry, const struct stat& status) const;
-  OpenEntry openFile(const Entry& file) const;
+  OpenEntry openFile(const Entry& file);
   OpenEntry openLink(const Entry& link) const;
 
   const Source& source_;
   std::string path_;  // of the folder that is open
   Descriptor folder_;
   std::string name_;  // in it, of the entry that is being opened
+  std::string buffer_;
 };
 
 }  // namespace folder_host

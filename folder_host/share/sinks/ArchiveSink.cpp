@@ -90,6 +90,7 @@ class ArchiveSink::Writer final : public Sink::Writer {
 
   // What fits into the buffer is read before its head is written: then its size is what was read.
   void addFile(const OpenEntry& file, const Told& told) override {
+    if (file.content) return putBeginning(file, file.content->size(), *file.content, told);
     const std::string& path = file.entry.path;
     const auto listed = static_cast<std::uint64_t>(file.status.st_size);
     const bool toItsEnd = listed == 0 || file.mayChange;
@@ -99,11 +100,7 @@ class ArchiveSink::Writer final : public Sink::Writer {
     if (read < wanted && !toItsEnd) throw changed(path);
     const std::uint64_t size = read < wanted ? read : sizeOf(file, listed, toItsEnd);
     if (size < read) throw cut(path);
-    const std::string name(file.path);
-    sink_.putFoldersBefore(name);
-    sink_.putHead(name, S_IFREG | file.permissions, size, file.status.st_mtim);
-    sink_.putData(buffer_.data(), read, path);
-    told(read);
+    putBeginning(file, size, {buffer_.data(), read}, told);
     putRest(file, size - read, told);
   }
 
@@ -114,6 +111,14 @@ class ArchiveSink::Writer final : public Sink::Writer {
   }
 
  private:
+  void putBeginning(const OpenEntry& file, std::uint64_t size, std::string_view bytes, const Told& told) {
+    const std::string name(file.path);
+    sink_.putFoldersBefore(name);
+    sink_.putHead(name, S_IFREG | file.permissions, size, file.status.st_mtim);
+    sink_.putData(bytes.data(), bytes.size(), file.entry.path);
+    told(bytes.size());
+  }
+
   static Error cut(const std::string& path) {
     return {errors::ENTRY_CHANGED, inQuotes(path) +
                                        " has another size than it says, which an archive cannot hold; try again, or "

@@ -129,13 +129,21 @@ class FolderWriter final : public Sink::Writer {
     const std::string& path = file.entry.path;
     enterFolderOf(file);
     if (taker_ && taker_->take(file, folder_, name_, told)) return;
-    // Its owner's alone while it is written: what is half a copy is nobody else's, whatever the original allows.
+    // Its folder is its owner's alone while it is written, so it may have its mode from the beginning. Mostly that is
+    // what it gets then; else, or where nobody looks, it is set.
     const int flags = O_WRONLY | O_CREAT | O_EXCL;
-    const Descriptor copy = writing(path, [&] { return openBeneath(folder_, name_, flags, 0600); });
-    Transfer(file, copy, buffer_, told).run(file.status, file.mayChange);
-    checkWritten(::fchmod(copy.get(), file.permissions), path);
+    const Descriptor copy = writing(path, [&] { return openBeneath(folder_, name_, flags, file.permissions | 0600U); });
+    if (file.content) {
+      writing(path, [&] { writeAll(copy, *file.content); });
+      told(file.content->size());
+    } else {
+      Transfer(file, copy, buffer_, told).run(file.status, file.mayChange);
+    }
     checkWritten(::futimens(copy.get(), timesOf(file.status).data()), path);
-    if (takeover_ != nullptr) writing(path, [&] { takeover_->note(file, copy); });
+    const auto isNoted = [&] { return takeover_ != nullptr && takeover_->note(file, copy); };
+    if (writing(path, isNoted)) return;
+    checkWritten(::fchmod(copy.get(), file.permissions), path);
+    writing(path, isNoted);
   }
 
   void addLink(const OpenEntry& link) override {

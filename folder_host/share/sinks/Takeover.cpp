@@ -110,7 +110,8 @@ bool Takeover::Taker::link(const OpenEntry& file, const EntryState& seen, const 
     const EntryState now = stateIn(earlier, "");
     return isSameFile(now, seen) && now.stamp == seen.stamp && now.links == 1;
   };
-  if (!isAsSeen() || seen.owner != owner_.owner || seen.group != owner_.group) return false;
+  if (seen.owner != owner_.owner || seen.group != owner_.group) return false;
+  if (takeover_.comparesContent_ && !isAsSeen()) return false;  // else it is asked once, last
   if (::flistxattr(earlier.get(), nullptr, 0) != 0) return false;
   if (takeover_.comparesContent_ && !holdTheSame(file.opened, earlier, buffer_, told)) return false;
   if (mayBeWrittenTo(earlier) || !isAsSeen()) return false;
@@ -124,7 +125,12 @@ bool Takeover::Taker::link(const OpenEntry& file, const EntryState& seen, const 
   return false;
 }
 
-void Takeover::note(const OpenEntry& file, const Descriptor& copy) { add(file, stateIn(copy, "").stamp, false); }
+bool Takeover::note(const OpenEntry& file, const Descriptor& copy) {
+  const EntryState state = stateIn(copy, "");
+  if ((state.mode & 07777U) != file.permissions) return false;
+  add(file, state.stamp, false);
+  return true;
+}
 
 void Takeover::add(const OpenEntry& file, const Stamp& copy, bool isTaken) {
   const std::lock_guard<std::mutex> lock(mutex_);

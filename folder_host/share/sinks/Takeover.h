@@ -51,8 +51,9 @@ class Takeover {
       : earlier_(earlier), known_(std::move(known)), comparesContent_(comparesContent), listed_(listed) {}
 
   bool takes() const noexcept { return earlier_ != nullptr; }
-  // Notes a file that was written; may be called in several threads.
-  void note(const OpenEntry& file, const Descriptor& copy);
+  // Notes a file that was written, where it has the mode that it is to have; gives whether it has. May be called in
+  // several threads.
+  bool note(const OpenEntry& file, const Descriptor& copy);
   void forget(const std::string& path) { notes_.erase(path); }
 
   // The others are not called while files are taken over.
