@@ -62,6 +62,24 @@ def copiers(program, tree, lists, durable):
     return commands
 
 
+def archivers(program, lists, ending):
+    """Who writes one file. It is not made durable by the others, which on tmpfs makes no difference."""
+    return {
+        "share": quoted(program, "--quiet", "share", "public") + f' "$1"{ending} ' + quoted(*ALLOWED),
+        "tar": f'tar --null --auto-compress -cf "$1"{ending} -T {lists}/leaves',
+    }
+
+
+def updaters(program, tree, lists):
+    """Who brings a copy that is there up to date: each one's own, which is made here."""
+    ours, theirs = (tree.folder.parent / f"kept-{name}" for name in ("share", "rsync"))
+    again = quoted(program, "--quiet", "share", "public", ours, *ALLOWED)
+    rsync = f"rsync -a --delete --exclude-from={lists}/rsync ./ {theirs}"
+    for command in (again, rsync):
+        subprocess.run(["bash", "-c", command], cwd=tree.folder, check=True, stdout=subprocess.DEVNULL)
+    return {"share": again + " --update", "rsync": rsync}
+
+
 def lookers(program, lists):
     """Name and command of each who only tells what would be copied."""
     return {

@@ -62,6 +62,24 @@ def measured(given, make, scratch, durable, repetitions):
         where = system_of(scratch) + (", durable" if durable else "")
         yield {"tree": tree.name, "title": tree.title, "where": where, "durable": durable,
                "contestants": measure.summary(runs, next(iter(commands)))}
+    if tree.name == "small" and not durable:
+        yield from handed_on(given, tree, lists, where, repetitions)
+
+
+def handed_on(given, tree, lists, where, repetitions):
+    """The other shapes, and updates of what was handed out."""
+    kinds = [(f"as {ending}", contestants.archivers(given.program, lists, ending), lambda: None)
+             for ending in (".tar", ".tar.zst")]
+    update = contestants.updaters(given.program, tree, lists)
+    kinds += [("nothing changed", update, lambda: None), ("1 % changed", update, lambda: trees.change(tree))]
+    for how, commands, change in kinds:
+        print(f"{tree.title}, {how}: {', '.join(commands)}", flush=True)
+        runs = measure.rounds(commands, tree, repetitions, False, change)
+        yield {"tree": tree.name, "title": f"{tree.title}, {how}", "where": where, "durable": False,
+               "contestants": measure.summary(runs, next(iter(commands)))}
+    for name in update:
+        if trees.content(tree.folder.parent / f"kept-{name}") != trees.sizes(tree):
+            raise SystemExit(f"bench-share: {name} has not updated its copy")
 
 
 def results(given):

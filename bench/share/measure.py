@@ -34,10 +34,11 @@ def run_once(name, command, tree, copies):
     return taken
 
 
-def rounds(commands, tree, repetitions, copies=True):
-    """All in turn, once more than is counted: the first round warms the cache."""
+def rounds(commands, tree, repetitions, copies=True, change=lambda: None):
+    """All in turn, once more than is counted: the first round warms the cache. Before each one the tree is changed."""
     runs = {name: [] for name in commands}
     for repetition in range(repetitions + 1):
+        change()
         for name, command in commands.items():
             taken = run_once(name, command, tree, copies)
             if repetition > 0:

@@ -42,6 +42,18 @@ def content(folder):
     return found
 
 
+def sizes(tree):
+    """Of what leaves, as it is by now."""
+    return {path: os.lstat(tree.folder / path).st_size for path in tree.leaves}
+
+
+def change(tree):
+    """One file in a hundred of those that leave gets one byte more."""
+    for path in list(tree.leaves)[::100]:
+        with open(tree.folder / path, "ab") as file:
+            file.write(b"x")
+
+
 def every_fifth(paths):
     return list(itertools.islice(sorted(paths), 4, None, 5))
 
