@@ -91,7 +91,13 @@ void Update::keepInstead() {
 
 std::string Update::report(const folder_host::WorkingCopy& shared, const HandedOut& result, Json& object) const {
   std::map<std::string, std::size_t> counts{{"added", 0}, {"changed", 0}, {"taken back", 0}};
-  for (const auto& [path, how] : changesSince(share_, shared, result)) {
+  std::map<std::string, const char*> changes;
+  try {
+    changes = changesSince(share_, shared, result);
+  } catch (const Refusal& error) {  // the copy is there
+    return fmt::format(" What has changed in it is not known: {}.", error.what());
+  }
+  for (const auto& [path, how] : changes) {
     ++counts[how];
     Json change{{"type", "update"}, {"change", how}};
     putPath(change, "path", path);

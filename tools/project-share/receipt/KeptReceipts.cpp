@@ -170,9 +170,10 @@ void Keeping::finish() {
   isNamed_ = true;
 }
 
+// The copy is there: even where this fails, the receipt stays.
 void Keeping::complete() {
-  folder_host::check(::renameat(folder_.get(), (name_ + std::string(BEGUN)).c_str(), folder_.get(), name_.c_str()));
   isNamed_ = false;
+  folder_host::check(::renameat(folder_.get(), (name_ + std::string(BEGUN)).c_str(), folder_.get(), name_.c_str()));
   sync(folder_);
 }
 
