@@ -27,6 +27,7 @@ void putSorted(std::string& bytes, std::vector<std::string> texts) {
 template <class Labels>
 void putLabels(std::string& bytes, const Labels& labels, const std::vector<LabelRecord>& records) {
   std::vector<std::string> uuids;
+  uuids.reserve(labels.size());
   for (const std::size_t label : labels) uuids.push_back(toBytes(records[label].uuid));
   putSorted(bytes, std::move(uuids));
 }
@@ -69,6 +70,7 @@ std::string packed(const Risk& risk) {
   folder_host::putNumber(bytes, risk.filter);
   folder_host::putText(bytes, risk.filterKind);
   std::vector<std::string> uuids;
+  uuids.reserve(risk.labels.size());
   for (const LabelRecord& label : risk.labels) uuids.push_back(toBytes(label.uuid));
   putSorted(bytes, std::move(uuids));
   return bytes;
