@@ -79,6 +79,7 @@ std::string packed(const Risk& risk) {
 template <class Items>
 std::vector<std::string> allPacked(const Items& items) {
   std::vector<std::string> texts;
+  texts.reserve(items.size());
   for (const auto& item : items) texts.push_back(packed(item));
   return texts;
 }
