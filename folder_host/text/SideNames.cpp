@@ -14,10 +14,15 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-bool startsWith(std::string_view text, std::string_view start) { return text.substr(0, start.size()) == start; }
+bool startsWith(std::string_view text, std::string_view start) {
+  return text.size() >= start.size() && (start.empty() || text.front() == start.front()) &&
+         text.substr(0, start.size()) == start;
+}
 
+// Asked of each name for each mark of the tables, so mostly the last character has to tell.
 bool endsWith(std::string_view text, std::string_view end) {
-  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+  return text.size() >= end.size() && (end.empty() || text.back() == end.back()) &&
+         text.substr(text.size() - end.size()) == end;
 }
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }

@@ -53,6 +53,11 @@ std::u16string fromBytes(std::string_view bytes) {
   std::u16string text;
   text.reserve(bytes.size());
   while (!bytes.empty()) {
+    if (static_cast<unsigned char>(bytes.front()) < 0x80) {
+      text += static_cast<char16_t>(bytes.front());
+      bytes.remove_prefix(1);
+      continue;
+    }
     const Character first = firstCharacter(bytes);
     appendUnits(text, first.isValid ? first.point : BYTE_BASE + first.point);
     bytes.remove_prefix(first.length);
