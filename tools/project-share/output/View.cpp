@@ -17,11 +17,23 @@ using folder_host::Selection;
 namespace {
 
 // Entries are sorted by bytes, where "a-b" stands between "a" and "a/x". A tree has what lies in a folder behind it.
-std::vector<std::size_t> treeOrder(const std::vector<Entry>& entries) {
+// What lies in one folder is in the same order in both: so a place is that of the folder and what comes before in it.
+std::vector<std::size_t> treeOrder(const EntryTable& entries) {
+  std::vector<std::size_t> sizes(entries.size(), 1);  // with all that lies below
+  for (std::size_t i = sizes.size(); i-- > 0;) {
+    if (entries.parentOf(i) != EntryTable::ROOT) sizes[entries.parentOf(i)] += sizes[i];
+  }
   std::vector<std::size_t> order(entries.size());
-  for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
-  std::sort(order.begin(), order.end(),
-            [&](std::size_t a, std::size_t b) { return folder_host::beforeInTree(entries[a].path, entries[b].path); });
+  std::size_t next = 0;                     // at the top
+  std::vector<std::size_t>& nexts = sizes;  // of a folder that has its place: where the next in it stands
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    const std::size_t parent = entries.parentOf(i);
+    std::size_t& free = parent == EntryTable::ROOT ? next : nexts[parent];
+    const std::size_t place = free;
+    free += sizes[i];
+    order[place] = i;
+    nexts[i] = place + 1;
+  }
   return order;
 }
 
@@ -43,7 +55,7 @@ class View {
 
   std::vector<ViewLine> lines() const {
     std::vector<ViewLine> lines;
-    for (const std::size_t i : treeOrder(project_.listing().entries)) {
+    for (const std::size_t i : treeOrder(table_)) {
       if (!entries_[i].isShown) continue;
       lines.push_back({i, entries_[i].indent, {}});
       if (isLast(i)) lines.back().below = below_[i];
