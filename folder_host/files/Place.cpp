@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -10,6 +11,7 @@
 #include <system_error>
 #include <utility>
 
+#include "folder_host/files/FolderState.h"
 #include "folder_host/text/FoldedName.h"
 
 namespace folder_host {
@@ -39,7 +41,7 @@ Place placeOf(const std::string& named) {
   const fs::path path = fs::path(".") / trimmed(named);
   const std::string name = path.filename().string();
   std::string parent = fs::canonical(path.parent_path()).string();
-  return {openFolder(parent), std::move(parent), name.empty() ? "." : name};
+  return {openFolder(parent), std::move(parent), name.empty() ? "." : name, false};
 }
 
 // A link is something, wherever it leads: to follow it would be to write elsewhere.
@@ -48,6 +50,16 @@ bool isTaken(const Place& place) {
   if (::fstatat(place.parent.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return true;
   if (errno != ENOENT) throwErrno();
   return false;
+}
+
+// What somebody else made, or mounted, has a purpose that its being empty does not tell; and whoever stands in a folder
+// that is replaced stands nowhere.
+bool givesWay(const Place& place) {
+  const EntryState there = stateIn(place.parent, place.name);
+  if (!S_ISDIR(there.mode) || there.owner != ::geteuid() || there.isMountPoint) return false;
+  const EntryState here = stateIn(Descriptor(AT_FDCWD), ".");
+  if (here.stamp.inode == there.stamp.inode && here.device == there.device) return false;
+  return readFolder(openBeneath(place.parent, place.name, O_RDONLY | O_DIRECTORY)).empty();
 }
 
 // Asked of the folders themselves on the way up, since a text cannot tell: a bind mount, a link or another case gives

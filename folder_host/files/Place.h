@@ -13,6 +13,7 @@ struct Place {
   Descriptor parent;
   std::string parentPath;  // without links in it
   std::string name;
+  bool mayGiveWay = false;  // something was there when it was looked at that a copy may replace (givesWay)
 
   std::string path() const;
 };
@@ -23,6 +24,10 @@ Place placeOf(const std::string& named);
 
 // Whether something is there; a link is, wherever it leads. Errors: std::system_error.
 bool isTaken(const Place& place);
+
+// Whether a folder is there that gives way to a copy: an empty one of the caller's own, which is no mount point and not
+// the working directory. Errors: std::system_error.
+bool givesWay(const Place& place);
 
 // Whether the place lies in one of these folders, at any depth. They are sorted, and known by their identity, as a
 // folder can have several names. Errors: std::system_error.

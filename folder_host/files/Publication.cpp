@@ -14,6 +14,8 @@
 #include <utility>
 #include <vector>
 
+#include "folder_host/files/FolderState.h"
+#include "folder_host/files/LockText.h"
 #include "folder_host/text/Utf.h"
 #include "project/metadata/MetadataManager.h"
 
@@ -21,32 +23,8 @@ namespace folder_host {
 
 namespace {
 
-constexpr std::string_view PREFIX = ".project-share-";
-constexpr std::string_view LOCK = ".lock";
-constexpr std::size_t UUID_LENGTH = 36;
-
-std::string lockNameOf(const std::string& name) { return name + std::string(LOCK); }
-
-std::string lockTextOf(const std::string& name) { return "Something is being put together in " + name + "\n"; }
-
-// Which folder that is: one that was given its name since is another.
-std::string identityTextOf(const struct stat& folder) {
-  return "It is " + std::to_string(folder.st_dev) + ":" + std::to_string(folder.st_ino) + "\n";
-}
-
-// The name of the folder that a file of this name is the lock of; empty where it can be none. What has not exactly this
-// form was never made here, and is not even opened: it is a person's own.
-std::string nameBehind(const std::string& lock) {
-  if (lock.size() != PREFIX.size() + UUID_LENGTH + LOCK.size()) return {};
-  const std::string name = lock.substr(0, PREFIX.size() + UUID_LENGTH);
-  const auto isDigit = [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || c == '-'; };
-  const bool ours = lockNameOf(name) == lock && name.compare(0, PREFIX.size(), PREFIX) == 0 &&
-                    std::all_of(name.begin() + PREFIX.size(), name.end(), isDigit);
-  return ours ? name : std::string();
-}
-
 std::string readStart(const Descriptor& file) {
-  std::array<char, 256> bytes{};
+  std::array<char, 2048> bytes{};
   const ssize_t length = check(::pread(file.get(), bytes.data(), bytes.size(), 0));
   return {bytes.data(), static_cast<std::size_t>(length)};
 }
@@ -85,11 +63,14 @@ void removeContent(const Descriptor& top) {
   }
 }
 
+// Whether the system call that was made last failed because the file system does not know what was asked for.
+bool isUnknownCall() { return errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP; }
+
 // Some file systems know no rename that refuses to replace. Better known before there is anything to be lost.
 bool canRefuseToReplace(const Descriptor& folder) {
   openBeneath(folder, "probe", O_WRONLY | O_CREAT | O_EXCL, 0600);
   const bool can = ::renameat2(folder.get(), "probe", folder.get(), "probed", RENAME_NOREPLACE) == 0;
-  if (!can && errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) throwErrno();
+  if (!can && !isUnknownCall()) throwErrno();
   check(::unlinkat(folder.get(), can ? "probed" : "probe", 0));
   return can;
 }
@@ -110,12 +91,93 @@ bool isMine(const struct stat& status, mode_t type) {
   return status.st_uid == ::geteuid() && (status.st_mode & static_cast<mode_t>(S_IFMT)) == type;
 }
 
+bool isThere(const Descriptor& parent, const std::string& name) {
+  struct stat status {};
+  if (::fstatat(parent.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return true;
+  if (errno != ENOENT) throwErrno();
+  return false;
+}
+
+// Where no rename refuses to replace, only an empty folder that was made here gives way.
+bool renameUnlessTaken(const Descriptor& parent, const std::string& old, const std::string& name) {
+  if (::renameat2(parent.get(), old.c_str(), parent.get(), name.c_str(), RENAME_NOREPLACE) == 0) return true;
+  if (errno == EEXIST) return false;
+  if (!isUnknownCall()) throwErrno();
+  if (::mkdirat(parent.get(), name.c_str(), 0700) != 0) {
+    if (errno == EEXIST) return false;
+    throwErrno();
+  }
+  rename(parent, old, parent, name, true);
+  return true;
+}
+
+// Gives it the first free name of NAME.old, NAME.old-2 ...
+std::string renameToFree(const Descriptor& parent, const std::string& old, const std::string& name) {
+  constexpr std::size_t MOST = 240;  // of the bytes of a name
+  const std::string base = name.substr(0, MOST) + ".old";
+  for (std::size_t number = 1;; ++number) {
+    const std::string free = number == 1 ? base : base + "-" + std::to_string(number);
+    if (renameUnlessTaken(parent, old, free)) return free;
+  }
+}
+
+// What a process that was killed left under a name and beside it.
+class Abandoned {
+ public:
+  Abandoned(const Descriptor& parent, std::string name)
+      : parent_(parent), name_(std::move(name)), lock_(openBeneath(parent, lockNameOf(name_), O_RDONLY | O_NONBLOCK)) {}
+
+  // It may have left a lock without its whole text: then nothing is in its folder yet, or no more. What was given the
+  // folder's name later, by whoever may write beside it, is another folder, and stays. Without its lock, nobody would
+  // find it again.
+  void remove(std::vector<std::string>& kept) {
+    if (!isMine(statusOf(lock_), S_IFREG) || ::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) return;
+    text_ = LockText(readStart(lock_), name_);
+    if (!text_.isOurs) return;
+    for (const std::string& name : {asideNameOf(name_), name_}) {
+      if (!text_.earlier.empty() || name == name_) settle(name, kept);
+    }
+    check(::unlinkat(parent_.get(), lockNameOf(name_).c_str(), 0));
+  }
+
+ private:
+  // Throws where something is left.
+  void settle(const std::string& name, std::vector<std::string>& kept) {
+    if (!isThere(parent_, name)) return;
+    const Descriptor folder = openBeneath(parent_, name, O_PATH | O_DIRECTORY);
+    const struct stat status = statusOf(folder);
+    if (!isMine(status, S_IFDIR)) refuse(EPERM);
+    const bool isEarlier = text_.replaced(idOf(status)) && !text_.owns(idOf(status));
+    // Between two renames nothing had the name: the earlier folder gets it back.
+    if (isEarlier && name != name_ && renameUnlessTaken(parent_, name, text_.name)) return;
+    if (isEarlier && !looksAsNoted(folder)) {
+      kept.push_back(renameToFree(parent_, name, text_.name));
+      return;
+    }
+    if (isEarlier || text_.owns(idOf(status))) removeContent(folder);
+    check(::unlinkat(parent_.get(), name.c_str(), AT_REMOVEDIR));
+  }
+
+  bool looksAsNoted(const Descriptor& folder) const {
+    try {
+      return digestOf(stateOf(folder)) == text_.digest;
+    } catch (const std::system_error&) {
+      return false;
+    }
+  }
+
+  const Descriptor& parent_;
+  std::string name_;
+  Descriptor lock_;
+  LockText text_{{}, {}};
+};
+
 }  // namespace
 
 // Between making the file and locking it, another process may take it for one that was left: then once more.
 Publication::Lock Publication::makeLock(const Descriptor& parent) {
   while (true) {
-    std::string name = std::string(PREFIX) + toBytes(project::metadata::generateUUID());
+    std::string name = stagingNameOf(toBytes(project::metadata::generateUUID()));
     Descriptor file = openBeneath(parent, lockNameOf(name), O_RDWR | O_CREAT | O_EXCL, 0600);
     if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) continue;
     try {
@@ -132,7 +194,7 @@ Publication::Publication(const Descriptor& parent) : Publication(parent, makeLoc
   writeAll(lock_.file, lockTextOf(lock_.name));
   check(::mkdirat(parent_.get(), lock_.name.c_str(), 0700));
   folder_ = openBeneath(parent_, lock_.name, O_RDONLY | O_DIRECTORY);
-  writeAll(lock_.file, identityTextOf(statusOf(folder_)));
+  writeAll(lock_.file, ownLineOf(idOf(statusOf(folder_))));
   refusesToReplace_ = canRefuseToReplace(folder_);
 }
 
@@ -148,6 +210,7 @@ Publication::~Publication() {
     return;
   }
   if (isHere && ::unlinkat(parent_.get(), lock_.name.c_str(), AT_REMOVEDIR) != 0 && errno != ENOENT) return;
+  if (!earlierName_.empty()) return;  // the next process finds that by the lock, too
   // By whatever name it goes on: it stands for no folder any more, and for none that somebody gives this name.
   static_cast<void>(::ftruncate(lock_.file.get(), 0) == 0);
   ::unlinkat(parent_.get(), lockNameOf(lock_.name).c_str(), 0);
@@ -168,7 +231,11 @@ void Publication::publish(const std::string& name) {
   }
 }
 
-void Publication::publishOverEmpty(const std::string& name) { nameFolder(name, true); }
+void Publication::publishOverEmpty(const std::string& name) {
+  struct stat status {};
+  if (::fstatat(parent_.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) emptied_ = status.st_mode & 07777U;
+  nameFolder(name, true);
+}
 
 // Its content is durable before its name is: after a power failure, a copy that has its name must be whole.
 void Publication::nameFolder(const std::string& name, bool replaces) {
@@ -193,13 +260,88 @@ void Publication::nameFolder(const std::string& name, bool replaces) {
 
 void Publication::takeBack() {
   const bool isBack = ::renameat(parent_.get(), published_.c_str(), parent_.get(), lock_.name.c_str()) == 0;
-  if (isBack) published_.clear();
+  if (!isBack) return;
+  if (emptied_) static_cast<void>(::mkdirat(parent_.get(), published_.c_str(), *emptied_) == 0);
+  published_.clear();
+}
+
+bool Publication::exchangesAtOnce() const {
+  constexpr const char* PROBES[] = {"probe", "probed"};
+  for (const char* probe : PROBES) check(::mkdirat(folder_.get(), probe, 0700));
+  const bool does = ::renameat2(folder_.get(), PROBES[0], folder_.get(), PROBES[1], RENAME_EXCHANGE) == 0;
+  if (!does && !isUnknownCall()) throwErrno();
+  for (const char* probe : PROBES) check(::unlinkat(folder_.get(), probe, AT_REMOVEDIR));
+  return does;
+}
+
+// What is about to happen is noted before it happens, durably: whoever finds the folders later knows which is which.
+void Publication::exchange(const std::string& name, const FileId& earlier, const std::string& digest, bool atOnce) {
+  sync(folder_);
+  writeAll(lock_.file, earlierLineOf(earlier, digest, name));
+  sync(lock_.file);
+  if (!(idOf(statusIn(parent_, name)) == earlier)) refuse(EEXIST);
+  if (!atOnce) {
+    swapInTwoSteps(name, earlier);
+  } else {
+    check(::renameat2(parent_.get(), lock_.name.c_str(), parent_.get(), name.c_str(), RENAME_EXCHANGE));
+    earlierName_ = lock_.name;
+  }
+  published_ = name;
+  try {
+    if (!(idOf(statusIn(parent_, earlierName_)) == earlier)) refuse(EEXIST);
+    sync(parent_);
+  } catch (const std::system_error&) {
+    giveBack();
+    throw;
+  }
+}
+
+void Publication::swapInTwoSteps(const std::string& name, const FileId& earlier) {
+  const std::string aside = asideNameOf(lock_.name);
+  check(::renameat(parent_.get(), name.c_str(), parent_.get(), aside.c_str()));
+  earlierName_ = aside;
+  try {
+    if (!(idOf(statusIn(parent_, aside)) == earlier)) refuse(EEXIST);
+    check(::renameat(parent_.get(), lock_.name.c_str(), parent_.get(), name.c_str()));
+  } catch (const std::system_error&) {
+    if (::renameat(parent_.get(), aside.c_str(), parent_.get(), name.c_str()) == 0) earlierName_.clear();
+    throw;
+  }
+}
+
+// Where it cannot be, the lock goes on telling what lies under which name.
+void Publication::giveBack() {
+  const char* name = published_.c_str();
+  const char* staging = lock_.name.c_str();
+  if (earlierName_ == lock_.name) {
+    check(::renameat2(parent_.get(), staging, parent_.get(), name, RENAME_EXCHANGE));
+  } else {
+    check(::renameat(parent_.get(), name, parent_.get(), staging));
+    check(::renameat(parent_.get(), earlierName_.c_str(), parent_.get(), name));
+  }
+  published_.clear();
+  earlierName_.clear();
+  static_cast<void>(::fsync(parent_.get()) == 0);  // either copy is whole, whichever a power failure leaves
+}
+
+std::string Publication::keepEarlier() {
+  const std::string kept = renameToFree(parent_, earlierName_, published_);
+  earlierName_.clear();
+  return kept;
+}
+
+void Publication::giveUpEarlier(const Descriptor& earlier) { writeAll(lock_.file, ownLineOf(idOf(statusOf(earlier)))); }
+
+void Publication::removeEarlier(const Descriptor& earlier) {
+  removeContent(earlier);
+  check(::unlinkat(parent_.get(), earlierName_.c_str(), AT_REMOVEDIR));
+  earlierName_.clear();
 }
 
 void Publication::publishFile(const std::string& file, const std::string& name) {
   refusesToReplace_ ? rename(folder_, file, parent_, name, false) : replaceOwn(file, name);
   try {
-    sync(parent_);
+    check(::fsync(parent_.get()));
   } catch (const std::system_error&) {
     ::renameat(parent_.get(), name.c_str(), folder_.get(), file.c_str());
     throw;
@@ -236,7 +378,7 @@ void Publication::replaceFile(const std::string& file, const std::string& name, 
       refuse(EEXIST);
     }
   } else {
-    if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) throwErrno();
+    if (!isUnknownCall()) throwErrno();
     if (!(idOf(statusIn(parent_, name)) == replaced)) refuse(EEXIST);
     rename(folder_, file, parent_, name, true);
   }
@@ -244,7 +386,8 @@ void Publication::replaceFile(const std::string& file, const std::string& name, 
 }
 
 // To clean up is a service to those who come later: what cannot be removed must not stop this share.
-void Publication::removeAbandoned(const Descriptor& parent) {
+std::vector<std::string> Publication::removeAbandoned(const Descriptor& parent) {
+  std::vector<std::string> kept;
   const auto asFarAsPossible = [](const auto& act) {
     try {
       act();
@@ -254,29 +397,10 @@ void Publication::removeAbandoned(const Descriptor& parent) {
   asFarAsPossible([&] {
     for (const FolderItem& item : readFolder(parent)) {
       const std::string name = nameBehind(item.name);
-      if (!name.empty() && item.type == S_IFREG) asFarAsPossible([&] { removeBehind(parent, name); });
+      if (!name.empty() && item.type == S_IFREG) asFarAsPossible([&] { Abandoned(parent, name).remove(kept); });
     }
   });
-}
-
-// A process that was killed may have left a lock without its whole text: then nothing is in its folder yet, or no more.
-// What was given the folder's name later, by whoever may write beside it, is another folder, and stays.
-void Publication::removeBehind(const Descriptor& parent, const std::string& name) {
-  const Descriptor lock = openBeneath(parent, lockNameOf(name), O_RDONLY | O_NONBLOCK);
-  const std::string text = readStart(lock);
-  const std::string begin = lockTextOf(name);
-  if (!isMine(statusOf(lock), S_IFREG) || begin.compare(0, text.size(), text.substr(0, begin.size())) != 0) return;
-  if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return;
-  struct stat status {};
-  if (::fstatat(parent.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
-    const Descriptor folder = openBeneath(parent, name, O_PATH | O_DIRECTORY);
-    if (!isMine(statusOf(folder), S_IFDIR)) return;
-    if (text == begin + identityTextOf(statusOf(folder))) removeContent(folder);
-    check(::unlinkat(parent.get(), name.c_str(), AT_REMOVEDIR));
-  } else if (errno != ENOENT) {
-    return;  // without its lock, nobody would find it again
-  }
-  check(::unlinkat(parent.get(), lockNameOf(name).c_str(), 0));
+  return kept;
 }
 
 }  // namespace folder_host

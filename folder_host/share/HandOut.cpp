@@ -12,6 +12,7 @@
 #include "folder_host/Error.h"
 #include "folder_host/files/Digest.h"
 #include "folder_host/files/Publication.h"
+#include "folder_host/share/Replacement.h"
 #include "folder_host/share/TreeCopy.h"
 #include "folder_host/share/read/ArchiveContent.h"
 #include "folder_host/share/sinks/ArchiveSink.h"
@@ -27,9 +28,14 @@ Place checkDestination(const WorkingCopy& copy, const std::string& destination) 
       throw Error(errors::DESTINATION_IN_PROJECT,
                   inQuotes(destination) + " lies in the project itself; choose a folder outside of it");
     }
-    if (isTaken(place))
+    if (!isTaken(place)) return;
+    place.mayGiveWay = givesWay(place);
+    if (!place.mayGiveWay) {
       throw Error(errors::DESTINATION_EXISTS,
-                  inQuotes(destination) + " is already there, and nothing is ever replaced; choose another name");
+                  inQuotes(destination) +
+                      " is already there, and of what is there only an empty folder of your own gives "
+                      "way; choose another name");
+    }
   });
   return place;
 }
@@ -76,6 +82,7 @@ class Work {
       if (options_.onProgress) options_.onProgress(progress_);
     };
     result_.changed = copyTree(source, entries_, sink, onProgress, &written);
+    std::sort(result_.changed.begin(), result_.changed.end());
     setWritten(written);
     if (!options_.isPlain) {
       const std::string store = copy_.storeOfWhatIsShared();
@@ -91,7 +98,7 @@ class Work {
     if (options_.beforePublication) options_.beforePublication(written, result_);
   }
 
-  HandedOut result() { return std::move(result_); }
+  HandedOut& result() noexcept { return result_; }
 
  private:
   // In the order of the listing, in which the entries lie side by side.
@@ -100,7 +107,10 @@ class Work {
     std::iota(order.begin(), order.end(), std::size_t{0});
     const auto isBefore = [&](std::size_t a, std::size_t b) { return entries_[a] < entries_[b]; };
     if (!std::is_sorted(order.begin(), order.end(), isBefore)) std::sort(order.begin(), order.end(), isBefore);
-    for (const std::size_t at : order) result_.written.push_back(written[at]);
+    for (const std::size_t at : order) {
+      result_.written.push_back(written[at]);
+      result_.written.back().modified = timeIn(options_.shape, written[at].modified);
+    }
   }
 
   const WorkingCopy& copy_;
@@ -110,12 +120,14 @@ class Work {
   HandedOut result_;
 };
 
-void makeFolder(Work& work, const Place& place) {
+void makeFolder(Work& work, const Place& place, const WorkingCopy& copy, const HandOutOptions& options) {
   Publication publication(place.parent);
-  FolderSink sink(publication);
+  Replacement replacement(publication, place, options, copy.listing().begun);
+  FolderSink sink(publication, replacement.takeover());
   work.writeInto(sink);
   work.tell(openFolderCopy("/proc/self/fd/" + std::to_string(publication.content().get()) + "/.").get());
-  publication.publish(place.name);
+  const std::string& scope = copy.scopePath();
+  replacement.publish(work.result(), scope.empty() ? 0 : scope.size() + 1);
 }
 
 // Nobody else gets into the private folder, so the file has the mode of any new one from the beginning.
@@ -137,9 +149,13 @@ HandedOut handOut(const WorkingCopy& copy, const Place& place, const HandOutOpti
   try {
     Work work(copy, options);
     // What an earlier process left lies here, and may be as large as the copy: it is removed before room is needed.
-    Publication::removeAbandoned(place.parent);
-    options.shape == Shape::folder ? makeFolder(work, place) : makeArchive(work, place, options.shape);
-    return work.result();
+    work.result().keptBefore = Publication::removeAbandoned(place.parent);
+    if (options.shape == Shape::folder) {
+      makeFolder(work, place, copy, options);
+    } else {
+      makeArchive(work, place, options.shape);
+    }
+    return std::move(work.result());
   } catch (const std::system_error& error) {
     const int code = error.code().value();
     throw systemFailure(code == EEXIST ? errors::DESTINATION_EXISTS : errors::COPY_FAILED, "cannot make", place.path(),
@@ -165,11 +181,11 @@ HandedOut handOutTo(const Descriptor& stream, const WorkingCopy& copy, const Han
   Work work(copy, options);
   try {
     attempt(errors::COPY_FAILED, "cannot write to", "-", [&] {
-      ArchiveSink sink(stream, options.shape);
+      ArchiveSink sink(stream, options.shape, options.hashesStream);
       work.writeInto(sink);
-      work.tell(nullptr);
+      work.tell(options.hashesStream ? sink.content().get() : nullptr);
     });
-    return work.result();
+    return std::move(work.result());
   } catch (const Error& error) {
     throw Error(error.identifier(), error.what() + std::string("; throw away what was written to standard output: it "
                                                                "cannot be taken back, and has no end"));

@@ -22,7 +22,7 @@ constexpr std::array<Kind, 5> KINDS = {{{Shape::folder, "folder"},
                                         {Shape::tarZst, "tar.zst"},
                                         {Shape::zip, "zip"}}};
 
-bool endsWith(std::string_view name, std::string_view end) {
+bool endsAs(std::string_view name, std::string_view end) {
   const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
   return name.size() >= end.size() &&
          std::equal(end.begin(), end.end(), name.end() - static_cast<std::ptrdiff_t>(end.size()),
@@ -47,7 +47,7 @@ Error unfit(const std::string& path, const char* why) {
 
 Shape shapeOf(std::string_view destination) {
   for (const Kind& kind : KINDS) {
-    if (kind.shape != Shape::folder && endsWith(destination, std::string(".") + kind.word)) return kind.shape;
+    if (kind.shape != Shape::folder && endsAs(destination, std::string(".") + kind.word)) return kind.shape;
   }
   return Shape::folder;
 }

@@ -49,6 +49,8 @@ struct Words {
   std::optional<std::string> from;
   std::string receipt;
   std::string page;
+  std::string since;
+  std::string approved;
   std::int64_t keptReceipts = ShareWords().keptReceipts;
   bool checksum = false;
   std::int64_t number = 0;
@@ -387,7 +389,7 @@ GateWords gateWordsOf(const Words& words) {
   for (const std::string& word : words.forbidden) {
     if (word != "unlabelled") throw CLI::ParseError("--forbid takes unlabelled", WRONG_USAGE);
   }
-  return {allowedBy(words.allowed), words.strict, !words.forbidden.empty(), words.from};
+  return {allowedBy(words.allowed), words.strict, !words.forbidden.empty(), words.from, words.approved};
 }
 
 // A single word could be either, so they are counted here: with a profile there are two, without one there is DEST
@@ -405,8 +407,8 @@ ShareWords shareWordsOf(const Words& words) {
   if (words.dryRun && hasDestination && share.destination.empty()) {
     throw CLI::ParseError("DEST needs a name", WRONG_USAGE);
   }
-  if (share.destination == "-" && (manner().json || words.checksum || !words.receipt.empty())) {
-    throw CLI::ParseError("a copy on standard output goes without --json, --checksum and --receipt", WRONG_USAGE);
+  if (share.destination == "-" && manner().json) {
+    throw CLI::ParseError("a copy on standard output goes without --json", WRONG_USAGE);
   }
   share.isPlain = words.plain;
   share.gate = gateWordsOf(words);
@@ -468,14 +470,38 @@ void addAllow(CLI::App* command, Words& words) {
   command->footer(command->get_footer() + riskList());
 }
 
+// In groups or not, and in capitals or not: it may have been read out.
+std::string digitsOf(const std::string& word) {
+  constexpr std::size_t LEAST = 32, MOST = 64;  // 128 bits, 256 bits
+  std::string digits;
+  for (const char c : word) {
+    if (c != '-') digits += static_cast<char>(c >= 'A' && c <= 'F' ? c - 'A' + 'a' : c);
+  }
+  const bool isDigest = digits.size() >= LEAST && digits.size() <= MOST &&
+                        digits.find_first_not_of("0123456789abcdef") == std::string::npos;
+  if (isDigest) return digits;
+  throw CLI::ParseError("--approved takes the digest at the end of a page, or its first 32 digits at least",
+                        WRONG_USAGE);
+}
+
 void addGateOptions(CLI::App* command, Words& words) {
   addAllow(command, words);
+  command
+      ->add_option_function<std::string>(
+          "--approved", [&words](const std::string& marked) { words.approved = digitsOf(unmarked(marked)); },
+          "Refuse what is not what a page of 'preview --html' told, by its digest")
+      ->type_name("DIGEST");
   addFrom(command, words);
   command->add_flag("--strict", words.strict, "Refuse for notes, too, such as that a filter selects nothing");
   command->add_option("--forbid", words.forbidden, "Refuse where a file or link without a label would be shared")
       ->allow_extra_args(false)
       ->transform(unmarked)
       ->type_name("unlabelled");
+}
+
+// An empty name, such as of a variable that is not set, would mean that none was given.
+void requireReceiptName(const CLI::Option& option, const Words& words) {
+  if (option.count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
 }
 
 void addPreviewCommands(CLI::App& app, Words& words) {
@@ -496,27 +522,36 @@ void addPreviewCommands(CLI::App& app, Words& words) {
       addWord(preview, "--html", words.page, "A page to be made, for a browser: all of it, whatever part is shown here")
           ->required(false)
           ->type_name("FILE");
-  preview->callback([&words, preview, page] {
+  CLI::Option* since = addWord(preview, "--since", words.since,
+                               "What has changed since the share of this receipt, or since the last one")
+                           ->required(false)
+                           ->type_name("RECEIPT|last");
+  preview->callback([&words, preview, page, since] {
     const auto& all = viewWords();
     const bool isKnown = std::find(all.begin(), all.end(), words.only) != all.end();
     if (preview->count("--only") > 0 && !isKnown) {
       throw CLI::ParseError(fmt::format("--only takes {}", fmt::join(all, ", ")), WRONG_USAGE);
     }
     if (page->count() > 0 && words.page.empty()) throw CLI::ParseError("--html needs a name", WRONG_USAGE);
+    if (since->count() > 0 && words.since.empty()) throw CLI::ParseError("--since needs a name", WRONG_USAGE);
     const ViewWords view{words.paths, words.only, static_cast<std::size_t>(words.depth)};
-    previewProfile({words.profile, view, gateWordsOf(words), words.page});
+    previewProfile({words.profile, view, gateWordsOf(words), words.page, words.since});
   });
 
   CLI::App* why =
       addCommand(&app, "why", "Tell why one path is shared or held back", "why drafts/plan.txt --profile public");
   addWord(why, "PATH", words.name, "A file, folder or link of the project");
-  addWord(why, "--profile", words.profile, PROFILE_HELP)->type_name("PROFILE");
-  why->callback([&] { explainPath(words.name, words.profile); });
-}
-
-// An empty name, such as of a variable that is not set, would mean that none was given.
-void requireReceiptName(const CLI::Option& option, const Words& words) {
-  if (option.count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
+  addWord(why, "--profile", words.profile, PROFILE_HELP)->required(false)->type_name("PROFILE");
+  CLI::Option* receipt =
+      addWord(why, "--receipt", words.receipt, "Why it was, by this receipt or that of the last share")
+          ->required(false)
+          ->type_name("RECEIPT|last");
+  why->callback([&words, receipt] {
+    requireReceiptName(*receipt, words);
+    if (receipt->count() > 0) return explainPathThen(words.name, words.profile, words.receipt);
+    if (words.profile.empty()) throw CLI::ParseError("--profile or --receipt is required", WRONG_USAGE);
+    explainPath(words.name, words.profile);
+  });
 }
 
 void addShareCommands(CLI::App& app, Words& words) {

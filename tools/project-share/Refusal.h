@@ -39,6 +39,7 @@ inline constexpr const char* RECEIPT_EXISTS = "receipt-exists";
 inline constexpr const char* RECEIPT_MISPLACED = "receipt-misplaced";
 inline constexpr const char* RECEIPT_FAILED = "receipt-failed";
 inline constexpr const char* RECEIPT_NOT_FOUND = "receipt-not-found";
+inline constexpr const char* RECEIPT_OF_ANOTHER = "receipt-of-another";
 inline constexpr const char* RECEIPT_UNREADABLE = "receipt-unreadable";
 inline constexpr const char* COPY_DIFFERS = "copy-differs";
 inline constexpr const char* PROFILE_DAMAGED = "profile-damaged";

@@ -2,6 +2,7 @@
 
 #include <archive.h>
 #include <archive_entry.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -23,16 +24,16 @@ namespace folder_host {
 
 namespace {
 
-constexpr std::size_t BLOCK = std::size_t{1} << 16U;  // whole blocks of a tar
+constexpr std::size_t READ_SIZE = std::size_t{1} << 16U;  // whole blocks of a tar
 constexpr std::uint64_t TAR_BLOCK = 512;
 constexpr std::uint64_t LONGEST_HEAD = std::uint64_t{1} << 22U;
 constexpr std::uint64_t LONGEST_PADDING = std::uint64_t{1} << 20U;  // zeros behind the end
 constexpr std::uint64_t MOST_NAMES = std::uint64_t{1} << 29U;
-constexpr std::uint64_t NAME = 96;  // the room that each takes beside its bytes
+constexpr std::uint64_t NAME_ROOM = 96;  // the room that each takes beside its bytes
 
 enum class Packing { none, gzip, zstd, zip };
 
-Error unreadable(const std::string& named, const std::string& why) {
+Error noCopy(const std::string& named, const std::string& why) {
   return {errors::ARCHIVE_UNREADABLE,
           "cannot read " + inQuotes(named) + " as a copy: " + why + "; ask for it once more, or share again"};
 }
@@ -49,28 +50,29 @@ Reader newReader() {
 }
 
 // A warning is a failure, too: what was passed over could mean something to another reader.
-void check(const Reader& reader, const std::string& named, int result) {
+void requireRead(const Reader& reader, const std::string& named, int result) {
   if (result == ARCHIVE_OK) return;
   const char* why = ::archive_error_string(reader.get());
-  throw unreadable(named, why != nullptr ? why : "it is damaged");
+  throw noCopy(named, why != nullptr ? why : "it is damaged");
 }
 
 // What a file holds, expanded, block by block; all of them are whole but the last.
 class Stream {
  public:
   Stream(const Descriptor& file, Packing packing, const std::string& named, std::uint64_t most)
-      : file_(file), named_(named), most_(most), buffer_(BLOCK) {
+      : file_(file), named_(named), most_(most), buffer_(READ_SIZE) {
     if (packing == Packing::none) return;
     expander_ = newReader();
     archive* const from = expander_.get();
-    check(expander_, named_, ::archive_read_support_format_raw(from));
+    requireRead(expander_, named_, ::archive_read_support_format_raw(from));
     // Exactly this filter: what is compressed twice is no copy.
-    check(expander_, named_,
-          ::archive_read_append_filter(from, packing == Packing::gzip ? ARCHIVE_FILTER_GZIP : ARCHIVE_FILTER_ZSTD));
-    folder_host::check(::lseek(file_.get(), 0, SEEK_SET));
-    check(expander_, named_, ::archive_read_open_fd(from, file_.get(), BLOCK));
+    requireRead(
+        expander_, named_,
+        ::archive_read_append_filter(from, packing == Packing::gzip ? ARCHIVE_FILTER_GZIP : ARCHIVE_FILTER_ZSTD));
+    check(::lseek(file_.get(), 0, SEEK_SET));
+    requireRead(expander_, named_, ::archive_read_open_fd(from, file_.get(), READ_SIZE));
     archive_entry* head = nullptr;
-    check(expander_, named_, ::archive_read_next_header(from, &head));
+    requireRead(expander_, named_, ::archive_read_next_header(from, &head));
   }
 
   // Empty at the end.
@@ -78,8 +80,10 @@ class Stream {
     block_ = {buffer_.data(), expander_ ? expand() : read()};
     at_ += block_.size();
     spent_ += block_.size();
-    if (at_ > most_) throw unreadable(named_, "it expands to more than was handed out");
-    if (spent_ > allowed_) throw unreadable(named_, "the head of an entry is too long");
+    if (at_ > most_)
+      throw noCopy(
+          named_, "it expands to more than a copy should; if it is one, name its receipt (verify COPY --receipt FILE)");
+    if (spent_ > allowed_) throw noCopy(named_, "the head of an entry is too long");
     return block_;
   }
 
@@ -87,8 +91,8 @@ class Stream {
   std::uint64_t skip(std::uint64_t wanted) {
     if (expander_) return 0;
     const auto size = static_cast<std::uint64_t>(statusOf(file_).st_size);
-    const std::uint64_t left = size > at_ + BLOCK ? (size - at_ - BLOCK) / BLOCK * BLOCK : 0;
-    const std::uint64_t skipped = std::min(wanted / BLOCK * BLOCK, left);
+    const std::uint64_t left = size > at_ + READ_SIZE ? (size - at_ - READ_SIZE) / READ_SIZE * READ_SIZE : 0;
+    const std::uint64_t skipped = std::min(wanted / READ_SIZE * READ_SIZE, left);
     at_ += skipped;
     return skipped;
   }
@@ -113,8 +117,9 @@ class Stream {
  private:
   std::size_t read() {
     std::size_t size = 0;
-    while (size < BLOCK) {
-      const ssize_t length = ::pread(file_.get(), buffer_.data() + size, BLOCK - size, static_cast<off_t>(at_ + size));
+    while (size < READ_SIZE) {
+      const ssize_t length =
+          ::pread(file_.get(), buffer_.data() + size, READ_SIZE - size, static_cast<off_t>(at_ + size));
       if (length < 0 && errno == EINTR) continue;
       if (length < 0) throw systemFailure(errors::ARCHIVE_UNREADABLE, "cannot read", named_, errno);
       if (length == 0) break;
@@ -125,9 +130,9 @@ class Stream {
 
   std::size_t expand() {
     std::size_t size = 0;
-    while (size < BLOCK) {
-      const la_ssize_t length = ::archive_read_data(expander_.get(), buffer_.data() + size, BLOCK - size);
-      if (length < 0) check(expander_, named_, ARCHIVE_FATAL);
+    while (size < READ_SIZE) {
+      const la_ssize_t length = ::archive_read_data(expander_.get(), buffer_.data() + size, READ_SIZE - size);
+      if (length < 0) requireRead(expander_, named_, ARCHIVE_FATAL);
       if (length == 0) break;
       size += static_cast<std::size_t>(length);
     }
@@ -149,9 +154,9 @@ class Names {
  public:
   explicit Names(const std::string& named) : named_(named) {}
   void add(const std::string& path) {
-    room_ += path.size() + NAME;
-    if (room_ > MOST_NAMES) throw unreadable(named_, "it holds too many entries");
-    if (!names_.insert(path).second) throw unreadable(named_, inQuotes(path) + " is in it twice");
+    room_ += path.size() + NAME_ROOM;
+    if (room_ > MOST_NAMES) throw noCopy(named_, "it holds too many entries");
+    if (!names_.insert(path).second) throw noCopy(named_, inQuotes(path) + " is in it twice");
   }
 
  private:
@@ -162,8 +167,8 @@ class Names {
 
 CopyEntry entryOf(archive_entry* head, const std::string& named) {
   const char* path = ::archive_entry_pathname(head);
-  if (path == nullptr) throw unreadable(named, "an entry has no name");
-  if (::archive_entry_sparse_count(head) > 0) throw unreadable(named, inQuotes(path) + " is sparse");
+  if (path == nullptr) throw noCopy(named, "an entry has no name");
+  if (::archive_entry_sparse_count(head) > 0) throw noCopy(named, inQuotes(path) + " is sparse");
   const mode_t type = ::archive_entry_filetype(head);
   CopyEntry entry{path};
   entry.kind = S_ISDIR(type) ? EntryKind::folder : S_ISLNK(type) ? EntryKind::link : EntryKind::file;
@@ -186,14 +191,13 @@ std::string digestOf(const Reader& reader, const CopyEntry& entry, const std::st
     la_int64_t offset = 0;
     const int result = ::archive_read_data_block(reader.get(), &bytes, &size, &offset);
     if (result == ARCHIVE_EOF) break;
-    check(reader, named, result);
-    if (size > 0 && static_cast<std::uint64_t>(offset) != at)
-      throw unreadable(named, inQuotes(entry.path) + " is sparse");
+    requireRead(reader, named, result);
+    if (size > 0 && static_cast<std::uint64_t>(offset) != at) throw noCopy(named, inQuotes(entry.path) + " is sparse");
     digest.add({static_cast<const char*>(bytes), size});
     at += size;
     told(size);
   }
-  if (at != entry.size) throw unreadable(named, inQuotes(entry.path) + " has another size than it says");
+  if (at != entry.size) throw noCopy(named, inQuotes(entry.path) + " has another size than it says");
   return digest.finish();
 }
 
@@ -238,8 +242,8 @@ class TarCopy final : public ArchiveCopy {
       end = position(reader);
       visit(std::move(entry));
     }
-    if (position(reader) != end + 2 * TAR_BLOCK) throw unreadable(named_, "it is cut short");
-    if (!feed.stream.endsAt(position(reader))) throw unreadable(named_, "something lies behind its end");
+    if (position(reader) != end + 2 * TAR_BLOCK) throw noCopy(named_, "it is cut short");
+    if (!feed.stream.endsAt(position(reader))) throw noCopy(named_, "something lies behind its end");
   }
 
  private:
@@ -272,7 +276,7 @@ class TarCopy final : public ArchiveCopy {
 
   void checkFeed(const Reader& reader, const Feed& feed, int result) const {
     if (result != ARCHIVE_OK && feed.failure) std::rethrow_exception(feed.failure);
-    check(reader, named_, result);
+    requireRead(reader, named_, result);
   }
 
   static std::uint64_t position(const Reader& reader) {
@@ -299,19 +303,22 @@ class ZipCopy final : public ArchiveCopy {
     const Utf8Locale locale;
     const std::vector<ZipEntry> directory = zipDirectoryOf(file_, named_);
     const Reader reader = newReader();
-    check(reader, named_, ::archive_read_support_format_zip_seekable(reader.get()));
-    folder_host::check(::lseek(file_.get(), 0, SEEK_SET));
-    check(reader, named_, ::archive_read_open_fd(reader.get(), file_.get(), BLOCK));
+    requireRead(reader, named_, ::archive_read_support_format_zip_seekable(reader.get()));
+    check(::lseek(file_.get(), 0, SEEK_SET));
+    requireRead(reader, named_, ::archive_read_open_fd(reader.get(), file_.get(), READ_SIZE));
     Names names(named_);
     std::uint64_t expanded = 0;
     for (const ZipEntry& listed : directory) {
       archive_entry* head = nullptr;
       const int result = ::archive_read_next_header(reader.get(), &head);
-      check(reader, named_, result == ARCHIVE_EOF ? ARCHIVE_FATAL : result);
+      requireRead(reader, named_, result == ARCHIVE_EOF ? ARCHIVE_FATAL : result);
       CopyEntry entry = entryOf(head, named_);
       requireListed(head, entry, listed);
       expanded += listed.size;
-      if (expanded > most_ || listed.size > most_) throw unreadable(named_, "it expands to more than was handed out");
+      if (expanded > most_ || listed.size > most_)
+        throw noCopy(
+            named_,
+            "it expands to more than a copy should; if it is one, name its receipt (verify COPY --receipt FILE)");
       look(reader, entry, names, wants, told);
       visit(std::move(entry));
     }
@@ -324,14 +331,14 @@ class ZipCopy final : public ArchiveCopy {
     if (entry.kind == EntryKind::folder && entry.path.size() > 1 && entry.path.back() == '/') entry.path.pop_back();
     const bool isAsListed =
         ::archive_entry_mode(head) == listed.mode && (entry.kind != EntryKind::file || entry.size == listed.size);
-    if (!isAsListed) throw unreadable(named_, inQuotes(listed.name) + " is described in two ways");
+    if (!isAsListed) throw noCopy(named_, inQuotes(listed.name) + " is described in two ways");
   }
 };
 
 Packing packingOf(const Descriptor& file, const std::string& named) {
   using namespace std::literals;
   std::array<char, TAR_BLOCK> bytes{};
-  const auto size = static_cast<std::size_t>(folder_host::check(::pread(file.get(), bytes.data(), bytes.size(), 0)));
+  const auto size = static_cast<std::size_t>(check(::pread(file.get(), bytes.data(), bytes.size(), 0)));
   const std::string_view first(bytes.data(), size);
   const auto begins = [&](std::string_view magic) { return first.substr(0, magic.size()) == magic; };
   if (begins("\x1f\x8b"sv)) return Packing::gzip;
@@ -339,7 +346,7 @@ Packing packingOf(const Descriptor& file, const std::string& named) {
   if (begins("PK\x03\x04"sv) || begins("PK\x05\x06"sv)) return Packing::zip;
   const bool isEmpty = first.find_first_not_of('\0') == std::string_view::npos;
   if (size == TAR_BLOCK && (isEmpty || first.substr(257, 5) == "ustar"sv)) return Packing::none;
-  throw unreadable(named, "it is neither a folder nor a tar or zip that a share makes");
+  throw noCopy(named, "it is neither a folder nor a tar or zip that a share makes");
 }
 
 }  // namespace
@@ -349,6 +356,15 @@ std::unique_ptr<CopyContent> openArchiveCopy(Descriptor file, std::string named,
     const Packing packing = packingOf(file, named);
     if (packing == Packing::zip) return std::make_unique<ZipCopy>(std::move(file), std::move(named), most);
     return std::make_unique<TarCopy>(std::move(file), std::move(named), most, packing);
+  });
+}
+
+// A pipe is not waited for.
+std::unique_ptr<CopyContent> openCopy(const std::string& named, std::uint64_t most) {
+  return attempt(errors::ENTRY_UNREADABLE, "cannot read", named, [&]() -> std::unique_ptr<CopyContent> {
+    Descriptor file(check(::open(named.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)));
+    if (!S_ISREG(statusOf(file).st_mode)) return openFolderCopy(named);
+    return openArchiveCopy(std::move(file), named, most);
   });
 }
 

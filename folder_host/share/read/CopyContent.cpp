@@ -76,8 +76,6 @@ class FolderCopy final : public CopyContent {
 
 std::unique_ptr<CopyContent> openFolderCopy(const std::string& folder) { return std::make_unique<FolderCopy>(folder); }
 
-std::unique_ptr<CopyContent> openCopy(const std::string& named) { return openFolderCopy(named); }
-
 // No path has a zero byte in it, so no two copies give the same bytes; and lines are in the order of their paths.
 void CopyDigest::add(const std::string& path, EntryKind kind, const std::string& target, std::uint64_t size) {
   if (!isEntryPath(path)) return;

@@ -47,9 +47,6 @@ class CopyContent {
 
 // Of the folder. Error: ENTRY_UNREADABLE.
 std::unique_ptr<CopyContent> openFolderCopy(const std::string& folder);
-// Of what a person names, by what it is. Error: ENTRY_UNREADABLE.
-std::unique_ptr<CopyContent> openCopy(const std::string& named);
-
 // A digest of what a copy holds, whatever its shape, its store apart: SHA-256 over each entry's path, kind and target
 // or size, by path. docs/json.md has the exact bytes.
 class CopyDigest {

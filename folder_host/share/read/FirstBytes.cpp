@@ -9,6 +9,7 @@
 
 #include "folder_host/files/Listing.h"
 #include "folder_host/labels/Memory.h"
+#include "folder_host/share/CopyNotes.h"
 #include "folder_host/share/ShareList.h"
 #include "folder_host/store/Schema.h"
 
@@ -67,7 +68,7 @@ bool firstBytesTell(std::string_view first) {
     if (first.substr(0, archived.size()) == archived) return true;
   }
   if (first.find(FIRST_STATEMENT) != std::string_view::npos) return true;
-  for (const std::string_view head : {MEMORY_HEAD, SHARE_LIST_HEAD, RECEIPT_HEAD}) {
+  for (const std::string_view head : {MEMORY_HEAD, SHARE_LIST_HEAD, RECEIPT_HEAD, PAGE_HEAD, COPY_NOTES_HEAD}) {
     if (first.substr(0, head.size()) == head) return true;
   }
   const std::string_view object = insideObject(first);

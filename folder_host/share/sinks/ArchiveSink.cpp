@@ -18,7 +18,7 @@ namespace folder_host {
 
 namespace {
 
-constexpr std::size_t BUFFER = std::size_t{1} << 18U;
+constexpr std::size_t READ_AHEAD = std::size_t{1} << 18U;
 
 bool isBefore(const timespec& one, const timespec& other) {
   return one.tv_sec != other.tv_sec ? one.tv_sec < other.tv_sec : one.tv_nsec < other.tv_nsec;
@@ -40,6 +40,24 @@ std::size_t readUpTo(const OpenEntry& file, char* bytes, std::size_t most) {
   }
   return read;
 }
+
+// What was written, as it was written.
+class Noted final : public CopyContent {
+ public:
+  explicit Noted(std::vector<CopyEntry> entries) : entries_(std::move(entries)) {}
+
+  void forEach(const Wants& wants, const Visit& visit, const Told& /*told*/) override {
+    for (CopyEntry entry : entries_) {
+      std::string digest = std::exchange(entry.sha256, {});
+      if (entry.kind == EntryKind::file && wants(entry)) entry.sha256 = std::move(digest);
+      visit(std::move(entry));
+    }
+  }
+  bool hasExactTimes() const noexcept override { return false; }
+
+ private:
+  const std::vector<CopyEntry> entries_;
+};
 
 }  // namespace
 
@@ -68,14 +86,15 @@ class ArchiveSink::Surroundings {
 
 class ArchiveSink::Writer final : public Sink::Writer {
  public:
-  explicit Writer(ArchiveSink& sink) : sink_(sink), buffer_(BUFFER) {}
+  explicit Writer(ArchiveSink& sink) : sink_(sink), buffer_(READ_AHEAD) {}
 
   // What fits into the buffer is read before its head is written: then its size is what was read.
   void addFile(const OpenEntry& file, const Told& told) override {
     const std::string& path = file.entry.path;
     const auto listed = static_cast<std::uint64_t>(file.status.st_size);
     const bool toItsEnd = listed == 0 || file.mayChange;
-    const std::size_t wanted = toItsEnd ? BUFFER : static_cast<std::size_t>(std::min<std::uint64_t>(listed, BUFFER));
+    const std::size_t wanted =
+        toItsEnd ? READ_AHEAD : static_cast<std::size_t>(std::min<std::uint64_t>(listed, READ_AHEAD));
     const std::size_t read = readUpTo(file, buffer_.data(), wanted);
     if (read < wanted && !toItsEnd) throw changed(path);
     const std::uint64_t size = read < wanted ? read : sizeOf(file, listed, toItsEnd);
@@ -113,7 +132,7 @@ class ArchiveSink::Writer final : public Sink::Writer {
 
   void putRest(const OpenEntry& file, std::uint64_t size, const Told& told) {
     while (size > 0) {
-      const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size, BUFFER));
+      const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size, READ_AHEAD));
       const std::size_t read = readUpTo(file, buffer_.data(), wanted);
       if (read < wanted) throw file.mayChange ? cut(file.entry.path) : changed(file.entry.path);
       sink_.putData(buffer_.data(), read, file.entry.path);
@@ -134,11 +153,12 @@ void ArchiveSink::Free::operator()(archive* archive) const {
 
 void ArchiveSink::Free::operator()(archive_entry* entry) const { ::archive_entry_free(entry); }
 
-ArchiveSink::ArchiveSink(const Descriptor& file, Shape shape)
+ArchiveSink::ArchiveSink(const Descriptor& file, Shape shape, bool notes)
     : file_(file),
       shape_(shape),
       surroundings_(shape == Shape::zip ? std::make_unique<Surroundings>() : nullptr),
       head_(::archive_entry_new()),
+      notes_(notes),
       archive_(::archive_write_new()) {
   archive* const to = archive_.get();
   // Of the formats of tar it is the one that keeps any bytes of a name, of any length, and in which all readers find
@@ -149,7 +169,7 @@ ArchiveSink::ArchiveSink(const Descriptor& file, Shape shape)
     check(::archive_write_set_filter_option(to, "gzip", "timestamp", nullptr), "");
   }
   if (shape == Shape::tarZst) check(::archive_write_add_filter_zstd(to), "");
-  check(::archive_write_set_bytes_per_block(to, static_cast<int>(BUFFER)), "");
+  check(::archive_write_set_bytes_per_block(to, static_cast<int>(READ_AHEAD)), "");
   check(::archive_write_set_bytes_in_last_block(to, 1), "");
   const auto write = [](archive*, void* sink, const void* bytes, std::size_t size) -> la_ssize_t {
     auto& self = *static_cast<ArchiveSink*>(sink);
@@ -184,6 +204,30 @@ void ArchiveSink::putHead(const std::string& path, mode_t mode, std::uint64_t si
   if (S_ISLNK(mode)) ::archive_entry_copy_symlink(head, target.c_str());
   check(::archive_write_header(archive_.get(), head), path);
   newest_ = std::max(newest_, time, isBefore);
+  if (notes_) note(path, mode, size, time, target);
+}
+
+void ArchiveSink::note(const std::string& path, mode_t mode, std::uint64_t size, const timespec& time,
+                       const std::string& target) {
+  noteDigest();
+  CopyEntry entry{path};
+  entry.kind = S_ISDIR(mode) ? EntryKind::folder : S_ISLNK(mode) ? EntryKind::link : EntryKind::file;
+  entry.target = target;
+  entry.size = size;
+  entry.modified = timeIn(shape_, time);
+  entry.mode = S_ISLNK(mode) ? 0 : mode & 07777U;
+  noted_.push_back(std::move(entry));
+  if (S_ISREG(mode)) digest_.emplace();
+}
+
+void ArchiveSink::noteDigest() {
+  if (digest_) noted_.back().sha256 = digest_->finish();
+  digest_.reset();
+}
+
+std::unique_ptr<CopyContent> ArchiveSink::content() {
+  noteDigest();
+  return std::make_unique<Noted>(std::move(noted_));
 }
 
 void ArchiveSink::putData(const char* bytes, std::size_t size, const std::string& path) {
@@ -191,6 +235,7 @@ void ArchiveSink::putData(const char* bytes, std::size_t size, const std::string
   const la_ssize_t written = ::archive_write_data(archive_.get(), bytes, size);
   if (written < 0) check(ARCHIVE_FATAL, path);
   if (static_cast<std::size_t>(written) != size) throw failed(path, "it was not taken whole");
+  if (digest_) digest_->add({bytes, size});
 }
 
 void ArchiveSink::addFolder(const OpenEntry& folder) {

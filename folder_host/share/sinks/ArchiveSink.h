@@ -4,10 +4,13 @@
 
 #include <exception>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "folder_host/files/Digest.h"
 #include "folder_host/share/Shape.h"
+#include "folder_host/share/read/CopyContent.h"
 #include "folder_host/share/sinks/Sink.h"
 
 struct archive;
@@ -26,7 +29,8 @@ namespace folder_host {
 class ArchiveSink final : public Sink {
  public:
   // The file outlives the sink. `shape` is no folder. Entries have to come in the order of beforeInTree, folders apart.
-  ArchiveSink(const Descriptor& file, Shape shape);
+  // Where it `notes` them, content() tells them with their digests.
+  ArchiveSink(const Descriptor& file, Shape shape, bool notes = false);
   ~ArchiveSink() override;
 
   void addFolder(const OpenEntry& folder) override;
@@ -34,6 +38,8 @@ class ArchiveSink final : public Sink {
   bool takesSeveralWriters() const noexcept override { return false; }
   void addStore(const std::string& bytes) override;
   void finish() override;
+  // To be asked for once, when it is finished.
+  std::unique_ptr<CopyContent> content();
 
  private:
   class Writer;
@@ -54,6 +60,8 @@ class ArchiveSink final : public Sink {
   void putData(const char* bytes, std::size_t size, const std::string& path);
   void putFoldersBefore(const std::string& path);
   void putFolder(const Folder& folder);
+  void note(const std::string& path, mode_t mode, std::uint64_t size, const timespec& time, const std::string& target);
+  void noteDigest();
 
   const Descriptor& file_;
   const Shape shape_;
@@ -63,7 +71,10 @@ class ArchiveSink final : public Sink {
   std::size_t nextFolder_ = 0;  // the first that is not yet written
   mode_t topMode_ = 0;
   timespec newest_{};
-  std::exception_ptr failure_;  // of the last write
+  const bool notes_;
+  std::vector<CopyEntry> noted_;
+  std::optional<Sha256> digest_;  // of the file that is being written
+  std::exception_ptr failure_;    // of the last write
   std::unique_ptr<archive, Free> archive_;
 };
 

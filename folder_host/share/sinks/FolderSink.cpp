@@ -121,17 +121,21 @@ class Transfer {
 // The folder of the last entry stays open, as the reader's does: within it a name leads nowhere else.
 class FolderWriter final : public Sink::Writer {
  public:
-  explicit FolderWriter(const Descriptor& target) : target_(target), buffer_(BUFFER) {}
+  FolderWriter(const Descriptor& target, Takeover* takeover) : target_(target), takeover_(takeover), buffer_(BUFFER) {
+    if (takeover_ != nullptr) taker_.emplace(*takeover_);
+  }
 
   void addFile(const OpenEntry& file, const Sink::Told& told) override {
     const std::string& path = file.entry.path;
     enterFolderOf(file);
+    if (taker_ && taker_->take(file, folder_, name_, told)) return;
     // Its owner's alone while it is written: what is half a copy is nobody else's, whatever the original allows.
     const int flags = O_WRONLY | O_CREAT | O_EXCL;
     const Descriptor copy = writing(path, [&] { return openBeneath(folder_, name_, flags, 0600); });
     Transfer(file, copy, buffer_, told).run(file.status, file.mayChange);
     checkWritten(::fchmod(copy.get(), file.permissions), path);
     checkWritten(::futimens(copy.get(), timesOf(file.status).data()), path);
+    if (takeover_ != nullptr) writing(path, [&] { takeover_->note(file, copy); });
   }
 
   void addLink(const OpenEntry& link) override {
@@ -155,6 +159,8 @@ class FolderWriter final : public Sink::Writer {
   }
 
   const Descriptor& target_;
+  Takeover* takeover_;
+  std::optional<Takeover::Taker> taker_;
   std::string path_;  // of the folder that is open
   Descriptor folder_;
   std::string name_;  // in it, of the entry that is being written
@@ -172,7 +178,9 @@ void FolderSink::addFolder(const OpenEntry& folder) {
   folders_.push_back({path, folder.permissions, timesOf(folder.status)});
 }
 
-std::unique_ptr<Sink::Writer> FolderSink::writer() { return std::make_unique<FolderWriter>(publication_.content()); }
+std::unique_ptr<Sink::Writer> FolderSink::writer() {
+  return std::make_unique<FolderWriter>(publication_.content(), takeover_);
+}
 
 // Whoever can read the copy's top folder can open it as a project.
 void FolderSink::addStore(const std::string& bytes) {

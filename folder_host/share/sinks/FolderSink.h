@@ -8,6 +8,7 @@
 
 #include "folder_host/files/Publication.h"
 #include "folder_host/share/sinks/Sink.h"
+#include "folder_host/share/sinks/Takeover.h"
 
 namespace folder_host {
 
@@ -15,8 +16,9 @@ namespace folder_host {
 // attributes stay behind. Holes stay holes. Whoever can read the top folder can open the copy as a project.
 class FolderSink final : public Sink {
  public:
-  // The publication outlives the sink.
-  explicit FolderSink(const Publication& publication) : publication_(publication) {}
+  // The publication outlives the sink, and so does what takes files over, or notes them; there may be none.
+  explicit FolderSink(const Publication& publication, Takeover* takeover = nullptr)
+      : publication_(publication), takeover_(takeover) {}
 
   void addFolder(const OpenEntry& folder) override;
   std::unique_ptr<Writer> writer() override;
@@ -32,6 +34,7 @@ class FolderSink final : public Sink {
   };
 
   const Publication& publication_;
+  Takeover* takeover_;
   std::vector<Folder> folders_;
 };
 

@@ -126,20 +126,25 @@ struct GateWords {
   bool strict = false;                   // notes are risks, too
   bool forbidsUnlabelled = false;        // what is shared without a label is a risk
   std::optional<std::string> from = {};  // a folder of the project: only what lies in it is handed out
+  std::string approved = {};             // the digits that the judgement's digest begins with; empty: any
 };
 
 struct PreviewWords {
   std::string profile;
-  ViewWords view;    // narrows the entries that are printed and nothing else
-  GateWords gate;    // what it allows is not counted as refused
-  std::string page;  // a file to be made, which tells all of it; empty: none
+  ViewWords view;     // narrows the entries that are printed and nothing else
+  GateWords gate;     // what it allows is not counted as refused
+  std::string page;   // a file to be made, which tells all of it; empty: none
+  std::string since;  // a receipt's file, or "last"; empty: none
 };
 // Nothing is refused here: risks are printed. Under --quiet, with a page, the page alone is made. Errors:
-// PATH_NOT_AN_ENTRY of one of the paths of the view; those of setScope and of
-// output/PageFile.h.
+// PATH_NOT_AN_ENTRY of one of the paths of the view; those of setScope, of
+// output/PageFile.h and of receipt/Since.h.
 void previewProfile(const PreviewWords& words);
 // Why one path is shared or held back. Error: PATH_NOT_AN_ENTRY where nothing is there.
 void explainPath(const std::string& path, const std::string& profile);
+// Why it was, as the receipt has it: a file, or "last", the last that is kept, of that profile where one is named.
+// Errors: PATH_NOT_AN_ENTRY, RECEIPT_NOT_FOUND, RECEIPT_UNREADABLE.
+void explainPathThen(const std::string& path, const std::string& profile, const std::string& receipt);
 
 // Whether a share would be refused: prints what speaks against it, and makes nothing. Error: SHARE_REFUSED.
 void checkProfile(const std::string& profile, const GateWords& words);

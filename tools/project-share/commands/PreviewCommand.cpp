@@ -6,12 +6,12 @@
 #include <optional>
 
 #include "Refusal.h"
+#include "commands/Approval.h"
 #include "commands/Commands.h"
 #include "commands/Gate.h"
 #include "folder_host/files/EntryTable.h"
 #include "folder_host/share/read/Attributes.h"
 #include "folder_host/text/Utf.h"
-#include "judgement/Digest.h"
 #include "judgement/Judge.h"
 #include "output/EditReport.h"
 #include "output/EntryReport.h"
@@ -91,7 +91,8 @@ void printFilter(const Judgement& judgement, std::size_t position) {
   item(textOfFilter(judgement, position), object);
 }
 
-void printSummary(const folder_host::WorkingCopy& copy, const Judgement& judgement, const Verdict& verdict) {
+void printSummary(const folder_host::WorkingCopy& copy, const Judgement& judgement, const Verdict& verdict,
+                  const std::string& digest) {
   const std::size_t shared = judgement.shared.size();
   const auto& risks = verdict.refused;
   const std::size_t all = judgement.entries;
@@ -103,10 +104,13 @@ void printSummary(const folder_host::WorkingCopy& copy, const Judgement& judgeme
   // The project is named, because the nearest one above may not be the one that is meant.
   putScope(object, copy);
   object["labels"] = jsonOf(judgement.leaving);
+  if (!digest.empty()) object["judgement"] = digest;
   item(fmt::format("Of {}, {} of {} {} shared.{}", scopeText(copy), shared, counted(all, "entry", "entries"),
                    shared == 1 ? "is" : "are", refusal),
        object);
-  if (!manner().json) line(textOf(judgement.leaving));
+  if (manner().json) return;
+  line(textOf(judgement.leaving));
+  if (!digest.empty()) line(fmt::format("The page is about {}.", inGroups(digest)));
 }
 
 // A label may be on a path at which nothing is: that is neither shared nor held back.
@@ -143,18 +147,29 @@ std::string commandBy(const std::string& digest, const Judgement& judgement, con
   return commandOf(share);
 }
 
-void writePage(const folder_host::WorkingCopy& copy, const Judgement& judgement, const Verdict& verdict,
-               const PreviewWords& words, PageFile& file) {
-  const std::string digest = digestOf(judgement, argumentsOf(words.gate));
+PageChanges changesOn(const Since& since) {
+  PageChanges changes{textOf(since), {}};
+  for (std::size_t i = 0; i < Since::TURNS; ++i) {
+    changes.lists.push_back({wordOf(static_cast<Since::Turn>(i)), {}});
+    for (const SinceEntry& entry : since.entries[i]) {
+      changes.lists.back().paths.push_back(entry.path + (entry.kind == EntryKind::folder ? "/" : ""));
+    }
+  }
+  return changes;
+}
+
+void writePage(const ReceiptSource& source, const Verdict& verdict, const std::optional<Since>& since,
+               const std::string& digest, const GateWords& words, PageFile& file) {
   const auto now = std::chrono::system_clock::now().time_since_epoch();
-  const PageContent content{copy,
-                            judgement,
+  const PageContent content{source.project,
+                            source.judgement,
                             verdict.refused,
                             verdict.allowed,
                             verdict.notes,
+                            since ? changesOn(*since) : PageChanges{},
                             timeText(std::chrono::duration_cast<std::chrono::milliseconds>(now).count()),
                             digest,
-                            commandBy(digest, judgement, words.gate)};
+                            commandBy(digest, source.judgement, words)};
   writePage(content, [&](std::string_view text) { file.put(text); });
   file.publish();
 }
@@ -175,17 +190,28 @@ void previewProfile(const PreviewWords& words) {
   // Whoever approves a page approves what a share will find: each file is looked into for it.
   const auto look = page ? folder_host::Look::each : folder_host::Look::likely;
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate, look);
+  std::optional<Since> since = sinceLastShare(project, *copy, profile.get(), judgement);
+  if (!words.since.empty()) {
+    ReceiptReader receipt = receiptNamed(project, words.since, judgement);
+    since = sinceOf(judgement, receipt);
+  }
   noteAttributes(judgement);
   const Verdict verdict = verdictOf(judgement.found, words.gate);
-  if (page) writePage(*copy, judgement, verdict, words, *page);
-  if (page && manner().quiet) return;
+  std::string digest;
+  if (page) {
+    const ReceiptSource source = sourceOf(*copy, judgement, profile.get(), words.gate);
+    digest = keepJudgement(project, source);
+    writePage(source, verdict, since, digest, words.gate, *page);
+    if (manner().quiet) return;
+  }
   printTree(*copy, judgement, view);
   for (std::size_t i = 1; i <= judgement.filters.size(); ++i) printFilter(judgement, i);
   printSkipped(copy->listing());
+  if (!words.since.empty()) printSince(*since);
   printNotes(verdict.notes);
   printRisks(verdict.allowed, "allowed: ", {{"allowed", true}});
   printRisks(verdict.refused);
-  printSummary(*copy, judgement, verdict);
+  printSummary(*copy, judgement, verdict, digest);
 }
 
 void explainPath(const std::string& named, const std::string& word) {
@@ -205,6 +231,73 @@ void explainPath(const std::string& named, const std::string& word) {
   if (manner().json) return;
   for (const std::string& label : labelTextsOf(*copy, index)) line("label  " + label);
   for (const std::string& label : report.exceptionsOf(index)) line(label);
+}
+
+namespace {
+
+// The newest, of that profile where one is named.
+ReceiptReader lastOf(const FolderProject& project, const std::string& word) {
+  const auto profile = word.empty() ? nullptr : findProfile(*managerOf(*project.workingCopy()), word);
+  for (const KeptReceipt& kept : keptReceipts(project)) {
+    if (!kept.isComplete || (profile && kept.head.profileUuid != folder_host::toBytes(profile->getUUID()))) continue;
+    return openKept(project, kept);
+  }
+  throw Refusal(refusals::RECEIPT_NOT_FOUND, "the project keeps no receipt of such a share; name the file of one");
+}
+
+struct EntryThen {
+  std::string answer;
+  Json object;
+  std::vector<std::string> labels;  // UUIDs
+};
+
+std::optional<EntryThen> entryThen(ReceiptReader& receipt, const std::string& path) {
+  std::optional<EntryThen> found;
+  const std::string at = receipt.head().time;
+  const auto objectOf = [&](const auto& entry, bool isShared) {
+    Json object{{"type", "entry"}, {"time", at}};
+    putPath(object, "path", entry.path);
+    object["kind"] = wordOf(entry.kind);
+    object["shared"] = isShared;
+    return object;
+  };
+  receipt.forEachShared([&](const ReceiptEntry& entry) {
+    if (entry.path == path) found = {"was shared, " + at, objectOf(entry, true), entry.labels};
+  });
+  receipt.forEachHeldBack([&](const ReceiptHeldBack& entry) {
+    if (entry.path != path) return;
+    found = {fmt::format("was held back, {}: {}", at, reasonInWords(entry.reason)), objectOf(entry, false),
+             entry.labels};
+    found->object["reason"] = entry.reason;
+  });
+  return found;
+}
+
+}  // namespace
+
+void explainPathThen(const std::string& named, const std::string& word, const std::string& file) {
+  const FolderProject project = openProject();
+  const std::string path = project.locate(named);
+  ReceiptReader receipt = file == "last" ? lastOf(project, word) : ReceiptReader(file);
+  const std::string& from = receipt.head().from;
+  const bool isInside = from.empty() || path.compare(0, below(from), from + "/") == 0;
+  auto then = isInside ? entryThen(receipt, path.substr(below(from))) : std::nullopt;
+  if (!then) {
+    throw Refusal(folder_host::errors::PATH_NOT_AN_ENTRY,
+                  fmt::format("the receipt of {} does not know {}: it was not there, or not in what was shared",
+                              receipt.head().time, inQuotes(path)));
+  }
+  std::vector<std::string> labels;
+  then->object["labels"] = Json::array();
+  receipt.forEachOf("allLabels", [&](const nlohmann::json& label) {
+    const auto text = [&](const char* key) { return label.value(key, std::string()); };
+    if (std::count(then->labels.begin(), then->labels.end(), text("uuid")) == 0) return;
+    then->object["labels"].push_back(Json(label));
+    labels.push_back(text("category") + "/" + text("name"));
+  });
+  item(inQuotes(path) + " " + then->answer, then->object);
+  if (manner().json) return;
+  for (const std::string& label : labels) line("label  " + freeName(label));
 }
 
 }  // namespace project_share

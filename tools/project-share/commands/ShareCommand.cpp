@@ -10,6 +10,7 @@
 
 #include "Interruption.h"
 #include "Refusal.h"
+#include "commands/Approval.h"
 #include "commands/Commands.h"
 #include "commands/Gate.h"
 #include "folder_host/share/HandOut.h"
@@ -114,17 +115,18 @@ folder_host::HandedOut handOut(const ReceiptSource& source, const std::optional<
   folder_host::HandOutOptions options;
   options.shape = shapeOf(words);
   options.isPlain = words.isPlain;
+  options.hashesStream = words.checksum || !words.receipt.empty();
   options.allowed = allowancesOf(words.gate);
+  ReceiptHead about = headOf(source, textOf(place));
+  about.shape = folder_host::wordOf(options.shape);
+  about.isPlain = options.isPlain;
+  about.hasContent = options.hashesStream;
   // The work is interrupted where it tells its progress, by an exception: what was begun is removed as after any
   // failure.
   options.onProgress = [&](const Progress& progress) {
     interruption.check();
     copied.show(progress);
   };
-  ReceiptHead about = headOf(source, textOf(place));
-  about.shape = folder_host::wordOf(options.shape);
-  about.isPlain = options.isPlain;
-  about.hasContent = words.checksum || !words.receipt.empty();
   options.beforePublication = [&](folder_host::CopyContent* written, const folder_host::HandedOut& result) {
     interruption.check();
     if (!receipts.isAnyWanted()) return;
@@ -263,6 +265,9 @@ void share(const ShareWords& words) {
   // Before the judgement, which may read much: a destination that cannot be used is known at once.
   const std::optional<folder_host::Place> place = destinationOf(*copy, words);
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
+  const ReceiptSource source = sourceOf(*copy, judgement, profile.get(), words.gate);
+  requireApproved(project, source, words.gate);
+  sinceLastShare(project, *copy, profile.get(), judgement);
   const bool isListed = canBeListed(project, judgement.found);
   const bool isKept = words.keptReceipts > 0 && canBeKept(project, judgement.found);
   const Verdict verdict = verdictOf(judgement.found, words.gate);
@@ -272,10 +277,7 @@ void share(const ShareWords& words) {
   // All that can be refused has been by now: nothing is written for a share that is refused.
   const Interruption interruption;  // ends last: what was begun is cleaned up before
   std::optional<Receipt> receipt;
-  if (!words.receipt.empty()) receipt.emplace(*copy, *place, words.receipt);
-  ReceiptSource source{*copy, judgement, profile.get()};
-  for (const std::string& one : argumentsOf(words.gate)) source.allowed.insert(utf8(one));
-  source.risks = verdict.allowed;
+  if (!words.receipt.empty()) receipt.emplace(*copy, place ? &*place : nullptr, words.receipt);
   ShareReceipts receipts(project, receipt, static_cast<std::size_t>(words.keptReceipts), isKept);
   const folder_host::HandedOut result = handOut(source, place, words, receipts, interruption);
   project.confirm();
@@ -287,11 +289,14 @@ void checkShare(const ShareWords& words) {
   const auto copy = project.workingCopy();
   setScope(project, words.gate, *copy);
   const auto profile = words.profile ? profileOf(*copy, words) : nullptr;
-  if (!words.destination.empty() && !isStream(words)) {
-    const folder_host::Place place = folder_host::checkDestination(*copy, words.destination);
-    if (!words.receipt.empty()) Receipt::check(*copy, place, words.receipt);
+  if (!words.destination.empty()) {
+    std::optional<folder_host::Place> place;
+    if (!isStream(words)) place = folder_host::checkDestination(*copy, words.destination);
+    if (!words.receipt.empty()) Receipt::check(*copy, place ? &*place : nullptr, words.receipt);
   }
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate);
+  requireApproved(project, sourceOf(*copy, judgement, profile.get(), words.gate), words.gate);
+  sinceLastShare(project, *copy, profile.get(), judgement);
   canBeListed(project, judgement.found);
   if (words.keptReceipts > 0) canBeKept(project, judgement.found);
   refuse(told(judgement, words.gate));

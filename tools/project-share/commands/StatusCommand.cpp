@@ -4,6 +4,8 @@
 #include <optional>
 #include <set>
 
+#include "Refusal.h"
+#include "commands/Approval.h"
 #include "commands/Commands.h"
 #include "folder_host/text/Utf.h"
 #include "judgement/Judge.h"
@@ -35,6 +37,43 @@ void printUnlabelled(const WorkingCopy& copy, std::size_t index, std::size_t bel
   item("unlabelled  " + freeName(nameOf(entry)) + more, object);
 }
 
+// By entry: whether the last share knew nothing of it, by whichever profile. A receipt of a part knows of that alone.
+std::vector<bool> newSinceLastShare(const folder_host::FolderProject& project, const WorkingCopy& copy) {
+  std::vector<bool> isNew(copy.table().size());
+  const auto all = keptReceipts(project);
+  const auto last = std::find_if(all.begin(), all.end(),
+                                 [](const KeptReceipt& kept) { return kept.isComplete && kept.head.from.empty(); });
+  if (last == all.end()) return isNew;
+  try {
+    ReceiptReader receipt = openKept(project, *last);
+    isNew.assign(isNew.size(), true);
+    const auto know = [&](const auto& entry) {
+      if (const auto index = copy.table().find(entry.path)) isNew[*index] = false;
+    };
+    receipt.forEachShared(know);
+    receipt.forEachHeldBack(know);
+  } catch (const Refusal&) {  // damaged: all that has no label is told of below
+    isNew.assign(isNew.size(), false);
+  }
+  return isNew;
+}
+
+// What has come since, and nobody has said anything of: people get a few of them, and programs each.
+void printNew(const std::vector<bool>& isNew, const WorkingCopy& copy, const std::vector<bool>& labelled) {
+  constexpr std::size_t MOST = 20;
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < isNew.size(); ++i) {
+    const folder_host::Entry& entry = copy.table()[i];
+    if (!isNew[i] || labelled[i] || entry.kind == folder_host::EntryKind::folder) continue;
+    if (++count > MOST && !manner().json) continue;
+    Json object{{"type", "new"}};
+    object.update(jsonOf(entry));
+    item("new since the last share, without a label  " + freeName(nameOf(entry)), object);
+  }
+  if (count > MOST && !manner().json)
+    line(fmt::format("new since the last share: {} more without a label", count - MOST));
+}
+
 // A folder in which nothing has a label is told of once, with all that lies in it. In a project that nobody has
 // labelled yet there may be many all the same: people get a few of them, and programs each entry.
 void printUnlabelled(const WorkingCopy& copy, const std::vector<bool>& labelled, bool all) {
@@ -51,9 +90,11 @@ void printUnlabelled(const WorkingCopy& copy, const std::vector<bool>& labelled,
   if (!all && told > MOST) line(fmt::format("unlabelled: {} more; 'status --all' lists each", told - MOST));
 }
 
-void printProfile(WorkingCopy& copy, const profiles::ExportProfile& profile) {
+void printProfile(const folder_host::FolderProject& project, WorkingCopy& copy,
+                  const profiles::ExportProfile& profile) {
   // By each profile, as a share would judge: what is told here is what a share would be refused for.
-  const Judgement judgement = judge(copy, profile);
+  Judgement judgement = judge(copy, profile);
+  sinceLastShare(project, copy, &profile, judgement);
   const std::string prefix = fmt::format("profile {}: ", freeName(judgement.name));
   const Json more{{"profile", jsonOf(profile)}};
   const Allowances told{risks::LABEL_ON_MISSING_PATH.identifier, risks::RULE_IDLE.identifier,
@@ -103,19 +144,21 @@ std::vector<Risk> doubtfulNames(const std::vector<LabelRecord>& labels, profiles
 }  // namespace
 
 void showStatus(bool all) {
-  const auto copy = openProject().workingCopy();  // store and folder at one moment
+  const folder_host::FolderProject project = openProject();
+  const auto copy = project.workingCopy();  // store and folder at one moment
   const folder_host::LabelStore& labels = copy->getLabelManager();
   const auto listed = profilesByName(*managerOf(*copy));
   const std::vector<LabelRecord> records = labels.list();
   const std::vector<bool> labelled = labelledIn(*copy);
   const auto unlabelled = std::count(labelled.begin(), labelled.end(), false);
 
+  printNew(newSinceLastShare(project, *copy), *copy, labelled);
   printLabels(records, copy->effective().sources());
   printUnlabelled(*copy, labelled, all || manner().json);
   printSkipped(copy->listing());
   printNotes(doubtsAboutLabels(*copy));
   printNotes(doubtfulNames(records, *managerOf(*copy)));
-  for (const auto& profile : listed) printProfile(*copy, *profile);
+  for (const auto& profile : listed) printProfile(project, *copy, *profile);
   const std::size_t entries = copy->listing().entries.size();
   Json summary{{"type", "summary"},
                {"entries", entries},

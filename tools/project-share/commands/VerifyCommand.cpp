@@ -1,11 +1,16 @@
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
 #include <optional>
+#include <string>
+#include <system_error>
 #include <utility>
 
 #include "Refusal.h"
 #include "commands/Commands.h"
-#include "folder_host/share/read/CopyContent.h"
+#include "folder_host/share/read/ArchiveContent.h"
 #include "output/Json.h"
 #include "output/Output.h"
 #include "output/ProgressLine.h"
@@ -29,14 +34,32 @@ ReceiptReader keptReceiptOf(const std::string& named, folder_host::CopyContent& 
                             inQuotes(project.root()), inQuotes(named)));
 }
 
+// As long as it is not known what it should hold: more than most archives expand to.
+std::uint64_t roomFor(const std::string& named) {
+  constexpr std::uint64_t TIMES = 1100, ANYHOW = std::uint64_t{1} << 30U;
+  std::error_code error;
+  const std::uintmax_t size = std::filesystem::file_size(named, error);
+  return error ? ANYHOW : std::max(ANYHOW, TIMES * size);
+}
+
+// What an archive of it expands to at most, and as much again for what may have come in: a bomb does not go on for
+// ever.
+std::uint64_t roomFor(ReceiptReader& receipt) {
+  constexpr std::uint64_t HEADS = std::uint64_t{1} << 13U, ANYHOW = std::uint64_t{1} << 24U;
+  std::uint64_t room = ANYHOW;
+  receipt.forEachShared([&](const ReceiptEntry& entry) { room += 2 * (entry.size + entry.path.size() + HEADS); });
+  return room;
+}
+
 }  // namespace
 
 void verifyCopy(const std::string& named, const std::string& file) {
   // All of a receipt is judged before the first comparison: nothing is told by what turns out to be none.
   std::optional<ReceiptReader> given;
   if (!file.empty()) given.emplace(file);
-  const auto copy = folder_host::openCopy(named);
-  ReceiptReader receipt = given ? *std::move(given) : keptReceiptOf(named, *copy);
+  ReceiptReader receipt =
+      given ? *std::move(given) : keptReceiptOf(named, *folder_host::openCopy(named, roomFor(named)));
+  const auto copy = folder_host::openCopy(named, roomFor(receipt));
   const bool hasContent = receipt.head().hasContent;
   std::vector<CopyDifference> differences;
   {

@@ -46,9 +46,9 @@ inline constexpr RiskKind LEFTOVER{
 inline constexpr RiskKind SAME_CONTENT{
     "same-content", Level::risk,
     "a file has the content of one that a drop-files filter holds back, or is the same file (a hard link)"};
-inline constexpr RiskKind NESTED_PROJECT{
-    folder_host::errors::NESTED_PROJECT, Level::risk,
-    "another project, or a project's store, a receipt or an export under any name, lies in what would be shared"};
+inline constexpr RiskKind NESTED_PROJECT{folder_host::errors::NESTED_PROJECT, Level::risk,
+                                         "another project, or a project's store, a receipt, a page or an export under "
+                                         "any name, lies in what would be shared"};
 inline constexpr RiskKind LABEL_LEAVES{"label-leaves", Level::risk,
                                        "a label by which a drop-files filter holds files back leaves, with its name"};
 inline constexpr RiskKind LABEL_PROTECTED{"label-protected", Level::risk,
@@ -62,6 +62,9 @@ inline constexpr RiskKind ENTRY_CHANGED{folder_host::errors::ENTRY_CHANGED, Leve
                                         "a file changed after it was listed"};
 inline constexpr RiskKind ATTRIBUTES_STAY{"attributes-stay", Level::note,
                                           "what is shared has extended attributes, and these do not leave"};
+inline constexpr RiskKind NEWLY_SHARED{
+    "newly-shared", Level::note,
+    "what was not in the last share is shared by a label that it has from a folder above or by a rule"};
 inline constexpr RiskKind FILTER_IDLE{"filter-idle", Level::note,
                                       "a filter can take nothing out, or there is no filter at all"};
 inline constexpr RiskKind LABEL_IDLE{"label-idle", Level::note,
@@ -91,12 +94,35 @@ inline constexpr RiskKind LABEL_UNNAMED{"label-unnamed", Level::note, "no profil
 inline constexpr RiskKind LOOKS_ALIKE{"looks-alike", Level::note,
                                       "two labels, categories or profiles have names that look alike"};
 
-inline constexpr const RiskKind* ALL[] = {
-    &FOLDER_SPARED,        &LABEL_ON_MISSING_PATH, &LABEL_DELETED, &FILTER_SKIPPED,  &HISTORY_INSIDE, &LEFTOVER,
-    &SAME_CONTENT,         &NESTED_PROJECT,        &LABEL_LEAVES,  &LABEL_PROTECTED, &NAMES_COLLIDE,  &NOTHING_SHARED,
-    &UNLABELLED_SHARED,    &ENTRY_CHANGED,         &ATTRIBUTES_STAY, &FILTER_IDLE,   &LABEL_IDLE,      &RULE_IDLE,      &LABEL_FOLLOWED,
-    &EXCEPTION_HIDES_RULE, &MEMORY_UNREADABLE,     &MEMORY_FAILED, &SHARE_UNLISTED,  &RECEIPT_UNKEPT, &ALLOW_IDLE,
-    &LABEL_ON_LINK,        &LABEL_UNNAMED,         &LOOKS_ALIKE};
+inline constexpr const RiskKind* ALL[] = {&FOLDER_SPARED,
+                                          &LABEL_ON_MISSING_PATH,
+                                          &LABEL_DELETED,
+                                          &FILTER_SKIPPED,
+                                          &HISTORY_INSIDE,
+                                          &LEFTOVER,
+                                          &SAME_CONTENT,
+                                          &NESTED_PROJECT,
+                                          &LABEL_LEAVES,
+                                          &LABEL_PROTECTED,
+                                          &NAMES_COLLIDE,
+                                          &NOTHING_SHARED,
+                                          &UNLABELLED_SHARED,
+                                          &ENTRY_CHANGED,
+                                          &ATTRIBUTES_STAY,
+                                          &NEWLY_SHARED,
+                                          &FILTER_IDLE,
+                                          &LABEL_IDLE,
+                                          &RULE_IDLE,
+                                          &LABEL_FOLLOWED,
+                                          &EXCEPTION_HIDES_RULE,
+                                          &MEMORY_UNREADABLE,
+                                          &MEMORY_FAILED,
+                                          &SHARE_UNLISTED,
+                                          &RECEIPT_UNKEPT,
+                                          &ALLOW_IDLE,
+                                          &LABEL_ON_LINK,
+                                          &LABEL_UNNAMED,
+                                          &LOOKS_ALIKE};
 }  // namespace risks
 
 // What was found of one share. A kind's level is what it mostly is: a label on a missing path lets nothing out where no

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "folder_host/files/Digest.h"
+#include "folder_host/share/read/FirstBytes.h"
 #include "folder_host/text/Printable.h"
 #include "output/EntryReport.h"
 #include "output/Json.h"
@@ -107,6 +108,7 @@ class Page {
     findings("What speaks against it", content_.refused, "Nothing that was looked for.");
     findings("What speaks against it and is allowed", content_.allowed);
     findings("What is worth knowing", content_.notes);
+    changes();
     skipped();
     numbers();
     labels();
@@ -122,8 +124,8 @@ class Page {
                                base64(*bytesOf(folder_host::sha256Of(std::string_view(STYLE)))) + "'";
     const std::string title = fmt::format("What a share by profile {} would hand out", inQuotes(judgement_.name));
     const std::size_t shared = judgement_.shared.size();
-    put_(fmt::format(R"(<!doctype html>
-<html lang="en">
+    put_(folder_host::PAGE_HEAD);
+    put_(fmt::format(R"(<html lang="en">
 <head>
 <meta charset="utf-8">
 <meta http-equiv="Content-Security-Policy" content="{}">
@@ -156,6 +158,18 @@ class Page {
       put_(fmt::format("<li><strong>{}</strong>: {}</li>\n", escaped(risk.identifier), isolated(messageOf(risk))));
     }
     put_("</ul>\n");
+  }
+
+  void changes() {
+    if (content_.changes.text.empty()) return;
+    heading("What has changed");
+    put_(fmt::format("<p>{}</p>\n", isolated(content_.changes.text)));
+    for (const auto& [title, paths] : content_.changes.lists) {
+      if (paths.empty()) continue;
+      put_(fmt::format("<details open><summary>{}: {}</summary><ul>\n", escaped(title), paths.size()));
+      for (const std::string& path : paths) put_(fmt::format("<li>{}</li>\n", isolated(freeName(path))));
+      put_("</ul></details>\n");
+    }
   }
 
   void skipped() {

@@ -10,6 +10,16 @@
 
 namespace project_share {
 
+// What has changed since an earlier share.
+struct PageChanges {
+  struct List {
+    std::string title;
+    std::vector<std::string> paths;
+  };
+  std::string text;  // empty: there is nothing to compare with
+  std::vector<List> lists = {};
+};
+
 // What a page tells of. All of it outlives the call.
 struct PageContent {
   const folder_host::WorkingCopy& project;  // before any filter
@@ -17,6 +27,7 @@ struct PageContent {
   const std::vector<Risk>& refused;  // risks for which a share is refused
   const std::vector<Risk>& allowed;  // risks that are allowed
   const std::vector<Risk>& notes;
+  PageChanges changes;
   std::string time;     // when it was looked at
   std::string digest;   // of the judgement, in hexadecimal digits
   std::string command;  // that shares what was judged, and nothing else

@@ -96,8 +96,12 @@ std::string nextName(const Descriptor& folder) {
   return time + "-" + folder_host::toBytes(project::metadata::generateUUID()).substr(0, 8);
 }
 
+void sync(const Descriptor& folder) { folder_host::check(::fsync(folder.get())); }
+
 Descriptor makeKeepers(const FolderProject& project, const char* folder) {
-  if (::mkdirat(project.storeFolder().get(), folder, 0700) != 0 && errno != EEXIST) folder_host::throwErrno();
+  const bool isNew = ::mkdirat(project.storeFolder().get(), folder, 0700) == 0;
+  if (!isNew && errno != EEXIST) folder_host::throwErrno();
+  if (isNew) sync(openBeneath(project.storeFolder(), ".", O_RDONLY | O_DIRECTORY));
   Descriptor opened = openKeepers(project, folder);
   folder_host::Publication::removeAbandoned(opened);
   return opened;
@@ -166,9 +170,11 @@ void Keeping::finish() {
   isNamed_ = true;
 }
 
+// Whatever fails here, the copy is there: its receipt stays, under one of its two names.
 void Keeping::complete() {
-  folder_host::check(::renameat(folder_.get(), (name_ + std::string(BEGUN)).c_str(), folder_.get(), name_.c_str()));
   isNamed_ = false;
+  folder_host::check(::renameat(folder_.get(), (name_ + std::string(BEGUN)).c_str(), folder_.get(), name_.c_str()));
+  sync(folder_);
 }
 
 Keeping::~Keeping() {

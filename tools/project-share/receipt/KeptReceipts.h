@@ -39,8 +39,8 @@ ReceiptReader openKept(const folder_host::FolderProject& project, const KeptRece
 // Fails where none can be kept, with std::system_error; makes nothing.
 void checkKeeping(const folder_host::FolderProject& project, const char* folder = RECEIPTS);
 
-// Writes one that is to be kept. Everything here fails with std::system_error. Unless it is complete, it is removed
-// when this object ends.
+// Writes one that is to be kept. Everything here fails with std::system_error. It is removed when
+// this object ends, unless its share has come about.
 class Keeping {
  public:
   // Makes the folder where there is none.

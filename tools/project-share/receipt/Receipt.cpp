@@ -28,14 +28,14 @@ auto orFailed(const std::string& file, const Act& act) {
 // Nothing is there yet that could be the copy's.
 // A receipt names all that was held back. In the project the next share would hand it out; in the copy it would be
 // handed out now.
-Place placeOfReceipt(const folder_host::WorkingCopy& project, const Place& copy, const std::string& file) {
+Place placeOfReceipt(const folder_host::WorkingCopy& project, const Place* copy, const std::string& file) {
   const auto misplaced = [&] {
     return Refusal(refusals::RECEIPT_MISPLACED,
                    fmt::format("a receipt tells what was held back: put {} neither into the project nor in the place "
                                "of the copy",
                                inQuotes(file)));
   };
-  if (isWithin(file, copy)) throw misplaced();
+  if (copy != nullptr && isWithin(file, *copy)) throw misplaced();
   Place place = folder_host::placeOf(file);
   if (liesIn(place, project.listing().folders)) throw misplaced();
   if (!isTaken(place)) return place;
@@ -46,7 +46,7 @@ Place placeOfReceipt(const folder_host::WorkingCopy& project, const Place& copy,
 
 // All is made before the copy: that a receipt cannot be written must be known before anything is handed out. Others may
 // not read it at any time, since its names are what is to be hidden from them.
-Receipt::Receipt(const folder_host::WorkingCopy& project, const Place& copy, std::string file)
+Receipt::Receipt(const folder_host::WorkingCopy& project, const Place* copy, std::string file)
     : file_(std::move(file)),
       place_(orFailed(file_, [&] { return placeOfReceipt(project, copy, file_); })),
       staging_(orFailed(file_,
@@ -57,7 +57,7 @@ Receipt::Receipt(const folder_host::WorkingCopy& project, const Place& copy, std
       descriptor_(orFailed(
           file_, [&] { return openBeneath(staging_.content(), CONTENT, O_WRONLY | O_CREAT | O_EXCL, 0600); })) {}
 
-void Receipt::check(const folder_host::WorkingCopy& project, const Place& copy, const std::string& file) {
+void Receipt::check(const folder_host::WorkingCopy& project, const Place* copy, const std::string& file) {
   orFailed(file, [&] { return placeOfReceipt(project, copy, file); });
 }
 

@@ -14,14 +14,14 @@ namespace project_share {
 // together beside its place and gets its name when the copy is there; until then it is removed when this object ends.
 class Receipt {
  public:
-  // Of a share of the project to the place `copy`. Errors: RECEIPT_EXISTS; RECEIPT_MISPLACED (in the project, where the
-  // next share would hand it out, or in the place of the copy or below it); RECEIPT_FAILED.
-  Receipt(const folder_host::WorkingCopy& project, const folder_host::Place& copy, std::string file);
+  // Of a share of the project to the place `copy`; none: to standard output. Errors: RECEIPT_EXISTS; RECEIPT_MISPLACED
+  // (in the project, where the next share would hand it out, or in the place of the copy or below it); RECEIPT_FAILED.
+  Receipt(const folder_host::WorkingCopy& project, const folder_host::Place* copy, std::string file);
   Receipt(const Receipt&) = delete;
   Receipt& operator=(const Receipt&) = delete;
 
   // Whether that could be made, as far as that is known without making it. Errors: as above.
-  static void check(const folder_host::WorkingCopy& project, const folder_host::Place& copy, const std::string& file);
+  static void check(const folder_host::WorkingCopy& project, const folder_host::Place* copy, const std::string& file);
 
   // The text, part by part; all of it is durable when finish() returns. Error: RECEIPT_FAILED.
   void put(std::string_view text);

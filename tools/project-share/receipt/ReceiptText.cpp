@@ -4,6 +4,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <ctime>
 #include <iterator>
 #include <map>
@@ -133,19 +135,36 @@ class Lines {
     line_.append(text, 1, text.size() - 2);
   }
 
+  template <class Number>
+  void addNumber(const char* before, Number number) {
+    std::array<char, 24> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+    line_.append(before).append(digits.data(), end);
+  }
+
+  void addMode(mode_t mode) {
+    line_ += R"("mode":")";
+    for (const unsigned shift : {9U, 6U, 3U, 0U}) line_ += static_cast<char>('0' + ((mode >> shift) & 7U));
+    line_ += "\",";
+  }
+
   // As the copy has it, where there is one.
   void addStatus(const Entry& entry, std::size_t index) {
     const auto& all = source_.handedOut;
     const Written status = all != nullptr ? all->written[index] : Written{entry.size, entry.modified, entry.mode};
     line_.append(R"("kind":")").append(wordOf(entry.kind)).append("\",");
-    const auto end = std::back_inserter(line_);
     if (entry.kind == EntryKind::link) {
       addPath("target", entry.target);
       line_ += ',';
     }
-    if (entry.kind == EntryKind::file) fmt::format_to(end, R"("size":{},)", status.size);
-    fmt::format_to(end, R"("modified":[{},{}],)", status.modified.tv_sec, status.modified.tv_nsec);
-    if (entry.kind != EntryKind::link) fmt::format_to(end, R"("mode":"{:04o}",)", status.mode);
+    if (entry.kind == EntryKind::file) {
+      addNumber(R"("size":)", status.size);
+      line_ += ',';
+    }
+    addNumber(R"("modified":[)", status.modified.tv_sec);
+    addNumber(",", status.modified.tv_nsec);
+    line_ += "],";
+    if (entry.kind != EntryKind::link) addMode(status.mode);
     if (entry.kind == EntryKind::file && !source_.digests.empty()) {
       line_.append(R"("sha256":")").append(source_.digests[index]).append("\",");
     }

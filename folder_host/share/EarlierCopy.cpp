@@ -1,0 +1,51 @@
+#include "folder_host/share/EarlierCopy.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <utility>
+
+#include "folder_host/Error.h"
+#include "folder_host/files/Publication.h"
+
+namespace folder_host {
+
+namespace {
+
+FileId idOf(const EntryState& state) { return {state.device, state.stamp.inode}; }
+
+[[noreturn]] void refuseAs(const char* identifier, const std::string& destination, const char* why) {
+  throw Error(identifier, inQuotes(destination) + " cannot be updated: " + why);
+}
+
+Place placeOfEarlier(const std::string& destination) {
+  Place place = placeOf(destination);
+  if (!isTaken(place)) Publication::removeAbandoned(place.parent);
+  if (!isTaken(place)) {
+    refuseAs(errors::DESTINATION_UNUSABLE, destination, "nothing is there; leave --update out to make a first copy");
+  }
+  return place;
+}
+
+}  // namespace
+
+EarlierCopy earlierCopyAt(const WorkingCopy& copy, const std::string& destination) {
+  return attempt(errors::DESTINATION_UNUSABLE, "cannot update", destination, [&]() -> EarlierCopy {
+    Place place = placeOfEarlier(destination);
+    const EntryState there = stateIn(place.parent, place.name);
+    const auto unusable = [&](const char* why) { refuseAs(errors::DESTINATION_UNUSABLE, destination, why); };
+    if (!S_ISDIR(there.mode)) unusable("it is no folder");
+    if (there.owner != ::geteuid()) unusable("it is somebody else's");
+    if (there.isMountPoint) unusable("it is a mount point");
+    if (idOf(there) == idOf(stateIn(Descriptor(AT_FDCWD), "."))) unusable("you are in it; go to another folder first");
+    const Place project{openFolder(copy.root()), copy.root(), {}};
+    if (liesIn(place, copy.listing().folders) || liesIn(project, {idOf(there)})) {
+      refuseAs(errors::DESTINATION_IN_PROJECT, destination, "it lies in the project or holds it");
+    }
+    Descriptor folder = openBeneath(place.parent, place.name, O_RDONLY | O_DIRECTORY);
+    FolderState seen = stateOf(folder);
+    return {std::move(place), std::move(folder), std::move(seen)};
+  });
+}
+
+}  // namespace folder_host

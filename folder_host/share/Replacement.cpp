@@ -1,0 +1,80 @@
+#include "folder_host/share/Replacement.h"
+
+#include <system_error>
+
+namespace folder_host {
+
+namespace {
+
+CopyNotes knownOf(const Place& place, const HandOutOptions& options) {
+  const bool takesOver = options.earlier != nullptr && !options.keepsEarlier;
+  return takesOver && options.storeFolder != nullptr ? readCopyNotes(*options.storeFolder, place.path()) : CopyNotes{};
+}
+
+bool isUntouched(const EarlierCopy& earlier, const std::string& digest) {
+  try {
+    return digestOf(stateOf(earlier.folder)) == digest;
+  } catch (const std::system_error&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+Replacement::Replacement(Publication& publication, const Place& place, const HandOutOptions& options, timespec listed)
+    : publication_(publication),
+      place_(place),
+      options_(options),
+      takeover_(options.keepsEarlier ? nullptr : options.earlier, knownOf(place, options), options.comparesContent,
+                listed),
+      isNoted_(options.storeFolder != nullptr || takeover_.takes()),
+      isAtOnce_(options.earlier == nullptr || publication.exchangesAtOnce()) {
+  if (!isAtOnce_ && options.beforeTwoSteps) options.beforeTwoSteps();
+}
+
+void Replacement::publish(HandedOut& result, std::size_t below) {
+  for (const std::string& path : result.changed) takeover_.forget(path.substr(below));
+  result.takenOver = takeover_.count();
+  if (options_.earlier != nullptr) {
+    replaceEarlier(result);
+  } else {
+    place_.mayGiveWay ? publication_.publishOverEmpty(place_.name) : publication_.publish(place_.name);
+  }
+  if (!result.isTakenBack) keepNotes();
+}
+
+// Up to the exchange somebody may have written to the earlier copy, so it is looked at once more. A file that was taken
+// over would be a file of both then: so all is made as it was. Else nothing fails any more, as the new copy is there.
+void Replacement::replaceEarlier(HandedOut& result) {
+  const EarlierCopy& earlier = *options_.earlier;
+  const std::string digest = digestOf(takeover_.takes() ? takeover_.expected() : earlier.seen);
+  publication_.exchange(place_.name, idOf(statusOf(earlier.folder)), digest, isAtOnce_);
+  const bool untouched = isUntouched(earlier, digest);
+  if (!untouched && takeover_.count() > 0) {
+    publication_.giveBack();
+    result.isTakenBack = true;
+    return;
+  }
+  result.kept = publication_.earlierName();
+  try {
+    if (!untouched || options_.keepsEarlier) {
+      result.kept = publication_.keepEarlier();
+      return;
+    }
+    publication_.giveUpEarlier(earlier.folder);
+    result.kept.clear();  // whoever comes next removes what cannot be removed now
+    takeover_.release(publication_.content());
+    publication_.removeEarlier(earlier.folder);
+  } catch (const std::system_error&) {  // where it is, is told
+  }
+}
+
+// A note that is lost costs a copy.
+void Replacement::keepNotes() const {
+  try {
+    if (options_.storeFolder != nullptr) writeCopyNotes(*options_.storeFolder, place_.path(), takeover_.notes());
+  } catch (const std::system_error&) {
+  }
+}
+
+}  // namespace folder_host

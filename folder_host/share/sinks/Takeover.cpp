@@ -1,0 +1,173 @@
+#include "folder_host/share/sinks/Takeover.h"
+
+#include <fcntl.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+namespace folder_host {
+
+namespace {
+
+constexpr std::size_t PIECE = std::size_t{1} << 17U;
+
+std::string folderOf(const std::string& path) {
+  const std::size_t separator = path.rfind('/');
+  return separator == std::string::npos ? std::string() : path.substr(0, separator);
+}
+
+std::string lastOf(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+
+Stamp stampOf(const Entry& entry) { return {entry.id.inode, entry.size, entry.modified, entry.changed, entry.born}; }
+
+bool isBefore(const timespec& a, const timespec& b) {
+  return a.tv_sec != b.tv_sec ? a.tv_sec < b.tv_sec : a.tv_nsec < b.tv_nsec;
+}
+
+bool isSame(const timespec& a, const timespec& b) { return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec; }
+
+// In all but the number of names and what a new one sets.
+bool isSameFile(const EntryState& a, const EntryState& b) {
+  return isSameButChanged(a.stamp, b.stamp) && a.device == b.device && a.mode == b.mode && a.owner == b.owner &&
+         a.group == b.group;
+}
+
+// The system grants a lease for reading only where nobody has the file open for writing, nor mapped so. One that is
+// broken meanwhile would end the program by its signal, so it gets one that counts for nothing.
+bool mayBeWrittenTo(const Descriptor& file) {
+  if (::fcntl(file.get(), F_SETSIG, SIGURG) != 0 || ::fcntl(file.get(), F_SETLEASE, F_RDLCK) != 0) return true;
+  return ::fcntl(file.get(), F_SETLEASE, F_UNLCK) != 0;
+}
+
+std::size_t readAt(const Descriptor& file, char* bytes, std::size_t most, std::uint64_t at) {
+  ssize_t length = 0;
+  do {
+    length = ::pread(file.get(), bytes, most, static_cast<off_t>(at));
+  } while (length < 0 && errno == EINTR);
+  return static_cast<std::size_t>(check(length));
+}
+
+// Read at positions: the one from which the file is copied stays where it is.
+bool holdTheSame(const Descriptor& a, const Descriptor& b, std::string& buffer, const Sink::Told& told) {
+  buffer.resize(2 * PIECE);
+  char* other = buffer.data() + PIECE;
+  for (std::uint64_t at = 0;;) {
+    const std::size_t length = readAt(a, buffer.data(), PIECE, at);
+    std::size_t same = 0;
+    while (same < length) {
+      const std::size_t more = readAt(b, other, length - same, at + same);
+      if (more == 0 || std::memcmp(buffer.data() + same, other, more) != 0) return false;
+      same += more;
+    }
+    if (length == 0) return readAt(b, other, 1, at) == 0;
+    at += length;
+    told(0);
+  }
+}
+
+}  // namespace
+
+bool Takeover::Taker::take(const OpenEntry& file, const Descriptor& folder, const std::string& name,
+                           const Sink::Told& told) {
+  if (!takeover_.takes() || file.hasChanged) return false;
+  const auto seen = takeover_.earlier_->seen.find(std::string(file.path));
+  if (seen == takeover_.earlier_->seen.end() || !isWanted(file, seen->second)) return false;
+  try {
+    const std::string path = folderOf(std::string(file.path));
+    if (path != path_) {
+      earlierFolder_ = openBeneath(takeover_.earlier_->folder, path.empty() ? "." : path, O_PATH | O_DIRECTORY);
+      owner_ = stateIn(folder, "");
+      path_ = path;
+    }
+    if (!link(file, seen->second, folder, name, told)) return false;
+  } catch (const std::system_error&) {
+    ::unlinkat(folder.get(), name.c_str(), 0);  // no other name can be there yet
+    path_ = "/";
+    return false;
+  }
+  told(file.entry.size);
+  return true;
+}
+
+// By what was seen, before anything is opened.
+bool Takeover::Taker::isWanted(const OpenEntry& file, const EntryState& seen) const {
+  const bool looksSame = S_ISREG(seen.mode) && (seen.mode & 07777U) == file.permissions && seen.links == 1 &&
+                         seen.stamp.size == file.entry.size && isSame(seen.stamp.modified, file.entry.modified);
+  if (!looksSame || takeover_.comparesContent_) return looksSame;
+  const auto known = takeover_.known_.find(std::string(file.path));
+  return known != takeover_.known_.end() && known->second.source == stampOf(file.entry) &&
+         known->second.copy == seen.stamp;
+}
+
+// All is asked of the file that is open, and then whether it is that one which got the name.
+bool Takeover::Taker::link(const OpenEntry& file, const EntryState& seen, const Descriptor& folder,
+                           const std::string& name, const Sink::Told& told) {
+  const Descriptor earlier = openBeneath(earlierFolder_, name, O_RDONLY | O_NONBLOCK);
+  const auto isAsSeen = [&] {
+    const EntryState now = stateIn(earlier, "");
+    return isSameFile(now, seen) && now.stamp == seen.stamp && now.links == 1;
+  };
+  if (!isAsSeen() || seen.owner != owner_.owner || seen.group != owner_.group) return false;
+  if (::flistxattr(earlier.get(), nullptr, 0) != 0) return false;
+  if (takeover_.comparesContent_ && !holdTheSame(file.opened, earlier, buffer_, told)) return false;
+  if (mayBeWrittenTo(earlier) || !isAsSeen()) return false;
+  if (::linkat(earlierFolder_.get(), name.c_str(), folder.get(), name.c_str(), 0) != 0) return false;
+  const EntryState linked = stateIn(folder, name);
+  if (isSameFile(linked, seen) && linked.links == 2) {
+    takeover_.add(file, linked.stamp, true);
+    return true;
+  }
+  check(::unlinkat(folder.get(), name.c_str(), 0));
+  return false;
+}
+
+void Takeover::note(const OpenEntry& file, const Descriptor& copy) { add(file, stateIn(copy, "").stamp, false); }
+
+void Takeover::add(const OpenEntry& file, const Stamp& copy, bool isTaken) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (isTaken) taken_.emplace(std::string(file.path), copy);
+  if (!file.hasChanged && isBefore(file.entry.changed, listed_)) {
+    notes_[std::string(file.path)] = {stampOf(file.entry), copy};
+  }
+}
+
+FolderState Takeover::expected() const {
+  FolderState state = earlier_->seen;
+  for (const auto& [path, stamp] : taken_) state[path].stamp = stamp;
+  return state;
+}
+
+// A name that goes sets the time of change once more. So each file is looked at just before and after: what somebody
+// wrote to it in between is the one thing that would be taken for ours.
+void Takeover::release(const Descriptor& copy) {
+  std::string path = "/";
+  Descriptor earlierFolder, newFolder;
+  for (const auto& [file, stamp] : taken_) {
+    const std::string name = lastOf(file);
+    const auto noted = notes_.find(file);
+    try {
+      if (folderOf(file) != path) {
+        const std::string folder = folderOf(file).empty() ? "." : folderOf(file);
+        earlierFolder = openBeneath(earlier_->folder, folder, O_RDONLY | O_DIRECTORY);
+        newFolder = openBeneath(copy, folder, O_PATH | O_DIRECTORY);
+        check(::fchmod(earlierFolder.get(), 0700));
+        path = folderOf(file);
+      }
+      const EntryState before = stateIn(newFolder, name);
+      check(::unlinkat(earlierFolder.get(), name.c_str(), 0));
+      const EntryState after = stateIn(newFolder, name);
+      const bool isOurs = before.stamp == stamp && before.links == 2 && isSameFile(before, after) && after.links == 1;
+      if (noted != notes_.end() && isOurs) noted->second.copy = after.stamp;
+    } catch (const std::system_error&) {  // the note is not true any more, which costs a copy
+      path = "/";
+    }
+  }
+}
+
+}  // namespace folder_host
