@@ -80,9 +80,10 @@ def updaters(program, tree, lists):
     return {"share": again + " --update", "rsync": rsync}
 
 
-def lookers(program, lists):
-    """Name and command of each who only tells what would be copied."""
+def lookers(program, lists, looker):
+    """Name and command of each who only tells what would be copied, or whether it may be."""
+    ours = {"preview": ["preview", "public"], "check": ["check", "public", *ALLOWED]}
     return {
-        "preview": quoted(program, "preview", "public"),
+        looker: quoted(program, *ours[looker]),
         "rsync -n": f'rsync -an --exclude-from={lists}/rsync ./ "$1"',
     }

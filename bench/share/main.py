@@ -55,13 +55,13 @@ def measured(given, make, scratch, durable, repetitions):
     lists = contestants.lists_of(tree, Path(scratch) / "lists")
     kinds = [(contestants.copiers(given.program, tree, lists, durable), True)]
     if not durable:
-        kinds.append((contestants.lookers(given.program, lists), False))
+        kinds += [(contestants.lookers(given.program, lists, looker), False) for looker in ("preview", "check")]
     for commands, copies in kinds:
         print(f"{tree.title}, {scratch}: {', '.join(commands)}", flush=True)
         runs = measure.rounds(commands, tree, repetitions, copies)
         where = system_of(scratch) + (", durable" if durable else "")
         yield {"tree": tree.name, "title": tree.title, "where": where, "durable": durable,
-               "contestants": measure.summary(runs, next(iter(commands)))}
+               "entries": tree.entries(), "contestants": measure.summary(runs, next(iter(commands)))}
     if tree.name == "small" and not durable:
         yield from handed_on(given, tree, lists, where, repetitions)
 
@@ -76,7 +76,7 @@ def handed_on(given, tree, lists, where, repetitions):
         print(f"{tree.title}, {how}: {', '.join(commands)}", flush=True)
         runs = measure.rounds(commands, tree, repetitions, False, change)
         yield {"tree": tree.name, "title": f"{tree.title}, {how}", "where": where, "durable": False,
-               "contestants": measure.summary(runs, next(iter(commands)))}
+               "entries": tree.entries(), "contestants": measure.summary(runs, next(iter(commands)))}
     for name in update:
         if trees.content(tree.folder.parent / f"kept-{name}") != trees.sizes(tree):
             raise SystemExit(f"bench-share: {name} has not updated its copy")

@@ -9,12 +9,14 @@ def figure(spread, form):
 
 def table(result):
     ours = next(iter(result["contestants"]))
-    lines = [f"| {result['title']}, {result['where']} | seconds | CPU seconds | peak KiB | {ours} takes, times this |",
-             "|---|---|---|---|---|"]
+    lines = [f"| {result['title']}, {result['where']} | seconds | CPU seconds | peak KiB | bytes an entry "
+             f"| {ours} takes, times this |",
+             "|---|---|---|---|---|---|"]
     for name, of in result["contestants"].items():
         ratio = "" if name == ours else figure(of["ratio"], ".2f")
         lines.append(f"| {name} | {figure(of['seconds'], '.3f')} | {of['cpu']['median']:.2f} | "
-                     f"{of['KiB']['median']:,.0f} | {ratio} |")
+                     f"{of['KiB']['median']:,.0f} | {1024 * of['KiB']['median'] / result['entries']:,.0f} "
+                     f"| {ratio} |")
     return "\n".join(lines) + "\n"
 
 

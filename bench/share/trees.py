@@ -28,6 +28,10 @@ class Tree:
         """Paths of files and links that do not leave."""
         return sorted(set(content(self.folder)) - set(self.leaves))
 
+    def entries(self):
+        """How many there are, folders with them."""
+        return sum(len(folders) + len(files) for _, folders, files in os.walk(self.folder))
+
 
 def content(folder):
     """Path and size of all files and links below a folder, without the project's store."""

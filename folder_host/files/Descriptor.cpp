@@ -116,7 +116,10 @@ std::string readLink(const Descriptor& folder, const std::string& name) {
 }
 
 std::string joined(const std::string& folder, const std::string& name) {
-  return folder.empty() ? name : folder + "/" + name;
+  if (folder.empty()) return name;
+  std::string path;
+  path.reserve(folder.size() + 1 + name.size());  // there may be millions of them: not a byte more
+  return path.append(folder).append(1, '/').append(name);
 }
 
 }  // namespace folder_host

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -29,11 +30,15 @@ class EntryTable {
   std::optional<std::size_t> find(std::string_view path) const;
 
   // The folder that the entry lies in: an index below its own, or ROOT.
-  std::size_t parentOf(std::size_t index) const noexcept { return parents_[index]; }
+  std::size_t parentOf(std::size_t index) const noexcept {
+    return parents_[index] == TOP ? ROOT : std::size_t{parents_[index]};
+  }
 
  private:
+  static constexpr std::uint32_t TOP = UINT32_MAX;
+
   std::shared_ptr<const Listing> listing_;
-  std::vector<std::size_t> parents_;
+  std::vector<std::uint32_t> parents_;  // an entry takes so many bytes that no listing has more
 };
 
 }  // namespace folder_host

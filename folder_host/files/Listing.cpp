@@ -54,6 +54,7 @@ class Walk {
       // A copy: the entries move as they become more.
       if (entry.kind == EntryKind::folder) read(std::string(entry.path), entry.id);
     }
+    listing_.entries.shrink_to_fit();
     sort(listing_.entries);
     std::sort(listing_.skipped.begin(), listing_.skipped.end());
     std::sort(listing_.folders.begin(), listing_.folders.end());

@@ -116,7 +116,7 @@ std::string renameToFree(const Descriptor& parent, const std::string& old, const
   constexpr std::size_t MOST = 240;  // of the bytes of a name
   const std::string base = name.substr(0, MOST) + ".old";
   for (std::size_t number = 1;; ++number) {
-    const std::string free = number == 1 ? base : base + "-" + std::to_string(number);
+    std::string free = number == 1 ? base : base + "-" + std::to_string(number);
     if (renameUnlessTaken(parent, old, free)) return free;
   }
 }
@@ -325,7 +325,7 @@ void Publication::giveBack() {
 }
 
 std::string Publication::keepEarlier() {
-  const std::string kept = renameToFree(parent_, earlierName_, published_);
+  std::string kept = renameToFree(parent_, earlierName_, published_);
   earlierName_.clear();
   return kept;
 }

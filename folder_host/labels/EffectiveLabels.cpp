@@ -28,7 +28,8 @@ class EffectiveLabels::Walk {
       std::vector<Change> changes;
       for (; mark != marks_.end() && mark->first == i; ++mark) changes.push_back(mark->second);
       addRules(above, deciding, changes);
-      labels_.stateOf_.push_back(changes.empty() ? above : stateOf(above, std::move(changes)));
+      labels_.stateOf_.push_back(
+          static_cast<std::uint32_t>(changes.empty() ? above : stateOf(above, std::move(changes))));
     }
     for (std::size_t rule = 0; rule < used_.size(); ++rule) {
       if (!used_[rule]) labels_.idleRules_.push_back(rule);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -51,7 +52,7 @@ class EffectiveLabels {
   LabelSources sources_;
   std::vector<project::management::FileLabel> fileLabels_;  // of labels()
   std::vector<State> states_;
-  std::vector<std::size_t> stateOf_;  // by entry
+  std::vector<std::uint32_t> stateOf_;  // by entry
   std::vector<std::pair<std::size_t, std::size_t>>
       own_;  // an entry, and a label that it has by a mark on it alone; sorted
   std::map<std::size_t, std::shared_ptr<const LabelSet>> instead_;  // by entry

@@ -310,7 +310,7 @@ class Followed::Search {
     return labels;
   }
 
-  using Originals = std::multimap<std::string, std::size_t>;  // entries by name, folded, and by stem
+  using Originals = std::vector<std::pair<std::string, std::size_t>>;  // entries by name, folded, and by stem; sorted
 
   // Of the folders in which something has, or had, other labels than all that lies beside it.
   std::map<std::size_t, Originals> originalsByFolder() const {
@@ -324,10 +324,11 @@ class Followed::Search {
       const auto beside = originals.find(entries_.parentOf(i));
       if (beside == originals.end()) continue;
       const std::string name = foldedName(nameOf(entries_[i].path));
-      beside->second.emplace(name, i);
+      beside->second.emplace_back(name, i);
       const std::size_t dot = name.rfind('.');
-      if (dot != std::string::npos && dot > 0) beside->second.emplace(name.substr(0, dot) + '/', i);
+      if (dot != std::string::npos && dot > 0) beside->second.emplace_back(name.substr(0, dot) + '/', i);
     }
+    for (auto& beside : originals) std::sort(beside.second.begin(), beside.second.end());
     return originals;
   }
 
@@ -336,8 +337,9 @@ class Followed::Search {
     LabelSet labels = byItsNameAlone(entry);
     for (const Original& original : originalsOf(nameOf(entries_[entry].path))) {
       if (original.isCopy) continue;
-      const auto [first, last] = beside.equal_range(original.isStem ? original.name + '/' : original.name);
-      for (auto one = first; one != last; ++one) {
+      const std::string name = original.isStem ? original.name + '/' : original.name;
+      auto one = std::lower_bound(beside.begin(), beside.end(), std::pair(name, std::size_t{0}));
+      for (; one != beside.end() && one->first == name; ++one) {
         const auto differs = result_.differing_.find(one->second);
         const bool isOther = differs != result_.differing_.end();
         if (!from) from = isOther ? differs->second.from : entries_[one->second].path;

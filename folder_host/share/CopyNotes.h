@@ -1,9 +1,10 @@
 #pragma once
 
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 #include "folder_host/files/Descriptor.h"
 #include "folder_host/files/FolderState.h"
@@ -21,7 +22,7 @@ struct CopiedFile {
 
 // By the path in the copy. By these an update tells without reading that neither has changed. Where they are lost, or
 // are not true any more, files are copied that need not be.
-using CopyNotes = std::unordered_map<std::string, CopiedFile>;
+using CopyNotes = std::map<std::string, CopiedFile, std::less<>>;
 
 std::string bytesOf(const CopyNotes& notes, const std::string& destination);
 // From such bytes, whoever made them; none of any others, or of another destination's.

@@ -12,7 +12,7 @@ namespace folder_host {
 
 namespace {
 
-FileId idOf(const EntryState& state) { return {state.device, state.stamp.inode}; }
+FileId fileIdOf(const EntryState& state) { return {state.device, state.stamp.inode}; }
 
 [[noreturn]] void refuseAs(const char* identifier, const std::string& destination, const char* why) {
   throw Error(identifier, inQuotes(destination) + " cannot be updated: " + why);
@@ -37,9 +37,10 @@ EarlierCopy earlierCopyAt(const WorkingCopy& copy, const std::string& destinatio
     if (!S_ISDIR(there.mode)) unusable("it is no folder");
     if (there.owner != ::geteuid()) unusable("it is somebody else's");
     if (there.isMountPoint) unusable("it is a mount point");
-    if (idOf(there) == idOf(stateIn(Descriptor(AT_FDCWD), "."))) unusable("you are in it; go to another folder first");
+    if (fileIdOf(there) == fileIdOf(stateIn(Descriptor(AT_FDCWD), ".")))
+      unusable("you are in it; go to another folder first");
     const Place project{openFolder(copy.root()), copy.root(), {}};
-    if (liesIn(place, copy.listing().folders) || liesIn(project, {idOf(there)})) {
+    if (liesIn(place, copy.listing().folders) || liesIn(project, {fileIdOf(there)})) {
       refuseAs(errors::DESTINATION_IN_PROJECT, destination, "it lies in the project or holds it");
     }
     Descriptor folder = openBeneath(place.parent, place.name, O_RDONLY | O_DIRECTORY);

@@ -14,6 +14,7 @@
 #include "folder_host/files/Publication.h"
 #include "folder_host/share/Replacement.h"
 #include "folder_host/share/TreeCopy.h"
+#include "folder_host/share/Unchanged.h"
 #include "folder_host/share/read/ArchiveContent.h"
 #include "folder_host/share/sinks/ArchiveSink.h"
 #include "folder_host/share/sinks/FolderSink.h"
@@ -71,10 +72,7 @@ class Work {
   }
 
   void writeInto(Sink& sink) {
-    const bool isWhole = copy_.scope() == EntryTable::ROOT;
-    const Source source(copy_.root(), options_.allowed, isWhole ? nullptr : &copy_.table()[copy_.scope()]);
-    // Another folder under the project's name may hold what this one was to hold back.
-    if (!(source.id == copy_.listing().root)) throw changed(copy_.root());
+    const Source source = openSource();
     std::vector<Written> written;
     const CopyProgress onProgress = [&](std::size_t copied, std::uint64_t bytes) {
       progress_.entries = copied;
@@ -93,6 +91,23 @@ class Work {
     result_.bytes = progress_.bytes;
   }
 
+  // Whether the earlier copy is what would be written: then that is the result.
+  bool isWrittenBefore(const Place& place) {
+    const EarlierCopy* earlier = options_.earlier;
+    if (earlier == nullptr || options_.keepsEarlier || options_.comparesContent || options_.storeFolder == nullptr) {
+      return false;
+    }
+    const std::string store = options_.isPlain ? std::string() : copy_.storeOfWhatIsShared();
+    auto written =
+        writtenBefore(*earlier, readCopyNotes(*options_.storeFolder, place.path()), openSource(), entries_, store);
+    if (!written) return false;
+    result_.written = std::move(*written);
+    if (!store.empty()) result_.store = {store.size(), sha256Of(store)};
+    result_.bytes = progress_.allBytes;
+    result_.takenOver = result_.files;
+    return true;
+  }
+
   // `written` is what was written; none where it cannot be read again.
   void tell(CopyContent* written) const {
     if (options_.beforePublication) options_.beforePublication(written, result_);
@@ -101,6 +116,14 @@ class Work {
   HandedOut& result() noexcept { return result_; }
 
  private:
+  Source openSource() const {
+    const bool isWhole = copy_.scope() == EntryTable::ROOT;
+    Source source(copy_.root(), options_.allowed, isWhole ? nullptr : &copy_.table()[copy_.scope()]);
+    // Another folder under the project's name may hold what this one was to hold back.
+    if (!(source.id == copy_.listing().root)) throw changed(copy_.root());
+    return source;
+  }
+
   // In the order of the listing, in which the entries lie side by side.
   void setWritten(const std::vector<Written>& written) {
     std::vector<std::size_t> order(entries_.size());
@@ -121,6 +144,12 @@ class Work {
 };
 
 void makeFolder(Work& work, const Place& place, const WorkingCopy& copy, const HandOutOptions& options) {
+  if (work.isWrittenBefore(place)) {
+    work.tell(openFolderCopy(place.path()).get());
+    const FileId there = idOf(statusIn(place.parent, place.name));
+    if (!(there == idOf(statusOf(options.earlier->folder)))) throw std::system_error(EEXIST, std::generic_category());
+    return;
+  }
   Publication publication(place.parent);
   Replacement replacement(publication, place, options, copy.listing().begun);
   FolderSink sink(publication, replacement.takeover());

@@ -1,6 +1,7 @@
 #include "folder_host/share/Risks.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <string_view>
 #include <tuple>
 #include <utility>
@@ -28,12 +29,13 @@ bool isStoreFolder(const Entry& entry) {
                      [](const Original& original) { return !original.isStem && original.name == STORE_FOLDER; });
 }
 
-void addNestedProjects(const Entries& shared, std::vector<Risk>& risks) {
-  for (const Entry* entry : shared) {
-    if (!isStoreFolder(*entry)) continue;
-    risks.push_back({errors::NESTED_PROJECT, entry->path,
-                     inQuotes(entry->path) + " is where a project keeps its store, with rules and names that would "
-                                             "be shared"});
+void addNestedProjects(const WorkingCopy& copy, std::vector<Risk>& risks) {
+  for (std::size_t i = 0; i < copy.table().size(); ++i) {
+    const Entry& entry = copy.table()[i];
+    if (copy.heldBack()[i] || !isStoreFolder(entry)) continue;
+    risks.push_back({errors::NESTED_PROJECT, entry.path,
+                     inQuotes(entry.path) + " is where a project keeps its store, with rules and names that would "
+                                            "be shared"});
   }
 }
 
@@ -49,19 +51,54 @@ std::string foldedPath(std::string_view path) {
   }
 }
 
-// Below folders that collide, names that differ are not named again.
-void addCollisions(const Entries& shared, std::vector<Risk>& risks) {
-  const Entry store{STORE_FOLDER, EntryKind::folder, {}};  // the copy has one too
-  std::vector<std::pair<std::string, const Entry*>> folded{{store.path, &store}};
-  folded.reserve(shared.size() + 1);
-  for (const Entry* entry : shared) folded.emplace_back(foldedPath(entry->path), entry);
-  std::sort(folded.begin(), folded.end(), [](const auto& a, const auto& b) {
+using Collision = std::pair<const Entry*, const Entry*>;
+
+// Those that are shared in each folder, the project's own first. What lies in a folder stands behind it.
+std::vector<Entries> byFolder(const WorkingCopy& copy) {
+  const EntryTable& entries = copy.table();
+  std::vector<Entries> folders(1);
+  std::vector<std::uint32_t> numbers(entries.size());  // of folders; 0 as long as nothing shared is known to lie in it
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    if (copy.heldBack()[i]) continue;
+    const std::size_t parent = entries.parentOf(i);
+    std::size_t number = parent == EntryTable::ROOT ? 0 : numbers[parent];
+    if (parent != EntryTable::ROOT && number == 0) {
+      number = numbers[parent] = static_cast<std::uint32_t>(folders.size());
+      folders.emplace_back();
+    }
+    folders[number].push_back(&entries[i]);
+  }
+  return folders;
+}
+
+void collideIn(const Entries& folder, std::vector<Collision>& collisions) {
+  std::vector<std::pair<std::string, const Entry*>> folded;
+  folded.reserve(folder.size());
+  for (const Entry* entry : folder) folded.emplace_back(foldedName(nameOf(entry->path)), entry);
+  const auto before = [](const auto& a, const auto& b) {
     return std::tie(a.first, a.second->path) < std::tie(b.first, b.second->path);
-  });
+  };
+  if (!std::is_sorted(folded.begin(), folded.end(), before)) std::sort(folded.begin(), folded.end(), before);
   for (std::size_t i = 1; i < folded.size(); ++i) {
-    const std::string& one = folded[i - 1].second->path;
-    const std::string& other = folded[i].second->path;
-    if (folded[i - 1].first != folded[i].first || parentOf(one) != parentOf(other)) continue;
+    if (folded[i - 1].first == folded[i].first) collisions.emplace_back(folded[i - 1].second, folded[i].second);
+  }
+}
+
+// Below folders that collide, names that differ are not named again: so names meet within one folder alone.
+void addCollisions(const WorkingCopy& copy, std::vector<Risk>& risks) {
+  const Entry store{STORE_FOLDER, EntryKind::folder, {}};  // the copy has one too
+  std::vector<Entries> folders = byFolder(copy);
+  folders.front().push_back(&store);
+  std::vector<Collision> collisions;
+  for (const Entries& folder : folders) collideIn(folder, collisions);
+  std::vector<std::pair<std::string, Collision>> ordered;
+  for (const Collision& one : collisions) ordered.emplace_back(foldedPath(one.first->path), one);
+  std::sort(ordered.begin(), ordered.end(), [](const auto& a, const auto& b) {
+    return std::tie(a.first, a.second.first->path) < std::tie(b.first, b.second.first->path);
+  });
+  for (const auto& [folded, pair] : ordered) {
+    const std::string& one = pair.first->path;
+    const std::string& other = pair.second->path;
     risks.push_back({errors::NAMES_COLLIDE, one,
                      inQuotes(one) + " and " + inQuotes(other) +
                          " become one where upper and lower case are the same; rename one"});
@@ -73,9 +110,8 @@ void addCollisions(const Entries& shared, std::vector<Risk>& risks) {
 // Both are judged by what is shared: a nested project that is held back, or one of two colliding names, harms nobody.
 std::vector<Risk> risksAmong(const WorkingCopy& copy) {
   std::vector<Risk> risks;
-  const Entries shared = copy.entries();
-  addNestedProjects(shared, risks);
-  addCollisions(shared, risks);
+  addNestedProjects(copy, risks);
+  addCollisions(copy, risks);
   return risks;
 }
 

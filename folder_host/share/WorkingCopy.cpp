@@ -13,6 +13,16 @@ namespace folder_host {
 
 using fl::filesystem::path;
 
+namespace {
+
+// Whether the text is these bytes, and no other bytes can be it.
+bool isAscii(std::string_view bytes, std::u16string_view text) {
+  return std::equal(bytes.begin(), bytes.end(), text.begin(), text.end(),
+                    [](char byte, char16_t unit) { return unit < 0x80 && unit == static_cast<unsigned char>(byte); });
+}
+
+}  // namespace
+
 WorkingCopy::WorkingCopy(std::string root, std::shared_ptr<Store> store, std::shared_ptr<const Listing> listing,
                          std::shared_ptr<const Memory> memory)
     : WorkingCopy(std::move(root), std::move(store), std::make_shared<const EntryTable>(std::move(listing)),
@@ -132,7 +142,8 @@ void WorkingCopy::holdBack(const Selection& entries) {
 
 std::string WorkingCopy::relative(const path& entry) const {
   const std::u16string& text = entry.text();
-  return text.compare(0, prefix_.size(), prefix_) == 0 ? toBytes(text.substr(prefix_.size())) : std::string();
+  return text.compare(0, prefix_.size(), prefix_) == 0 ? toBytes(std::u16string_view(text).substr(prefix_.size()))
+                                                       : std::string();
 }
 
 HostRemovals WorkingCopy::applyHostRules() { return holdBackByHostRules(*table_, heldBack_); }
@@ -152,8 +163,16 @@ std::vector<Attachment> WorkingCopy::attachmentsThatLeave() const {
 }
 
 std::map<std::u16string, std::size_t> WorkingCopy::labelsThatLeave() const {
+  const EffectiveLabels& labels = effective();
+  std::vector<std::size_t> counts(labels.sources().labels().size());
+  for (std::size_t i = 0; i < heldBack_.size(); ++i) {
+    if (heldBack_[i]) continue;
+    for (const std::size_t label : labels.of(i)) ++counts[label];
+  }
   std::map<std::u16string, std::size_t> leaving;
-  for (const auto& attachment : attachmentsThatLeave()) ++leaving[attachment.second];
+  for (std::size_t label = 0; label < counts.size(); ++label) {
+    if (counts[label] > 0) leaving.emplace(labels.sources().labels()[label].uuid, counts[label]);
+  }
   return leaving;
 }
 
@@ -185,6 +204,7 @@ bool WorkingCopy::isFolder(const path& entry) {
 std::vector<path> WorkingCopy::removeFiles(const std::vector<path>& entries) {
   const Selection removed = withAllBelow(entries);
   std::vector<path> paths;
+  paths.reserve(static_cast<std::size_t>(std::count(removed.begin(), removed.end(), true)));
   for (std::size_t i = 0; i < removed.size(); ++i) {
     if (removed[i]) paths.push_back(pathOf(i));
   }
@@ -192,13 +212,38 @@ std::vector<path> WorkingCopy::removeFiles(const std::vector<path>& entries) {
   return paths;
 }
 
-std::optional<std::size_t> WorkingCopy::find(const path& entry) const {
-  const auto found = table_->find(relative(entry));
-  // Several texts may stand for the same bytes; only the one that was given out names the entry.
-  return found && !heldBack_[*found] && pathOf(*found) == entry ? found : std::nullopt;
+// Whoever goes over the entries asks twice about each, and then about the next one.
+std::optional<std::size_t> WorkingCopy::findNearby(std::u16string_view below) const {
+  constexpr std::size_t FAR = 16;
+  const std::size_t end = std::min(latest_ + FAR, table_->size());
+  for (std::size_t i = latest_; i < end; ++i) {
+    if (heldBack_[i] || !isAscii((*table_)[i].path, below)) continue;
+    latest_ = i;
+    return i;
+  }
+  return std::nullopt;
 }
 
-path WorkingCopy::pathOf(std::size_t entry) const { return path(prefix_ + fromBytes((*table_)[entry].path), true); }
+std::optional<std::size_t> WorkingCopy::find(const path& entry) const {
+  const std::u16string_view text = entry.text();
+  if (text.substr(0, prefix_.size()) == prefix_) {
+    if (const auto nearby = findNearby(text.substr(prefix_.size()))) return nearby;
+  }
+  const auto found = table_->find(relative(entry));
+  // Several texts may stand for the same bytes; only the one that was given out names the entry.
+  if (!found || heldBack_[*found] || !(pathOf(*found) == entry)) return std::nullopt;
+  latest_ = *found;
+  return found;
+}
+
+path WorkingCopy::pathOf(std::size_t entry) const {
+  const std::string& below = (*table_)[entry].path;
+  std::u16string text;
+  text.reserve(prefix_.size() + below.size());
+  text.append(prefix_);
+  appendFromBytes(text, below);
+  return path(std::move(text), true);
+}
 
 // A folder stands before what lies in it, so one pass carries a removal all the way down.
 Selection WorkingCopy::withAllBelow(const std::vector<path>& entries) const {

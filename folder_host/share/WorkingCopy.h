@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -102,6 +103,7 @@ class WorkingCopy : public project::management::ProjectManager, private project:
               std::shared_ptr<const Memory> memory);
 
   std::optional<std::size_t> find(const fl::filesystem::path& entry) const;
+  std::optional<std::size_t> findNearby(std::u16string_view below) const;
   std::vector<Attachment> attachmentsThatLeave() const;
   fl::filesystem::path pathOf(std::size_t entry) const;
   Selection withAllBelow(const std::vector<fl::filesystem::path>& entries) const;
@@ -111,6 +113,7 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   std::shared_ptr<Store> store_;
   std::shared_ptr<const EntryTable> table_;  // shared with clones
   Selection heldBack_;                       // by the table's indices
+  mutable std::size_t latest_ = 0;           // the entry that was asked about last
   std::size_t scope_ = EntryTable::ROOT;
   std::shared_ptr<MetadataStore> metadata_;
   LabelStore labels_;

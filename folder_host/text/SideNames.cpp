@@ -14,10 +14,15 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-bool startsWith(std::string_view text, std::string_view start) { return text.substr(0, start.size()) == start; }
+bool startsWith(std::string_view text, std::string_view start) {
+  return text.size() >= start.size() && (start.empty() || text.front() == start.front()) &&
+         text.substr(0, start.size()) == start;
+}
 
+// Asked of each name for each mark of the tables, so mostly the last character has to tell.
 bool endsWith(std::string_view text, std::string_view end) {
-  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+  return text.size() >= end.size() && (end.empty() || text.back() == end.back()) &&
+         text.substr(text.size() - end.size()) == end;
 }
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
@@ -127,6 +132,18 @@ std::string_view withoutMerge(std::string_view name) {
   return {};
 }
 
+using Characters = std::array<bool, 256>;
+
+template <class Endings>
+constexpr Characters lastOf(const Endings& endings) {
+  Characters last{};
+  for (const std::string_view ending : endings) last[static_cast<unsigned char>(ending.back())] = true;
+  return last;
+}
+
+constexpr Characters BACKUPS_LAST = lastOf(BACKUPS), ARCHIVES_LAST = lastOf(ARCHIVES), ENDINGS_LAST = lastOf(ENDINGS),
+                     PATCHES_LAST = lastOf(PATCHES);
+
 // Whatever the name is with one mark of a leftover less.
 void peel(const Original& whole, std::vector<Original>& found) {
   const std::string_view text = whole.name;
@@ -138,7 +155,8 @@ void peel(const Original& whole, std::vector<Original>& found) {
     add(original, isCopy, isStem);
     if (startsWith(original, ".")) add(original.substr(1), isCopy, isStem);
   };
-  const auto addWithout = [&](const auto& endings, bool isCopy, bool andStem) {
+  const auto addWithout = [&](const auto& endings, const Characters& last, bool isCopy, bool andStem) {
+    if (text.empty() || !last[static_cast<unsigned char>(text.back())]) return;
     for (const std::string_view ending : endings) {
       if (!endsWith(text, ending)) continue;
       addEnded(text.substr(0, text.size() - ending.size()), isCopy);
@@ -151,10 +169,10 @@ void peel(const Original& whole, std::vector<Original>& found) {
     add(text.substr(around.before.size(), text.size() - around.before.size() - around.after.size()),
         endsWith(around.before, " "));
   }
-  addWithout(BACKUPS, false, true);
-  addWithout(ARCHIVES, true, true);
-  addWithout(ENDINGS, false, false);
-  addWithout(PATCHES, true, false);
+  addWithout(BACKUPS, BACKUPS_LAST, false, true);
+  addWithout(ARCHIVES, ARCHIVES_LAST, true, true);
+  addWithout(ENDINGS, ENDINGS_LAST, false, false);
+  addWithout(PATCHES, PATCHES_LAST, true, false);
   addEnded(withoutNumberedEnding(text), false);
   addEnded(withoutMerge(text), false);
   const std::size_t dot = text.rfind('.');

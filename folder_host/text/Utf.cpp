@@ -49,14 +49,23 @@ Character firstCharacter(std::string_view bytes) {
 
 // Names on a disk are any bytes. One that is no UTF-8 becomes half a surrogate pair, which UTF-8 never gives, so that
 // toBytes finds the same bytes, and the same file.
-std::u16string fromBytes(std::string_view bytes) {
-  std::u16string text;
-  text.reserve(bytes.size());
+void appendFromBytes(std::u16string& text, std::string_view bytes) {
   while (!bytes.empty()) {
+    if (static_cast<unsigned char>(bytes.front()) < 0x80) {
+      text += static_cast<char16_t>(bytes.front());
+      bytes.remove_prefix(1);
+      continue;
+    }
     const Character first = firstCharacter(bytes);
     appendUnits(text, first.isValid ? first.point : BYTE_BASE + first.point);
     bytes.remove_prefix(first.length);
   }
+}
+
+std::u16string fromBytes(std::string_view bytes) {
+  std::u16string text;
+  text.reserve(bytes.size());
+  appendFromBytes(text, bytes);
   return text;
 }
 

@@ -20,6 +20,7 @@ Character firstCharacter(std::string_view bytes);
 // UTF-8 to UTF-16, losslessly for any bytes: a byte 0x80..0xFF that is no part of valid UTF-8 becomes the unpaired
 // surrogate U+DC80..U+DCFF. fromBytes and toBytes are inverse for every text that came from bytes.
 std::u16string fromBytes(std::string_view bytes);
+void appendFromBytes(std::u16string& text, std::string_view bytes);
 
 // The bytes that fromBytes took. A surrogate that stands for no byte becomes U+FFFD: such a text never was a file name.
 std::string toBytes(std::u16string_view text);

@@ -42,6 +42,7 @@ class UpdateTest : public FolderTest {
     for (const char* folder : {"p", "out"}) fs::remove_all(in(folder));
     fs::create_directory(in("out"));
     put("p/a/x", "first"), put("p/b", "other");
+    fs::create_symlink("a/x", in("p/l"));
     FolderProject::init(in("p"));
     ::usleep(20000);
     const FolderProject project = FolderProject::open(in("p"));
@@ -105,6 +106,7 @@ TEST_F(UpdateTest, AFileIsTakenOverOnlyWhereNothingWouldDiffer) {
       SCOPED_TRACE(std::string(row.title) + (byContent ? ", by content" : ""));
       begin();
       row.act();
+      put("p/new", "so that a new copy is made");
       const auto before = inodeOf(copy);
       const mode_t mode = stateIn(Descriptor(AT_FDCWD), copy).mode;
       const Descriptor earlier(check(::open(copy.c_str(), O_RDONLY | O_CLOEXEC)));
@@ -132,10 +134,47 @@ TEST_F(UpdateTest, WhatWasTakenOverIsTakenOverAgain) {
     expectOnly({"copy"});
     EXPECT_EQ(stateIn(Descriptor(AT_FDCWD), in("out/copy/b")).links, 1U);
   }
-  EXPECT_EQ(tree("out/copy"), (Names{".project", ".project/store.db", "a", "a/x", "b", "c"}));
+  EXPECT_EQ(tree("out/copy"), (Names{".project", ".project/store.db", "a", "a/x", "b", "c", "l"}));
+}
+
+TEST_F(UpdateTest, ACopyThatIsJustWhatANewOneWouldBeStaysInItsPlace) {
+  const std::string folder = in("out/copy/a"), store = in("out/copy/.project/store.db");
+  const struct {
+    const char* title;
+    std::function<void()> act;
+    bool stays;
+  } rows[] = {
+      {"nothing happened", [] {}, true},
+      {"a folder's mode", [&] { ::chmod(folder.c_str(), 0777); }, false},
+      {"a mode in the project", [&] { ::chmod(in("p/a").c_str(), 0700); }, false},
+      {"a time in the project", [&] { check(::utimensat(AT_FDCWD, in("p/a").c_str(), nullptr, 0)); }, false},
+      {"a folder's attribute", [&] { check(::setxattr(folder.c_str(), "user.a", "b", 1, 0)); }, false},
+      {"a byte in the copy's store", [&] { keepTimes(store, [&] { put("out/copy/.project/store.db", "x"); }); }, false},
+      {"a file of the copy that is gone", [&] { keepTimes(folder, [&] { fs::remove(folder + "/x"); }); }, false},
+      {"one that has come", [&] { keepTimes(in("out/copy"), [&] { put("out/copy/mine"); }); }, false},
+      {"a link that leads elsewhere",
+       [&] {
+         fs::remove(in("out/copy/l"));
+         fs::create_symlink("b", in("out/copy/l"));
+       },
+       false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.title);
+    begin();
+    row.act();
+    const auto before = inodeOf(in("out/copy"));
+    const HandedOut updated = update();
+    EXPECT_EQ(inodeOf(in("out/copy")) == before, row.stays);
+    EXPECT_EQ(updated.written.size(), 4U);
+    EXPECT_EQ(fs::read_symlink(in("out/copy/l")), "a/x");
+    EXPECT_EQ(stateIn(Descriptor(AT_FDCWD), folder).mode, stateIn(Descriptor(AT_FDCWD), in("p/a")).mode);
+    EXPECT_EQ(tree("out/copy"), (Names{".project", ".project/store.db", "a", "a/x", "b", "l"}));
+  }
 }
 
 TEST_F(UpdateTest, WhatSomebodyWroteMeanwhileIsKept) {
+  put("p/c", "so that a new copy is made");
   const Descriptor held(check(::open(in("out/copy/a/x").c_str(), O_WRONLY | O_CLOEXEC)));
   const auto write = [&] { check(::pwrite(held.get(), "FIRST", 5, 0)); };
   const HandedOut first = update({}, write);
@@ -155,10 +194,14 @@ TEST_F(UpdateTest, WhatSomebodyWroteMeanwhileIsKept) {
 }
 
 TEST_F(UpdateTest, ACopyThatIsAnotherOneByNowIsNotReplaced) {
-  const auto exchange = [&] { fs::rename(in("out/copy"), in("out/mine")), put("out/copy/mine"); };
-  EXPECT_EQ(refusalOf([&] { update({}, exchange); }), errors::DESTINATION_EXISTS);
-  EXPECT_EQ(tree("out/copy"), Names{"mine"});
-  expectOnly({"copy", "mine"});
+  for (const bool isChanged : {false, true}) {
+    begin();
+    if (isChanged) put("p/c", "new");
+    const auto exchange = [&] { fs::rename(in("out/copy"), in("out/mine")), put("out/copy/mine"); };
+    EXPECT_EQ(refusalOf([&] { update({}, exchange); }), errors::DESTINATION_EXISTS);
+    EXPECT_EQ(tree("out/copy"), Names{"mine"});
+    expectOnly({"copy", "mine"});
+  }
 }
 
 TEST_F(UpdateTest, WhatAKilledUpdateLeftIsPutRight) {

@@ -515,7 +515,7 @@ void requireReceiptName(const CLI::Option& option, const Words& words) {
   if (option.count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
 }
 
-void addPreviewCommands(CLI::App& app, Words& words) {
+void addPreviewCommand(CLI::App& app, Words& words) {
   CLI::App* preview =
       addCommand(&app, "preview", "Show as a tree what a share would hand out, and what it would hold back and why",
                  "preview public drafts --only held-back");
@@ -548,7 +548,9 @@ void addPreviewCommands(CLI::App& app, Words& words) {
     const ViewWords view{words.paths, words.only, static_cast<std::size_t>(words.depth)};
     previewProfile({words.profile, view, gateWordsOf(words), words.page, words.since});
   });
+}
 
+void addWhyCommand(CLI::App& app, Words& words) {
   CLI::App* why =
       addCommand(&app, "why", "Tell why one path is shared or held back", "why drafts/plan.txt --profile public");
   addWord(why, "PATH", words.name, "A file, folder or link of the project");
@@ -565,14 +567,16 @@ void addPreviewCommands(CLI::App& app, Words& words) {
   });
 }
 
-void addShareCommands(CLI::App& app, Words& words) {
+void addCheckCommand(CLI::App& app, Words& words) {
   CLI::App* check =
       addCommand(&app, "check", "Tell whether a share would be refused, and make nothing: for hooks and CI",
                  "check public --strict --forbid unlabelled");
   addWord(check, "PROFILE", words.profile, PROFILE_HELP);
   addGateOptions(check, words);
   check->callback([&] { checkProfile(words.profile, gateWordsOf(words)); });
+}
 
+void addShareCommand(CLI::App& app, Words& words) {
   CLI::App* share = addCommand(&app, "share", "Hand out a copy: share PROFILE DEST, or share --whole DEST",
                                "share public ../for-the-customer --receipt ../for-the-customer.json");
   addWord(
@@ -604,7 +608,9 @@ void addShareCommands(CLI::App& app, Words& words) {
     const ShareWords said = shareWordsOf(words);
     words.dryRun ? checkShare(said) : project_share::share(said);
   });
+}
 
+void addVerifyCommand(CLI::App& app, Words& words) {
   CLI::App* verify = addCommand(&app, "verify", "Check a copy against the receipt of its share",
                                 "verify ../for-the-customer --receipt ../for-the-customer.json");
   addWord(verify, "COPY", words.folder, "The folder that was handed out");
@@ -736,9 +742,12 @@ int runCommandLine(int argc, char** argv) {
   addProjectCommands(app, words);
   addLabelCommands(app, words);
   addProfileCommands(app, words);
-  addPreviewCommands(app, words);
+  addPreviewCommand(app, words);
+  addWhyCommand(app, words);
   addHistoryCommands(app, words);
-  addShareCommands(app, words);
+  addCheckCommand(app, words);
+  addShareCommand(app, words);
+  addVerifyCommand(app, words);
   addExchangeCommands(app, words);
   if (argc > 1 && std::string_view(argv[1]) == "complete") {  // what is still being typed could not be parsed
     const bool isHelp = argc > 3 && std::string_view(argv[2]) == "help";

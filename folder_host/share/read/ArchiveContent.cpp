@@ -9,9 +9,9 @@
 #include <array>
 #include <cerrno>
 #include <exception>
+#include <set>
 #include <string_view>
 #include <system_error>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -161,7 +161,7 @@ class Names {
 
  private:
   const std::string& named_;
-  std::unordered_set<std::string> names_;
+  std::set<std::string> names_;  // no hash: names could be made up that have one
   std::uint64_t room_ = 0;
 };
 

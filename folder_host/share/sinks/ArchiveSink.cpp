@@ -87,6 +87,7 @@ class ArchiveSink::Surroundings {
 class ArchiveSink::Writer final : public Sink::Writer {
  public:
   explicit Writer(ArchiveSink& sink) : sink_(sink), buffer_(READ_AHEAD) {}
+  ~Writer() override;
 
   // What fits into the buffer is read before its head is written: then its size is what was read.
   void addFile(const OpenEntry& file, const Told& told) override {
@@ -149,6 +150,8 @@ class ArchiveSink::Writer final : public Sink::Writer {
   ArchiveSink& sink_;
   std::vector<char> buffer_;
 };
+
+ArchiveSink::Writer::~Writer() = default;
 
 // What is freed without having been closed must not get its end.
 void ArchiveSink::Free::operator()(archive* archive) const {

@@ -21,8 +21,6 @@ constexpr std::size_t PIECE = std::size_t{1} << 17U;
 
 std::string lastOf(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
-Stamp stampOf(const Entry& entry) { return {entry.id.inode, entry.size, entry.modified, entry.changed, entry.born}; }
-
 bool isEarlier(const timespec& a, const timespec& b) {
   return a.tv_sec != b.tv_sec ? a.tv_sec < b.tv_sec : a.tv_nsec < b.tv_nsec;
 }
@@ -69,6 +67,8 @@ bool holdTheSame(const Descriptor& a, const Descriptor& b, std::string& buffer, 
 }
 
 }  // namespace
+
+Stamp stampOf(const Entry& entry) { return {entry.id.inode, entry.size, entry.modified, entry.changed, entry.born}; }
 
 bool Takeover::Taker::take(const OpenEntry& file, const Descriptor& folder, const std::string& name,
                            const Sink::Told& told) {

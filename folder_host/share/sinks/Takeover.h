@@ -12,6 +12,9 @@
 
 namespace folder_host {
 
+// As it was listed.
+Stamp stampOf(const Entry& entry);
+
 // Notes the files of a new copy as they are written; and where an earlier copy gives way to it, takes files over from
 // there by a second name, in the place of writing them once more.
 //

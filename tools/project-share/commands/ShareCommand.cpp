@@ -97,6 +97,12 @@ struct Target {
   Update* update;                   // null: nothing is updated
 };
 
+// Without it, the next update could not tell the copy from what somebody made of it.
+Refusal withoutReceipt(const std::string& why) {
+  return {refusals::RECEIPT_FAILED,
+          "an update needs a receipt in the project's own folder, and there can be none: " + why};
+}
+
 // What is gone, into a pipe, cannot be read once more.
 void writeReceipts(ReceiptSource source, const ReceiptHead& about, folder_host::CopyContent* written,
                    ShareReceipts& receipts, const Interruption& interruption) {
@@ -139,6 +145,7 @@ folder_host::HandedOut handOut(const ReceiptSource& source, const Target& target
     ReceiptSource whole = source;
     whole.handedOut = &result;
     writeReceipts(std::move(whole), about, written, receipts, interruption);
+    if (target.update != nullptr && !receipts.notes().empty()) throw withoutReceipt(receipts.notes().front().what);
   };
   const WorkingCopy& copy = *source.judgement.copy;
   options.storeFolder = &target.project.storeFolder();
@@ -152,12 +159,17 @@ folder_host::HandedOut handOut(const ReceiptSource& source, const Target& target
 // Once more where somebody wrote meanwhile to the copy that is updated.
 folder_host::HandedOut handOut(const ReceiptSource& source, const Target& target, const ShareWords& words, bool isKept,
                                std::vector<Risk>& notes, const Interruption& interruption) {
+  if (target.update != nullptr && !isKept) throw withoutReceipt("the project keeps none");
   while (true) {
     std::optional<Receipt> receipt;
     if (!words.receipt.empty()) receipt.emplace(source.project, target.place, words.receipt);
     ShareReceipts receipts(target.project, receipt, static_cast<std::size_t>(words.keptReceipts), isKept);
     folder_host::HandedOut result = handOut(source, target, words, receipts, interruption);
     notes = receipts.notes();
+    if (target.update != nullptr) {
+      const std::vector<std::string>& kept = target.update->keptBefore();
+      result.keptBefore.insert(result.keptBefore.begin(), kept.begin(), kept.end());
+    }
     if (!result.isTakenBack) return result;
     target.update->keepInstead();
   }

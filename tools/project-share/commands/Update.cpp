@@ -2,10 +2,12 @@
 
 #include <fmt/format.h>
 
+#include <system_error>
 #include <utility>
 
 #include "Refusal.h"
 #include "commands/Gate.h"
+#include "folder_host/files/Publication.h"
 #include "judgement/RiskKinds.h"
 #include "output/Output.h"
 #include "output/ProgressLine.h"
@@ -26,11 +28,23 @@ void printDifferences(const std::vector<CopyDifference>& differences) {
   }
 }
 
+// Before the copy is looked at: what a killed update had taken over has two names until then.
+std::vector<std::string> clearedBeside(const std::string& destination) {
+  try {
+    return folder_host::Publication::removeAbandoned(folder_host::placeOf(destination).parent);
+  } catch (const std::system_error&) {
+    return {};  // what is wrong with it is told by whoever looks at it next
+  }
+}
+
 }  // namespace
 
 Update::Update(const folder_host::FolderProject& project, const folder_host::WorkingCopy& copy,
                const std::string& profile, const ShareWords& words)
-    : project_(project), copy_(copy), words_(words), earlier_(earlierCopyAt(copy, words.destination)) {
+    : copy_(copy),
+      words_(words),
+      keptBefore_(clearedBeside(words.destination)),
+      earlier_(earlierCopyAt(copy, words.destination)) {
   ReceiptHead wanted;
   wanted.profileUuid = profile;
   wanted.from = copy.scopePath();
@@ -77,7 +91,13 @@ void Update::keepInstead() {
 
 std::string Update::report(const folder_host::WorkingCopy& shared, const HandedOut& result, Json& object) const {
   std::map<std::string, std::size_t> counts{{"added", 0}, {"changed", 0}, {"taken back", 0}};
-  for (const auto& [path, how] : changesSince(project_, share_.receipt, shared, result)) {
+  std::map<std::string, const char*> changes;
+  try {
+    changes = changesSince(share_, shared, result);
+  } catch (const Refusal& error) {  // the copy is there
+    return fmt::format(" What has changed in it is not known: {}.", error.what());
+  }
+  for (const auto& [path, how] : changes) {
     ++counts[how];
     Json change{{"type", "update"}, {"change", how}};
     putPath(change, "path", path);

@@ -19,13 +19,15 @@ class Update {
  public:
   // Looks at the copy and holds it against its receipt. Errors: those of earlierCopyAt and earlierShareOf;
   // COPY_DIFFERS, with the differences printed, unless the words say that it is to be replaced all the same. `profile`
-  // is the UUID; empty: the whole project. The project, the copy and the words outlive this object.
+  // is the UUID; empty: the whole project. The copy and the words outlive this object.
   Update(const folder_host::FolderProject& project, const folder_host::WorkingCopy& copy, const std::string& profile,
          const ShareWords& words);
 
   const folder_host::Place& place() const noexcept { return earlier_.place; }
   // What it throws where two steps are needed is SHARE_REFUSED.
   void setOptions(folder_host::HandOutOptions& options) const;
+  // What killed updates left beside it that somebody wrote to, under which names.
+  const std::vector<std::string>& keptBefore() const noexcept { return keptBefore_; }
   // Somebody wrote to the copy while it was updated: looks once more, and keeps it.
   void keepInstead();
 
@@ -33,9 +35,9 @@ class Update {
   std::string report(const folder_host::WorkingCopy& shared, const folder_host::HandedOut& result, Json& object) const;
 
  private:
-  const folder_host::FolderProject& project_;
   const folder_host::WorkingCopy& copy_;
   const ShareWords& words_;
+  std::vector<std::string> keptBefore_;
   folder_host::EarlierCopy earlier_;
   EarlierShare share_;
   bool keeps_ = false;

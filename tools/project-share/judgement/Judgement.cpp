@@ -26,6 +26,15 @@ using folder_host::Turn;
 using folder_host::WorkingCopy;
 using profiles::ExportFilter;
 
+void Reasons::set(std::size_t entry, const Reason& reason) {
+  const auto next = static_cast<std::uint32_t>(reasons_.size());
+  const auto number = reason.from != nullptr
+                          ? next
+                          : known_.try_emplace({reason.rule, reason.filter, reason.labels}, next).first->second;
+  if (number == next) reasons_.push_back(reason);
+  of_[entry] = number;
+}
+
 namespace {
 
 using Indices = std::vector<std::size_t>;
@@ -40,7 +49,7 @@ project::management::FileLabel fileLabel(const LabelRecord& label) {
 class Explanation {
  public:
   Explanation(const WorkingCopy& project, Judgement& judgement) : project_(project), judgement_(judgement) {
-    judgement_.reasons.resize(project.table().size());
+    judgement_.reasons = Reasons(project.table().size());
     judgement_.dropped.resize(project.table().size());
     heldBack_.resize(project.table().size());
     removed_.resize(judgement_.labels.size());
@@ -51,7 +60,7 @@ class Explanation {
     auto turn = turns.begin();
     for (const auto& filter : filters) {
       const std::u16string kind = filter->getType();
-      judgement_.filters.push_back({kind, {}, {}, {}, false});
+      judgement_.filters.push_back({kind, {}, {}, {}, false, namedBy(*filter)});
       const bool isOfFiles = isFileKind(kind);
       Indices selected;
       if (isOfFiles) selected = selectedBy(*filter);
@@ -80,6 +89,15 @@ class Explanation {
   }
 
  private:
+  Indices namedBy(const ExportFilter& filter) const {
+    Indices named;
+    for (const auto& item : filter.getItems()) {
+      const auto label = labelIndices_.find(item.labelUUID);
+      if (label != labelIndices_.end()) named.push_back(label->second);
+    }
+    return named;
+  }
+
   // The labels that the entry has, less those that filters have removed. A filter sees a label no more that one before
   // it has removed, so neither may the question why.
   Labels labelsOf(std::size_t entry) const {
@@ -142,7 +160,7 @@ class Explanation {
       effect.heldBack.push_back(&project_.table()[entry]);
       const auto noted = spared_.find(entry);
       const bool isSelected = noted != spared_.end() && noted->second.filter == position();
-      judgement_.reasons[entry] = isSelected ? std::move(noted->second) : Reason{Reason::Rule::folder, position(), {}};
+      judgement_.reasons.set(entry, isSelected ? noted->second : Reason{Reason::Rule::folder, position(), {}});
       if (noted != spared_.end()) spared_.erase(noted);
     }
     for (const std::size_t entry : selected) {
@@ -196,9 +214,10 @@ class Explanation {
 
 namespace {
 
-void addHostRules(const folder_host::HostRemovals& removals, std::vector<Reason>& reasons) {
-  for (const std::size_t link : removals.links) reasons[link].rule = Reason::Rule::link;
-  for (const std::size_t folder : removals.emptied) reasons[folder].rule = Reason::Rule::emptied;
+// What the host holds back nothing else does.
+void addHostRules(const folder_host::HostRemovals& removals, Reasons& reasons) {
+  for (const std::size_t link : removals.links) reasons.set(link, {Reason::Rule::link, 0, {}});
+  for (const std::size_t folder : removals.emptied) reasons.set(folder, {Reason::Rule::emptied, 0, {}});
 }
 
 // Keeps of the spared folders those that are shared, each for the sake of what is shared below it. Each file that is
@@ -247,9 +266,10 @@ void judgeByWhatTheyHad(const WorkingCopy& project, const Filters& filters, Judg
   for (std::size_t i = 0; i < judgement.reasons.size(); ++i) {
     judgement.dropped[i] = judgement.dropped[i] || before.dropped[i];
     if (copy.heldBack()[i] || !shared->heldBack()[i]) continue;
-    judgement.reasons[i] = std::move(before.reasons[i]);
+    Reason reason = before.reasons[i];
     const auto differs = differing.find(i);
-    if (differs != differing.end()) judgement.reasons[i].from = &differs->second.from;
+    if (differs != differing.end()) reason.from = &differs->second.from;
+    judgement.reasons.set(i, reason);
   }
   for (std::size_t i = 0; i < judgement.filters.size(); ++i) {
     FilterEffect& effect = judgement.filters[i];
@@ -270,7 +290,7 @@ void narrowToScope(WorkingCopy& copy, Judgement& judgement) {
   if (copy.scope() == EntryTable::ROOT) return;
   const Selection heldBack = copy.heldBack(), inside = copy.inScope();
   for (std::size_t i = 0; i < inside.size(); ++i) {
-    if (!inside[i] && !heldBack[i]) judgement.reasons[i].rule = Reason::Rule::outside;
+    if (!inside[i] && !heldBack[i]) judgement.reasons.set(i, {Reason::Rule::outside, 0, {}});
   }
   addHostRules(copy.narrowToScope(), judgement.reasons);
   const auto isOutside = [&](const Entry* entry) {

@@ -1,8 +1,12 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "folder_host/share/WorkingCopy.h"
@@ -32,6 +36,24 @@ struct Reason {
   const std::string* from = nullptr;
 };
 
+// The reasons of all entries, by index. Each is there once, whatever number of entries has it.
+class Reasons {
+ public:
+  explicit Reasons(std::size_t entries = 0) : reasons_(1), of_(entries) {}
+
+  std::size_t size() const noexcept { return of_.size(); }
+  // Good as long as this is there.
+  const Reason& operator[](std::size_t entry) const noexcept { return reasons_[of_[entry]]; }
+  void set(std::size_t entry, const Reason& reason);
+
+ private:
+  using Key = std::tuple<Reason::Rule, std::size_t, std::vector<std::size_t>>;
+
+  std::deque<Reason> reasons_;  // the first: it is shared
+  std::vector<std::uint32_t> of_;
+  std::map<Key, std::uint32_t> known_;  // those without `from`, which is mostly another for each entry
+};
+
 // An entry that had other labels than it has, and that only one of both would share: it is held back.
 struct FollowedEntry {
   std::size_t entry;
@@ -55,6 +77,7 @@ struct FilterEffect {
   Entries spared;                          // folders that it selects by their labels and that are shared after it
   std::vector<std::size_t> labelsRemoved;  // indices into Judgement::labels
   bool matches = false;                    // it would take out something, were it the only one
+  std::vector<std::size_t> named = {};     // the labels of its items, as far as there are such
 };
 
 // A label that leaves with the copy, and how many of the entries that are shared carry it.
@@ -74,7 +97,7 @@ struct Judgement {
   Entries shared;                                        // its entries, in the order of the listing
   std::vector<folder_host::LabelRecord> labels;          // of the project
   std::vector<FilterEffect> filters;                     // as the profile applies them
-  std::vector<Reason> reasons;                           // of every entry of the listing
+  Reasons reasons;                                       // of every entry of the listing
   folder_host::Selection dropped;                        // a drop-files filter selects the entry by its labels
   std::vector<FollowedEntry> followed;                   // in the order of the listing
   std::vector<Spared> spared;                            // of the folders that are shared, in the order of the listing

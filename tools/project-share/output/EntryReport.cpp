@@ -7,7 +7,6 @@
 #include "words/FilterKinds.h"
 #include "words/Labels.h"
 #include "words/Names.h"
-#include "words/Profiles.h"
 
 namespace project_share {
 
@@ -17,12 +16,9 @@ using folder_host::LabelSource;
 
 EntryReport::EntryReport(const folder_host::WorkingCopy& project, const Judgement& judgement)
     : project_(project), judgement_(judgement), sources_(project.effective().sources()) {
-  const auto manager = managerOf(*project.clone());
-  for (const auto& filter : manager->getProfileByUUID(judgement.uuid)->getFilters()) {
-    if (!dropsFiles(filter->getType())) continue;
-    for (const auto& item : filter->getItems()) {
-      if (const auto label = sources_.find(item.labelUUID)) dropping_.insert(*label);
-    }
+  for (const FilterEffect& filter : judgement.filters) {
+    if (!dropsFiles(filter.kind)) continue;
+    for (const std::size_t label : filter.named) dropping_.insert(sources_.find(judgement.labels[label].uuid).value());
   }
 }
 

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <set>
 
 #include "output/Output.h"
@@ -17,11 +18,23 @@ using folder_host::Selection;
 namespace {
 
 // Entries are sorted by bytes, where "a-b" stands between "a" and "a/x". A tree has what lies in a folder behind it.
-std::vector<std::size_t> treeOrder(const std::vector<Entry>& entries) {
-  std::vector<std::size_t> order(entries.size());
-  for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
-  std::sort(order.begin(), order.end(),
-            [&](std::size_t a, std::size_t b) { return folder_host::beforeInTree(entries[a].path, entries[b].path); });
+// What lies in one folder is in the same order in both: so a place is that of the folder and what comes before in it.
+std::vector<std::uint32_t> treeOrder(const EntryTable& entries) {
+  std::vector<std::uint32_t> sizes(entries.size(), 1);  // with all that lies below
+  for (std::size_t i = sizes.size(); i-- > 0;) {
+    if (entries.parentOf(i) != EntryTable::ROOT) sizes[entries.parentOf(i)] += sizes[i];
+  }
+  std::vector<std::uint32_t> order(entries.size());
+  std::uint32_t next = 0;                     // at the top
+  std::vector<std::uint32_t>& nexts = sizes;  // of a folder that has its place: where the next in it stands
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    const std::size_t parent = entries.parentOf(i);
+    std::uint32_t& free = parent == EntryTable::ROOT ? next : nexts[parent];
+    const std::uint32_t place = free;
+    free += sizes[i];
+    order[place] = static_cast<std::uint32_t>(i);
+    nexts[i] = place + 1;
+  }
   return order;
 }
 
@@ -43,7 +56,9 @@ class View {
 
   std::vector<ViewLine> lines() const {
     std::vector<ViewLine> lines;
-    for (const std::size_t i : treeOrder(project_.listing().entries)) {
+    lines.reserve(static_cast<std::size_t>(
+        std::count_if(entries_.begin(), entries_.end(), [](const Shown& one) { return one.isShown; })));
+    for (const std::size_t i : treeOrder(table_)) {
       if (!entries_[i].isShown) continue;
       lines.push_back({i, entries_[i].indent, {}});
       if (isLast(i)) lines.back().below = below_[i];
@@ -52,21 +67,21 @@ class View {
   }
 
  private:
-  static constexpr std::size_t NOWHERE = static_cast<std::size_t>(-1);
+  static constexpr std::uint32_t NOWHERE = UINT32_MAX;
 
   struct Shown {
-    std::size_t level = NOWHERE;  // below the nearest path that was named, or the scope
+    std::uint32_t level = NOWHERE;  // below the nearest path that was named, or the scope
+    std::uint32_t indent = 0;
     bool isWantedBelow = false;
     bool isShown = false;
-    std::size_t indent = 0;
   };
 
-  std::size_t levelOf(std::size_t entry) const {
+  std::uint32_t levelOf(std::size_t entry) const {
     if (named_.count(table_[entry].path) != 0) return 0;
     const std::size_t folder = table_.parentOf(entry);
     if (named_.empty() && folder == project_.scope()) return 1;
     if (folder == EntryTable::ROOT) return NOWHERE;
-    const std::size_t above = entries_[folder].level;
+    const std::uint32_t above = entries_[folder].level;
     return above == NOWHERE ? NOWHERE : above + 1;
   }
 

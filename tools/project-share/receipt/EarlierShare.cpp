@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <memory>
 #include <utility>
 
 #include "Refusal.h"
@@ -74,20 +73,18 @@ EarlierShare earlierShareOf(const folder_host::FolderProject& project, const fol
   if (receipts.empty()) throw notThisCopy(copy, "it is a copy " + other);
   EarlierShare share;
   for (KeptReceipt& kept : receipts) {
-    ReceiptReader reader = openKept(project, kept);
+    const auto reader = std::make_shared<ReceiptReader>(openKept(project, kept));
     const auto content = contentOf(copy);
-    share = {std::move(kept), {}};
-    share.differences = differencesOf(*content, reader, by, onProgress);
+    share = {std::move(kept), differencesOf(*content, *reader, by, onProgress), reader};
     if (share.differences.empty()) break;
   }
   return share;
 }
 
-std::map<std::string, const char*> changesSince(const folder_host::FolderProject& project, const KeptReceipt& receipt,
-                                                const folder_host::WorkingCopy& copy,
+std::map<std::string, const char*> changesSince(const EarlierShare& earlier, const folder_host::WorkingCopy& copy,
                                                 const folder_host::HandedOut& result) {
   std::map<std::string, ReceiptEntry> noted;
-  openKept(project, receipt).forEachShared([&](ReceiptEntry entry) {
+  earlier.reader->forEachShared([&](ReceiptEntry entry) {
     if (entry.path == folder_host::STORE_FOLDER || entry.path == folder_host::STORE_FILE) return;
     entry.labels.clear();
     std::string path = entry.path;

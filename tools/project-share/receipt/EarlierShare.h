@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@ namespace project_share {
 struct EarlierShare {
   KeptReceipt receipt;                      // by which it was made
   std::vector<CopyDifference> differences;  // of the copy from that
+  std::shared_ptr<ReceiptReader> reader;    // open: the project may have removed the receipt by the end of the update
 };
 
 // Finds the receipt of the copy by its place, or else by what it holds. Of a share that was killed it is not known
@@ -28,8 +30,7 @@ EarlierShare earlierShareOf(const folder_host::FolderProject& project, const fol
 
 // What a new copy has that an earlier one had not, and the other way round, each by its path in the copy: "added",
 // "changed", "taken back".
-std::map<std::string, const char*> changesSince(const folder_host::FolderProject& project, const KeptReceipt& receipt,
-                                                const folder_host::WorkingCopy& copy,
+std::map<std::string, const char*> changesSince(const EarlierShare& earlier, const folder_host::WorkingCopy& copy,
                                                 const folder_host::HandedOut& result);
 
 }  // namespace project_share

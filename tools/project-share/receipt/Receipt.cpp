@@ -18,7 +18,7 @@ using folder_host::Publication;
 
 namespace {
 
-constexpr const char* CONTENT = "receipt";
+constexpr const char* STAGED = "receipt";
 
 template <class Act>
 auto orFailed(const std::string& file, const Act& act) {
@@ -55,7 +55,7 @@ Receipt::Receipt(const folder_host::WorkingCopy& project, const Place* copy, std
                           return Publication(place_.parent);
                         })),
       descriptor_(orFailed(
-          file_, [&] { return openBeneath(staging_.content(), CONTENT, O_WRONLY | O_CREAT | O_EXCL, 0600); })) {}
+          file_, [&] { return openBeneath(staging_.content(), STAGED, O_WRONLY | O_CREAT | O_EXCL, 0600); })) {}
 
 void Receipt::check(const folder_host::WorkingCopy& project, const Place* copy, const std::string& file) {
   orFailed(file, [&] { return placeOfReceipt(project, copy, file); });
@@ -70,7 +70,7 @@ void Receipt::finish() {
 // The copy has its name by then and is not taken back: it is whole, and only the receipt is missing.
 void Receipt::publish() {
   try {
-    staging_.publishFile(CONTENT, place_.name);
+    staging_.publishFile(STAGED, place_.name);
   } catch (const std::system_error& error) {
     throw Refusal(
         refusals::RECEIPT_FAILED,

@@ -40,10 +40,10 @@ bool isHex(const Part& value) { return value.is_string() && bytesOf(value.get_re
 
 // "2026-11-21T06:40:24Z". The time is printed, so it is in this form or the file is no receipt.
 bool isTime(const Part& value) {
-  constexpr std::string_view FORM = "0000-00-00T00:00:00Z";
+  constexpr std::string_view TIME = "0000-00-00T00:00:00Z";
   const auto* text = value.get_ptr<const std::string*>();
-  return text != nullptr && text->size() == FORM.size() &&
-         std::equal(FORM.begin(), FORM.end(), text->begin(),
+  return text != nullptr && text->size() == TIME.size() &&
+         std::equal(TIME.begin(), TIME.end(), text->begin(),
                     [](char form, char c) { return form == '0' ? c >= '0' && c <= '9' : form == c; });
 }
 
