@@ -157,7 +157,6 @@ bool EntryReader::isUnchanged(const Entry& entry, const struct stat& status) con
 
 // Once more, after the last byte was read: a change meanwhile could have mixed two states in the copy.
 bool EntryReader::isUnchanged(const OpenEntry& file) const {
-  if (file.content) return true;
   const struct stat now = reading(file.entry.path, [&] { return statusOf(file.opened); });
   return isUnchanged(file.entry, now) && !file.hasChanged;
 }
