@@ -145,6 +145,10 @@ FolderProject FolderProject::init(const std::string& folder, const Trust& trust)
   return {std::move(root), std::move(store)};
 }
 
+bool FolderProject::isWithinOne(const std::string& folder) {
+  return !nearestProject(resolvedFolder(folder), [](const fs::path&) { return true; }).empty();
+}
+
 std::string FolderProject::rootOf(const std::string& folder) {
   std::string root = nearestProject(resolvedFolder(folder), [](const fs::path&) { return true; });
   if (root.empty()) {

@@ -35,6 +35,9 @@ class FolderProject {
   // The root of the project that `open` would open, whosever it is. Errors: NOT_A_PROJECT.
   static std::string rootOf(const std::string& folder);
 
+  // Whether the folder is a project or lies in one, whosever it is: a copy that was handed out is one, too.
+  static bool isWithinOne(const std::string& folder);
+
   FolderProject(FolderProject&&) noexcept;
   FolderProject& operator=(FolderProject&&) noexcept;
   ~FolderProject();

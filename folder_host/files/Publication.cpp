@@ -324,6 +324,10 @@ void Publication::giveBack() {
   static_cast<void>(::fsync(parent_.get()) == 0);  // either copy is whole, whichever a power failure leaves
 }
 
+std::string Publication::keepStaging(const std::string& name) {
+  return published_ = renameToFree(parent_, lock_.name, name);
+}
+
 std::string Publication::keepEarlier() {
   std::string kept = renameToFree(parent_, earlierName_, published_);
   earlierName_.clear();

@@ -54,8 +54,10 @@ class Publication {
   // One of the next four is to be called then; whoever is killed before leaves the earlier folder to the next one,
   // which removes it as long as it looks so, and else keeps it under a name of its own.
   void exchange(const std::string& name, const FileId& earlier, const std::string& digest, bool atOnce);
-  // Takes the exchange back: the staging folder is removed with this object.
+  // Takes the exchange back: the staging folder is removed with this object, unless it is kept.
   void giveBack();
+  // Gives the staging folder the first free one of NAME.old, NAME.old-2 ... for good, and tells which.
+  std::string keepStaging(const std::string& name);
   // Gives the earlier folder the first free one of NAME.old, NAME.old-2 ... for good, and tells which.
   std::string keepEarlier();
   // Whoever finds the earlier folder may remove it from here on. `earlier` is that folder.

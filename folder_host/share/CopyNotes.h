@@ -29,7 +29,7 @@ std::string bytesOf(const CopyNotes& notes, const std::string& destination);
 std::optional<CopyNotes> copyNotesIn(std::string_view bytes, const std::string& destination);
 
 // What a project's folder keeps beside its store, for nobody else to read: the notes of the copies that were made last,
-// twenty of them. Of what cannot be read: none.
+// a hundred of them. Of what cannot be read: none.
 CopyNotes readCopyNotes(const Descriptor& storeFolder, const std::string& destination);
 // Replaces those of the destination. Fails with std::system_error.
 void writeCopyNotes(const Descriptor& storeFolder, const std::string& destination, const CopyNotes& notes);

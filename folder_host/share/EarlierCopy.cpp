@@ -1,11 +1,16 @@
 #include "folder_host/share/EarlierCopy.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <utility>
 
 #include "folder_host/Error.h"
+#include "folder_host/files/Path.h"
 #include "folder_host/files/Publication.h"
 
 namespace folder_host {
@@ -29,6 +34,15 @@ Place placeOfEarlier(const std::string& destination) {
 
 }  // namespace
 
+bool isAsNoted(const EarlierCopy& copy, const CopyNotes& notes) {
+  return std::all_of(copy.seen.begin(), copy.seen.end(), [&](const auto& entry) {
+    const auto& [path, state] = entry;
+    if (!S_ISREG(state.mode) || !isEntryPath(path)) return true;
+    const auto noted = notes.find(path);
+    return noted != notes.end() && noted->second.copy == state.stamp;
+  });
+}
+
 EarlierCopy earlierCopyAt(const WorkingCopy& copy, const std::string& destination) {
   return attempt(errors::DESTINATION_UNUSABLE, "cannot update", destination, [&]() -> EarlierCopy {
     Place place = placeOfEarlier(destination);
@@ -44,6 +58,10 @@ EarlierCopy earlierCopyAt(const WorkingCopy& copy, const std::string& destinatio
       refuseAs(errors::DESTINATION_IN_PROJECT, destination, "it lies in the project or holds it");
     }
     Descriptor folder = openBeneath(place.parent, place.name, O_RDONLY | O_DIRECTORY);
+    // Held as long as the folder is open. Where a file system has no such locks, the exchange tells.
+    if (::flock(folder.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+      unusable("it is being updated right now; try again when that is done");
+    }
     FolderState seen = stateOf(folder);
     return {std::move(place), std::move(folder), std::move(seen)};
   });

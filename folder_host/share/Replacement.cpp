@@ -11,9 +11,9 @@ CopyNotes knownOf(const Place& place, const HandOutOptions& options) {
   return takesOver && options.storeFolder != nullptr ? readCopyNotes(*options.storeFolder, place.path()) : CopyNotes{};
 }
 
-bool isUntouched(const EarlierCopy& earlier, const std::string& digest) {
+bool isUntouched(const Descriptor& folder, const std::string& digest) {
   try {
-    return digestOf(stateOf(earlier.folder)) == digest;
+    return digestOf(stateOf(folder)) == digest;
   } catch (const std::system_error&) {
     return false;
   }
@@ -48,11 +48,14 @@ void Replacement::publish(HandedOut& result, std::size_t below) {
 void Replacement::replaceEarlier(HandedOut& result) {
   const EarlierCopy& earlier = *options_.earlier;
   const std::string digest = digestOf(takeover_.takes() ? takeover_.expected() : earlier.seen);
+  const std::string made = takeover_.count() > 0 ? digestOf(stateOf(publication_.content())) : std::string();
   publication_.exchange(place_.name, idOf(statusOf(earlier.folder)), digest, isAtOnce_);
-  const bool untouched = isUntouched(earlier, digest);
+  const bool untouched = isUntouched(earlier.folder, digest);
   if (!untouched && takeover_.count() > 0) {
     publication_.giveBack();
     result.isTakenBack = true;
+    // It had its name for a moment, and somebody may have written to it, too.
+    if (!isUntouched(publication_.content(), made)) result.keptBefore.push_back(publication_.keepStaging(place_.name));
     return;
   }
   result.kept = publication_.earlierName();

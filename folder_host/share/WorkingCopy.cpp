@@ -154,7 +154,7 @@ std::vector<Attachment> WorkingCopy::attachmentsThatLeave() const {
   const std::size_t above = scopePath().empty() ? 0 : scopePath().size() + 1;
   std::vector<Attachment> attachments;
   for (std::size_t i = 0; i < heldBack_.size(); ++i) {
-    if (heldBack_[i]) continue;
+    if (heldBack_[i]) continue;  // nor its labels
     for (const std::size_t label : labels.of(i)) {
       attachments.emplace_back((*table_)[i].path.substr(above), labels.sources().labels()[label].uuid);
     }

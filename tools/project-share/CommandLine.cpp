@@ -407,7 +407,7 @@ ShareWords shareWordsOf(const Words& words) {
   ShareWords share;
   if (!words.whole) share.profile = words.shared.front();
   if (hasDestination) share.destination = words.shared.back();
-  if (words.dryRun && hasDestination && share.destination.empty()) {
+  if (hasDestination && share.destination.empty()) {
     throw CLI::ParseError("DEST needs a name", WRONG_USAGE);
   }
   if (share.destination == "-" && manner().json) {

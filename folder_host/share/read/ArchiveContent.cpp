@@ -302,6 +302,7 @@ class ZipCopy final : public ArchiveCopy {
   void forEach(const Wants& wants, const Visit& visit, const Told& told) override {
     const Utf8Locale locale;
     const std::vector<ZipEntry> directory = zipDirectoryOf(file_, named_);
+    if (directory.empty()) return;  // which libarchive takes for none
     const Reader reader = newReader();
     requireRead(reader, named_, ::archive_read_support_format_zip_seekable(reader.get()));
     check(::lseek(file_.get(), 0, SEEK_SET));

@@ -135,9 +135,13 @@ bool Takeover::note(const OpenEntry& file, const Descriptor& copy) {
 void Takeover::add(const OpenEntry& file, const Stamp& copy, bool isTaken) {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (isTaken) taken_.emplace(std::string(file.path), copy);
-  if (!file.hasChanged && isEarlier(file.entry.changed, listed_)) {
-    notes_[std::string(file.path)] = {stampOf(file.entry), copy};
-  }
+  const bool isKnown = !file.hasChanged && isEarlier(file.entry.changed, listed_);
+  notes_[std::string(file.path)] = {isKnown ? stampOf(file.entry) : Stamp(), copy};
+}
+
+void Takeover::forget(const std::string& path) {
+  const auto noted = notes_.find(path);
+  if (noted != notes_.end()) noted->second.source = {};
 }
 
 FolderState Takeover::expected() const {

@@ -48,8 +48,8 @@ class Takeover {
   };
 
   // `known` are the notes of the earlier copy. Without an earlier copy nothing is taken over. `listed` is when the
-  // project was listed: a file that was changed at that moment could be so once more without a sign of it, and is not
-  // noted. The earlier copy outlives this object.
+  // project was listed: a file that was changed at that moment could be so once more without a sign of it: only its
+  // copy is noted. The earlier copy outlives this object.
   Takeover(const EarlierCopy* earlier, CopyNotes known, bool comparesContent, timespec listed)
       : earlier_(earlier), known_(std::move(known)), comparesContent_(comparesContent), listed_(listed) {}
 
@@ -57,7 +57,8 @@ class Takeover {
   // Notes a file that was written, where it has the mode that it is to have; gives whether it has. May be called in
   // several threads.
   bool note(const OpenEntry& file, const Descriptor& copy);
-  void forget(const std::string& path) { notes_.erase(path); }
+  // The project's file was changed while it was read.
+  void forget(const std::string& path);
 
   // The others are not called while files are taken over.
   std::size_t count() const noexcept { return taken_.size(); }

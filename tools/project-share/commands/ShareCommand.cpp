@@ -171,7 +171,7 @@ folder_host::HandedOut handOut(const ReceiptSource& source, const Target& target
       result.keptBefore.insert(result.keptBefore.begin(), kept.begin(), kept.end());
     }
     if (!result.isTakenBack) return result;
-    target.update->keepInstead();
+    target.update->keepInstead(result.keptBefore);
   }
 }
 

@@ -55,8 +55,11 @@ Update::Update(const folder_host::FolderProject& project, const folder_host::Wor
     share_ = earlierShareOf(project, earlier_, wanted, words.checksum ? CompareBy::content : CompareBy::status,
                             [&](const folder_host::Progress& progress) { checked.show(progress); });
   }
-  keeps_ = !share_.differences.empty();
-  if (!keeps_ || words.replaces) return;
+  const bool isSame = share_.differences.empty();
+  // Sizes and times are what anybody can set: a copy that nothing else vouches for is not removed.
+  const bool isRead = words.checksum && share_.receipt.head.hasContent;
+  keeps_ = !isSame || (!isRead && !isAsNoted(earlier_, readCopyNotes(project.storeFolder(), earlier_.place.path())));
+  if (isSame || words.replaces) return;
   printDifferences(share_.differences);
   throw Refusal(
       refusals::COPY_DIFFERS,
@@ -84,7 +87,9 @@ void Update::setOptions(folder_host::HandOutOptions& options) const {
   };
 }
 
-void Update::keepInstead() {
+void Update::keepInstead(const std::vector<std::string>& kept) {
+  keptBefore_ = kept;
+  earlier_.folder = folder_host::Descriptor();  // with its lock
   earlier_ = earlierCopyAt(copy_, words_.destination);
   keeps_ = true;
 }
@@ -120,8 +125,7 @@ std::vector<Risk> notesOfKept(const folder_host::Place& place, const HandedOut& 
                      fmt::format("{}: it is kept as {}; remove that when you do not need it", why,
                                  inQuotes(place.parentPath + "/" + name))});
   };
-  if (!result.kept.empty())
-    add(result.kept, "the earlier copy is not what was handed out, or was written to meanwhile");
+  if (!result.kept.empty()) add(result.kept, "nothing shows that nobody wrote to the earlier copy");
   for (const std::string& name : result.keptBefore) add(name, "somebody wrote to a copy whose update was interrupted");
   return notes;
 }

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "Refusal.h"
+#include "folder_host/FolderProject.h"
 #include "words/Names.h"
 
 namespace project_share {
@@ -32,9 +33,11 @@ Refusal takenPage(const std::string& file) {
 
 Place placeOfPage(const folder_host::WorkingCopy& project, const std::string& file) {
   Place place = folder_host::placeOf(file);
-  if (liesIn(place, project.listing().folders)) {
-    throw Refusal(refusals::PAGE_MISPLACED,
-                  fmt::format("a page tells what is held back: put {} outside of the project", inQuotes(file)));
+  if (liesIn(place, project.listing().folders) || folder_host::FolderProject::isWithinOne(place.parentPath)) {
+    throw Refusal(
+        refusals::PAGE_MISPLACED,
+        fmt::format("a page tells what is held back: put {} outside of this project, and of any copy or other one",
+                    inQuotes(file)));
   }
   if (isTaken(place)) throw takenPage(file);
   return place;

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 #include "Refusal.h"
@@ -28,13 +30,12 @@ Refusal notThisCopy(const folder_host::EarlierCopy& copy, const std::string& why
           fmt::format("{} cannot be updated: {}; share to another name", inQuotes(copy.place.path()), why)};
 }
 
-// The newest first, up to the last one that is known to have come about.
+// The newest first.
 std::vector<KeptReceipt> receiptsOf(const folder_host::FolderProject& project, const folder_host::EarlierCopy& copy) {
   std::vector<KeptReceipt> all = keptReceipts(project), found;
   for (KeptReceipt& kept : all) {
     if (kept.head.destination != copy.place.path()) continue;
     found.push_back(kept);
-    if (kept.isComplete) break;
   }
   if (!found.empty()) return found;
   const std::string digest = digestOf(*contentOf(copy));
@@ -72,12 +73,21 @@ EarlierShare earlierShareOf(const folder_host::FolderProject& project, const fol
   receipts.erase(std::remove_if(receipts.begin(), receipts.end(), isOther), receipts.end());
   if (receipts.empty()) throw notThisCopy(copy, "it is a copy " + other);
   EarlierShare share;
+  std::optional<Refusal> damaged;
   for (KeptReceipt& kept : receipts) {
-    const auto reader = std::make_shared<ReceiptReader>(openKept(project, kept));
-    const auto content = contentOf(copy);
-    share = {std::move(kept), differencesOf(*content, *reader, by, onProgress), reader};
-    if (share.differences.empty()) break;
+    try {
+      const auto reader = std::make_shared<ReceiptReader>(openKept(project, kept));
+      const auto content = contentOf(copy);
+      share = {kept, differencesOf(*content, *reader, by, onProgress), reader};
+    } catch (const Refusal& error) {
+      if (std::string_view(error.identifier()) != refusals::RECEIPT_UNREADABLE) throw;
+      damaged = error;  // the one before it tells whether the copy is what was handed out then
+      continue;
+    }
+    // Of a share of which it is not known whether it has come about, the one before may be what is there.
+    if (share.differences.empty() || kept.isComplete) break;
   }
+  if (!share.reader) throw *damaged;
   return share;
 }
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Refusal.h"
+#include "folder_host/FolderProject.h"
 #include "words/Names.h"
 
 namespace project_share {
@@ -31,13 +32,14 @@ auto orFailed(const std::string& file, const Act& act) {
 Place placeOfReceipt(const folder_host::WorkingCopy& project, const Place* copy, const std::string& file) {
   const auto misplaced = [&] {
     return Refusal(refusals::RECEIPT_MISPLACED,
-                   fmt::format("a receipt tells what was held back: put {} neither into the project nor in the place "
-                               "of the copy",
+                   fmt::format("a receipt tells what was held back: put {} neither into a project nor into a "
+                               "copy",
                                inQuotes(file)));
   };
   if (copy != nullptr && isWithin(file, *copy)) throw misplaced();
   Place place = folder_host::placeOf(file);
-  if (liesIn(place, project.listing().folders)) throw misplaced();
+  if (liesIn(place, project.listing().folders) || folder_host::FolderProject::isWithinOne(place.parentPath))
+    throw misplaced();
   if (!isTaken(place)) return place;
   throw Refusal(refusals::RECEIPT_EXISTS, fmt::format("{} is already there; choose another name", inQuotes(file)));
 }

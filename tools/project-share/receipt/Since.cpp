@@ -59,9 +59,12 @@ bool isStore(const std::string& path) { return path == folder_host::STORE_FOLDER
 std::optional<std::string> otherThan(const Judgement& judgement, const ReceiptHead& head) {
   const std::string& scope = judgement.copy->scopePath();
   if (head.profileUuid != folder_host::toBytes(judgement.uuid)) {
-    return fmt::format("about {}, and not about profile {}",
-                       head.profileUuid.empty() ? "a whole project" : "profile " + inQuotes(head.profileName),
-                       inQuotes(judgement.name));
+    // Two may have one name: that of another project, or one that was deleted and made once more.
+    return fmt::format("about {}, and not about profile {} ({})",
+                       head.profileUuid.empty()
+                           ? "a whole project"
+                           : fmt::format("profile {} ({})", inQuotes(head.profileName), head.profileUuid),
+                       inQuotes(judgement.name), folder_host::toBytes(judgement.uuid));
   }
   if (head.from == scope) return std::nullopt;
   return head.from.empty() ? "about the whole project; leave out --from"
