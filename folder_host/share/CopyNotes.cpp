@@ -19,7 +19,7 @@ namespace folder_host {
 namespace {
 
 constexpr const char* FOLDER = "copies";
-constexpr std::size_t DIGITS = 64;       // of a digest
+constexpr std::size_t DIGITS = 64;        // of a digest
 constexpr std::size_t MOST_COPIES = 100;  // that are noted
 constexpr std::uint64_t GIGA = 1000000000;
 

@@ -92,6 +92,7 @@ void addCollisions(const WorkingCopy& copy, std::vector<Risk>& risks) {
   std::vector<Collision> collisions;
   for (const Entries& folder : folders) collideIn(folder, collisions);
   std::vector<std::pair<std::string, Collision>> ordered;
+  ordered.reserve(collisions.size());
   for (const Collision& one : collisions) ordered.emplace_back(foldedPath(one.first->path), one);
   std::sort(ordered.begin(), ordered.end(), [](const auto& a, const auto& b) {
     return std::tie(a.first, a.second.first->path) < std::tie(b.first, b.second.first->path);

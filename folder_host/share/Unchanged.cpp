@@ -12,9 +12,9 @@ namespace folder_host {
 
 namespace {
 
-class Comparison {
+class Unchanged {
  public:
-  Comparison(const EarlierCopy& earlier, const CopyNotes& notes, const Source& source)
+  Unchanged(const EarlierCopy& earlier, const CopyNotes& notes, const Source& source)
       : earlier_(earlier), notes_(notes), reader_(source) {}
 
   std::optional<Written> written(const Entry& entry, std::string_view path) {
@@ -86,13 +86,13 @@ std::optional<std::vector<Written>> writtenBefore(const EarlierCopy& earlier, co
                                                   const std::string& store) {
   const std::size_t others = store.empty() ? 1 : 3;  // the copy's folder; its store and the folder of that
   if (earlier.seen.size() != entries.size() + others) return std::nullopt;
-  Comparison comparison(earlier, notes, source);
-  if (!comparison.isTopSame() || !comparison.isStoreSame(store)) return std::nullopt;
+  Unchanged unchanged(earlier, notes, source);
+  if (!unchanged.isTopSame() || !unchanged.isStoreSame(store)) return std::nullopt;
   const std::size_t below = source.top.path.empty() ? 0 : source.top.path.size() + 1;
   std::vector<Written> all;
   all.reserve(entries.size());
   for (const Entry* entry : entries) {
-    const auto written = comparison.written(*entry, std::string_view(entry->path).substr(below));
+    const auto written = unchanged.written(*entry, std::string_view(entry->path).substr(below));
     if (!written) return std::nullopt;
     all.push_back(*written);
   }

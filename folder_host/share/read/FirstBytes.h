@@ -14,8 +14,9 @@ inline constexpr std::size_t FIRST_BYTES = 160;
 // So many, or all of them. Fails with std::system_error.
 std::string firstBytesOf(const Descriptor& file);
 
-// Whether a file that begins so is a project's store, a dump of one, its memory, a receipt, a page or an export, whatever its
-// name. The first key of an export counts behind anything, too: a comment, the mark of a merge or the head of a patch.
+// Whether a file that begins so is a project's store, a dump of one, its memory, a receipt, a page or an export,
+// whatever its name. The first key of an export counts behind anything, too: a comment, the mark of a merge or the head
+// of a patch.
 bool firstBytesTell(std::string_view first);
 
 // The first key of an export: the labels, rules, marks and profiles of a project as one text of JSON. Whoever sorts its

@@ -28,8 +28,8 @@ class Update {
   void setOptions(folder_host::HandOutOptions& options) const;
   // What killed updates left beside it that somebody wrote to, under which names.
   const std::vector<std::string>& keptBefore() const noexcept { return keptBefore_; }
-  // Somebody wrote to the copy while it was updated: looks once more, and keeps it. `kept` are the copies that have been
-  // kept so far.
+  // Somebody wrote to the copy while it was updated: looks once more, and keeps it. `kept` are the copies that have
+  // been kept so far.
   void keepInstead(const std::vector<std::string>& kept);
 
   // Prints what was added, changed and taken back, and gives it as numbers for a program, and as a sentence.

@@ -212,7 +212,8 @@ void addPlaceRisks(const folder_host::WorkingCopy& project, const Mending& mendi
     const std::string& file = project.table()[entry].path;
     judgement.found.add(
         risks::NESTED_PROJECT, file,
-        inQuotes(file) + " is a project's store, a receipt, a page or an export, with rules and names that would be shared",
+        inQuotes(file) +
+            " is a project's store, a receipt, a page or an export, with rules and names that would be shared",
         {mending.holdBack({file})});
   }
 }

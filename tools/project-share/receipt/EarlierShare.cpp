@@ -3,8 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <exception>
 #include <iterator>
-#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -73,7 +73,7 @@ EarlierShare earlierShareOf(const folder_host::FolderProject& project, const fol
   receipts.erase(std::remove_if(receipts.begin(), receipts.end(), isOther), receipts.end());
   if (receipts.empty()) throw notThisCopy(copy, "it is a copy " + other);
   EarlierShare share;
-  std::optional<Refusal> damaged;
+  std::exception_ptr damaged;
   for (KeptReceipt& kept : receipts) {
     try {
       const auto reader = std::make_shared<ReceiptReader>(openKept(project, kept));
@@ -81,13 +81,13 @@ EarlierShare earlierShareOf(const folder_host::FolderProject& project, const fol
       share = {kept, differencesOf(*content, *reader, by, onProgress), reader};
     } catch (const Refusal& error) {
       if (std::string_view(error.identifier()) != refusals::RECEIPT_UNREADABLE) throw;
-      damaged = error;  // the one before it tells whether the copy is what was handed out then
+      damaged = std::current_exception();  // the one before it tells whether the copy is what was handed out then
       continue;
     }
     // Of a share of which it is not known whether it has come about, the one before may be what is there.
     if (share.differences.empty() || kept.isComplete) break;
   }
-  if (!share.reader) throw *damaged;
+  if (!share.reader) std::rethrow_exception(damaged);
   return share;
 }
 
