@@ -1,12 +1,9 @@
 #include "folder_host/share/TreeCopy.h"
 
-#include <sched.h>
-
 #include <chrono>
 #include <csignal>
 #include <exception>
 #include <future>
-#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -95,13 +92,8 @@ void copyFiles(const Source& source, CopyQueue& queue, Sink::Writer& writer, con
 std::future<void> startHelper(const Source& source, CopyQueue& queue, Sink& sink) {
   const WithoutSignals guard;
   try {
-    return std::async(std::launch::async, [&source, &queue, writer = sink.writer()]() mutable {
-      // With a table of its own it does not wait for the other thread at each file that is opened. What it opens is
-      // known to it alone then, and has to be closed by it.
-      static_cast<void>(::unshare(CLONE_FILES));
-      const std::unique_ptr<Sink::Writer> own = std::move(writer);
-      copyFiles(source, queue, *own, [] {});
-    });
+    return std::async(std::launch::async,
+                      [&source, &queue, writer = sink.writer()] { copyFiles(source, queue, *writer, [] {}); });
   } catch (const std::system_error&) {
     return {};
   }
