@@ -92,7 +92,7 @@ inline constexpr RiskKind NOT_AT_ONCE{
     "an update takes two steps, and between them nothing is at the destination: the file system knows no exchange"};
 inline constexpr RiskKind COPY_KEPT{
     "copy-kept", Level::note,
-    "the copy that was updated is kept beside the new one: it is not what was handed out, or was written to meanwhile"};
+    "the copy that was updated is kept beside the new one: nothing shows that nobody wrote to it"};
 inline constexpr RiskKind ALLOW_IDLE{"allow-idle", Level::note, "an --allow allowed nothing"};
 inline constexpr RiskKind LABEL_ON_LINK{"label-on-link", Level::note,
                                         "a label was attached to a link, and not to what it leads to"};
