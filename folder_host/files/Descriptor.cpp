@@ -81,6 +81,23 @@ struct stat statusIn(const Descriptor& folder, const std::string& name) {
 
 FileId idOf(const struct stat& status) noexcept { return {status.st_dev, status.st_ino}; }
 
+std::size_t readAt(const Descriptor& file, char* bytes, std::size_t most, std::uint64_t at) {
+  std::size_t read = 0;
+  while (read < most) {
+    const ssize_t length = ::pread(file.get(), bytes + read, most - read, static_cast<off_t>(at + read));
+    if (length < 0 && errno == EINTR) continue;
+    if (check(length) == 0) break;
+    read += static_cast<std::size_t>(length);
+  }
+  return read;
+}
+
+std::string readAt(const Descriptor& file, std::size_t most, std::uint64_t at) {
+  std::string bytes(most, '\0');
+  bytes.resize(readAt(file, bytes.data(), most, at));
+  return bytes;
+}
+
 void writeAll(const Descriptor& file, std::string_view bytes) {
   while (!bytes.empty()) {
     const ssize_t written = ::write(file.get(), bytes.data(), bytes.size());

@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -54,6 +56,10 @@ struct stat statusOf(const Descriptor& descriptor);
 struct stat statusIn(const Descriptor& folder, const std::string& name);
 
 FileId idOf(const struct stat& status) noexcept;
+
+// Reads from a position on, up to so many bytes; fewer only where the file ends. The file's own position stays.
+std::size_t readAt(const Descriptor& file, char* bytes, std::size_t most, std::uint64_t at);
+std::string readAt(const Descriptor& file, std::size_t most, std::uint64_t at);
 
 // Writes all of the bytes.
 void writeAll(const Descriptor& file, std::string_view bytes);

@@ -6,34 +6,20 @@
 
 #include <cerrno>
 #include <system_error>
-#include <tuple>
 #include <vector>
 
 #include "folder_host/files/Digest.h"
+#include "folder_host/files/Times.h"
 #include "folder_host/text/Packing.h"
 
 namespace folder_host {
 
-namespace {
-
-timespec stampedAt(const statx_timestamp& time) { return {time.tv_sec, static_cast<long>(time.tv_nsec)}; }
-
-auto whenOf(const timespec& time) { return std::make_tuple(time.tv_sec, time.tv_nsec); }
-
-void putMoment(std::string& bytes, const timespec& time) {
-  putNumber(bytes, static_cast<std::uint64_t>(time.tv_sec));
-  putNumber(bytes, static_cast<std::uint64_t>(time.tv_nsec));
-}
-
-}  // namespace
-
 bool isSameButChanged(const Stamp& a, const Stamp& b) noexcept {
-  return a.inode == b.inode && a.size == b.size && whenOf(a.modified) == whenOf(b.modified) &&
-         whenOf(a.born) == whenOf(b.born);
+  return a.inode == b.inode && a.size == b.size && isSameTime(a.modified, b.modified) && isSameTime(a.born, b.born);
 }
 
 bool operator==(const Stamp& a, const Stamp& b) noexcept {
-  return isSameButChanged(a, b) && whenOf(a.changed) == whenOf(b.changed);
+  return isSameButChanged(a, b) && isSameTime(a.changed, b.changed);
 }
 
 EntryState stateIn(const Descriptor& folder, const std::string& name) {
@@ -41,8 +27,8 @@ EntryState stateIn(const Descriptor& folder, const std::string& name) {
   const int flags = AT_SYMLINK_NOFOLLOW | (name.empty() ? AT_EMPTY_PATH : 0);
   check(::statx(folder.get(), name.c_str(), flags, STATX_BASIC_STATS | STATX_BTIME, &status));
   EntryState state;
-  state.stamp = {status.stx_ino, status.stx_size, stampedAt(status.stx_mtime), stampedAt(status.stx_ctime), {}};
-  if ((status.stx_mask & STATX_BTIME) != 0) state.stamp.born = stampedAt(status.stx_btime);
+  state.stamp = {status.stx_ino, status.stx_size, timeOf(status.stx_mtime), timeOf(status.stx_ctime), {}};
+  if ((status.stx_mask & STATX_BTIME) != 0) state.stamp.born = timeOf(status.stx_btime);
   state.device = makedev(status.stx_dev_major, status.stx_dev_minor);
   state.mode = status.stx_mode;
   state.owner = status.stx_uid;
@@ -72,18 +58,19 @@ FolderState stateOf(const Descriptor& folder) {
 
 // A rename sets the time of change of the folder itself, too.
 std::string digestOf(const FolderState& state) {
-  constexpr std::size_t ENOUGH = std::size_t{1} << 20U;
+  Sha256 digest;
   std::string bytes;
   for (const auto& [path, entry] : state) {
     putText(bytes, path);
     for (const std::uint64_t number : {entry.stamp.inode, entry.stamp.size, std::uint64_t{entry.mode},
                                        std::uint64_t{entry.owner}, std::uint64_t{entry.group}})
       putNumber(bytes, number);
-    putMoment(bytes, entry.stamp.modified);
-    putMoment(bytes, path.empty() ? timespec{} : entry.stamp.changed);
-    if (bytes.size() > ENOUGH) bytes = sha256Of(bytes);
+    putTime(bytes, entry.stamp.modified);
+    putTime(bytes, path.empty() ? timespec{} : entry.stamp.changed);
+    digest.add(bytes);
+    bytes.clear();
   }
-  return sha256Of(bytes);
+  return digest.finish();
 }
 
 }  // namespace folder_host

@@ -16,6 +16,7 @@
 
 #include "folder_host/Error.h"
 #include "folder_host/files/Descriptor.h"
+#include "folder_host/files/Times.h"
 
 namespace folder_host {
 
@@ -26,8 +27,6 @@ void sort(std::vector<Entry>& entries) {
   const auto before = [](const Entry& a, const Entry& b) { return a.path < b.path; };
   if (!std::is_sorted(entries.begin(), entries.end(), before)) std::sort(entries.begin(), entries.end(), before);
 }
-
-timespec timeOf(const statx_timestamp& time) { return {time.tv_sec, static_cast<long>(time.tv_nsec)}; }
 
 // Here inode numbers are made up at each mount, or by whoever answers: FUSE, FAT, exFAT, CIFS and SMB 2, 9P.
 bool keepsInodes(const struct statfs& status) {

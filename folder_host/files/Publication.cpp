@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <exception>
 #include <string_view>
@@ -23,11 +22,7 @@ namespace folder_host {
 
 namespace {
 
-std::string readStart(const Descriptor& file) {
-  std::array<char, 2048> bytes{};
-  const ssize_t length = check(::pread(file.get(), bytes.data(), bytes.size(), 0));
-  return {bytes.data(), static_cast<std::size_t>(length)};
-}
+constexpr std::size_t LONGEST_LOCK = 2048;
 
 // Lets the owner do what has to be done in it, by what it is: its name may lead elsewhere by now.
 void openUp(const Descriptor& folder) {
@@ -132,7 +127,7 @@ class Abandoned {
   // find it again.
   void remove(std::vector<std::string>& kept) {
     if (!isMine(statusOf(lock_), S_IFREG) || ::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) return;
-    text_ = LockText(readStart(lock_), name_);
+    text_ = LockText(readAt(lock_, LONGEST_LOCK, 0), name_);
     if (!text_.isOurs) return;
     for (const std::string& name : {asideNameOf(name_), name_}) {
       if (!text_.earlier.empty() || name == name_) settle(name, kept);

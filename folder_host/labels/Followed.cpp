@@ -9,6 +9,7 @@
 
 #include "folder_host/files/Descriptor.h"
 #include "folder_host/files/Path.h"
+#include "folder_host/files/Times.h"
 #include "folder_host/text/FoldedName.h"
 #include "folder_host/text/SideNames.h"
 
@@ -17,10 +18,6 @@ namespace folder_host {
 namespace {
 
 using Indices = std::vector<std::size_t>;
-
-bool isEarlier(const timespec& a, const timespec& b) {
-  return std::tie(a.tv_sec, a.tv_nsec) < std::tie(b.tv_sec, b.tv_nsec);
-}
 
 // Whether a program leaves under this name what it makes of that file or folder.
 bool isSideName(std::string_view name, std::string_view of) {
@@ -457,8 +454,7 @@ std::vector<std::size_t> Followed::candidatesFor(const Lost& lost) const {
     if (claims_[i] != NONE) continue;  // it is something else that was remembered
     int rank = nameOf(entry.path) == nameOf(lost.path) ? -2 : 0;
     if (remembered != memory_.entries.end() && entry.kind == EntryKind::file && entry.size != 0) {
-      const bool sameTime =
-          !isEarlier(entry.modified, remembered->modified) && !isEarlier(remembered->modified, entry.modified);
+      const bool sameTime = isSameTime(entry.modified, remembered->modified);
       rank -= (entry.size == remembered->size ? 2 : 0) + (sameTime ? 1 : 0);
     }
     if (rank < -1) ranked.emplace_back(rank, i);

@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <map>
 #include <string_view>
@@ -25,16 +24,6 @@ namespace {
 constexpr const char* NAME = "memory";
 constexpr const char* NEXT = "memory.next";
 constexpr std::size_t DIGEST = 64;
-
-void putTime(std::string& bytes, const timespec& time) {
-  putNumber(bytes, static_cast<std::uint64_t>(time.tv_sec));
-  putNumber(bytes, static_cast<std::uint64_t>(time.tv_nsec));
-}
-
-timespec timeIn(Unpacker& parser) {
-  const auto seconds = static_cast<time_t>(parser.number());
-  return {seconds, static_cast<long>(parser.number(999999999))};
-}
 
 using LabelSets = std::vector<LabelNames>;
 
@@ -64,29 +53,15 @@ Remembered entryIn(Unpacker& parser, const LabelSets& sets) {
   Identity identity;
   identity.fileSystem = parser.number();
   identity.inode = parser.number();
-  const timespec born = timeIn(parser);
+  const timespec born = parser.time();
   identity.bornSeconds = born.tv_sec;
   identity.bornNanoseconds = born.tv_nsec;
   if (identity.fileSystem != 0) entry.identity = identity;
   entry.size = parser.number();
-  entry.modified = timeIn(parser);
+  entry.modified = parser.time();
   entry.missing = static_cast<Remembered::Missing>(parser.number(2));
   entry.isWay = parser.number(1) != 0;
   return entry;
-}
-
-std::string readAll(const Descriptor& file, std::size_t size) {
-  std::string bytes(size, '\0');
-  std::size_t length = 0;
-  while (length < size) {
-    const ssize_t more = ::read(file.get(), &bytes[length], size - length);
-    if (more < 0 && errno == EINTR) continue;
-    check(more);
-    if (more == 0) break;
-    length += static_cast<std::size_t>(more);
-  }
-  bytes.resize(length);
-  return bytes;
 }
 
 // Frees a name of ours. A folder, which is nobody's here, is moved aside: there may be something in it.
@@ -131,7 +106,7 @@ std::optional<Memory> memoryIn(std::string_view bytes) {
   if (sha256Of(content) != bytes.substr(content.size())) return std::nullopt;
   Unpacker parser(content.substr(MEMORY_HEAD.size()));
   Memory memory;
-  memory.written = timeIn(parser);
+  memory.written = parser.time();
   LabelSets sets(parser.count(sizeof(std::uint64_t)));
   for (LabelNames& set : sets) {
     std::vector<std::u16string> uuids(parser.count(sizeof(std::uint64_t)));
@@ -159,7 +134,7 @@ Memory readMemory(const Descriptor& storeFolder) {
     const Descriptor file = openBeneath(storeFolder, NAME, O_RDONLY | O_NONBLOCK);
     const struct stat status = statusOf(file);
     if (S_ISREG(status.st_mode) && status.st_size <= MOST) {
-      if (auto memory = memoryIn(readAll(file, static_cast<std::size_t>(status.st_size)))) return *std::move(memory);
+      if (auto memory = memoryIn(readAt(file, static_cast<std::size_t>(status.st_size), 0))) return *std::move(memory);
     }
   } catch (const std::system_error& error) {
     const int code = error.code().value();

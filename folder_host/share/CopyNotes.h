@@ -1,10 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "folder_host/files/Descriptor.h"
 #include "folder_host/files/FolderState.h"
@@ -20,18 +21,34 @@ struct CopiedFile {
   Stamp copy;
 };
 
-// By the path in the copy. By these an update tells without reading that neither has changed. Where they are lost, or
-// are not true any more, files are copied that need not be.
-using CopyNotes = std::map<std::string, CopiedFile, std::less<>>;
+// What was noted of a copy's files. By it an update tells without reading that neither the project's file nor the
+// copy's has changed. Where it is lost, or is not true any more, files are copied that need not be.
+class CopyNotes {
+ public:
+  CopyNotes() = default;
+  // From the bytes that were written, whoever made them: empty where they are any others, or another destination's.
+  CopyNotes(std::string bytes, const std::string& destination);
 
-std::string bytesOf(const CopyNotes& notes, const std::string& destination);
-// From such bytes, whoever made them; none of any others, or of another destination's.
-std::optional<CopyNotes> copyNotesIn(std::string_view bytes, const std::string& destination);
+  std::size_t size() const noexcept { return files_.size(); }
+  // By the path in the copy.
+  std::optional<CopiedFile> find(std::string_view path) const;
+
+ private:
+  // Where each begins, in the order of the paths; nothing where the bytes are not what was written.
+  std::vector<std::size_t> filesIn(std::string_view bytes, const std::string& destination) const;
+
+  std::string bytes_;  // there may be very many files: they stay packed
+  std::vector<std::size_t> files_;
+};
 
 // What a project's folder keeps beside its store, for nobody else to read: the notes of the copies that were made last,
 // a hundred of them. Of what cannot be read: none.
 CopyNotes readCopyNotes(const Descriptor& storeFolder, const std::string& destination);
-// Replaces those of the destination. Fails with std::system_error.
-void writeCopyNotes(const Descriptor& storeFolder, const std::string& destination, const CopyNotes& notes);
+
+using NoteFile = std::function<void(std::string_view path, const CopiedFile&)>;
+// Replaces those of the destination by `count` files, each of which `noteAll` notes, in the order of their paths. Fails
+// with std::system_error.
+void writeCopyNotes(const Descriptor& storeFolder, const std::string& destination, std::size_t count,
+                    const std::function<void(const NoteFile&)>& noteAll);
 
 }  // namespace folder_host

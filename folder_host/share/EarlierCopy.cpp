@@ -39,7 +39,7 @@ bool isAsNoted(const EarlierCopy& copy, const CopyNotes& notes) {
     const auto& [path, state] = entry;
     if (!S_ISREG(state.mode) || !isEntryPath(path)) return true;
     const auto noted = notes.find(path);
-    return noted != notes.end() && noted->second.copy == state.stamp;
+    return noted && noted->copy == state.stamp;
   });
 }
 

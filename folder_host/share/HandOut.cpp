@@ -81,7 +81,7 @@ class Work {
     };
     result_.changed = copyTree(source, entries_, sink, onProgress, &written);
     std::sort(result_.changed.begin(), result_.changed.end());
-    setWritten(written);
+    setWritten(std::move(written));
     if (!options_.isPlain) {
       const std::string store = copy_.storeOfWhatIsShared();
       result_.store = {store.size(), sha256Of(store)};
@@ -92,14 +92,13 @@ class Work {
   }
 
   // Whether the earlier copy is what would be written: then that is the result.
-  bool isWrittenBefore(const Place& place) {
+  bool isWrittenBefore(const CopyNotes& known) {
     const EarlierCopy* earlier = options_.earlier;
     if (earlier == nullptr || options_.keepsEarlier || options_.comparesContent || options_.storeFolder == nullptr) {
       return false;
     }
     const std::string store = options_.isPlain ? std::string() : copy_.storeOfWhatIsShared();
-    auto written =
-        writtenBefore(*earlier, readCopyNotes(*options_.storeFolder, place.path()), openSource(), entries_, store);
+    auto written = writtenBefore(*earlier, known, openSource(), entries_, store);
     if (!written) return false;
     result_.written = std::move(*written);
     if (!store.empty()) result_.store = {store.size(), sha256Of(store)};
@@ -125,15 +124,17 @@ class Work {
   }
 
   // In the order of the listing, in which the entries lie side by side.
-  void setWritten(const std::vector<Written>& written) {
+  void setWritten(std::vector<Written> written) {
+    for (Written& one : written) one.modified = timeIn(options_.shape, one.modified);
+    if (std::is_sorted(entries_.begin(), entries_.end())) {
+      result_.written = std::move(written);
+      return;
+    }
     std::vector<std::size_t> order(entries_.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
-    const auto isBefore = [&](std::size_t a, std::size_t b) { return entries_[a] < entries_[b]; };
-    if (!std::is_sorted(order.begin(), order.end(), isBefore)) std::sort(order.begin(), order.end(), isBefore);
-    for (const std::size_t at : order) {
-      result_.written.push_back(written[at]);
-      result_.written.back().modified = timeIn(options_.shape, written[at].modified);
-    }
+    std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) { return entries_[a] < entries_[b]; });
+    result_.written.reserve(order.size());
+    for (const std::size_t at : order) result_.written.push_back(written[at]);
   }
 
   const WorkingCopy& copy_;
@@ -144,19 +145,20 @@ class Work {
 };
 
 void makeFolder(Work& work, const Place& place, const WorkingCopy& copy, const HandOutOptions& options) {
-  if (work.isWrittenBefore(place)) {
+  const bool isUpdate = options.earlier != nullptr && !options.keepsEarlier && options.storeFolder != nullptr;
+  CopyNotes known = isUpdate ? readCopyNotes(*options.storeFolder, place.path()) : CopyNotes();
+  if (work.isWrittenBefore(known)) {
     work.tell(openFolderCopy(place.path()).get());
     const FileId there = idOf(statusIn(place.parent, place.name));
     if (!(there == idOf(statusOf(options.earlier->folder)))) throw std::system_error(EEXIST, std::generic_category());
     return;
   }
   Publication publication(place.parent);
-  Replacement replacement(publication, place, options, copy.listing().begun);
+  Replacement replacement(publication, place, options, copy, std::move(known));
   FolderSink sink(publication, replacement.takeover());
   work.writeInto(sink);
   work.tell(openFolderCopy("/proc/self/fd/" + std::to_string(publication.content().get()) + "/.").get());
-  const std::string& scope = copy.scopePath();
-  replacement.publish(work.result(), scope.empty() ? 0 : scope.size() + 1);
+  replacement.publish(work.result());
 }
 
 // Nobody else gets into the private folder, so the file has the mode of any new one from the beginning.

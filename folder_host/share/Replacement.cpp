@@ -1,15 +1,11 @@
 #include "folder_host/share/Replacement.h"
 
 #include <system_error>
+#include <utility>
 
 namespace folder_host {
 
 namespace {
-
-CopyNotes knownOf(const Place& place, const HandOutOptions& options) {
-  const bool takesOver = options.earlier != nullptr && !options.keepsEarlier;
-  return takesOver && options.storeFolder != nullptr ? readCopyNotes(*options.storeFolder, place.path()) : CopyNotes{};
-}
 
 bool isUntouched(const Descriptor& folder, const std::string& digest) {
   try {
@@ -21,19 +17,19 @@ bool isUntouched(const Descriptor& folder, const std::string& digest) {
 
 }  // namespace
 
-Replacement::Replacement(Publication& publication, const Place& place, const HandOutOptions& options, timespec listed)
+Replacement::Replacement(Publication& publication, const Place& place, const HandOutOptions& options,
+                         const WorkingCopy& copy, CopyNotes known)
     : publication_(publication),
       place_(place),
       options_(options),
-      takeover_(options.keepsEarlier ? nullptr : options.earlier, knownOf(place, options), options.comparesContent,
-                listed),
+      takeover_(options.keepsEarlier ? nullptr : options.earlier, std::move(known), options.comparesContent, copy),
       isNoted_(options.storeFolder != nullptr || takeover_.takes()),
       isAtOnce_(options.earlier == nullptr || publication.exchangesAtOnce()) {
   if (!isAtOnce_ && options.beforeTwoSteps) options.beforeTwoSteps();
 }
 
-void Replacement::publish(HandedOut& result, std::size_t below) {
-  for (const std::string& path : result.changed) takeover_.forget(path.substr(below));
+void Replacement::publish(HandedOut& result) {
+  for (const std::string& path : result.changed) takeover_.forget(path);
   result.takenOver = takeover_.count();
   if (options_.earlier != nullptr) {
     replaceEarlier(result);
@@ -75,7 +71,7 @@ void Replacement::replaceEarlier(HandedOut& result) {
 // A note that is lost costs a copy.
 void Replacement::keepNotes() const {
   try {
-    if (options_.storeFolder != nullptr) writeCopyNotes(*options_.storeFolder, place_.path(), takeover_.notes());
+    if (options_.storeFolder != nullptr) takeover_.writeNotes(*options_.storeFolder, place_.path());
   } catch (const std::system_error&) {
   }
 }

@@ -10,14 +10,14 @@ namespace folder_host {
 // copy; and what is noted for the next one. All of it fails with std::system_error.
 class Replacement {
  public:
-  // All of them outlive this object. `listed` is when the project was listed. What the options' beforeTwoSteps throws
-  // passes.
-  Replacement(Publication& publication, const Place& place, const HandOutOptions& options, timespec listed);
+  // All of them outlive this object. `known` are the notes of the copy that is at the place. What the options'
+  // beforeTwoSteps throws passes.
+  Replacement(Publication& publication, const Place& place, const HandOutOptions& options, const WorkingCopy& copy,
+              CopyNotes known);
 
   // For the sink; null where nothing is taken over or noted.
   Takeover* takeover() noexcept { return isNoted_ ? &takeover_ : nullptr; }
-  // `below`: where a path in the copy begins in that of an entry.
-  void publish(HandedOut& result, std::size_t below);
+  void publish(HandedOut& result);
 
  private:
   void replaceEarlier(HandedOut& result);

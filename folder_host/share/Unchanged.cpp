@@ -6,6 +6,7 @@
 
 #include <utility>
 
+#include "folder_host/files/Times.h"
 #include "folder_host/share/sinks/Takeover.h"
 
 namespace folder_host {
@@ -43,29 +44,24 @@ class Unchanged {
     if (above.owner != ::geteuid() || seen.owner != ::geteuid() || seen.links != 1) return false;
     if (store.empty() || seen.stamp.size != store.size() || !isBare(STORE_FOLDER)) return false;
     const Descriptor opened = openBeneath(earlier_.folder, STORE_FILE, O_RDONLY | O_NONBLOCK);
-    std::string bytes(store.size() + 1, '\0');
-    const ssize_t length = check(::pread(opened.get(), bytes.data(), bytes.size(), 0));
-    return std::string_view(bytes.data(), static_cast<std::size_t>(length)) == store &&
-           ::flistxattr(opened.get(), nullptr, 0) == 0;
+    return readAt(opened, store.size() + 1, 0) == store && ::flistxattr(opened.get(), nullptr, 0) == 0;
   }
 
  private:
   bool isSameFile(const Entry& entry, std::string_view path, const EntryState& seen) const {
     const auto noted = notes_.find(path);
-    return noted != notes_.end() && S_ISREG(seen.mode) && seen.links == 1 && noted->second.copy == seen.stamp &&
-           noted->second.source == stampOf(entry);
+    return noted && S_ISREG(seen.mode) && seen.links == 1 && noted->copy == seen.stamp &&
+           noted->source == stampOf(entry);
   }
 
   // Folders are in no notes: an access list may have come, of either, that the mode does not show.
   bool isSameFolder(const OpenEntry& folder, const EntryState& seen) const {
-    const timespec &time = folder.status.st_mtim, &there = seen.stamp.modified;
-    return S_ISDIR(seen.mode) && (seen.mode & 07777U) == folder.permissions && time.tv_sec == there.tv_sec &&
-           time.tv_nsec == there.tv_nsec && isBare(std::string(folder.path));
+    return S_ISDIR(seen.mode) && (seen.mode & 07777U) == folder.permissions &&
+           isSameTime(folder.status.st_mtim, seen.stamp.modified) && isBare(std::string(folder.path));
   }
 
   bool isSameLink(const OpenEntry& link, const EntryState& seen) const {
-    const timespec &time = link.status.st_mtim, &there = seen.stamp.modified;
-    return S_ISLNK(seen.mode) && time.tv_sec == there.tv_sec && time.tv_nsec == there.tv_nsec &&
+    return S_ISLNK(seen.mode) && isSameTime(link.status.st_mtim, seen.stamp.modified) &&
            readLink(openBeneath(earlier_.folder, std::string(link.path), O_PATH), "") == link.entry.target;
   }
 

@@ -151,12 +151,11 @@ HostRemovals WorkingCopy::applyHostRules() { return holdBackByHostRules(*table_,
 // A mark on a missing path does not leave: the path is a name, and perhaps that of what was held back.
 std::vector<Attachment> WorkingCopy::attachmentsThatLeave() const {
   const EffectiveLabels& labels = effective();
-  const std::size_t above = scopePath().empty() ? 0 : scopePath().size() + 1;
   std::vector<Attachment> attachments;
   for (std::size_t i = 0; i < heldBack_.size(); ++i) {
     if (heldBack_[i]) continue;  // nor its labels
     for (const std::size_t label : labels.of(i)) {
-      attachments.emplace_back((*table_)[i].path.substr(above), labels.sources().labels()[label].uuid);
+      attachments.emplace_back(pathInCopy((*table_)[i].path), labels.sources().labels()[label].uuid);
     }
   }
   return attachments;

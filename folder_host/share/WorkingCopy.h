@@ -64,6 +64,10 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   std::size_t scope() const noexcept { return scope_; }
   const std::string& scopePath() const;  // of the project's own: empty
   void setScope(std::size_t folder) noexcept { scope_ = folder; }
+  // Of an entry in the scope, relative to it; valid as long as that path.
+  std::string_view pathInCopy(std::string_view path) const {
+    return path.substr(scopePath().empty() ? 0 : scopePath().size() + 1);
+  }
   // The entries that lie in it, at any depth.
   Selection inScope() const;
   // Holds back what does not lie in the scope, the folder itself included, and then what the host does not hand out of

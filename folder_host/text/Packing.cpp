@@ -11,6 +11,11 @@ void putText(std::string& bytes, std::string_view text) {
   bytes += text;
 }
 
+void putTime(std::string& bytes, const timespec& time) {
+  putNumber(bytes, static_cast<std::uint64_t>(time.tv_sec));
+  putNumber(bytes, static_cast<std::uint64_t>(time.tv_nsec));
+}
+
 std::uint64_t Unpacker::number() {
   const std::string_view bytes = take(sizeof(std::uint64_t));
   std::uint64_t number = 0;
@@ -22,6 +27,12 @@ std::uint64_t Unpacker::number(std::uint64_t most) {
   const std::uint64_t value = number();
   if (value > most) fails_ = true;
   return fails_ ? 0 : value;
+}
+
+timespec Unpacker::time() {
+  constexpr std::uint64_t MOST = 999999999;
+  const auto seconds = static_cast<time_t>(number());
+  return {seconds, static_cast<long>(number(MOST))};
 }
 
 std::string_view Unpacker::take(std::size_t count) {

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <exception>
 #include <set>
@@ -116,16 +115,8 @@ class Stream {
 
  private:
   std::size_t read() {
-    std::size_t size = 0;
-    while (size < READ_SIZE) {
-      const ssize_t length =
-          ::pread(file_.get(), buffer_.data() + size, READ_SIZE - size, static_cast<off_t>(at_ + size));
-      if (length < 0 && errno == EINTR) continue;
-      if (length < 0) throw systemFailure(errors::ARCHIVE_UNREADABLE, "cannot read", named_, errno);
-      if (length == 0) break;
-      size += static_cast<std::size_t>(length);
-    }
-    return size;
+    return attempt(errors::ARCHIVE_UNREADABLE, "cannot read", named_,
+                   [&] { return readAt(file_, buffer_.data(), READ_SIZE, at_); });
   }
 
   std::size_t expand() {
@@ -338,15 +329,14 @@ class ZipCopy final : public ArchiveCopy {
 
 Packing packingOf(const Descriptor& file, const std::string& named) {
   using namespace std::literals;
-  std::array<char, TAR_BLOCK> bytes{};
-  const auto size = static_cast<std::size_t>(check(::pread(file.get(), bytes.data(), bytes.size(), 0)));
-  const std::string_view first(bytes.data(), size);
+  const std::string bytes = readAt(file, TAR_BLOCK, 0);
+  const std::string_view first(bytes);
   const auto begins = [&](std::string_view magic) { return first.substr(0, magic.size()) == magic; };
   if (begins("\x1f\x8b"sv)) return Packing::gzip;
   if (begins("\x28\xb5\x2f\xfd"sv)) return Packing::zstd;
   if (begins("PK\x03\x04"sv) || begins("PK\x05\x06"sv)) return Packing::zip;
   const bool isEmpty = first.find_first_not_of('\0') == std::string_view::npos;
-  if (size == TAR_BLOCK && (isEmpty || first.substr(257, 5) == "ustar"sv)) return Packing::none;
+  if (first.size() == TAR_BLOCK && (isEmpty || first.substr(257, 5) == "ustar"sv)) return Packing::none;
   throw noCopy(named, "it is neither a folder nor a tar or zip that a share makes");
 }
 

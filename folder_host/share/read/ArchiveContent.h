@@ -17,7 +17,7 @@ inline constexpr std::uint64_t ANY_AMOUNT = UINT64_MAX;
 // - Names are told as they stand, absolute ones and those with ".." among them; a hard link is `isOther`, like a
 //   device.
 // - ARCHIVE_UNREADABLE, at the entry: one that comes twice, that is sparse or encrypted, whose head takes more than
-//   megabytes; an archive that is cut short, goes on behind its end, has a checksum in a tar.s heads or of a zip.s file
+//   megabytes; an archive that is cut short, goes on behind its end, has a checksum in a tar's heads or of a zip's file
 //   that does not hold, is compressed twice, or expands to more than `most`; of a zip also entries that are not one
 //   behind the other, that its directory and its local heads describe in two ways, or that are compressed otherwise
 //   than by deflate.

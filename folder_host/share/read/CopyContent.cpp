@@ -91,9 +91,9 @@ void CopyDigest::add(const std::string& path, EntryKind kind, const std::string&
 
 std::string CopyDigest::finish() {
   if (!std::is_sorted(lines_.begin(), lines_.end())) std::sort(lines_.begin(), lines_.end());
-  std::string all;
-  for (const std::string& line : std::exchange(lines_, {})) all += line;
-  return sha256Of(all);
+  Sha256 digest;
+  for (const std::string& line : std::exchange(lines_, {})) digest.add(line);
+  return digest.finish();
 }
 
 std::string digestOf(CopyContent& copy) {

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "folder_host/files/Permissions.h"
+#include "folder_host/files/Times.h"
 #include "folder_host/share/read/FirstBytes.h"
 
 namespace folder_host {
@@ -43,7 +44,7 @@ void requireListed(const Entry& entry, mode_t type, const struct stat& status) {
 // Of the very thing that was listed. By the time of change and not of modification, which any program can set back.
 bool isAsListed(const Entry& entry, const struct stat& status) {
   const bool sized = entry.kind != EntryKind::file || static_cast<std::uint64_t>(status.st_size) == entry.size;
-  return sized && status.st_ctim.tv_sec == entry.changed.tv_sec && status.st_ctim.tv_nsec == entry.changed.tv_nsec;
+  return sized && isSameTime(status.st_ctim, entry.changed);
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 #include "folder_host/share/read/ZipDirectory.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <string_view>
 
 #include "folder_host/Error.h"
@@ -52,20 +49,6 @@ class Block {
   const std::string& named_;
 };
 
-std::string readAt(const Descriptor& file, std::uint64_t at, std::uint64_t size) {
-  std::string bytes(static_cast<std::size_t>(size), '\0');
-  std::size_t read = 0;
-  while (read < bytes.size()) {
-    const ssize_t length = ::pread(file.get(), bytes.data() + read, bytes.size() - read, static_cast<off_t>(at + read));
-    if (length < 0 && errno == EINTR) continue;
-    if (length < 0) throwErrno();
-    if (length == 0) break;
-    read += static_cast<std::size_t>(length);
-  }
-  bytes.resize(read);
-  return bytes;
-}
-
 struct Extent {
   std::uint64_t entries, size, at;
 };
@@ -74,7 +57,7 @@ struct Extent {
 Extent directoryIn(const Descriptor& file, const std::string& named) {
   const auto length = static_cast<std::uint64_t>(statusOf(file).st_size);
   const std::uint64_t tail = std::min<std::uint64_t>(length, END + LOCATOR + END_64);
-  const std::string last = readAt(file, length - tail, tail);
+  const std::string last = readAt(file, static_cast<std::size_t>(tail), length - tail);
   const Block all(last, named);
   all.require(tail >= END);
   const Block end = all.part(tail - END, END);
@@ -114,10 +97,11 @@ void readExtra(const Block& extra, const std::vector<std::uint64_t*>& numbers) {
   }
 }
 
-// One behind the other, the local heads are compared with the directory.
+// One behind the other and all before the directory, the local heads are compared with it.
 class Locals {
  public:
-  Locals(const Descriptor& file, const std::string& named) : file_(file), named_(named) {}
+  Locals(const Descriptor& file, const std::string& named, std::uint64_t directory)
+      : file_(file), named_(named), directory_(directory) {}
 
   ZipEntry entry(const Block& central) {
     std::uint64_t packed = central.u32(20), at = central.u32(42);
@@ -130,16 +114,17 @@ class Locals {
     const bool isLink = S_ISLNK(entry.mode);
     // Unix has made it: else the mode means nothing. Of the flags, the one for encryption is the first.
     central.require(central.u16(4) >> 8U == 3 && (central.u16(8) & ~std::uint64_t{0x080e}) == 0 &&
-                    (method == 0 || (method == 8 && !isLink)) && at >= end_ &&
+                    (method == 0 || (method == 8 && !isLink)) && at >= end_ && at <= directory_ &&
                     at - end_ <= (end_ == 0 ? 0 : LONGEST_DESCRIPTOR) && (!isLink || packed <= LONGEST_TARGET));
     central.require(method != 0 || packed == entry.size);
-    const std::string bytes = readAt(file_, at, LOCAL + entry.name.size() + LONGEST_EXTRA);
+    const std::string bytes = readAt(file_, LOCAL + entry.name.size() + LONGEST_EXTRA, at);
     const Block local(bytes, named_);
     local.require(local.u32(0) == 0x04034b50 && local.u16(6) == central.u16(8) && local.u16(8) == method &&
                   local.part(LOCAL, local.u16(26)).bytes() == entry.name);
     const std::uint64_t extra = local.u16(28), head = LOCAL + entry.name.size() + extra;
-    readExtra(local.part(LOCAL + entry.name.size(), extra), {});
-    if (isLink) entry.target = readAt(file_, at + head, packed);
+    local.require(head <= directory_ - at && packed <= directory_ - at - head);
+    requireSizes(local, local.part(LOCAL + entry.name.size(), extra), entry.size, packed);
+    if (isLink) entry.target = readAt(file_, static_cast<std::size_t>(packed), at + head);
     end_ = at + head + packed;
     return entry;
   }
@@ -147,8 +132,19 @@ class Locals {
   std::uint64_t end() const { return end_; }
 
  private:
+  // Who unpacks as he reads goes by these. Where they stand behind what is compressed, there may be none here.
+  static void requireSizes(const Block& local, const Block& extra, std::uint64_t size, std::uint64_t packed) {
+    constexpr std::uint64_t SIZES_FOLLOW = 8;  // of the flags
+    std::uint64_t localSize = local.u32(22), localPacked = local.u32(18);
+    readExtra(extra, {&localSize, &localPacked});
+    const bool mayLack = (local.u16(6) & SIZES_FOLLOW) != 0;
+    local.require((localSize == size || (mayLack && localSize == 0)) &&
+                  (localPacked == packed || (mayLack && localPacked == 0)));
+  }
+
   const Descriptor& file_;
   const std::string& named_;
+  const std::uint64_t directory_;  // where it begins
   std::uint64_t end_ = 0;
 };
 
@@ -156,9 +152,9 @@ class Locals {
 
 std::vector<ZipEntry> zipDirectoryOf(const Descriptor& file, const std::string& named) {
   const Extent extent = directoryIn(file, named);
-  const std::string bytes = readAt(file, extent.at, extent.size);
+  const std::string bytes = readAt(file, static_cast<std::size_t>(extent.size), extent.at);
   const Block all(bytes, named);
-  Locals locals(file, named);
+  Locals locals(file, named, extent.at);
   std::vector<ZipEntry> entries;
   std::uint64_t at = 0;
   while (at < extent.size) {
@@ -168,7 +164,7 @@ std::vector<ZipEntry> zipDirectoryOf(const Descriptor& file, const std::string& 
     entries.push_back(locals.entry(all.part(at, size)));
     at += size;
   }
-  all.require(bytes.size() == extent.size && entries.size() == extent.entries && locals.end() <= extent.at &&
+  all.require(bytes.size() == extent.size && entries.size() == extent.entries &&
               extent.at - locals.end() <= LONGEST_DESCRIPTOR);
   return entries;
 }

@@ -12,6 +12,7 @@
 #include <system_error>
 #include <utility>
 
+#include "folder_host/files/Times.h"
 #include "folder_host/text/Utf8Locale.h"
 
 namespace folder_host {
@@ -19,10 +20,6 @@ namespace folder_host {
 namespace {
 
 constexpr std::size_t READ_AHEAD = std::size_t{1} << 18U;
-
-bool isBefore(const timespec& one, const timespec& other) {
-  return one.tv_sec != other.tv_sec ? one.tv_sec < other.tv_sec : one.tv_nsec < other.tv_nsec;
-}
 
 Error failed(const std::string& path, const std::string& why) {
   return {errors::COPY_FAILED, "cannot write " + inQuotes(path) + " into the archive: " + why};
@@ -211,7 +208,7 @@ void ArchiveSink::putHead(const std::string& path, mode_t mode, std::uint64_t si
   ::archive_entry_set_mtime(head, timeIn(shape_, time).tv_sec, 0);
   if (S_ISLNK(mode)) ::archive_entry_copy_symlink(head, target.c_str());
   check(::archive_write_header(archive_.get(), head), path);
-  newest_ = std::max(newest_, time, isBefore);
+  newest_ = std::max(newest_, time, isEarlier);
   if (notes_) note(path, mode, size, time, target);
 }
 

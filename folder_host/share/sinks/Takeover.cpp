@@ -5,13 +5,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <system_error>
 #include <utility>
 
 #include "folder_host/files/Path.h"
+#include "folder_host/files/Times.h"
 
 namespace folder_host {
 
@@ -20,12 +20,6 @@ namespace {
 constexpr std::size_t PIECE = std::size_t{1} << 17U;
 
 std::string lastOf(const std::string& path) { return path.substr(path.rfind('/') + 1); }
-
-bool isEarlier(const timespec& a, const timespec& b) {
-  return a.tv_sec != b.tv_sec ? a.tv_sec < b.tv_sec : a.tv_nsec < b.tv_nsec;
-}
-
-bool isSame(const timespec& a, const timespec& b) { return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec; }
 
 // In all but the number of names and what a new one sets.
 bool isSameFile(const EntryState& a, const EntryState& b) {
@@ -40,27 +34,14 @@ bool mayBeWrittenTo(const Descriptor& file) {
   return ::fcntl(file.get(), F_SETLEASE, F_UNLCK) != 0;
 }
 
-std::size_t readAt(const Descriptor& file, char* bytes, std::size_t most, std::uint64_t at) {
-  ssize_t length = 0;
-  do {
-    length = ::pread(file.get(), bytes, most, static_cast<off_t>(at));
-  } while (length < 0 && errno == EINTR);
-  return static_cast<std::size_t>(check(length));
-}
-
 // Read at positions: the one from which the file is copied stays where it is.
 bool holdTheSame(const Descriptor& a, const Descriptor& b, std::string& buffer, const Sink::Told& told) {
   buffer.resize(2 * PIECE);
   char* other = buffer.data() + PIECE;
   for (std::uint64_t at = 0;;) {
     const std::size_t length = readAt(a, buffer.data(), PIECE, at);
-    std::size_t same = 0;
-    while (same < length) {
-      const std::size_t more = readAt(b, other, length - same, at + same);
-      if (more == 0 || std::memcmp(buffer.data() + same, other, more) != 0) return false;
-      same += more;
-    }
-    if (length == 0) return readAt(b, other, 1, at) == 0;
+    if (readAt(b, other, PIECE, at) != length || std::memcmp(buffer.data(), other, length) != 0) return false;
+    if (length < PIECE) return true;
     at += length;
     told(0);
   }
@@ -69,6 +50,13 @@ bool holdTheSame(const Descriptor& a, const Descriptor& b, std::string& buffer, 
 }  // namespace
 
 Stamp stampOf(const Entry& entry) { return {entry.id.inode, entry.size, entry.modified, entry.changed, entry.born}; }
+
+Takeover::Takeover(const EarlierCopy* earlier, CopyNotes known, bool comparesContent, const WorkingCopy& project)
+    : earlier_(earlier),
+      known_(std::move(known)),
+      comparesContent_(comparesContent),
+      project_(project),
+      noted_(project.listing().entries.size()) {}
 
 bool Takeover::Taker::take(const OpenEntry& file, const Descriptor& folder, const std::string& name,
                            const Sink::Told& told) {
@@ -95,11 +83,10 @@ bool Takeover::Taker::take(const OpenEntry& file, const Descriptor& folder, cons
 // By what was seen, before anything is opened.
 bool Takeover::Taker::isWanted(const OpenEntry& file, const EntryState& seen) const {
   const bool looksSame = S_ISREG(seen.mode) && (seen.mode & 07777U) == file.permissions && seen.links == 1 &&
-                         seen.stamp.size == file.entry.size && isSame(seen.stamp.modified, file.entry.modified);
+                         seen.stamp.size == file.entry.size && isSameTime(seen.stamp.modified, file.entry.modified);
   if (!looksSame || takeover_.comparesContent_) return looksSame;
-  const auto known = takeover_.known_.find(std::string(file.path));
-  return known != takeover_.known_.end() && known->second.source == stampOf(file.entry) &&
-         known->second.copy == seen.stamp;
+  const auto known = takeover_.known_.find(file.path);
+  return known && known->source == stampOf(file.entry) && known->copy == seen.stamp;
 }
 
 // All is asked of the file that is open, and then whether it is that one which got the name.
@@ -132,22 +119,46 @@ bool Takeover::note(const OpenEntry& file, const Descriptor& copy) {
   return true;
 }
 
+// A file that was changed at the very moment when the project was listed could be so once more without a sign of it: of
+// that, only the copy is known.
 void Takeover::add(const OpenEntry& file, const Stamp& copy, bool isTaken) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  if (isTaken) taken_.emplace(std::string(file.path), copy);
-  const bool isKnown = !file.hasChanged && isEarlier(file.entry.changed, listed_);
-  notes_[std::string(file.path)] = {isKnown ? stampOf(file.entry) : Stamp(), copy};
+  const Listing& listing = project_.listing();
+  const bool isKnown = !file.hasChanged && isEarlier(file.entry.changed, listing.begun);
+  noted_[static_cast<std::size_t>(&file.entry - listing.entries.data())] = {copy, true, isKnown, isTaken};
 }
 
 void Takeover::forget(const std::string& path) {
-  const auto noted = notes_.find(path);
-  if (noted != notes_.end()) noted->second.source = {};
+  if (const auto index = project_.table().find(path)) noted_[*index].isSourceKnown = false;
+}
+
+std::string Takeover::pathOf(std::size_t index) const {
+  return std::string(project_.pathInCopy(project_.table()[index].path));
+}
+
+std::size_t Takeover::count() const {
+  return static_cast<std::size_t>(
+      std::count_if(noted_.begin(), noted_.end(), [](const auto& one) { return one.isTaken; }));
 }
 
 FolderState Takeover::expected() const {
   FolderState state = earlier_->seen;
-  for (const auto& [path, stamp] : taken_) state[path].stamp = stamp;
+  for (std::size_t i = 0; i < noted_.size(); ++i) {
+    if (noted_[i].isTaken) state[pathOf(i)].stamp = noted_[i].copy;
+  }
   return state;
+}
+
+void Takeover::writeNotes(const Descriptor& storeFolder, const std::string& destination) const {
+  const auto count = std::count_if(noted_.begin(), noted_.end(), [](const auto& one) { return one.isThere; });
+  writeCopyNotes(storeFolder, destination, static_cast<std::size_t>(count), [&](const NoteFile& note) {
+    for (std::size_t i = 0; i < noted_.size(); ++i) {
+      const Noted& one = noted_[i];
+      const Entry& entry = project_.table()[i];
+      if (one.isThere) {
+        note(project_.pathInCopy(entry.path), {one.isSourceKnown ? stampOf(entry) : Stamp(), one.copy});
+      }
+    }
+  });
 }
 
 // A name that goes sets the time of change once more. So each file is looked at just before and after: what somebody
@@ -155,9 +166,10 @@ FolderState Takeover::expected() const {
 void Takeover::release(const Descriptor& copy) {
   std::string path = "/";
   Descriptor earlierFolder, newFolder;
-  for (const auto& [file, stamp] : taken_) {
-    const std::string name = lastOf(file);
-    const auto noted = notes_.find(file);
+  for (std::size_t i = 0; i < noted_.size(); ++i) {
+    if (!noted_[i].isTaken) continue;
+    const std::string file = pathOf(i), name = lastOf(file);
+    Stamp& stamp = noted_[i].copy;
     try {
       if (parentOf(file) != path) {
         const std::string folder = parentOf(file).empty() ? "." : parentOf(file);
@@ -170,7 +182,7 @@ void Takeover::release(const Descriptor& copy) {
       check(::unlinkat(earlierFolder.get(), name.c_str(), 0));
       const EntryState after = stateIn(newFolder, name);
       const bool isOurs = before.stamp == stamp && before.links == 2 && isSameFile(before, after) && after.links == 1;
-      if (noted != notes_.end() && isOurs) noted->second.copy = after.stamp;
+      if (isOurs) stamp = after.stamp;
     } catch (const std::system_error&) {  // the note is not true any more, which costs a copy
       path = "/";
     }

@@ -1,10 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
-#include <mutex>
 #include <string>
-#include <utility>
+#include <vector>
 
 #include "folder_host/share/CopyNotes.h"
 #include "folder_host/share/EarlierCopy.h"
@@ -47,38 +45,43 @@ class Takeover {
     std::string buffer_;
   };
 
-  // `known` are the notes of the earlier copy. Without an earlier copy nothing is taken over. `listed` is when the
-  // project was listed: a file that was changed at that moment could be so once more without a sign of it: only its
-  // copy is noted. The earlier copy outlives this object.
-  Takeover(const EarlierCopy* earlier, CopyNotes known, bool comparesContent, timespec listed)
-      : earlier_(earlier), known_(std::move(known)), comparesContent_(comparesContent), listed_(listed) {}
+  // `known` are the notes of the earlier copy; without an earlier copy nothing is taken over. The files are entries of
+  // the project that is handed out. It and the earlier copy outlive this object.
+  Takeover(const EarlierCopy* earlier, CopyNotes known, bool comparesContent, const WorkingCopy& project);
 
   bool takes() const noexcept { return earlier_ != nullptr; }
   // Notes a file that was written, where it has the mode that it is to have; gives whether it has. May be called in
-  // several threads.
+  // several threads, as files may be taken over in several: each for files of its own.
   bool note(const OpenEntry& file, const Descriptor& copy);
-  // The project's file was changed while it was read.
+  // The project's file of that path was changed while it was read.
   void forget(const std::string& path);
 
   // The others are not called while files are taken over.
-  std::size_t count() const noexcept { return taken_.size(); }
+  std::size_t count() const;
   // How the earlier copy looks if nobody but this object has touched it.
   FolderState expected() const;
   // Takes the earlier copy's names from what was taken over, when that copy is to be removed, and notes what these
   // files are then. `copy` is the new one's folder. What cannot be done is left.
   void release(const Descriptor& copy);
-  const CopyNotes& notes() const noexcept { return notes_; }
+  // Writes what is noted: see writeCopyNotes.
+  void writeNotes(const Descriptor& storeFolder, const std::string& destination) const;
 
  private:
+  struct Noted {
+    Stamp copy;  // of one that was taken over: with both names
+    bool isThere = false;
+    bool isSourceKnown = false;
+    bool isTaken = false;
+  };
+
   void add(const OpenEntry& file, const Stamp& copy, bool isTaken);
+  std::string pathOf(std::size_t index) const;  // in the copy
 
   const EarlierCopy* earlier_;
   const CopyNotes known_;
   const bool comparesContent_;
-  const timespec listed_;
-  std::mutex mutex_;  // of the next two
-  CopyNotes notes_;
-  std::map<std::string, Stamp> taken_;  // with both names
+  const WorkingCopy& project_;
+  std::vector<Noted> noted_;  // by the index of the entry in the project's listing
 };
 
 }  // namespace folder_host

@@ -40,8 +40,7 @@ void putEntry(std::string& bytes, const Entry& entry) {
   folder_host::putNumber(bytes, entry.mode & PERMISSIONS);
   if (entry.kind != EntryKind::file) return;
   folder_host::putNumber(bytes, entry.size);
-  folder_host::putNumber(bytes, static_cast<std::uint64_t>(entry.modified.tv_sec));
-  folder_host::putNumber(bytes, static_cast<std::uint64_t>(entry.modified.tv_nsec));
+  folder_host::putTime(bytes, entry.modified);
 }
 
 void putReason(std::string& bytes, const Reason& reason, const std::vector<LabelRecord>& labels) {

@@ -4,6 +4,8 @@
 #include <map>
 #include <utility>
 
+#include "folder_host/files/Times.h"
+
 namespace project_share {
 
 using folder_host::CopyEntry;
@@ -75,9 +77,8 @@ class Comparison {
   bool isStatusAsNoted(const CopyEntry& entry, const ReceiptEntry& noted) const {
     if (entry.mode != noted.mode) return false;
     if (entry.kind != EntryKind::file) return true;
-    const bool isExact = copy_.hasExactTimes();
-    return entry.modified.tv_sec == noted.modified.tv_sec &&
-           (!isExact || entry.modified.tv_nsec == noted.modified.tv_nsec);
+    return copy_.hasExactTimes() ? folder_host::isSameTime(entry.modified, noted.modified)
+                                 : entry.modified.tv_sec == noted.modified.tv_sec;
   }
 
   folder_host::CopyContent& copy_;

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "Refusal.h"
+#include "folder_host/files/Times.h"
 #include "folder_host/share/read/CopyContent.h"
 #include "words/Names.h"
 
@@ -57,8 +58,7 @@ std::string shareInWords(const ReceiptHead& head) {
 bool isSame(const ReceiptEntry& noted, const Entry& entry, const Written& written) {
   if (noted.kind != entry.kind || noted.target != entry.target || noted.mode != written.mode) return false;
   return entry.kind != EntryKind::file ||
-         (noted.size == written.size && noted.modified.tv_sec == written.modified.tv_sec &&
-          noted.modified.tv_nsec == written.modified.tv_nsec);
+         (noted.size == written.size && folder_host::isSameTime(noted.modified, written.modified));
 }
 
 }  // namespace
@@ -102,9 +102,8 @@ std::map<std::string, const char*> changesSince(const EarlierShare& earlier, con
   });
   std::map<std::string, const char*> changes;
   const std::vector<const Entry*> entries = copy.entries();
-  const std::size_t begin = copy.scopePath().empty() ? 0 : copy.scopePath().size() + 1;
   for (std::size_t i = 0; i < entries.size(); ++i) {
-    const std::string path = entries[i]->path.substr(begin);
+    const std::string path(copy.pathInCopy(entries[i]->path));
     const auto before = noted.find(path);
     if (before == noted.end()) {
       changes[path] = "added";

@@ -11,6 +11,7 @@
 #include "Refusal.h"
 #include "folder_host/files/Descriptor.h"
 #include "folder_host/files/Permissions.h"
+#include "folder_host/files/Times.h"
 #include "folder_host/text/Utf.h"
 #include "judgement/Mending.h"
 #include "output/Json.h"
@@ -48,8 +49,8 @@ bool isSame(const folder_host::WorkingCopy& project, const Entry& entry, const R
   if (entry.kind == EntryKind::link) return true;
   if (!hasMode(project, entry, noted.mode & PERMISSIONS)) return false;
   if (entry.kind == EntryKind::folder) return true;
-  return entry.size == noted.size && entry.modified.tv_sec == noted.modified.tv_sec &&
-         (wholeSeconds || entry.modified.tv_nsec == noted.modified.tv_nsec);
+  return entry.size == noted.size && (wholeSeconds ? entry.modified.tv_sec == noted.modified.tv_sec
+                                                   : folder_host::isSameTime(entry.modified, noted.modified));
 }
 
 bool isStore(const std::string& path) { return path == folder_host::STORE_FOLDER || path == folder_host::STORE_FILE; }
