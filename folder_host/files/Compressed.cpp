@@ -16,9 +16,10 @@ struct FreeEntry {
   void operator()(archive_entry* entry) const { archive_entry_free(entry); }
 };
 
+// What the library finds wrong itself has no number, or that of a wrong format.
 [[noreturn]] void fail(struct archive* compressed) {
   const int code = archive_errno(compressed);
-  throw std::system_error(code > 0 ? code : EBADMSG, std::generic_category());
+  throw std::system_error(code > 0 && code != EILSEQ ? code : EBADMSG, std::generic_category());
 }
 
 }  // namespace

@@ -10,8 +10,8 @@ struct archive;
 
 namespace folder_host {
 
-// Bytes that stand compressed in a file (zstd). Everything here fails with std::system_error; what is damaged is
-// EBADMSG.
+// Bytes that stand compressed in a file (zstd), one at least. Everything here fails with std::system_error; what is
+// damaged, or holds none, is EBADMSG.
 
 // Writes at the file's position. Nothing is whole before finish().
 class Compressor {

@@ -33,6 +33,19 @@ void keepTimes(const std::string& file, const std::function<void()>& act) {
   check(::utimensat(AT_FDCWD, file.c_str(), times, AT_SYMLINK_NOFOLLOW));
 }
 
+// An access list, as the system has it, by which somebody else may read: all who are not named may, too.
+void giveAccess(const std::string& file) {
+  const std::uint32_t nobody = UINT32_MAX;
+  const struct {
+    std::uint16_t who, what;
+    std::uint32_t id;
+  } entries[] = {{1, 6, nobody}, {2, 4, 12345}, {4, 4, nobody}, {16, 4, nobody}, {32, 4, nobody}};
+  std::string bytes("\2\0\0\0", 4);
+  bytes.append(reinterpret_cast<const char*>(entries), sizeof entries);
+  check(::chmod(file.c_str(), 0644));
+  check(::setxattr(file.c_str(), "system.posix_acl_access", bytes.data(), bytes.size(), 0));
+}
+
 // A project of two files that was shared once, long enough ago for its files to be noted.
 class UpdateTest : public FolderTest {
  protected:
@@ -92,6 +105,7 @@ TEST_F(UpdateTest, AFileIsTakenOverOnlyWhereNothingWouldDiffer) {
       {"another mode of the copy", [&] { ::chmod(copy.c_str(), 0666); }, false, false},
       {"another content of the copy", [&] { keepTimes(copy, [&] { write(copy, "FIRST"); }); }, false, false},
       {"a second name of the copy", [&] { fs::create_hard_link(copy, in("out/alias")); }, false, false},
+      {"an access list that the mode does not show", [&] { giveAccess(copy); }, false, false},
       {"an attribute", [&] { check(::setxattr(copy.c_str(), "user.a", "b", 1, 0)); }, false, false},
       {"an open file", [&] { held = Descriptor(check(::open(copy.c_str(), O_WRONLY | O_CLOEXEC))); }, false, false},
       {"no notes", [&] { fs::remove_all(in("p/.project/copies")); }, false, true},
@@ -250,7 +264,45 @@ TEST_F(UpdateTest, OnlyAFolderThatIsNotInUseIsUpdated) {
     EXPECT_EQ(refusal(in(name)), errors::DESTINATION_UNUSABLE) << name;
   }
   EXPECT_EQ(refusal("."), errors::DESTINATION_UNUSABLE);
+  EXPECT_EQ(refusal("/proc"), errors::DESTINATION_UNUSABLE) << "a mount point, and somebody else's";
   for (const char* name : {"p", "p/a", ""}) EXPECT_EQ(refusal(in(name)), errors::DESTINATION_IN_PROJECT) << name;
+}
+
+TEST_F(UpdateTest, TwoUpdatesOfOneCopyAreNotAtWorkAtOnce) {
+  const FolderProject project = FolderProject::open(in("p"));
+  const auto copy = project.workingCopy();
+  const auto refusal = [&] { return refusalOf([&] { earlierCopyAt(*copy, in("out/copy")); }); };
+  {
+    const EarlierCopy held = earlierCopyAt(*copy, in("out/copy"));
+    EXPECT_EQ(refusal(), errors::DESTINATION_UNUSABLE);
+  }
+  EXPECT_EQ(refusal(), "");
+}
+
+TEST_F(UpdateTest, AnyFileOfTheCopyThatIsNotAsNotedIsFound) {
+  const std::string file = in("out/copy/a/x");
+  const struct {
+    const char* title;
+    std::function<void()> act;
+    bool isNoted;
+  } rows[] = {
+      {"nothing happened", [] {}, true},
+      {"a file more in its own store's folder", [&] { put("out/copy/.project/mine"); }, true},
+      {"a file more", [&] { put("out/copy/a/mine"); }, false},
+      {"another content", [&] { keepTimes(file, [&] { write(file, "FIRST"); }); }, false},
+      {"another file of its name", [&] { keepTimes(file, [&] { fs::remove(file), write(file, "first"); }); }, false},
+      {"a mode that was given back", [&] { ::chmod(file.c_str(), 0600), ::chmod(file.c_str(), 0644); }, false},
+      {"no notes", [&] { fs::remove_all(in("p/.project/copies")); }, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.title);
+    begin();
+    ::usleep(20000);
+    row.act();
+    const FolderProject project = FolderProject::open(in("p"));
+    const EarlierCopy earlier = earlierCopyAt(*project.workingCopy(), in("out/copy"));
+    EXPECT_EQ(isAsNoted(earlier, readCopyNotes(project.storeFolder(), in("out/copy"))), row.isNoted);
+  }
 }
 
 TEST_F(UpdateTest, AnEmptyFolderGivesWayAsLongAsItIsEmpty) {
