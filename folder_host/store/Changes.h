@@ -3,6 +3,7 @@
 #include <SQLiteCpp/Database.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -45,6 +46,20 @@ const TableSql& sqlOf(StoreTable table);
 // The bytes of a record, and back; none of bytes that are not all of one.
 std::string bytesOf(const Changes& changes);
 std::optional<Changes> changesIn(std::string_view bytes);
+
+// An entry of the log.
+struct Edit {
+  std::int64_t number = 0;  // from 1, in their order
+  std::string id;           // a UUID
+  std::int64_t at = 0;      // milliseconds since 1970
+  std::string user;
+  std::string machine;
+  std::string words;    // that were typed; cut to 64 KiB
+  std::string undoes;   // the id of the edit that it took back; empty
+  std::string settled;  // see EditNote
+  Changes changes;
+  bool isTakenBack = false;  // by another one, which is not taken back itself
+};
 
 // Who edits: what the log says of each edit.
 struct Author {

@@ -14,20 +14,6 @@ namespace folder_host {
 
 class Store;
 
-// An entry of the log.
-struct Edit {
-  std::int64_t number = 0;  // from 1, in their order
-  std::string id;           // a UUID
-  std::int64_t at = 0;      // milliseconds since 1970
-  std::string user;
-  std::string machine;
-  std::string words;    // that were typed; cut to 64 KiB
-  std::string undoes;   // the id of the edit that it took back; empty
-  std::string settled;  // see EditNote
-  Changes changes;
-  bool isTakenBack = false;  // by another one, which is not taken back itself
-};
-
 // EDIT_BUILT_UPON and EDIT_TAKEN_BACK, with the number of the edit that is to be taken back first.
 class EditInTheWay : public Error {
  public:
