@@ -6,7 +6,7 @@
 #include <string>
 
 #include "output/JsonMaker.h"
-#include "receipt/ReceiptReader.h"
+#include "receipt/ReceiptEntry.h"
 
 // The parts of a receipt (docs/json.md). It may come from anyone, and verify believes what it says about files: so
 // every part is of the type that a receipt has before any of it is compared with a copy.

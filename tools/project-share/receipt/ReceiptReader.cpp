@@ -1,7 +1,6 @@
 #include "receipt/ReceiptReader.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,7 +8,6 @@
 #include <map>
 #include <set>
 #include <system_error>
-#include <tuple>
 #include <utility>
 
 #include "Refusal.h"
@@ -113,8 +111,8 @@ std::string firstLineOf(const folder_host::Descriptor& file) {
 // crafted file would else have no end.
 class ReceiptReader::Bytes {
  public:
-  explicit Bytes(folder_host::Descriptor file)
-      : file_(std::move(file)), begin_(static_cast<off_t>(beginOf(firstLineOf(file_)))) {}
+  Bytes(folder_host::Descriptor file, std::uint64_t most)
+      : file_(std::move(file)), most_(most), begin_(static_cast<off_t>(beginOf(firstLineOf(file_)))) {}
 
   const folder_host::Descriptor& file() const noexcept { return file_; }
   bool isKept() const noexcept { return begin_ > 0; }
@@ -137,7 +135,6 @@ class ReceiptReader::Bytes {
   void endElement() noexcept { sinceElement_ = 0; }
 
  private:
-  static constexpr std::uint64_t MOST = std::uint64_t{1} << 33U;
   static constexpr std::uint64_t LONGEST = std::uint64_t{1} << 25U;  // of an element; all that is ever in memory
 
   static std::size_t beginOf(const std::string& line) { return line.empty() ? 0 : line.size() + 1; }
@@ -152,10 +149,11 @@ class ReceiptReader::Bytes {
     }
     all_ += rest_.size();
     sinceElement_ += rest_.size();
-    if (all_ > MOST || sinceElement_ > LONGEST) throw std::system_error(EFBIG, std::generic_category());
+    if (all_ > most_ || sinceElement_ > LONGEST) throw std::system_error(EFBIG, std::generic_category());
   }
 
   folder_host::Descriptor file_;
+  std::uint64_t most_;
   off_t begin_;
   std::unique_ptr<folder_host::Expander> expander_;
   std::string buffer_;
@@ -199,28 +197,6 @@ folder_host::Descriptor openReceipt(const std::string& file) {
 
 }  // namespace
 
-bool operator==(const ReceiptHead& a, const ReceiptHead& b) {
-  const auto all = [](const ReceiptHead& head) {
-    return std::tie(head.time, head.profileUuid, head.profileName, head.from, head.destination, head.shape,
-                    head.isPlain, head.hasContent, head.judgement, head.copy);
-  };
-  return all(a) == all(b);
-}
-
-Json jsonOf(const ReceiptHead& head) {
-  Json object{{"receipt", 2}, {"time", head.time}};
-  const bool whole = head.profileUuid.empty();
-  object["profile"] = whole ? Json() : Json{{"uuid", head.profileUuid}, {"name", head.profileName}};
-  putPath(object, "from", head.from);
-  putPath(object, "destination", head.destination);
-  object["shape"] = head.shape;
-  object["plain"] = head.isPlain;
-  object["content"] = head.hasContent;
-  object["judgement"] = head.judgement;
-  object["copy"] = head.copy;
-  return object;
-}
-
 std::optional<ReceiptHead> keptHeadOf(const folder_host::Descriptor& file) {
   const std::string line = firstLineOf(file);
   if (line.empty()) return {};
@@ -228,33 +204,15 @@ std::optional<ReceiptHead> keptHeadOf(const folder_host::Descriptor& file) {
       Part::parse(line.begin() + static_cast<std::ptrdiff_t>(RECEIPT_HEAD.size()), line.end(), nullptr, false));
 }
 
-std::string reasonInWords(const Part& reason) {
-  const std::string rule = reason.at("rule");
-  if (rule == "link") return "a link to what is not handed out";
-  if (rule == "emptied") return "nothing in it is shared";
-  const std::string kind = reason.at("kind");
-  std::string text = fmt::format("filter {}, {}: ", reason.at("filter").get<std::uint64_t>(), kind);
-  if (rule == "folder") return text + "lies in a folder that is held back";
-  const Part& labels = reason.at("labels");
-  if (labels.empty()) return text + "without a label";
-  if (kind == "keep-files") text += "not listed: ";
-  const char* separator = "";
-  for (const Part& label : labels) {
-    text += std::exchange(separator, ", ") +
-            folder_host::freeName(label.value("category", "") + "/" + label.value("name", ""));
-  }
-  const auto from = pathIn(reason, "from");
-  return text + (from ? fmt::format(" (by the labels that it had as {})", folder_host::inQuotes(*from)) : "");
-}
-
 // Opened once for all readings: what is judged and what is compared are one file, whatever the name stands for by then.
 // A pipe in its place is not waited for.
 ReceiptReader::ReceiptReader(const std::string& file) : ReceiptReader(openReceipt(file), file) {}
 
-ReceiptReader::ReceiptReader(folder_host::Descriptor file, std::string named) : named_(std::move(named)) {
+ReceiptReader::ReceiptReader(folder_host::Descriptor file, std::string named, std::uint64_t most)
+    : named_(std::move(named)) {
   try {
     if (!S_ISREG(statusOf(file).st_mode)) throw unreadable(named_, "it is no file");
-    bytes_ = std::make_unique<Bytes>(std::move(file));
+    bytes_ = std::make_unique<Bytes>(std::move(file), most);
   } catch (const std::system_error& error) {
     throw unreadable(named_, error.code().message());
   }
