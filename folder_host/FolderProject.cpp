@@ -11,12 +11,14 @@
 #include <iterator>
 #include <optional>
 #include <system_error>
+#include <tuple>
 #include <utility>
 #include <vector>
 
 #include "folder_host/Error.h"
 #include "folder_host/files/Descriptor.h"
 #include "folder_host/files/Publication.h"
+#include "folder_host/store/MirrorFile.h"
 #include "folder_host/store/Store.h"
 
 namespace folder_host {
@@ -27,8 +29,11 @@ namespace {
 
 // What cannot be looked at counts as there: a project that is out of reach is not one that another stands above.
 bool holdsStore(const fs::path& folder) {
-  struct stat status {};
-  return ::lstat((folder / STORE_FILE).c_str(), &status) == 0 || (errno != ENOENT && errno != ENOTDIR);
+  const auto holds = [&](const char* file) {
+    struct stat status {};
+    return ::lstat((folder / file).c_str(), &status) == 0 || (errno != ENOENT && errno != ENOTDIR);
+  };
+  return holds(STORE_FILE) || holds(ADDRESS_FILE);
 }
 
 // Empty where neither the folder nor one above it is a project that counts.
@@ -59,20 +64,51 @@ void refuseProject(const std::string& root, const Trust& trust) {
 }
 
 // The file is closed here: closing it when SQLite has it open would drop the locks on it.
-void writeStore(const Publication& publication) {
-  const Descriptor file = openBeneath(publication.content(), STORE_NAME, O_WRONLY | O_CREAT | O_EXCL, 0600);
-  writeAll(file, Store::inMemory()->image());
+void writeFile(const Publication& publication, const char* name, const std::string& bytes) {
+  const Descriptor file = openBeneath(publication.content(), name, O_WRONLY | O_CREAT | O_EXCL, 0600);
+  writeAll(file, bytes);
   check(::fsync(file.get()));
+}
+
+std::string bytesOf(const Address& address) { return address.text() + '\n'; }
+
+// None where the project has its store in the folder. It may be a stranger's: anything may be there.
+std::optional<Address> addressIn(const Descriptor& storeFolder) {
+  constexpr off_t MOST = 2000;
+  try {
+    const Descriptor file = openBeneath(storeFolder, ADDRESS_NAME, O_RDONLY | O_NONBLOCK);
+    const struct stat status = statusOf(file);
+    if (!S_ISREG(status.st_mode) || status.st_size > MOST)
+      throw Error(errors::ADDRESS_UNUSABLE, "what stands where the project's address should be is none; ask for it");
+    std::string text = readAt(file, static_cast<std::size_t>(MOST), 0);
+    if (!text.empty() && text.back() == '\n') text.pop_back();
+    return parseAddress(text);
+  } catch (const std::system_error& error) {
+    if (error.code().value() == ENOENT) return std::nullopt;
+    throw systemFailure(errors::STORE_UNREADABLE, "cannot read", ADDRESS_FILE, error.code().value());
+  }
+}
+
+// What keeps anything from being read from, or written to, a store that is the project's no more.
+std::function<void()> checkOf(std::shared_ptr<const Descriptor> storeFolder, std::optional<Address> address) {
+  return [folder = std::move(storeFolder), address = std::move(address)] {
+    const bool isSame = address ? addressIn(*folder) == address
+                                : ::faccessat(folder->get(), ADDRESS_NAME, F_OK, AT_SYMLINK_NOFOLLOW) != 0;
+    if (!isSame) throw Error(errors::STORE_MOVED, "the project's store was moved meanwhile; do it again");
+  };
 }
 
 // The store's folder gets its name when it is whole: a folder is a project or it is none. It is opened as anyone will
 // open it, and loses the name where that fails.
-std::shared_ptr<Store> makeStore(const Descriptor& root, const std::string& path) {
+template <class Open>
+auto makeStore(const Descriptor& root, const char* name, const std::string& bytes,
+               const std::function<void()>& reachServer, const Open& open) {
   Publication publication(root);
-  writeStore(publication);
+  writeFile(publication, name, bytes);
+  if (reachServer) reachServer();
   publication.publishOverEmpty(STORE_FOLDER);
   try {
-    return Store::open(path + "/" + STORE_FILE);
+    return open();
   } catch (...) {
     publication.takeBack();
     throw;
@@ -81,13 +117,15 @@ std::shared_ptr<Store> makeStore(const Descriptor& root, const std::string& path
 
 // What was left by a process that was killed may lie in what became a project, too. An empty `.project` gives way to
 // ours, so it is asked whose that is, too.
-std::shared_ptr<Store> makeProject(const std::string& root, const Trust& trust) {
+template <class Open>
+auto makeProject(const std::string& root, const Trust& trust, const char* name, const std::string& bytes,
+                 const std::function<void()>& reachServer, const Open& open) {
   try {
     const Descriptor folder = openFolder(root);
     Publication::removeAbandoned(folder);
     refuseProject(root, trust);
     requireTrusted(root, trust);
-    return makeStore(folder, root);
+    return makeStore(folder, name, bytes, reachServer, open);
   } catch (const std::system_error& error) {
     // Another process may have made the project meanwhile. Then that is told, and not that its folder cannot be
     // replaced.
@@ -140,9 +178,27 @@ bool isStore(const std::string& relative) { return relative.substr(0, relative.f
 }  // namespace
 
 FolderProject FolderProject::init(const std::string& folder, const Trust& trust) {
-  std::string root = resolvedFolder(folder);
-  auto store = makeProject(root, trust);
-  return {std::move(root), std::move(store)};
+  const std::string root = resolvedFolder(folder);
+  return makeProject(root, trust, STORE_NAME, Store::inMemory()->image(), nullptr,
+                     [&] { return openFound(root, trust, {}); });
+}
+
+FolderProject FolderProject::initAt(const std::string& folder, const Trust& trust, const Address& address,
+                                    const ServerAccess& access, const Author& author) {
+  const std::string root = resolvedFolder(folder);
+  const auto create = [&] { access.servers->create(address, {}, {editBy(author, 1)}); };
+  return makeProject(root, trust, ADDRESS_NAME, bytesOf(address), create,
+                     [&] { return openFound(root, trust, access); });
+}
+
+FolderProject FolderProject::join(const std::string& folder, const Trust& trust, const Address& address,
+                                  const ServerAccess& access) {
+  const std::string root = resolvedFolder(folder);
+  return makeProject(root, trust, ADDRESS_NAME, bytesOf(address), nullptr, [&] {
+    FolderProject project = openFound(root, trust, access);
+    project.store_->beginRead();
+    return project;
+  });
 }
 
 bool FolderProject::isWithinOne(const std::string& folder) {
@@ -157,20 +213,45 @@ std::string FolderProject::rootOf(const std::string& folder) {
   return root;
 }
 
-FolderProject FolderProject::open(const std::string& folder, const Trust& trust) {
+FolderProject FolderProject::open(const std::string& folder, const Trust& trust, const ServerAccess& access) {
   std::string root = rootOf(folder);
   requireTrusted(root, trust);
-  // Once more, of the very folder that was opened: it may have been exchanged since.
-  auto store =
-      Store::open(root + "/" + STORE_FILE, [&](const Descriptor& opened) { requireTrusted(root, trust, &opened); });
-  return {std::move(root), std::move(store)};
+  return openFound(std::move(root), trust, access);
 }
 
-FolderProject::FolderProject(std::string root, std::shared_ptr<Store> store)
+// Whose it is is asked once more, of the very folder that was opened: it may have been exchanged since.
+FolderProject FolderProject::openFound(std::string root, const Trust& trust, const ServerAccess& access) {
+  const auto requireOpened = [&](const Descriptor& opened) { requireTrusted(root, trust, &opened); };
+  Descriptor folder = attempt(errors::STORE_UNREADABLE, "cannot open", root + "/" + STORE_FOLDER,
+                              [&] { return openBeneath(openFolder(root), STORE_FOLDER, O_RDONLY | O_DIRECTORY); });
+  requireOpened(folder);
+  const auto address = addressIn(folder);
+  if (!address) {
+    auto store = Store::open(root + "/" + STORE_FILE, requireOpened);
+    folder = openBeneath(*store->folder(), ".", O_RDONLY | O_DIRECTORY);
+    return {std::move(root), std::move(folder), std::move(store), {}};
+  }
+  if (!access.servers) {
+    throw Error(errors::STORE_UNREACHABLE, "the project's store is at " + inQuotes(address->text()) +
+                                               ", and this program reaches no servers; use one that does");
+  }
+  if (access.require) access.require(*address);
+  auto store = access.isOffline ? std::make_shared<Store>(openMirrorOffline(access.mirrors, root, *address))
+                                : std::make_shared<Store>(openMirror(access.mirrors, root, *address),
+                                                          access.servers->originAt(*address));
+  return {std::move(root), std::move(folder), std::move(store), address};
+}
+
+FolderProject::FolderProject(std::string root, Descriptor storeFolder, std::shared_ptr<Store> store,
+                             std::optional<Address> address)
     : root_(std::move(root)),
+      storeFolder_(std::make_shared<const Descriptor>(std::move(storeFolder))),
+      address_(std::move(address)),
       store_(std::move(store)),
       metadata_(std::make_shared<MetadataStore>(store_)),
-      labels_(std::make_unique<LabelStore>(store_)) {}
+      labels_(std::make_unique<LabelStore>(store_)) {
+  store_->setCheck(checkOf(storeFolder_, address_));
+}
 
 FolderProject::FolderProject(FolderProject&&) noexcept = default;
 FolderProject& FolderProject::operator=(FolderProject&&) noexcept = default;
@@ -233,7 +314,97 @@ std::string FolderProject::locate(const std::string& named) const {
 
 Listing FolderProject::list() const { return listFolder(root_); }
 
-const Descriptor& FolderProject::storeFolder() const { return *store_->folder(); }
+const Descriptor& FolderProject::storeFolder() const { return *storeFolder_; }
+
+std::optional<std::int64_t> FolderProject::seen() const {
+  if (!address_ || store_->folder() == nullptr) return std::nullopt;
+  return attempt(errors::STORE_FAILED, "cannot look at the mirror of", address_->text(),
+                 [&] { return std::int64_t{statusIn(*store_->folder(), STORE_NAME).st_mtim.tv_sec}; });
+}
+
+Position FolderProject::position() const { return store_->position(); }
+
+void FolderProject::askOnce() const { store_->setAsksOnce(true); }
+
+std::vector<Edit> FolderProject::acceptServer() const { return store_->readAnew(); }
+
+namespace {
+
+// The new store is compared with the old one as whoever comes next will read it.
+void requireSame(const Update& was, const Update& is) {
+  const auto sorted = [](Changes content) {
+    std::sort(content.begin(), content.end(),
+              [](const Change& a, const Change& b) { return std::tie(a.table, a.row) < std::tie(b.table, b.row); });
+    return content;
+  };
+  const auto isSame = [](const Edit& a, const Edit& b) {
+    return std::tie(a.number, a.id, a.at, a.user, a.machine, a.words, a.undoes, a.changes) ==
+           std::tie(b.number, b.id, b.at, b.user, b.machine, b.words, b.undoes, b.changes);
+  };
+  if (sorted(was.content) == sorted(is.content) &&
+      std::equal(was.edits.begin(), was.edits.end(), is.edits.begin(), is.edits.end(), isSame))
+    return;
+  throw Error(errors::STORE_FAILED, "what was written is not what the store holds; nothing has moved");
+}
+
+}  // namespace
+
+// The one step is that the address gets its name: from then on it, and not the store beside it, is the project's.
+void FolderProject::moveTo(const Address& address, const ServerAccess& access) const {
+  const auto scope = store_->beginWrite();
+  Update whole = store_->whole();
+  whole.edits.push_back(editBy(author(), position().revision + 1));
+  access.servers->create(address, whole.content, whole.edits);
+  requireSame(whole, Store::of(access.servers->originAt(address)->read({}))->whole());
+  attempt(errors::STORE_FAILED, "cannot note the address in", root_ + "/" + STORE_FOLDER, [&] {
+    Publication publication(*storeFolder_);
+    writeFile(publication, ADDRESS_NAME, bytesOf(address));
+    publication.publishFile(ADDRESS_NAME, ADDRESS_NAME);
+    ::renameat(storeFolder_->get(), STORE_NAME, storeFolder_->get(), MOVED_STORE_NAME);
+  });
+}
+
+// Whether the store beside the address is the one that was written when the store on the server was closed: what was
+// seen of the server last is what it has, or comes right before the entry that closed it.
+bool FolderProject::isWrittenBack() const {
+  const Position known = position();
+  struct stat status {};
+  if (::fstatat(storeFolder_->get(), STORE_NAME, &status, AT_SYMLINK_NOFOLLOW) != 0) return false;
+  const Position written = Store::open(root_ + "/" + STORE_FILE)->position();
+  const std::vector<Edit> log = store_->whole().edits;
+  return written == known || (log.size() > 1 && log.back().changes.empty() &&
+                              written == Position{log[log.size() - 2].number, log[log.size() - 2].id});
+}
+
+void FolderProject::writeBack() const {
+  const Update whole = store_->whole();
+  const std::string image = Store::of(whole)->image();
+  attempt(errors::STORE_FAILED, "cannot make a store in", root_ + "/" + STORE_FOLDER, [&] {
+    // Beside an address it is none: a move was ended in between.
+    ::renameat(storeFolder_->get(), STORE_NAME, storeFolder_->get(), MOVED_STORE_NAME);
+    Publication publication(*storeFolder_);
+    writeFile(publication, STORE_NAME, image);
+    publication.publishFile(STORE_NAME, STORE_NAME);
+  });
+  requireSame(whole, Store::open(root_ + "/" + STORE_FILE)->whole());
+}
+
+// The new store is there before the server closes its own, and the address counts until it is removed. Whoever is ended
+// in between finds the server closed, and the store beside the address.
+void FolderProject::moveBack() const {
+  try {
+    store_->atomically([&] {
+      writeBack();
+      store_->closeOrigin();
+    });
+  } catch (const Error& error) {
+    if (error.identifier() != std::string_view(errors::STORE_MOVED) || !isWrittenBack()) throw;
+  }
+  attempt(errors::STORE_FAILED, "cannot remove the address from", root_ + "/" + STORE_FOLDER, [&] {
+    check(::unlinkat(storeFolder_->get(), ADDRESS_NAME, 0));
+    check(::fsync(storeFolder_->get()));
+  });
+}
 
 // The folder first: nobody has to wait for it with what they want to write, and whatever comes into the project from
 // then on is not shared. A label that is attached meanwhile only holds back more. Where a file is moved meanwhile and
@@ -242,6 +413,7 @@ const Descriptor& FolderProject::storeFolder() const { return *store_->folder();
 // file that came between with its label would be listed, and its label not known.
 std::shared_ptr<WorkingCopy> FolderProject::workingCopy() const {
   auto listing = std::make_shared<const Listing>(list());
+  store_->refresh();
   auto store = store_->memoryCopy();
   return std::make_shared<WorkingCopy>(root_, std::move(store), std::move(listing), memory());
 }

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,14 +14,24 @@
 #include "folder_host/store/History.h"
 #include "folder_host/store/LabelStore.h"
 #include "folder_host/store/MetadataStore.h"
+#include "folder_host/store/Origin.h"
 #include "project/metadata/MetadataScopeGuard.h"
 
 namespace folder_host {
 
 class Store;
 
-// A project: a folder on disk whose `.project/store.db` keeps its labels and its metadata. Used by one thread at a
-// time; several processes may have the same project open.
+// How stores are reached that stand on servers.
+struct ServerAccess {
+  std::shared_ptr<Servers> servers;  // null: a project that has its store on one is refused
+  std::string mirrors = {};          // see MirrorFile.h
+  // Asked before anything is sent to an address that a project names; what it throws passes. Null: any address is used.
+  std::function<void(const Address&)> require = nullptr;
+  bool isOffline = false;  // such a project is only read, as it was seen last
+};
+
+// A project: a folder on disk whose `.project/store.db`, or the store at the address in `.project/address`, keeps its
+// labels and its metadata. Used by one thread at a time; several processes may have the same project open.
 class FolderProject {
  public:
   // Makes the folder, which has to exist, a project. Errors: NOT_A_PROJECT (no such folder), ALREADY_A_PROJECT (it, or
@@ -28,9 +40,17 @@ class FolderProject {
   // nothing; what one that was killed left is removed.
   static FolderProject init(const std::string& folder, const Trust& trust = nullptr);
 
+  // The same, with a store at the address, which this makes, or which somebody made (join). Further errors: those of
+  // Servers::create; those of Origin::read.
+  static FolderProject initAt(const std::string& folder, const Trust& trust, const Address& address,
+                              const ServerAccess& access, const Author& author);
+  static FolderProject join(const std::string& folder, const Trust& trust, const Address& address,
+                            const ServerAccess& access);
+
   // Opens the project that holds `folder`: the folder itself or the nearest one above. Errors: NOT_A_PROJECT,
-  // STORE_UNTRUSTED, and those of openStoreFile; the store is then as it was.
-  static FolderProject open(const std::string& folder, const Trust& trust = nullptr);
+  // STORE_UNTRUSTED, and those of openStoreFile; the store is then as it was. Of a store on a server: ADDRESS_UNUSABLE,
+  // STORE_UNREACHABLE where there is no access; the server itself is asked when something is.
+  static FolderProject open(const std::string& folder, const Trust& trust = nullptr, const ServerAccess& access = {});
 
   // The root of the project that `open` would open, whosever it is. Errors: NOT_A_PROJECT.
   static std::string rootOf(const std::string& folder);
@@ -69,6 +89,26 @@ class FolderProject {
   // back. Errors: those of History::undo, and then MEMORY_FAILED.
   Edit undo(std::int64_t number, const std::shared_ptr<const EntryTable>& entries) const;
 
+  // Where the store is, if it is on a server.
+  const std::optional<Address>& address() const { return address_; }
+  // Offline, when it was last seen: seconds since 1970.
+  std::optional<std::int64_t> seen() const;
+  // The state that the store is in, as it was asked for last.
+  Position position() const;
+  // For a process that asks much and lives for a moment: of a store on a server, what is read goes by its first answer,
+  // but that a working copy asks anew.
+  void askOnce() const;
+  // Takes what the server has for right, although what was known is none of its states (STORE_WENT_BACK). Gives the
+  // edits that are lost.
+  std::vector<Edit> acceptServer() const;
+  // Moves the store to the address, which this makes; others wait meanwhile, and are told then that it moved. What it
+  // was stays in `.project/moved-store.db`. The project is to be opened again. Errors: those of Servers::create, with
+  // which nothing has moved; STORE_FAILED.
+  void moveTo(const Address& address, const ServerAccess& access) const;
+  // Moves it back into the folder, and closes it on the server: whoever else uses it there is told so. The project is
+  // to be opened again. Errors: those of an edit, with which nothing has moved; STORE_FAILED.
+  void moveBack() const;
+
   // The path relative to root() of what a person named, relative to the working directory or absolute: links in the
   // folders on the way are followed, a link at the end only where a slash stands behind it. Empty for root() itself. It
   // need not exist.
@@ -77,7 +117,7 @@ class FolderProject {
 
   Listing list() const;
 
-  // That of the store, as it was opened: what is the folder's alone lies in it.
+  // `.project`, as it was opened: what is the folder's alone lies in it.
   const Descriptor& storeFolder() const;
 
   // What the folder holds, and then the store, whose labels may so be newer than the entries, and what the folder
@@ -94,7 +134,10 @@ class FolderProject {
   void rememberAsMeant(const std::shared_ptr<const EntryTable>& entries, const std::vector<std::string>& paths) const;
 
  private:
-  FolderProject(std::string root, std::shared_ptr<Store> store);
+  FolderProject(std::string root, Descriptor storeFolder, std::shared_ptr<Store> store, std::optional<Address> address);
+  static FolderProject openFound(std::string root, const Trust& trust, const ServerAccess& access);
+  bool isWrittenBack() const;
+  void writeBack() const;
   std::shared_ptr<const Memory> memory() const;
   enum class When { afterTheEdit, withinTheEdit };
   template <class Change>
@@ -102,6 +145,8 @@ class FolderProject {
                      When when = When::afterTheEdit) const;
 
   std::string root_;
+  std::shared_ptr<const Descriptor> storeFolder_;  // shared with the store's check
+  std::optional<Address> address_;
   std::shared_ptr<Store> store_;
   std::shared_ptr<MetadataStore> metadata_;
   std::unique_ptr<LabelStore> labels_;

@@ -66,4 +66,11 @@ std::string sha256Of(std::string_view bytes) {
   return digest.finish();
 }
 
+std::string base64Of(std::string_view bytes) {
+  std::vector<unsigned char> text((bytes.size() + 2) / 3 * 4 + 1);  // and the byte 0 that it puts behind
+  const int size = EVP_EncodeBlock(text.data(), reinterpret_cast<const unsigned char*>(bytes.data()),
+                                   static_cast<int>(bytes.size()));
+  return {text.begin(), text.begin() + size};
+}
+
 }  // namespace folder_host

@@ -36,4 +36,7 @@ std::string sha256Of(const Descriptor& file, const std::function<void(std::uint6
 // Likewise, of bytes.
 std::string sha256Of(std::string_view bytes);
 
+// With "=" at the end, and without line ends.
+std::string base64Of(std::string_view bytes);
+
 }  // namespace folder_host

@@ -17,6 +17,9 @@ namespace folder_host {
 inline constexpr const char* STORE_FOLDER = ".project";
 inline constexpr const char* STORE_NAME = "store.db";
 inline constexpr const char* STORE_FILE = ".project/store.db";
+inline constexpr const char* ADDRESS_NAME = "address";  // in its place, where the store is on a server
+inline constexpr const char* ADDRESS_FILE = ".project/address";
+inline constexpr const char* MOVED_STORE_NAME = "moved-store.db";
 // By this number, the application's id of an SQLite file, a store is known under any name.
 inline constexpr std::uint32_t STORE_ID = 0x50736872;
 

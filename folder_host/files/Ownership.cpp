@@ -35,7 +35,7 @@ std::vector<uid_t> strangersOwning(const std::string& root, const Descriptor* fo
       folder == nullptr ? joined(root, STORE_FOLDER) : "/proc/self/fd/" + std::to_string(folder->get()) + "/.";
   const std::string store = joined(top, STORE_NAME);
   std::vector<uid_t> strangers;
-  for (const std::string& path : {top, store, store + "-journal"}) {
+  for (const std::string& path : {top, store, store + "-journal", joined(top, ADDRESS_NAME)}) {
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0) {
       // What cannot be looked at in the store's folder, whose that is, cannot be opened either.

@@ -18,9 +18,9 @@ using Trust = std::function<bool(const std::string& root, uid_t owner)>;
 // The owner of what cannot be looked at: no user has this number.
 inline constexpr uid_t UNKNOWN_OWNER = static_cast<uid_t>(-1);
 
-// The users other than the caller and root who own the store's folder in `root`, the store or its journal, in this
-// order, each once. What is not there has no owner; of a link, it is the owner of the link itself. Where the store's
-// folder is open already, it is given as `folder`: that one is looked at, and not what has its name by now.
+// The users other than the caller and root who own the store's folder in `root`, the store, its journal or its address,
+// in this order, each once. What is not there has no owner; of a link, it is the owner of the link itself. Where the
+// store's folder is open already, it is given as `folder`: that one is looked at, and not what has its name by now.
 std::vector<uid_t> strangersOwning(const std::string& root, const Descriptor* folder = nullptr);
 
 // Whether each of them is trusted; without `trust`, nobody is.

@@ -148,10 +148,13 @@ Memory readMemory(const Descriptor& storeFolder) {
 
 void writeMemory(const Descriptor& storeFolder, const Memory& memory) {
   clear(storeFolder, NEXT);
-  const mode_t mode = statusIn(storeFolder, STORE_NAME).st_mode;
+  struct stat status {};
+  if (::fstatat(storeFolder.get(), STORE_NAME, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    status = statusIn(storeFolder, ADDRESS_NAME);
+  }
   {
     const Descriptor file = openBeneath(storeFolder, NEXT, O_WRONLY | O_CREAT | O_EXCL, 0600);
-    check(::fchmod(file.get(), mode & 0666U));
+    check(::fchmod(file.get(), status.st_mode & 0666U));
     writeAll(file, bytesOf(memory));
     check(::fdatasync(file.get()));
   }

@@ -1,13 +1,17 @@
 #include "folder_host/store/Changes.h"
 
+#include <SQLiteCpp/Column.h>
 #include <SQLiteCpp/Exception.h>
 #include <SQLiteCpp/Statement.h>
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <utility>
 
 #include "folder_host/text/Packing.h"
+#include "folder_host/text/Utf.h"
+#include "project/metadata/MetadataManager.h"
 
 // SQLite's header shows the functions of sessions only where this is said.
 #define SQLITE_ENABLE_SESSION 1
@@ -100,7 +104,6 @@ void addChange(SQLite::Database& database, sqlite3_changeset_iter* iterator, Cha
     if (value != nullptr) is[column] = textOf(value);
     if (operation == SQLITE_UPDATE && !is[column] && table != StoreTable::label) is[column] = was[column];
   }
-  if (table == StoreTable::node && (operation == SQLITE_INSERT ? is : was)[0]->empty()) return;
   if (operation == SQLITE_UPDATE && table == StoreTable::label) addMissing(database, was, is);
   if (operation != SQLITE_INSERT) changes.push_back({table, false, rowOf(std::move(was))});
   if (operation != SQLITE_DELETE) changes.push_back({table, true, rowOf(std::move(is))});
@@ -108,7 +111,54 @@ void addChange(SQLite::Database& database, sqlite3_changeset_iter* iterator, Cha
 
 }  // namespace
 
+bool isTopNode(const Change& change) { return change.table == StoreTable::node && change.row[0].empty(); }
+
+bool makeChanges(SQLite::Database& database, const Changes& changes) {
+  std::array<std::optional<SQLite::Statement>, 2 * TABLES> statements;
+  for (const Change& change : changes) {
+    auto& statement = statements[2 * static_cast<std::size_t>(change.table) + (change.isPut ? 1 : 0)];
+    const TableSql& sql = sqlOf(change.table);
+    if (!statement) statement.emplace(database, change.isPut ? sql.put : sql.remove);
+    statement->tryReset();
+    int index = 0;
+    for (const std::string& column : change.row) {
+      statement->bindNoCopy(++index, column.data(), static_cast<int>(column.size()));
+    }
+    const int result = statement->tryExecuteStep();
+    if ((result & 0xFF) == SQLITE_CONSTRAINT) return false;
+    if (result != SQLITE_DONE) fail(result);
+    if (database.getChanges() != 1) return false;
+  }
+  return true;
+}
+
+Changes contentOf(SQLite::Database& database) {
+  Changes content;
+  for (std::size_t table = 0; table < TABLES; ++table) {
+    SQLite::Statement rows(database, std::string("SELECT * FROM ") + LAYOUTS[table].name);
+    while (rows.executeStep()) {
+      Change& change = content.emplace_back(Change{static_cast<StoreTable>(table), true, {}});
+      change.row.reserve(LAYOUTS[table].sql.columns);
+      for (int i = 0; i < rows.getColumnCount(); ++i) change.row.push_back(rows.getColumn(i).getString());
+    }
+  }
+  return content;
+}
+
 const TableSql& sqlOf(StoreTable table) { return LAYOUTS[static_cast<std::size_t>(table)].sql; }
+
+Edit editBy(const Author& author, std::int64_t number) {
+  constexpr std::size_t MOST_WORDS = std::size_t{64} << 10U;
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  Edit edit;
+  edit.number = number;
+  edit.id = toBytes(project::metadata::generateUUID());
+  edit.at = std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+  edit.user = author.user;
+  edit.machine = author.machine;
+  edit.words = author.words.substr(0, MOST_WORDS);
+  return edit;
+}
 
 std::string bytesOf(const Changes& changes) {
   std::string bytes;

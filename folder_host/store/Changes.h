@@ -32,6 +32,10 @@ inline bool operator==(const Change& a, const Change& b) {
   return std::tie(a.table, a.isPut, a.row) == std::tie(b.table, b.isPut, b.row);
 }
 
+// Whether it is about a node right below the root. Such a node holds nothing itself, and whoever makes a node in it
+// makes it, too: edits are not in each other's way by it, and to take an edit back leaves it as it is.
+bool isTopNode(const Change& change);
+
 // Rows gone first, and by table.
 using Changes = std::vector<Change>;
 
@@ -42,6 +46,13 @@ struct TableSql {
   std::size_t columns;
 };
 const TableSql& sqlOf(StoreTable table);
+
+// Makes the changes, in a transaction of the caller's. False where a row to be taken out is not there, or one to be put
+// is there already; some of them are made then. Errors: SQLite::Exception.
+bool makeChanges(SQLite::Database& database, const Changes& changes);
+
+// All rows, as rows put. Errors: SQLite::Exception.
+Changes contentOf(SQLite::Database& database);
 
 // The bytes of a record, and back; none of bytes that are not all of one.
 std::string bytesOf(const Changes& changes);
@@ -68,6 +79,9 @@ struct Author {
   std::string words = {};  // that were typed; empty where a program edits
 };
 
+// An entry with an id of its own, of now, that says nothing of changes.
+Edit editBy(const Author& author, std::int64_t number);
+
 // What an outermost write scope says of itself.
 struct EditNote {
   std::string undoes = {};   // the id of the edit that it takes back
@@ -75,8 +89,7 @@ struct EditNote {
   bool settles = false;      // that alone makes it an edit; else it goes along with what is changed
 };
 
-// Watches what is changed through one connection as long as it is there. Nodes right below the root are passed over:
-// they hold nothing themselves, and whoever makes a node in them makes them, too. Errors: SQLite::Exception.
+// Watches what is changed through one connection as long as it is there. Errors: SQLite::Exception.
 class Recording {
  public:
   // The database outlives this object.

@@ -62,6 +62,7 @@ Footprint footprintOf(const Changes& changes) {
   Footprint footprint;
   std::map<std::string, int> rows;  // how often a row with that identity was put, less how often it went
   for (const Change& change : changes) {
+    if (isTopNode(change)) continue;
     footprint.changed.insert(rowKeyOf(change));
     if (auto name = nameIn(change)) footprint.changed.insert(*std::move(name));
     if (const auto identity = identityIn(change)) rows[*identity] += change.isPut ? 1 : -1;
@@ -143,7 +144,7 @@ const Edit& takerOf(const std::vector<Edit>& edits, const Edit& edit) {
   return *std::find_if(edits.begin(), edits.end(), is);
 }
 
-// Whoever makes a node makes those above it; the one right below the root is in no record.
+// Whoever makes a node makes those above it; the one right below the root is taken back by nobody.
 void makeTopOf(Store& store, std::string_view parent) {
   auto parts = splitNodeKey(parent);
   while (parts && !(*parts)[0].empty()) parts = splitNodeKey(std::string((*parts)[0]));
@@ -155,10 +156,11 @@ void makeTopOf(Store& store, std::string_view parent) {
 // Whether all of it could be done.
 bool revert(Store& store, const Changes& changes) {
   for (const Change& change : changes) {
-    if (change.isPut && store.run(sqlOf(change.table).remove, change.row) != 1) return false;
+    const bool isToGo = change.isPut && !isTopNode(change);
+    if (isToGo && store.run(sqlOf(change.table).remove, change.row) != 1) return false;
   }
   for (const Change& change : changes) {
-    if (change.isPut) continue;
+    if (change.isPut || isTopNode(change)) continue;
     if (change.table == StoreTable::node) makeTopOf(store, change.row[0]);
     if (store.run(sqlOf(change.table).put, change.row) != 1) return false;
   }
@@ -210,8 +212,12 @@ void History::addChanges(std::vector<Edit>& edits, std::int64_t from) const {
 
 std::int64_t History::lastOf(const Author& author) const {
   const std::vector<Edit> all = heads();
+  std::set<std::string> idle;
+  for (const Store::Row& row : store_->query("SELECT id FROM edit WHERE length(changes) = 0 AND length(settled) = 0"))
+    idle.insert(row[0]);
   const auto isOwn = [&](const Edit& edit) {
-    return !edit.isTakenBack && edit.undoes.empty() && edit.user == author.user && edit.machine == author.machine;
+    return !edit.isTakenBack && edit.undoes.empty() && idle.count(edit.id) == 0 && edit.user == author.user &&
+           edit.machine == author.machine;
   };
   const auto last = std::find_if(all.rbegin(), all.rend(), isOwn);
   return last != all.rend() ? last->number : 0;

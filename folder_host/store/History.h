@@ -35,7 +35,8 @@ class History {
   // In their order.
   std::vector<Edit> edits() const;
 
-  // The number of the last edit of that user on that machine that stands and took none back itself; 0: none.
+  // The number of the last edit of that user on that machine that stands, did something and took none back itself; 0:
+  // none.
   std::int64_t lastOf(const Author& author) const;
 
   // Makes the rows that the edit changed what they were before it. To be called in a write scope, which is an edit of

@@ -13,6 +13,14 @@ namespace folder_host {
 
 using project::metadata::MetadataScopeGuard;
 
+namespace {
+
+Error notKept(int result) {
+  return storeFailure(result, std::string("changes were not kept: ") + sqlite3_errstr(result));
+}
+
+}  // namespace
+
 struct Scopes::Scope {
   enum class Level { transaction, savepoint, counted };
 
@@ -24,9 +32,11 @@ struct Scopes::Scope {
   bool rolledBack = false;
 };
 
-Scopes::Scopes(SQLite::Database& database, KeepEdit keepEdit)
+ScopeEvents::~ScopeEvents() = default;
+
+Scopes::Scopes(SQLite::Database& database, ScopeEvents* events)
     : database_(database),
-      keepEdit_(std::move(keepEdit)),
+      events_(events),
       savepoint_(database, "SAVEPOINT inner"),
       release_(database, "RELEASE inner") {}
 
@@ -63,12 +73,14 @@ void Scopes::enter(Scope& scope) {
   try {
     if (scopes_.size() == 1) {
       scope.level = Scope::Level::transaction;
+      if (events_ != nullptr) events_->willBegin(scope.write);
       // A transaction that begins as a read and becomes a write is refused at once where another one writes, however
       // long it would have been ready to wait. One that says so from the beginning waits.
       database_.exec(scope.write ? "BEGIN IMMEDIATE" : "BEGIN");
       // A deferred transaction sees the state of its first read.
       if (!scope.write) database_.execAndGet("SELECT count(*) FROM sqlite_schema");
-      if (scope.write && keepEdit_) recording_.emplace(database_);
+      if (events_ != nullptr) events_->hasBegun(scope.write);
+      if (scope.write && events_ != nullptr) recording_.emplace(database_);
     } else if (scope.write) {
       // A statement that ran before has to be reset before it runs again.
       savepoint_.tryReset();
@@ -97,41 +109,36 @@ void Scopes::end(Scope& scope) noexcept {
 // A guard's destructor cannot throw. What fails here is remembered, and the next use of the store tells it.
 void Scopes::finish(const Scope& scope) noexcept {
   if (scope.level == Scope::Level::counted) return;
-  if (!scope.rolledBack) {
-    const int result = scope.level == Scope::Level::transaction ? commit(scope) : release();
-    if (result != SQLITE_OK) remember(result);
-    if (result == SQLITE_OK) return;
-  }
-  undo(scope);
+  const bool isOutermost = scope.level == Scope::Level::transaction;
+  if (scope.rolledBack || !(isOutermost ? commit(scope) : release())) undo(scope);
+  if (isOutermost && scope.write && events_ != nullptr) events_->hasEnded();
 }
 
-// The record stands in the transaction that it is about: an edit is kept with its entry in the log, or neither is.
-int Scopes::keepEdit() noexcept {
-  if (!recording_) return SQLITE_OK;
+// The record stands in the transaction that it is about: an edit is kept with its entry in the log, or neither is. A
+// lock that could not be given back, which is done last, leaves the changes as kept as they are.
+bool Scopes::commit(const Scope& scope) noexcept {
+  bool isKept = false;
   try {
-    const Changes changes = recording_->changes();
-    recording_.reset();
-    keepEdit_(changes);
-    return SQLITE_OK;
-  } catch (const SQLite::Exception& error) {
-    return error.getErrorCode();
-  } catch (const std::exception&) {
-    return SQLITE_NOMEM;
+    if (scope.write && recording_) {
+      const Changes changes = recording_->changes();
+      recording_.reset();
+      isKept = events_->keepEdit(changes);
+    }
+    if (database_.tryExec("COMMIT") == SQLITE_OK) return true;
+    const int detail = database_.getExtendedErrorCode();
+    if (detail == SQLITE_IOERR_UNLOCK || detail == SQLITE_IOERR_RDLOCK) return true;
+    if (!isKept) throw notKept(detail);
+  } catch (...) {
+    remember(std::current_exception());
   }
+  return false;
 }
 
-// A lock that could not be given back, which is done last, leaves the changes as kept as they are.
-int Scopes::commit(const Scope& scope) noexcept {
-  if (const int failure = scope.write ? keepEdit() : SQLITE_OK; failure != SQLITE_OK) return failure;
-  const int result = database_.tryExec("COMMIT");
-  const int detail = result == SQLITE_OK ? SQLITE_OK : database_.getExtendedErrorCode();
-  return detail == SQLITE_IOERR_UNLOCK || detail == SQLITE_IOERR_RDLOCK ? SQLITE_OK : result;
-}
-
-int Scopes::release() noexcept {
+bool Scopes::release() noexcept {
   release_.tryReset();
   const int result = release_.tryExecuteStep();
-  return result == SQLITE_DONE ? SQLITE_OK : result;
+  if (result != SQLITE_DONE) remember(result);
+  return result == SQLITE_DONE;
 }
 
 void Scopes::undo(const Scope& scope) noexcept {
@@ -145,15 +152,30 @@ void Scopes::undo(const Scope& scope) noexcept {
   if (result != SQLITE_OK) remember(result);
 }
 
-// The first failure is told: those behind it mostly follow from it.
 void Scopes::remember(int result) noexcept {
-  if (failure_ == SQLITE_OK) failure_ = result;
+  try {
+    throw notKept(result);
+  } catch (...) {
+    remember(std::current_exception());
+  }
+}
+
+// The first failure is told: those behind it mostly follow from it.
+void Scopes::remember(std::exception_ptr failure) noexcept {
+  if (!failure_) failure_ = std::move(failure);
 }
 
 void Scopes::confirm() {
-  const int failure = std::exchange(failure_, SQLITE_OK);
-  if (failure == SQLITE_OK) return;
-  throw storeFailure(failure, std::string("changes were not kept: ") + sqlite3_errstr(failure));
+  if (!failure_) return;
+  try {
+    std::rethrow_exception(std::exchange(failure_, nullptr));
+  } catch (const SQLite::Exception& error) {
+    throw notKept(error.getErrorCode());
+  } catch (const Error&) {
+    throw;
+  } catch (const std::exception&) {
+    throw notKept(SQLITE_NOMEM);
+  }
 }
 
 }  // namespace folder_host

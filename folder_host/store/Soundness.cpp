@@ -32,7 +32,7 @@ SELECT EXISTS(SELECT 1 FROM node WHERE typeof(parent) <> 'blob' OR typeof(type) 
     OR EXISTS(SELECT 1 FROM edit WHERE typeof(id) <> 'blob' OR typeof(at) <> 'integer' OR typeof(user) <> 'blob'
               OR typeof(machine) <> 'blob' OR typeof(words) <> 'blob' OR typeof(undoes) <> 'blob'
               OR typeof(settled) <> 'blob' OR typeof(changes) <> 'blob' OR number < 1)
-    OR (SELECT coalesce(max(number), 0) <> count(*) FROM edit))";
+    OR (SELECT coalesce(max(number) - min(number) + 1, 0) <> count(*) FROM edit))";
 
 // A path such as "../x" is no entry's: a label on it would be told of as missing for ever, or followed out of the
 // project by whoever trusts it.

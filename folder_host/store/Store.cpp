@@ -4,8 +4,8 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
-#include <chrono>
 #include <climits>
 #include <limits>
 #include <memory>
@@ -14,8 +14,6 @@
 #include "folder_host/Error.h"
 #include "folder_host/files/Ownership.h"
 #include "folder_host/store/Soundness.h"
-#include "folder_host/text/Utf.h"
-#include "project/metadata/MetadataManager.h"
 
 namespace folder_host {
 
@@ -81,11 +79,23 @@ std::shared_ptr<Store> Store::inMemory() {
   }
 }
 
-Store::Store(StoreDatabase store)
+std::shared_ptr<Store> Store::of(const Update& update) {
+  try {
+    StoreDatabase store = emptyStore();
+    if (!replaceWhole(store.database, update)) throw storeFailure(SQLITE_CORRUPT, "it does not fit together");
+    return std::make_shared<Store>(std::move(store));
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+}
+
+Store::Store(StoreDatabase store, std::shared_ptr<Origin> origin)
     : vfs_(std::move(store.vfs)),
       database_(std::move(store.database)),
       author_{userName(::geteuid()), machineName()},
-      scopes_(database_, vfs_ ? [this](const Changes& changes) { keepEdit(changes); } : Scopes::KeepEdit()) {}
+      scopes_(database_, vfs_ || origin ? this : nullptr) {
+  if (origin) mirror_.emplace(database_, std::move(origin));
+}
 
 Store::~Store() = default;
 
@@ -95,7 +105,9 @@ std::shared_ptr<Store> Store::memoryCopy() {
   try {
     StoreDatabase copy = copyInMemory(database_);
     copy.database.exec("DELETE FROM edit");
-    return std::make_shared<Store>(std::move(copy));
+    auto store = std::make_shared<Store>(std::move(copy));
+    store->copied_ = position();
+    return store;
   } catch (const SQLite::Exception& error) {
     throw storeFailure(error);
   }
@@ -122,16 +134,68 @@ MetadataScopeGuard Store::beginWrite() {
   return scopes_.begin(true, shared_from_this());
 }
 
-void Store::keepEdit(const Changes& changes) {
+// To ask the origin comes before the transaction: nobody waits on this machine for what a network takes.
+void Store::willBegin(bool write) {
+  if (!mirror_) return;
+  if (write) {
+    mirror_->lock();
+  } else if (!asksOnce_ || !isFresh_) {
+    mirror_->read();
+  }
+  isFresh_ = true;
+  if (vfs_) vfs_->touch();
+}
+
+void Store::hasBegun(bool) {
+  if (check_) check_();
+}
+
+bool Store::keepEdit(const Changes& changes) {
   const EditNote note = std::exchange(note_, {});
-  if (changes.empty() && note.undoes.empty() && !(note.settles && !note.settled.empty())) return;
-  constexpr std::size_t MOST_WORDS = std::size_t{64} << 10U;
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  const std::string at = std::to_string(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
-  const std::string id = toBytes(project::metadata::generateUUID()), words = author_.words.substr(0, MOST_WORDS);
-  execute("INSERT INTO edit SELECT coalesce(max(number), 0) + 1, ?, CAST(? AS INTEGER), ?, ?, ?, ?, ?, ? FROM edit",
-          Values{id, at, author_.user, author_.machine, words, note.undoes, note.settled, bytesOf(changes)});
-  lastEdit_ = database_.getLastInsertRowid();
+  const bool isLast = std::exchange(closesOrigin_, false);
+  if (changes.empty() && note.undoes.empty() && !(note.settles && !note.settled.empty()) && !isLast) return false;
+  Edit edit = editBy(author_, positionOf(database_).revision + 1);
+  edit.undoes = note.undoes;
+  edit.settled = note.settled;
+  edit.changes = changes;
+  if (!addEdit(database_, edit)) throw storeFailure(SQLITE_CORRUPT);
+  if (mirror_) mirror_->publish(edit, isLast);
+  lastEdit_ = edit.number;
+  return mirror_.has_value();
+}
+
+void Store::hasEnded() noexcept {
+  closesOrigin_ = false;
+  if (mirror_) mirror_->release();
+}
+
+Update Store::whole() {
+  confirm();
+  try {
+    return wholeOf(database_);
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+}
+
+Position Store::position() {
+  if (!copied_.editId.empty()) return copied_;
+  confirm();
+  try {
+    return positionOf(database_);
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
+  }
+}
+
+std::vector<Edit> Store::readAnew() {
+  std::vector<Edit> lost = whole().edits;
+  mirror_->readAnew();
+  for (const Edit& edit : whole().edits) {
+    const auto isIt = [&](const Edit& one) { return one.id == edit.id; };
+    lost.erase(std::remove_if(lost.begin(), lost.end(), isIt), lost.end());
+  }
+  return lost;
 }
 
 void Store::confirm() { scopes_.confirm(); }
@@ -153,6 +217,7 @@ SQLite::Statement& Store::prepared(const char* sql) {
 // A change that could not be kept is told first: whoever reads on would take the older state for the newer one.
 std::vector<Store::Row> Store::query(const char* sql, Values values) {
   confirm();
+  const MetadataScopeGuard scope = needsScope() ? beginRead() : MetadataScopeGuard([] {});
   try {
     SQLite::Statement& statement = prepared(sql);
     const Use use(statement);
@@ -177,6 +242,11 @@ template <class List>
 std::size_t Store::change(const char* sql, const List& values) {
   confirm();
   scopes_.requireWritable();
+  if (needsScope()) {
+    std::size_t changed = 0;
+    atomically([&] { changed = change(sql, values); });
+    return changed;
+  }
   try {
     return execute(sql, values);
   } catch (const SQLite::Exception& error) {

@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "folder_host/store/Mirror.h"
 #include "folder_host/store/Scopes.h"
 #include "folder_host/store/StoreFile.h"
 #include "project/metadata/MetadataScopeGuard.h"
@@ -30,9 +31,13 @@ namespace folder_host {
 // but not before those that began later: it waits for the last of them. A transaction that cannot be committed then is
 // rolled back, and the next call throws STORE_FAILED for it, once.
 //
-// Of a store in a file, each outermost write scope that changes something, or has a note, is an entry of the log
-// (History), in its own transaction.
-class Store : public std::enable_shared_from_this<Store> {
+// A store may be the mirror of an origin, which several people edit. An outermost read scope then asks that for what is
+// new, an outermost write scope holds all other editors off and is kept there before it is kept here; what is asked or
+// changed outside of any scope has one of its own. What could not be kept there is told as a commit that failed.
+//
+// Of a store in a file, and of a mirror, each outermost write scope that changes something, or has a note, is an entry
+// of the log (History), in its own transaction.
+class Store : public std::enable_shared_from_this<Store>, private ScopeEvents {
  public:
   using Row = std::vector<std::string>;
   using Values = std::initializer_list<std::string_view>;
@@ -42,9 +47,12 @@ class Store : public std::enable_shared_from_this<Store> {
                                      const std::function<void(const Descriptor&)>& checkFolder = nullptr);
   // An empty one that has no file.
   static std::shared_ptr<Store> inMemory();
+  // One that has no file, as a whole update says. Error: STORE_UNREADABLE, the update does not fit together.
+  static std::shared_ptr<Store> of(const Update& update);
 
-  explicit Store(StoreDatabase store);
-  ~Store();
+  // With an origin, it is the mirror of that.
+  explicit Store(StoreDatabase store, std::shared_ptr<Origin> origin = nullptr);
+  ~Store() override;
   Store(const Store&) = delete;
   Store& operator=(const Store&) = delete;
 
@@ -56,6 +64,23 @@ class Store : public std::enable_shared_from_this<Store> {
 
   // That of the store's file, as it was when the store was opened; null in memory.
   const Descriptor* folder() const noexcept { return vfs_ ? &vfs_->folder() : nullptr; }
+
+  // All of it, with the log. In a scope of the caller's.
+  Update whole();
+  // The state that it is in; of a memory copy, the one that was copied.
+  Position position();
+
+  // Called whenever an outermost scope begins, when others are held off: what it throws keeps the scope from beginning.
+  // Where the store is no longer the project's, nothing may be read or written.
+  void setCheck(std::function<void()> check) { check_ = std::move(check); }
+  // Of a mirror: outermost read scopes go by the first answer, and ask the origin again only after refresh. For whoever
+  // asks much and works for a moment only.
+  void setAsksOnce(bool asksOnce) { asksOnce_ = asksOnce; }
+  void refresh() { isFresh_ = false; }
+  // Of a mirror: what its origin has, although what was known is none of its states. Gives the edits that are lost.
+  std::vector<Edit> readAnew();
+  // Of a mirror, in its outermost write scope: this is the last edit that the origin keeps.
+  void closeOrigin() { closesOrigin_ = true; }
 
   project::metadata::MetadataScopeGuard beginRead();
   // Errors: WRITE_IN_READ_SCOPE when the outermost scope is a read scope: it could not wait for other writers.
@@ -99,7 +124,11 @@ class Store : public std::enable_shared_from_this<Store> {
   std::size_t change(const char* sql, const List& values);
   template <class List>
   std::size_t execute(const char* sql, const List& values);
-  void keepEdit(const Changes& changes);
+  bool needsScope() const noexcept { return mirror_ && !scopes_.areOpen(); }
+  void willBegin(bool write) override;
+  void hasBegun(bool write) override;
+  bool keepEdit(const Changes& changes) override;
+  void hasEnded() noexcept override;
 
   std::unique_ptr<StoreVfs> vfs_;  // null in memory
   SQLite::Database database_;
@@ -107,6 +136,10 @@ class Store : public std::enable_shared_from_this<Store> {
   Author author_;
   EditNote note_;
   std::int64_t lastEdit_ = 0;
+  std::optional<Mirror> mirror_;
+  std::function<void()> check_;
+  bool asksOnce_ = false, isFresh_ = false, closesOrigin_ = false;
+  Position copied_;
   Scopes scopes_;
 };
 

@@ -12,6 +12,8 @@
 #include <fstream>
 #include <string_view>
 
+#include "folder_host/files/Listing.h"
+
 namespace folder_host {
 
 namespace {
@@ -164,5 +166,7 @@ int StoreVfs::remove(const char* path, int durably) noexcept {
   if (path != journal_) return refuse(SHARED_JOURNAL, SQLITE_IOERR_DELETE);
   return disk_->xDelete(disk_, path, durably);
 }
+
+void StoreVfs::touch() const noexcept { ::utimensat(folder_.get(), STORE_NAME, nullptr, AT_SYMLINK_NOFOLLOW); }
 
 }  // namespace folder_host

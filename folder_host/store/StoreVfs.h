@@ -28,6 +28,9 @@ class StoreVfs {
   const std::string& file() const noexcept { return file_; }
   const Descriptor& folder() const noexcept { return folder_; }
 
+  // Gives the store's file the time of now, as far as that can be done.
+  void touch() const noexcept;
+
   // Why something was refused last and what to do about it, in words that follow the store's name; null where nothing
   // was refused, or the system's own error says more.
   const char* refusal() const noexcept { return refusal_; }

@@ -110,6 +110,17 @@ CLI::Option* addWord(CLI::App* command, const std::string& name, Word& word, con
   return command->add_option(name, word, description)->required()->transform(unmarked);
 }
 
+// An empty one, such as of a variable that is not set, would mean that none was given.
+void requireName(const char* what, const std::string& name) {
+  if (name.empty()) throw CLI::ParseError(fmt::format("{} needs a name", what), WRONG_USAGE);
+}
+
+// An option that takes a name.
+void addNamed(CLI::App* command, const char* option, std::string& name, const char* type, const char* description) {
+  const auto read = [option, &name](const std::string& marked) { requireName(option, name = unmarked(marked)); };
+  command->add_option_function<std::string>(option, read, description)->type_name(type);
+}
+
 constexpr const char* LABEL_HELP = "CATEGORY/NAME, NAME, or UUID or its beginning";
 constexpr const char* PROFILE_HELP = "Name, or UUID or its beginning";
 
@@ -407,9 +418,7 @@ ShareWords shareWordsOf(const Words& words) {
   ShareWords share;
   if (!words.whole) share.profile = words.shared.front();
   if (hasDestination) share.destination = words.shared.back();
-  if (hasDestination && share.destination.empty()) {
-    throw CLI::ParseError("DEST needs a name", WRONG_USAGE);
-  }
+  if (hasDestination) requireName("DEST", share.destination);
   if (share.destination == "-" && manner().json) {
     throw CLI::ParseError("a copy on standard output goes without --json", WRONG_USAGE);
   }
@@ -510,11 +519,6 @@ void addGateOptions(CLI::App* command, Words& words) {
       ->type_name("unlabelled");
 }
 
-// An empty name, such as of a variable that is not set, would mean that none was given.
-void requireReceiptName(const CLI::Option& option, const Words& words) {
-  if (option.count() > 0 && words.receipt.empty()) throw CLI::ParseError("--receipt needs a name", WRONG_USAGE);
-}
-
 void addPreviewCommand(CLI::App& app, Words& words) {
   CLI::App* preview =
       addCommand(&app, "preview", "Show as a tree what a share would hand out, and what it would hold back and why",
@@ -529,22 +533,16 @@ void addPreviewCommand(CLI::App& app, Words& words) {
       ->type_name("N");
   addAllow(preview, words);
   addFrom(preview, words);
-  CLI::Option* page =
-      addWord(preview, "--html", words.page, "A page to be made, for a browser: all of it, whatever part is shown here")
-          ->required(false)
-          ->type_name("FILE");
-  CLI::Option* since = addWord(preview, "--since", words.since,
-                               "What has changed since the share of this receipt, or since the last one")
-                           ->required(false)
-                           ->type_name("RECEIPT|last");
-  preview->callback([&words, preview, page, since] {
+  addNamed(preview, "--html", words.page, "FILE",
+           "A page to be made, for a browser: all of it, whatever part is shown here");
+  addNamed(preview, "--since", words.since, "RECEIPT|last",
+           "What has changed since the share of this receipt, or since the last one");
+  preview->callback([&words, preview] {
     const auto& all = viewWords();
     const bool isKnown = std::find(all.begin(), all.end(), words.only) != all.end();
     if (preview->count("--only") > 0 && !isKnown) {
       throw CLI::ParseError(fmt::format("--only takes {}", fmt::join(all, ", ")), WRONG_USAGE);
     }
-    if (page->count() > 0 && words.page.empty()) throw CLI::ParseError("--html needs a name", WRONG_USAGE);
-    if (since->count() > 0 && words.since.empty()) throw CLI::ParseError("--since needs a name", WRONG_USAGE);
     const ViewWords view{words.paths, words.only, static_cast<std::size_t>(words.depth)};
     previewProfile({words.profile, view, gateWordsOf(words), words.page, words.since});
   });
@@ -555,13 +553,9 @@ void addWhyCommand(CLI::App& app, Words& words) {
       addCommand(&app, "why", "Tell why one path is shared or held back", "why drafts/plan.txt --profile public");
   addWord(why, "PATH", words.name, "A file, folder or link of the project");
   addWord(why, "--profile", words.profile, PROFILE_HELP)->required(false)->type_name("PROFILE");
-  CLI::Option* receipt =
-      addWord(why, "--receipt", words.receipt, "Why it was, by this receipt or that of the last share")
-          ->required(false)
-          ->type_name("RECEIPT|last");
-  why->callback([&words, receipt] {
-    requireReceiptName(*receipt, words);
-    if (receipt->count() > 0) return explainPathThen(words.name, words.profile, words.receipt);
+  addNamed(why, "--receipt", words.receipt, "RECEIPT|last", "Why it was, by this receipt or that of the last share");
+  why->callback([&] {
+    if (!words.receipt.empty()) return explainPathThen(words.name, words.profile, words.receipt);
     if (words.profile.empty()) throw CLI::ParseError("--profile or --receipt is required", WRONG_USAGE);
     explainPath(words.name, words.profile);
   });
@@ -589,10 +583,8 @@ void addShareCommand(CLI::App& app, Words& words) {
   share->add_flag("--dry-run", words.dryRun,
                   "Make nothing, and tell whether it would be refused; DEST may be left out");
   addGateOptions(share, words);
-  CLI::Option* receipt = addWord(share, "--receipt", words.receipt,
-                                 "A JSON file to be made, for you: what was shared, what was held back, and why")
-                             ->required(false)
-                             ->type_name("FILE");
+  addNamed(share, "--receipt", words.receipt, "FILE",
+           "A JSON file to be made, for you: what was shared, what was held back, and why");
   share->add_flag("--update", words.updates,
                   "Put the new copy in the place of the last one at DEST, which has to be what was handed out");
   share->add_flag("--replace", words.replaces, "With --update: also where it is not, and keep it under another name");
@@ -603,8 +595,7 @@ void addShareCommand(CLI::App& app, Words& words) {
   addNumber(share, "--keep-receipts", words.keptReceipts,
             "Of this profile and destination the project keeps the last N receipts, and not 10", 0)
       ->type_name("N");
-  share->callback([&words, receipt] {
-    requireReceiptName(*receipt, words);
+  share->callback([&] {
     const ShareWords said = shareWordsOf(words);
     words.dryRun ? checkShare(said) : project_share::share(said);
   });
@@ -614,14 +605,9 @@ void addVerifyCommand(CLI::App& app, Words& words) {
   CLI::App* verify = addCommand(&app, "verify", "Check a copy against the receipt of its share",
                                 "verify ../for-the-customer --receipt ../for-the-customer.json");
   addWord(verify, "COPY", words.folder, "The folder that was handed out");
-  CLI::Option* file = addWord(verify, "--receipt", words.receipt,
-                              "The file that share made; without it, the one that the project keeps")
-                          ->required(false)
-                          ->type_name("FILE");
-  verify->callback([&words, file] {
-    requireReceiptName(*file, words);
-    verifyCopy(words.folder, words.receipt);
-  });
+  addNamed(verify, "--receipt", words.receipt, "FILE",
+           "The file that share made; without it, the one that the project keeps");
+  verify->callback([&] { verifyCopy(words.folder, words.receipt); });
 }
 
 void addExchangeCommands(CLI::App& app, Words& words) {

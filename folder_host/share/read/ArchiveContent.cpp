@@ -354,7 +354,9 @@ std::unique_ptr<CopyContent> openArchiveCopy(Descriptor file, std::string named,
 std::unique_ptr<CopyContent> openCopy(const std::string& named, std::uint64_t most) {
   return attempt(errors::ENTRY_UNREADABLE, "cannot read", named, [&]() -> std::unique_ptr<CopyContent> {
     Descriptor file(check(::open(named.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)));
-    if (!S_ISREG(statusOf(file).st_mode)) return openFolderCopy(named);
+    const mode_t type = statusOf(file).st_mode & S_IFMT;
+    if (type == S_IFDIR) return openFolderCopy(named);
+    if (type != S_IFREG) throw Error(errors::ENTRY_UNREADABLE, inQuotes(named) + " is neither a folder nor an archive");
     return openArchiveCopy(std::move(file), named, most);
   });
 }

@@ -7,10 +7,11 @@
 
 #include "Refusal.h"
 #include "commands/Gate.h"
-#include "folder_host/text/Utf.h"
 #include "judgement/Digest.h"
+#include "judgement/Judge.h"
 #include "output/Json.h"
 #include "output/Page.h"
+#include "receipt/FoundReceipt.h"
 #include "words/FilterKinds.h"
 #include "words/Names.h"
 #include "words/TypedCommand.h"
@@ -53,12 +54,6 @@ std::string causeOf(const FolderProject& project, const ReceiptSource& source, c
 
 }  // namespace
 
-std::string wordFor(const Judgement& judgement) {
-  const std::string name = folder_host::toBytes(judgement.name);
-  const bool isPlain = !name.empty() && name.front() != '-' && isTyped(name);
-  return isPlain ? name : folder_host::toBytes(judgement.uuid);
-}
-
 ReceiptSource sourceOf(const folder_host::WorkingCopy& project, const Judgement& judgement,
                        const profiles::ExportProfile* profile, const GateWords& words) {
   ReceiptSource source{project, judgement, profile};
@@ -74,7 +69,8 @@ std::optional<Since> sinceLastShare(const FolderProject& project, const folder_h
   const bool keeps =
       std::any_of(filters.begin(), filters.end(), [](const auto& filter) { return keepsFiles(filter->getType()); });
   if (!keeps && !isWanted) return std::nullopt;
-  std::optional<ReceiptReader> last = lastReceipt(project, judgement);
+  const std::uint64_t most = isWanted ? ReceiptReader::MOST : roomForEntries(copy.table().size());
+  std::optional<ReceiptReader> last = lastReceipt(project, judgement, most, judgement.found.notes);
   if (!last) return std::nullopt;
   Since since = sinceOf(judgement, *last);
   noteNewlyShared(copy, filters, since, judgement);

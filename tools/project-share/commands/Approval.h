@@ -12,15 +12,13 @@
 // What was looked at before, and what has become of it: earlier shares, and pages that somebody agreed to.
 namespace project_share {
 
-// The profile in a command: its UUID where the name cannot be typed as it looks, or would be an option.
-std::string wordFor(const Judgement& judgement);
-
 // What a receipt of this judgement would be made of.
 ReceiptSource sourceOf(const folder_host::WorkingCopy& project, const Judgement& judgement,
                        const profiles::ExportProfile* profile, const GateWords& words);
 
-// What has changed since the last share by the profile; none where no receipt of it is kept, or where nobody wants it
-// and the profile has no keep-files filter. NEWLY_SHARED is noted (receipt/Since.h).
+// What has changed since the last share by the profile; none where no receipt of it is kept that can be read, or where
+// nobody wants it and the profile has no keep-files filter. A receipt much longer than one of this project is read only
+// where it is wanted. NEWLY_SHARED and RECEIPT_DAMAGED are noted (receipt/Since.h).
 std::optional<Since> sinceLastShare(const folder_host::FolderProject& project, const folder_host::WorkingCopy& copy,
                                     const profiles::ExportProfile* profile, Judgement& judgement,
                                     bool isWanted = false);

@@ -19,9 +19,9 @@
 #include "folder_host/files/Descriptor.h"
 #include "folder_host/files/EntryTable.h"
 #include "folder_host/files/Place.h"
-#include "folder_host/files/Publication.h"
 #include "folder_host/share/read/FirstBytes.h"
 #include "output/Output.h"
+#include "output/PrivateFile.h"
 #include "settings/OpenProject.h"
 #include "words/Names.h"
 #include "words/TypedCommand.h"
@@ -33,7 +33,6 @@ using folder_host::EntryTable;
 using folder_host::FileId;
 using folder_host::FolderProject;
 using folder_host::MarkKind;
-using folder_host::Publication;
 
 namespace {
 
@@ -56,10 +55,8 @@ std::optional<FileId> exportAt(const folder_host::Place& place, const std::strin
   return folder_host::idOf(statusOf(there));
 }
 
-// Nobody else may read it at any time: it names what is to be hidden from others.
 void writeExport(const FolderProject& project, const std::string& text, const std::string& file) {
-  constexpr const char* CONTENT = "export";
-  const folder_host::Place place = folder_host::placeOf(file);
+  folder_host::Place place = folder_host::placeOf(file);
   const FileId store = folder_host::idOf(statusIn(folder_host::openFolder(project.root()), folder_host::STORE_FOLDER));
   if (folder_host::liesIn(place, {store})) {
     throw Refusal(refusals::EXPORT_MISPLACED,
@@ -67,13 +64,11 @@ void writeExport(const FolderProject& project, const std::string& text, const st
                               inQuotes(file)));
   }
   const std::optional<FileId> replaced = exportAt(place, file);
-  Publication::removeAbandoned(place.parent);
-  Publication staging(place.parent);
-  const Descriptor content = openBeneath(staging.content(), CONTENT, O_WRONLY | O_CREAT | O_EXCL, 0600);
-  folder_host::writeAll(content, text);
-  folder_host::check(::fsync(content.get()));
+  PrivateFile content(std::move(place));
+  content.put(text);
+  content.finish();
   try {
-    replaced ? staging.replaceFile(CONTENT, place.name, *replaced) : staging.publishFile(CONTENT, place.name);
+    replaced ? content.replace(*replaced) : content.publish();
   } catch (const std::system_error& error) {
     if (error.code().value() == EEXIST) throw takenName(file);
     throw;

@@ -21,6 +21,7 @@
 #include "output/PageFile.h"
 #include "output/Report.h"
 #include "output/View.h"
+#include "receipt/FoundReceipt.h"
 #include "settings/OpenProject.h"
 #include "words/Entries.h"
 #include "words/FilterKinds.h"
@@ -174,6 +175,24 @@ void writePage(const ReceiptSource& source, const Verdict& verdict, const std::o
   file.publish();
 }
 
+std::optional<Since> sinceWanted(const FolderProject& project, const folder_host::WorkingCopy& copy,
+                                 const profiles::ExportProfile& profile, const PreviewWords& words,
+                                 Judgement& judgement) {
+  const bool isLast = words.since == "last";
+  std::optional<Since> since = sinceLastShare(project, copy, &profile, judgement, isLast || !words.page.empty());
+  if (isLast && !since) {
+    const std::string& from = copy.scopePath();
+    throw Refusal(
+        refusals::RECEIPT_NOT_FOUND,
+        fmt::format("the project keeps no receipt that can be read of a share by profile {}{}; name the file "
+                    "of one",
+                    inQuotes(judgement.name), from.empty() ? "" : fmt::format(" from {}", inQuotes(from + "/"))));
+  }
+  if (words.since.empty() || isLast) return since;
+  ReceiptReader receipt(words.since);
+  return sinceOf(judgement, receipt);
+}
+
 }  // namespace
 
 // What speaks against a share comes behind the tree, which may be long: people read the end.
@@ -190,11 +209,7 @@ void previewProfile(const PreviewWords& words) {
   // Whoever approves a page approves what a share will find: each file is looked into for it.
   const auto look = page ? folder_host::Look::each : folder_host::Look::likely;
   Judgement judgement = judgeFor(*copy, profile.get(), words.gate, look);
-  std::optional<Since> since = sinceLastShare(project, *copy, profile.get(), judgement, page.has_value());
-  if (!words.since.empty()) {
-    ReceiptReader receipt = receiptNamed(project, words.since, judgement);
-    since = sinceOf(judgement, receipt);
-  }
+  std::optional<Since> since = sinceWanted(project, *copy, *profile, words, judgement);
   noteAttributes(judgement);
   const Verdict verdict = verdictOf(judgement.found, words.gate);
   std::string digest;
@@ -236,13 +251,29 @@ void explainPath(const std::string& named, const std::string& word) {
 namespace {
 
 // The newest, of that profile where one is named.
-ReceiptReader lastOf(const FolderProject& project, const std::string& word) {
-  const auto profile = word.empty() ? nullptr : findProfile(*managerOf(*project.workingCopy()), word);
-  for (const KeptReceipt& kept : keptReceipts(project)) {
-    if (!kept.isComplete || (profile && kept.head.profileUuid != folder_host::toBytes(profile->getUUID()))) continue;
-    return openKept(project, kept);
-  }
-  throw Refusal(refusals::RECEIPT_NOT_FOUND, "the project keeps no receipt of such a share; name the file of one");
+ReceiptReader lastOf(const FolderProject& project, const profiles::ExportProfile* profile) {
+  std::vector<KeptReceipt> all = keptReceipts(project);
+  const auto isOther = [&](const KeptReceipt& kept) {
+    return !kept.isComplete || (profile != nullptr && otherThan(profile->getUUID(), nameOf(*profile), kept.head));
+  };
+  all.erase(std::remove_if(all.begin(), all.end(), isOther), all.end());
+  std::vector<Risk> notes;
+  auto found = firstReadable(project, all, ReceiptReader::MOST, notes);
+  if (!manner().quiet) printNotes(notes);
+  if (found) return std::move(found->receipt);
+  throw Refusal(refusals::RECEIPT_NOT_FOUND,
+                "the project keeps no receipt of such a share that can be read; name the file of one");
+}
+
+// By the receipt of which share; what this project does not have may be of another one.
+void putProfile(Json& object, const ReceiptHead& head, profiles::ExportProfileManager& manager) {
+  object["profile"] = jsonOf(head)["profile"];
+  if (head.profileUuid.empty()) return;
+  const auto all = manager.getProfiles();
+  const bool isOurs = std::any_of(all.begin(), all.end(), [&](const auto& profile) {
+    return folder_host::toBytes(profile->getUUID()) == head.profileUuid;
+  });
+  if (!isOurs) object["profile"]["deleted"] = true;
 }
 
 struct EntryThen {
@@ -278,7 +309,14 @@ std::optional<EntryThen> entryThen(ReceiptReader& receipt, const std::string& pa
 void explainPathThen(const std::string& named, const std::string& word, const std::string& file) {
   const FolderProject project = openProject();
   const std::string path = project.locate(named);
-  ReceiptReader receipt = file == "last" ? lastOf(project, word) : ReceiptReader(file);
+  const auto copy = project.workingCopy();
+  const auto manager = managerOf(*copy);
+  const auto profile = word.empty() ? nullptr : findProfile(*manager, word);
+  ReceiptReader receipt = file == "last" ? lastOf(project, profile.get()) : ReceiptReader(file);
+  if (profile) {
+    if (const auto other = otherThan(profile->getUUID(), nameOf(*profile), receipt.head()))
+      throw Refusal(refusals::RECEIPT_OF_ANOTHER, "the receipt is " + *other);
+  }
   const std::string& from = receipt.head().from;
   const bool isInside = from.empty() || path.compare(0, below(from), from + "/") == 0;
   auto then = isInside ? entryThen(receipt, path.substr(below(from))) : std::nullopt;
@@ -295,8 +333,13 @@ void explainPathThen(const std::string& named, const std::string& word, const st
     then->object["labels"].push_back(Json(label));
     labels.push_back(text("category") + "/" + text("name"));
   });
+  putProfile(then->object, receipt.head(), *manager);
   item(inQuotes(path) + " " + then->answer, then->object);
   if (manner().json) return;
+  if (then->object["profile"].contains("deleted")) {
+    line(fmt::format("by profile {}, which this project does not have: it was deleted, or is of another project",
+                     inQuotes(receipt.head().profileName)));
+  }
   for (const std::string& label : labels) line("label  " + freeName(label));
 }
 

@@ -15,6 +15,7 @@
 #include "output/LabelReport.h"
 #include "output/Output.h"
 #include "output/Report.h"
+#include "receipt/FoundReceipt.h"
 #include "settings/OpenProject.h"
 #include "words/Labels.h"
 #include "words/Looks.h"
@@ -38,23 +39,20 @@ void printUnlabelled(const WorkingCopy& copy, std::size_t index, std::size_t bel
 }
 
 // By entry: whether the last share knew nothing of it, by whichever profile. A receipt of a part knows of that alone.
-std::vector<bool> newSinceLastShare(const folder_host::FolderProject& project, const WorkingCopy& copy) {
+std::vector<bool> newSinceLastShare(const folder_host::FolderProject& project, const WorkingCopy& copy,
+                                    std::vector<Risk>& notes) {
   std::vector<bool> isNew(copy.table().size());
-  const auto all = keptReceipts(project);
-  const auto last = std::find_if(all.begin(), all.end(),
-                                 [](const KeptReceipt& kept) { return kept.isComplete && kept.head.from.empty(); });
-  if (last == all.end()) return isNew;
-  try {
-    ReceiptReader receipt = openKept(project, *last);
-    isNew.assign(isNew.size(), true);
-    const auto know = [&](const auto& entry) {
-      if (const auto index = copy.table().find(entry.path)) isNew[*index] = false;
-    };
-    receipt.forEachShared(know);
-    receipt.forEachHeldBack(know);
-  } catch (const Refusal&) {  // damaged: all that has no label is told of below
-    isNew.assign(isNew.size(), false);
-  }
+  std::vector<KeptReceipt> all = keptReceipts(project);
+  const auto isOther = [](const KeptReceipt& kept) { return !kept.isComplete || !kept.head.from.empty(); };
+  all.erase(std::remove_if(all.begin(), all.end(), isOther), all.end());
+  auto last = firstReadable(project, all, roomForEntries(isNew.size()), notes);
+  if (!last) return isNew;
+  isNew.assign(isNew.size(), true);
+  const auto know = [&](const auto& entry) {
+    if (const auto index = copy.table().find(entry.path)) isNew[*index] = false;
+  };
+  last->receipt.forEachShared(know);
+  last->receipt.forEachHeldBack(know);
   return isNew;
 }
 
@@ -98,7 +96,7 @@ void printProfile(const folder_host::FolderProject& project, WorkingCopy& copy,
   const std::string prefix = fmt::format("profile {}: ", freeName(judgement.name));
   const Json more{{"profile", jsonOf(profile)}};
   const Allowances told{risks::LABEL_ON_MISSING_PATH.identifier, risks::RULE_IDLE.identifier,
-                        risks::MEMORY_UNREADABLE.identifier};
+                        risks::MEMORY_UNREADABLE.identifier, risks::RECEIPT_DAMAGED.identifier};
   printNotes(refusedAmong(judgement.found.notes, told), prefix, more);
   printRisks(judgement.found.risks, prefix, more);
 }
@@ -152,10 +150,12 @@ void showStatus(bool all) {
   const std::vector<bool> labelled = labelledIn(*copy);
   const auto unlabelled = std::count(labelled.begin(), labelled.end(), false);
 
-  printNew(newSinceLastShare(project, *copy), *copy, labelled);
+  std::vector<Risk> notes;
+  printNew(newSinceLastShare(project, *copy, notes), *copy, labelled);
   printLabels(records, copy->effective().sources());
   printUnlabelled(*copy, labelled, all || manner().json);
   printSkipped(copy->listing());
+  printNotes(notes);
   printNotes(doubtsAboutLabels(*copy));
   printNotes(doubtfulNames(records, *managerOf(*copy)));
   for (const auto& profile : listed) printProfile(project, *copy, *profile);

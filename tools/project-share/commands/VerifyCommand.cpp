@@ -14,6 +14,7 @@
 #include "output/Json.h"
 #include "output/Output.h"
 #include "output/ProgressLine.h"
+#include "output/Report.h"
 #include "receipt/CopyComparison.h"
 #include "receipt/FoundReceipt.h"
 #include "receipt/ReceiptReader.h"
@@ -27,11 +28,16 @@ namespace {
 // By the project that holds the working directory: whoever shared has it.
 ReceiptReader keptReceiptOf(const std::string& named, folder_host::CopyContent& copy) {
   const folder_host::FolderProject project = openProject();
-  if (auto found = receiptOf(project, named, copy)) return std::move(found->receipt);
-  throw Refusal(refusals::RECEIPT_NOT_FOUND,
-                fmt::format("the project {} keeps no receipt of what was shared to {} or holds the same; name one with "
-                            "--receipt FILE, or name the project that shared it: project-share -C PROJECT verify COPY",
-                            inQuotes(project.root()), inQuotes(named)));
+  std::vector<Risk> notes;
+  auto found = receiptOf(project, named, copy, notes);
+  if (!manner().quiet) printNotes(notes);
+  if (found) return std::move(found->receipt);
+  throw Refusal(
+      refusals::RECEIPT_NOT_FOUND,
+      fmt::format(
+          "the project {} keeps no receipt that can be read of what was shared to {} or holds the same; name one with "
+          "--receipt FILE, or name the project that shared it: project-share -C PROJECT verify COPY",
+          inQuotes(project.root()), inQuotes(named)));
 }
 
 // As long as it is not known what it should hold: more than most archives expand to.

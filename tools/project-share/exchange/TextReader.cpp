@@ -16,6 +16,7 @@
 #include "folder_host/text/Patterns.h"
 #include "folder_host/text/Utf.h"
 #include "output/Json.h"
+#include "output/JsonMaker.h"
 #include "project/sharing/profiles/ExportProfileTransformation.h"
 #include "words/FilterKinds.h"
 #include "words/Labels.h"
@@ -29,7 +30,7 @@ using project::metadata::MetadataPathBuilder;
 
 namespace {
 
-using Tree = nlohmann::json;  // sorts its keys: an object of very many takes no longer for each
+using Tree = JsonMaker::Value;
 
 // The text that putText was given.
 std::optional<std::u16string> textFrom(const Tree& object, const std::string& key) {
@@ -115,34 +116,13 @@ class Piece {
   std::string where_;  // as a pointer into JSON: "/categories/0/name"
 };
 
-// Puts the tree together. A name that comes twice could mean one thing here and another to the next reader. A crafted
-// text can nest without end, and have more parts than there is memory for.
-class TreeMaker final : public nlohmann::json_sax<Tree> {
+class TreeMaker final : public JsonMaker {
  public:
-  TreeMaker(const std::string& text, const Piece& whole) : text_(text), whole_(whole) {}
+  TreeMaker(const std::string& text, const Piece& whole) : JsonMaker(DEEPEST, MOST_PARTS), text_(text), whole_(whole) {}
 
   Tree made() {
     Tree::sax_parse(text_, this);
     return std::move(root_);
-  }
-
-  bool null() override { return scalar(nullptr); }
-  bool boolean(bool value) override { return scalar(value); }
-  bool number_integer(number_integer_t value) override { return scalar(value); }
-  bool number_unsigned(number_unsigned_t value) override { return scalar(value); }
-  bool number_float(number_float_t value, const string_t& /*text*/) override { return scalar(value); }
-  bool string(string_t& value) override { return scalar(std::move(value)); }
-  bool binary(binary_t& /*value*/) override { return false; }
-  bool start_object(std::size_t /*size*/) override { return open(Tree::object()); }
-  bool start_array(std::size_t /*size*/) override { return open(Tree::array()); }
-  bool end_object() override { return close(); }
-  bool end_array() override { return close(); }
-
-  bool key(string_t& name) override {
-    const auto [place, isNew] = open_.back()->get_ref<Tree::object_t&>().emplace(name, nullptr);
-    if (!isNew) whole_.refuse(fmt::format("{} is there twice", inQuotes(name)));
-    field_ = &place->second;
-    return true;
   }
 
   bool parse_error(std::size_t at, const std::string& /*token*/, const Tree::exception& /*error*/) override {
@@ -151,37 +131,18 @@ class TreeMaker final : public nlohmann::json_sax<Tree> {
   }
 
  private:
-  bool scalar(Tree value) {
-    place(std::move(value));
+  static constexpr std::size_t DEEPEST = 16;
+  static constexpr std::uint64_t MOST_PARTS = std::uint64_t{1} << 23U;
+
+  bool isRight(Tree& whole) override {
+    root_ = std::move(whole);
     return true;
   }
-
-  bool open(Tree list) {
-    constexpr std::size_t DEEPEST = 16;
-    open_.push_back(&place(std::move(list)));
-    whole_.require(open_.size() <= DEEPEST, "it is too deep");
-    return true;
-  }
-
-  bool close() {
-    open_.pop_back();
-    return true;
-  }
-
-  Tree& place(Tree value) {
-    constexpr std::size_t MOST = std::size_t{1} << 23U;
-    whole_.require(++parts_ <= MOST, "it has too many parts");
-    if (open_.empty()) return root_ = std::move(value);
-    if (open_.back()->is_object()) return *field_ = std::move(value);
-    return open_.back()->emplace_back(std::move(value));
-  }
+  bool fail(const std::string& why) override { whole_.refuse(why); }
 
   const std::string& text_;
   const Piece& whole_;
   Tree root_;
-  std::vector<Tree*> open_;  // objects and lists, each in the one before
-  Tree* field_ = nullptr;    // of the last of them, named last
-  std::size_t parts_ = 0;
 };
 
 Tree parsedText(const std::string& text, const std::string& file) {

@@ -24,6 +24,12 @@ void addNothingShared(Judgement& judgement, const Mend& mend) {
 
 }  // namespace
 
+std::string wordFor(const Judgement& judgement) {
+  const std::string name = folder_host::toBytes(judgement.name);
+  const bool isPlain = !name.empty() && name.front() != '-' && isTyped(name);
+  return isPlain ? name : folder_host::toBytes(judgement.uuid);
+}
+
 // By the reserved UUID everything would be shared, whatever the profile's filters are.
 Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile, folder_host::Look look) {
   if (profile.getUUID() == profiles::getWholeProjectUUID()) {
@@ -38,10 +44,13 @@ Judgement judge(WorkingCopy& project, const profiles::ExportProfile& profile, fo
   const Mending mending(filters, project);
   addProfileRisks(project, profile, mending, judgement);
   addTraceRisks(project, mending, judgement, look);
-  const std::string name = folder_host::toBytes(judgement.name);
-  // The command has to work as it is told, and a UUID can always be typed.
-  const std::string word = isTyped(name) ? name : folder_host::toBytes(judgement.uuid);
-  addNothingShared(judgement, {"this tells why", typedCommand({"preview", word})});
+  Command why = typedCommand({"preview", wordFor(judgement)});
+  if (!project.scopePath().empty()) {
+    const std::string from = fromHere(project.root(), project.scopePath());
+    why = isTyped(from) ? Command{why.text + " " + typedWords({"--from", from})}
+                        : Command{"preview the profile with the same --from", false};
+  }
+  addNothingShared(judgement, {"this tells why", why});
   return judgement;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "folder_host/share/Traces.h"
 #include "judgement/Judgement.h"
 #include "project/sharing/profiles/ExportProfile.h"
@@ -13,5 +15,8 @@ Judgement judge(folder_host::WorkingCopy& project, const project::sharing::profi
                 folder_host::Look look = folder_host::Look::likely);
 // Without a profile, everything is shared.
 Judgement judgeWhole(const folder_host::WorkingCopy& project);
+
+// The profile in a command: its UUID where the name cannot be typed as it looks, or would be an option.
+std::string wordFor(const Judgement& judgement);
 
 }  // namespace project_share

@@ -87,6 +87,9 @@ inline constexpr RiskKind SHARE_UNLISTED{
     "a share is not listed in the log, or the list cannot be read: the project's folder does not allow it"};
 inline constexpr RiskKind RECEIPT_UNKEPT{"receipt-unkept", Level::note,
                                          "the project keeps no receipt of a share: its folder does not allow it"};
+inline constexpr RiskKind RECEIPT_DAMAGED{
+    "receipt-damaged", Level::note,
+    "a receipt that the project keeps cannot be read, so an earlier share is told of, or none"};
 inline constexpr RiskKind NOT_AT_ONCE{
     "not-at-once", Level::note,
     "an update takes two steps, and between them nothing is at the destination: the file system knows no exchange"};
@@ -125,6 +128,9 @@ inline constexpr const RiskKind* ALL[] = {&FOLDER_SPARED,
                                           &MEMORY_FAILED,
                                           &SHARE_UNLISTED,
                                           &RECEIPT_UNKEPT,
+                                          &RECEIPT_DAMAGED,
+                                          &NOT_AT_ONCE,
+                                          &COPY_KEPT,
                                           &ALLOW_IDLE,
                                           &LABEL_ON_LINK,
                                           &LABEL_UNNAMED,

@@ -126,6 +126,7 @@ ChangeText EditTexts::textOf(const folder_host::Change& change) const {
 std::vector<ChangeText> EditTexts::changesOf(const Edit& edit) const {
   std::vector<ChangeText> texts;
   for (const folder_host::Change& change : edit.changes) {
+    if (folder_host::isTopNode(change)) continue;
     ChangeText text = textOf(change);
     if (!text.kind.empty()) texts.push_back(std::move(text));
   }

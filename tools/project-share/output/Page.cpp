@@ -81,19 +81,6 @@ std::string escaped(std::string_view text) {
 // Apart from what stands around it, whichever way it is written.
 std::string isolated(std::string_view text) { return "<bdi>" + escaped(text) + "</bdi>"; }
 
-std::string base64(std::string_view bytes) {
-  constexpr const char* DIGITS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string result;
-  std::uint32_t bits = 0;
-  unsigned count = 0;
-  for (const char byte : bytes) {
-    bits = (bits << 8U) | static_cast<unsigned char>(byte);
-    for (count += 8; count >= 6; count -= 6) result += DIGITS[(bits >> (count - 6)) & 0x3FU];
-  }
-  if (count > 0) result += DIGITS[(bits << (6 - count)) & 0x3FU];
-  return result.append((4 - result.size() % 4) % 4, '=');
-}
-
 class Page {
  public:
   Page(const PageContent& content, const std::function<void(std::string_view)>& put)
@@ -121,7 +108,7 @@ class Page {
   void begin() {
     // Only this style holds, by its digest.
     const std::string policy = "default-src 'none'; base-uri 'none'; form-action 'none'; style-src 'sha256-" +
-                               base64(*bytesOf(folder_host::sha256Of(std::string_view(STYLE)))) + "'";
+                               folder_host::base64Of(*bytesOf(folder_host::sha256Of(std::string_view(STYLE)))) + "'";
     const std::string title = fmt::format("What a share by profile {} would hand out", inQuotes(judgement_.name));
     const std::size_t shared = judgement_.shared.size();
     put_(folder_host::PAGE_HEAD);
@@ -269,7 +256,7 @@ class Page {
 <p>The digest of all that this page tells, to be compared or read out:</p>
 <p class="digest"><code>{}</code></p>
 <p>In full: <code>{}</code></p>
-<p>A share by it is refused where anything of it has changed since:</p>
+<p>This command shares what this page tells, and refuses where anything of that has changed by then:</p>
 <p><code>{}</code></p>
 </main>
 </body>

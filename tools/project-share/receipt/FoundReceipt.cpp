@@ -1,5 +1,7 @@
 #include "receipt/FoundReceipt.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <set>
@@ -9,6 +11,8 @@
 
 #include "Refusal.h"
 #include "folder_host/files/Place.h"
+#include "judgement/RiskKinds.h"
+#include "words/Names.h"
 
 namespace project_share {
 
@@ -40,8 +44,30 @@ void putLikeliestFirst(std::vector<KeptReceipt>& candidates, folder_host::CopyCo
 
 }  // namespace
 
+std::optional<FoundReceipt> firstReadable(const folder_host::FolderProject& project,
+                                          const std::vector<KeptReceipt>& candidates, std::uint64_t most,
+                                          std::vector<Risk>& notes) {
+  constexpr std::size_t MOST_TRIED = 3;  // each may be as long as it may be
+  const char* what = most < ReceiptReader::MOST ? "cannot be read, or is far longer than one of this project; remove"
+                                                : "cannot be read; remove";
+  for (std::size_t i = 0; i < candidates.size() && i < MOST_TRIED; ++i) {
+    const KeptReceipt& kept = candidates[i];
+    try {
+      return FoundReceipt{kept, openKept(project, kept, RECEIPTS, most)};
+    } catch (const Refusal&) {  // the one before it is as good
+      notes.push_back(
+          {risks::RECEIPT_DAMAGED.identifier,
+           {},
+           fmt::format(
+               "the receipt of the share to {} at {} {} {}", inQuotes(kept.head.destination), kept.head.time, what,
+               inQuotes(fmt::format("{}/{}/{}/{}", project.root(), folder_host::STORE_FOLDER, RECEIPTS, kept.name)))});
+    }
+  }
+  return std::nullopt;
+}
+
 std::optional<FoundReceipt> receiptOf(const folder_host::FolderProject& project, const std::string& named,
-                                      folder_host::CopyContent& copy) {
+                                      folder_host::CopyContent& copy, std::vector<Risk>& notes) {
   const std::vector<KeptReceipt> all = keptReceipts(project);
   std::vector<KeptReceipt> candidates;
   const std::set<std::string> places = placesOf(named);
@@ -53,14 +79,7 @@ std::optional<FoundReceipt> receiptOf(const folder_host::FolderProject& project,
     std::copy_if(all.begin(), all.end(), std::back_inserter(candidates),
                  [&](const KeptReceipt& kept) { return kept.head.copy == digest; });
   }
-  for (KeptReceipt& kept : candidates) {
-    try {
-      ReceiptReader receipt = openKept(project, kept);
-      return FoundReceipt{std::move(kept), std::move(receipt)};
-    } catch (const Refusal&) {  // an earlier one may be readable
-    }
-  }
-  return std::nullopt;
+  return firstReadable(project, candidates, ReceiptReader::MOST, notes);
 }
 
 }  // namespace project_share

@@ -136,11 +136,11 @@ std::vector<KeptReceipt> keptReceipts(const FolderProject& project, const char* 
   return kept;
 }
 
-ReceiptReader openKept(const FolderProject& project, const KeptReceipt& kept, const char* folder) {
+ReceiptReader openKept(const FolderProject& project, const KeptReceipt& kept, const char* folder, std::uint64_t most) {
   const std::string named = fmt::format("{}/{}/{}/{}", project.root(), folder_host::STORE_FOLDER, folder, kept.name);
   return {folder_host::attempt(refusals::RECEIPT_UNREADABLE, "cannot read", named,
                                [&] { return openOne(project, openKeepers(project, folder), kept.name); }),
-          named};
+          named, most};
 }
 
 void checkKeeping(const FolderProject& project, const char* folder) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,15 +33,15 @@ struct KeptReceipt {
 
 // The newest first; those of shares at work among them. The heads alone are read.
 std::vector<KeptReceipt> keptReceipts(const folder_host::FolderProject& project, const char* folder = RECEIPTS);
-// Error: RECEIPT_UNREADABLE.
+// Error: RECEIPT_UNREADABLE, also where it has more than `most` bytes.
 ReceiptReader openKept(const folder_host::FolderProject& project, const KeptReceipt& kept,
-                       const char* folder = RECEIPTS);
+                       const char* folder = RECEIPTS, std::uint64_t most = ReceiptReader::MOST);
 
 // Fails where none can be kept, with std::system_error; makes nothing.
 void checkKeeping(const folder_host::FolderProject& project, const char* folder = RECEIPTS);
 
-// Writes one that is to be kept. Everything here fails with std::system_error. It is removed when
-// this object ends, unless its share has come about.
+// Writes one that is to be kept. It is removed when this object ends, unless its share has come about. Everything here
+// fails with std::system_error.
 class Keeping {
  public:
   // Makes the folder where there is none.

@@ -3,22 +3,19 @@
 #include <string>
 #include <string_view>
 
-#include "folder_host/files/Descriptor.h"
 #include "folder_host/files/Place.h"
-#include "folder_host/files/Publication.h"
 #include "folder_host/share/WorkingCopy.h"
+#include "output/PrivateFile.h"
 
 namespace project_share {
 
-// What was handed out, what was held back, and why: a JSON file for the sender, for nobody else's eyes. It is put
-// together beside its place and gets its name when the copy is there; until then it is removed when this object ends.
+// What was handed out, what was held back, and why: a JSON file for the sender. It gets its name when the copy is
+// there.
 class Receipt {
  public:
   // Of a share of the project to the place `copy`; none: to standard output. Errors: RECEIPT_EXISTS; RECEIPT_MISPLACED
   // (in the project, where the next share would hand it out, or in the place of the copy or below it); RECEIPT_FAILED.
   Receipt(const folder_host::WorkingCopy& project, const folder_host::Place* copy, std::string file);
-  Receipt(const Receipt&) = delete;
-  Receipt& operator=(const Receipt&) = delete;
 
   // Whether that could be made, as far as that is known without making it. Errors: as above.
   static void check(const folder_host::WorkingCopy& project, const folder_host::Place* copy, const std::string& file);
@@ -31,13 +28,8 @@ class Receipt {
   void publish();
 
  private:
-  void flush();
-
-  std::string file_;
-  folder_host::Place place_;
-  folder_host::Publication staging_;
-  folder_host::Descriptor descriptor_;
-  std::string buffer_;
+  std::string name_;
+  PrivateFile file_;
 };
 
 }  // namespace project_share

@@ -1,63 +1,30 @@
 #pragma once
 
 #include <cstdint>
-#include <ctime>
 #include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "folder_host/files/Descriptor.h"
-#include "folder_host/files/Listing.h"
+#include "receipt/ReceiptEntry.h"
 
 namespace project_share {
-
-// What a receipt says of the share as a whole.
-struct ReceiptHead {
-  std::string time;                      // "2026-11-21T06:40:24Z"
-  std::string profileUuid, profileName;  // both empty: the whole project
-  std::string from;                      // the folder that was shared, relative to the project; empty: all of it
-  std::string destination;               // absolute; of a stream "-", of a judgement that is kept for itself, empty
-  std::string shape;                     // "folder", "tar", "tar.gz", "tar.zst", "zip"
-  bool isPlain = false;                  // the copy has no store
-  bool hasContent = false;               // each file's content was hashed
-  std::string judgement, copy;           // SHA-256, in hexadecimal digits
-};
-bool operator==(const ReceiptHead& a, const ReceiptHead& b);
-
-// An entry that was shared, by its path in the copy. The copy's store is among them, without times, mode or labels.
-struct ReceiptEntry {
-  std::string path;
-  folder_host::EntryKind kind = folder_host::EntryKind::file;
-  std::string target;      // of a link
-  std::uint64_t size = 0;  // of a file
-  timespec modified = {};
-  mode_t mode = 0;                  // of a file or a folder
-  std::string sha256;               // of a file, where its content was hashed
-  std::vector<std::string> labels;  // UUIDs
-};
-
-struct ReceiptHeldBack {
-  std::string path;  // relative to the folder that was shared, as all paths in a receipt
-  folder_host::EntryKind kind = folder_host::EntryKind::file;
-  nlohmann::json reason;            // docs/json.md
-  std::vector<std::string> labels;  // UUIDs
-};
-// "filter 1, drop-files: audience/internal", as the share told it.
-std::string reasonInWords(const nlohmann::json& reason);
 
 // Reads what may be a receipt (docs/json.md), the file of `share --receipt` or one that the project keeps, element by
 // element: a long one takes no more room than its longest element. What is none, by its bytes, its parts or their
 // types, is RECEIPT_UNREADABLE. Parts and fields that are not known are passed over.
 class ReceiptReader {
  public:
+  static constexpr std::uint64_t MOST = std::uint64_t{1} << 33U;
+
   // Opens it and waits for nothing; judges all of it, so that nothing is told by what is none: each part is there, and
   // once, all have their types, and the entries of each list stand in the order of their paths, each once.
   explicit ReceiptReader(const std::string& file);
-  // Of a file that is open for reading; `named` is what people know it by.
-  ReceiptReader(folder_host::Descriptor file, std::string named);
+  // Of a file that is open for reading; `named` is what people know it by. One that has more than `most` bytes, as they
+  // expand, is none.
+  ReceiptReader(folder_host::Descriptor file, std::string named, std::uint64_t most = MOST);
   ReceiptReader(ReceiptReader&&) noexcept;
   ~ReceiptReader();
 
@@ -83,9 +50,7 @@ class ReceiptReader {
 };
 
 // A kept receipt begins with a line of its own: this, the head as an object, and the line's end. Behind it the receipt
-// stands compressed (folder_host/files/Compressed.h).
-nlohmann::ordered_json jsonOf(const ReceiptHead& head);
-// Of the file's first line; none of anything else. Fails with std::system_error.
+// stands compressed (folder_host/files/Compressed.h). None of anything else; fails with std::system_error.
 std::optional<ReceiptHead> keptHeadOf(const folder_host::Descriptor& file);
 
 }  // namespace project_share

@@ -17,6 +17,7 @@
 #include "output/Json.h"
 #include "output/LabelReport.h"
 #include "output/Output.h"
+#include "receipt/FoundReceipt.h"
 #include "words/FilterKinds.h"
 #include "words/Labels.h"
 #include "words/Names.h"
@@ -57,17 +58,19 @@ bool isStore(const std::string& path) { return path == folder_host::STORE_FOLDER
 
 }  // namespace
 
+std::optional<std::string> otherThan(const std::u16string& uuid, const std::u16string& name, const ReceiptHead& head) {
+  if (head.profileUuid == folder_host::toBytes(uuid)) return std::nullopt;
+  // Two may have one name: that of another project, or one that was deleted and made once more.
+  return fmt::format("about {}, and not about profile {} ({})",
+                     head.profileUuid.empty()
+                         ? "a whole project"
+                         : fmt::format("profile {} ({})", inQuotes(head.profileName), freeName(head.profileUuid)),
+                     inQuotes(name), folder_host::toBytes(uuid));
+}
+
 std::optional<std::string> otherThan(const Judgement& judgement, const ReceiptHead& head) {
-  const std::string& scope = judgement.copy->scopePath();
-  if (head.profileUuid != folder_host::toBytes(judgement.uuid)) {
-    // Two may have one name: that of another project, or one that was deleted and made once more.
-    return fmt::format("about {}, and not about profile {} ({})",
-                       head.profileUuid.empty()
-                           ? "a whole project"
-                           : fmt::format("profile {} ({})", inQuotes(head.profileName), head.profileUuid),
-                       inQuotes(judgement.name), folder_host::toBytes(judgement.uuid));
-  }
-  if (head.from == scope) return std::nullopt;
+  if (auto other = otherThan(judgement.uuid, judgement.name, head)) return other;
+  if (head.from == judgement.copy->scopePath()) return std::nullopt;
   return head.from.empty() ? "about the whole project; leave out --from"
                            : fmt::format("about {} alone; name it by --from", inQuotes(head.from + "/"));
 }
@@ -110,29 +113,13 @@ Since sinceOf(const Judgement& judgement, ReceiptReader& receipt) {
   return since;
 }
 
-std::optional<ReceiptReader> lastReceipt(const folder_host::FolderProject& project, const Judgement& judgement) {
-  for (const KeptReceipt& kept : keptReceipts(project)) {
-    const bool isOurs =
-        kept.head.profileUuid == folder_host::toBytes(judgement.uuid) && kept.head.from == judgement.copy->scopePath();
-    if (!kept.isComplete || !isOurs) continue;
-    try {
-      return openKept(project, kept);
-    } catch (const Refusal&) {  // damaged: the one before is as good
-    }
-  }
-  return std::nullopt;
-}
-
-ReceiptReader receiptNamed(const folder_host::FolderProject& project, const std::string& named,
-                           const Judgement& judgement) {
-  if (named != "last") return ReceiptReader(named);
-  if (auto last = lastReceipt(project, judgement)) return *std::move(last);
-  throw Refusal(refusals::RECEIPT_NOT_FOUND,
-                fmt::format("the project keeps no receipt of a share by profile {}{}; name the file of one",
-                            inQuotes(judgement.name),
-                            judgement.copy->scopePath().empty()
-                                ? ""
-                                : fmt::format(" from {}", inQuotes(judgement.copy->scopePath() + "/"))));
+std::optional<ReceiptReader> lastReceipt(const folder_host::FolderProject& project, const Judgement& judgement,
+                                         std::uint64_t most, std::vector<Risk>& notes) {
+  std::vector<KeptReceipt> all = keptReceipts(project);
+  const auto isOther = [&](const KeptReceipt& kept) { return !kept.isComplete || otherThan(judgement, kept.head); };
+  all.erase(std::remove_if(all.begin(), all.end(), isOther), all.end());
+  auto found = firstReadable(project, all, most, notes);
+  return found ? std::optional(std::move(found->receipt)) : std::nullopt;
 }
 
 const char* wordOf(Since::Turn turn) { return TURN_WORDS[turn]; }

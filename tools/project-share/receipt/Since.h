@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,20 +37,18 @@ struct Since {
   std::size_t count(Turn turn) const { return entries[turn].size(); }
 };
 
-// How the receipt is about another profile (every project has its own) or folder than the judgement; none where it is
-// about the same.
+// How the receipt is about another profile than that one (every project has its own); none where it is about the same.
+std::optional<std::string> otherThan(const std::u16string& uuid, const std::u16string& name, const ReceiptHead& head);
+// The same of the profile of the judgement and, where that is the same, of the folder.
 std::optional<std::string> otherThan(const Judgement& judgement, const ReceiptHead& head);
 
 // Of what is judged, against the receipt. Content is not read: what has size, times and mode as before is the same.
 // Errors: RECEIPT_OF_ANOTHER (see otherThan), RECEIPT_UNREADABLE.
 Since sinceOf(const Judgement& judgement, ReceiptReader& receipt);
 
-// The receipt that a person names: a file, or "last", the last share by that profile and from that folder that the
-// project keeps a receipt of. Errors: RECEIPT_NOT_FOUND of the last; RECEIPT_UNREADABLE.
-ReceiptReader receiptNamed(const folder_host::FolderProject& project, const std::string& named,
-                           const Judgement& judgement);
-// That last one; none where there is none that can be read.
-std::optional<ReceiptReader> lastReceipt(const folder_host::FolderProject& project, const Judgement& judgement);
+// Of the last share by that profile and from that folder that the project keeps a receipt of (see firstReadable).
+std::optional<ReceiptReader> lastReceipt(const folder_host::FolderProject& project, const Judgement& judgement,
+                                         std::uint64_t most, std::vector<Risk>& notes);
 
 // "Since 2026-11-21T06:40:24Z, shared to '/copies/a': 1 added, 0 changed, ..."
 std::string textOf(const Since& since);
