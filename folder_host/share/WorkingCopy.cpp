@@ -81,6 +81,8 @@ project::management::FileManager& WorkingCopy::getFileManager() { return *this; 
 
 std::shared_ptr<project::metadata::MetadataManager> WorkingCopy::getMetadataManager() { return metadata_; }
 
+Position WorkingCopy::position() const { return store_->position(); }
+
 const std::string& WorkingCopy::root() const { return root_; }
 
 const Listing& WorkingCopy::listing() const { return table_->listing(); }

@@ -15,6 +15,7 @@
 #include "folder_host/share/HostRules.h"
 #include "folder_host/store/LabelStore.h"
 #include "folder_host/store/MetadataStore.h"
+#include "folder_host/store/Position.h"
 #include "project/management/ProjectManager.h"
 
 namespace folder_host {
@@ -40,6 +41,9 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   const LabelStore& labels() const { return labels_; }
   project::management::FileManager& getFileManager() override;
   std::shared_ptr<project::metadata::MetadataManager> getMetadataManager() override;
+
+  // The state of the store that was copied.
+  Position position() const;
 
   // The project's folder: absolute, without links in it.
   const std::string& root() const;

@@ -70,10 +70,13 @@ class MemoryOrigin final : public Origin {
     Project& at = project();
     if (at.holder != this || edit.number != at.log.back().number + 1)
       throw Error(errors::STORE_CONFLICT, "another edit was kept");
-    apply(at, edit.changes);
-    at.log.push_back(edit);
-    at.log.back().settled.clear();
-    at.isClosed = isLast;
+    Project next = at;  // all of it or nothing, whatever fails
+    apply(next, edit.changes);
+    next.log.push_back(edit);
+    next.log.back().settled.clear();
+    next.isClosed = isLast;
+    next.holder = nullptr;
+    std::swap(at, next);
     servers_.call("published");
   }
 

@@ -6,6 +6,7 @@
 #include <set>
 #include <thread>
 
+#include "AllocationFault.h"
 #include "Fixture.h"
 #include "MemoryServers.h"
 #include "folder_host/store/Blob.h"
@@ -167,6 +168,33 @@ TEST_F(MirrorTest, AnEditThatFailsIsToldAndOneThatIsKeptIsNot) {
     label(open("b"), name + u"b");
     for (const char* checkout : {"a", "b"}) EXPECT_EQ(rows(checkout), rowsOnServer());
   }
+}
+
+// Wherever memory runs out in an edit, the lock is given back, and nothing is kept that was not published as a whole.
+TEST_F(MirrorTest, AnEditThatRunsOutOfMemoryLeavesServerAndMirrorAlike) {
+  std::size_t hit = 0, kept = 0;
+  for (std::size_t index = 0;; index += 3, ++hit) {
+    bool isPublished = false;
+    servers_->onCall = [&](const std::string& call) { isPublished = isPublished || call == "published"; };
+    const auto before = onServer().log.size();
+    const std::u16string name = fromBytes("l" + std::to_string(index));
+    const FolderProject a = open("a");
+    const auto edit = [&] {
+      try {
+        label(a, name);
+      } catch (const Error&) {  // what fails at the end of a scope is told so
+        throw std::bad_alloc();
+      }
+    };
+    if (!runsOutOfMemory(index, edit)) break;
+    servers_->onCall = nullptr;
+    EXPECT_EQ(onServer().holder, nullptr) << index;
+    EXPECT_EQ(onServer().log.size(), before + (isPublished ? 1 : 0)) << index;
+    kept += isPublished ? 1 : 0;
+    EXPECT_EQ(rows("a"), rowsOnServer()) << index;
+  }
+  EXPECT_GT(hit, 20U);
+  EXPECT_LT(kept, hit);
 }
 
 TEST_F(MirrorTest, NothingIsReadWithoutTheServerButOffline) {
