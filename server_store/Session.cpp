@@ -205,6 +205,7 @@ Answer Session::run(const std::vector<Statement>& statements, const OnRow& onRow
         answer.last = PQcmdStatus(result.get());
         break;
       case PGRES_PIPELINE_SYNC:
+        if (statement != statements.size()) throw ConnectionLost(ConnectionLost::When::talking, "an answer is missing");
         answer.hasWarned = hasWarned_;
         return answer;
       default:

@@ -136,16 +136,19 @@ Postgres::~Postgres() {
   fs::remove_all(folder_, ignored);
 }
 
+// Where the last one was killed, the new one is there when nothing of that is left.
 void Postgres::start() {
-  fs::remove(folder_ + "/data/postmaster.pid");
-  server_ = begin(
-      {std::string(PROGRAMS) + "postgres", "-D", folder_ + "/data", "-p", std::to_string(port_), "-c",
-       "unix_socket_directories=", "-c", "listen_addresses=127.0.0.1", "-c", "fsync=off", "-c", "max_connections=50"},
-      folder_ + "/log");
   const std::string ready = std::string(PROGRAMS) + "pg_isready -q -h 127.0.0.1 -p " + std::to_string(port_);
-  for (int tries = 0; std::system(ready.c_str()) != 0; ++tries) {
-    require(tries < 300 && ::waitpid(server_, nullptr, WNOHANG) == 0, "no server: see " + folder_ + "/log");
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  for (int tries = 0; server_ == 0 || std::system(ready.c_str()) != 0; ++tries) {
+    require(tries < 300, "no server: see " + folder_ + "/log");
+    if (server_ != 0 && ::waitpid(server_, nullptr, WNOHANG) == 0) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      continue;
+    }
+    server_ = begin(
+        {std::string(PROGRAMS) + "postgres", "-D", folder_ + "/data", "-p", std::to_string(port_), "-c",
+         "unix_socket_directories=", "-c", "listen_addresses=127.0.0.1", "-c", "fsync=off", "-c", "max_connections=50"},
+        folder_ + "/log");
   }
 }
 

@@ -19,6 +19,7 @@ class Postgres {
   void start();
   void stop(int signal);
 
+  const std::string& folder() const noexcept { return folder_; }
   int port() const noexcept { return port_; }
   folder_host::Address addressOf(const std::string& project) const;
   // Runs SQL as the administrator, or a file of it with variables; what it prints.

@@ -1,6 +1,7 @@
 #include "Proxy.h"
 
 #include <arpa/inet.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -68,6 +69,9 @@ void Proxy::connect(int client) {
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   address.sin_port = htons(static_cast<std::uint16_t>(serverPort_));
+  // Messages go one by one; held back until the one before is confirmed, each would take a while.
+  const int isOn = 1;
+  for (const int socket : {client, server}) ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &isOn, sizeof isOn);
   const bool isThere = ::connect(server, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
   const std::lock_guard<std::mutex> lock(mutex_);
   sockets_.insert(sockets_.end(), {client, server});
