@@ -75,7 +75,6 @@ class MemoryOrigin final : public Origin {
     next.log.push_back(edit);
     next.log.back().settled.clear();
     next.isClosed = isLast;
-    next.holder = nullptr;
     std::swap(at, next);
     servers_.call("published");
   }

@@ -24,8 +24,6 @@ class OriginWorld {
   virtual void trim(const std::string& project, std::int64_t first) = 0;
   // The project is as it was behind the last one.
   virtual void goBackTo(const std::string& project, std::int64_t last) = 0;
-  // A version of the program that has another number of its stores.
-  virtual void setFormat(const std::string& project, int format) = 0;
 };
 
 struct OriginKind {

@@ -181,7 +181,7 @@ TEST(Server, ThatSaysAnythingIsRefused) {
 
 TEST(Server, ThatIsNotThereOrNotReadyIsRefused) {
   postgres().run("CREATE DATABASE bare");
-  PostgresServers servers;
+  PostgresServers servers({milliseconds(1000), milliseconds(5000), milliseconds(100)});
   Address address = postgres().addressOf("p");
   const auto identifierAt = [&](const Address& at) { return refusalOf([&] { servers.originAt(at)->read({}); }); };
   address.database = "bare";
@@ -328,9 +328,17 @@ TEST(Server, OfAServiceIsProvenToBeIt) {
     EXPECT_EQ(row.identifier, message.substr(0, message.find(':'))) << message;
     EXPECT_EQ(std::string::npos, message.find("secret"));
   }
+  encrypt("on");
+  write(services, read(services) + "user=proven\nsslrootcert=" + data + "server.crt\n");
+  Changes many;
+  for (int i = 0; i < 30; ++i) many.push_back(rowPut(std::to_string(i), std::string(std::size_t{1} << i % 21, 'x')));
+  const Address encrypted = {"", "", "teams", "encrypted"};
+  servers.create(encrypted, many, {editOf(1, {})});
+  EXPECT_TRUE(sorted(many) == sorted(servers.originAt(encrypted)->read({}).content));
   const std::string message = messageOf([&] { servers.originAt({"", "", "none such", "p"})->read({}); });
   EXPECT_NE(std::string::npos, message.find("none such")) << message;
   for (const char* name : {"PGSERVICEFILE", "PGSSLMODE"}) ::unsetenv(name);
+  encrypt("off");
   ::setenv("PGUSER", "editor", 1);
 }
 

@@ -10,6 +10,7 @@
 #include "Postgres.h"
 #include "Proxy.h"
 #include "folder_host/Fixture.h"
+#include "folder_host/store/Schema.h"
 #include "server_store/PostgresServers.h"
 
 namespace folder_host {
@@ -163,6 +164,14 @@ TEST_F(Edits, RowsThatAreNotAsTheyShouldBeKeepNothing) {
   EXPECT_EQ(errors::STORE_CONFLICT, refusalOf([&] { origin->publish(again); }));
   const Edit large = nextEdit(origin->lock({}), {rowPut("large", std::string(std::size_t{65} << 20U, 'x'))});
   EXPECT_EQ(errors::STORE_FAILED, refusalOf([&] { origin->publish(large); }));
+}
+
+TEST_F(Edits, AStoreOfANewerVersionIsNotRead) {
+  postgres().run("UPDATE project_share.project SET format = " + std::to_string(SCHEMA_VERSION + 1) +
+                 "; UPDATE project_share.edit SET changes = 'new'");
+  const auto origin = servers_.originAt(address_);
+  EXPECT_EQ(errors::STORE_TOO_NEW, refusalOf([&] { origin->read({}); }));
+  EXPECT_EQ(errors::STORE_TOO_NEW, refusalOf([&] { origin->lock({}); }));
 }
 
 TEST_F(Edits, AnEditTakesTwoRoundTrips) {

@@ -80,10 +80,6 @@ class World final : public folder_host::OriginWorld {
     postgres().run("DELETE FROM project_share.edit WHERE revision > " + number + " AND project = " + idOf(project) +
                    "; UPDATE project_share.project SET revision = " + number + it);
   }
-  void setFormat(const std::string& project, int format) override {
-    postgres().run("UPDATE project_share.project SET format = " + std::to_string(format) +
-                   " WHERE id = " + idOf(project));
-  }
 
  private:
   static std::string idOf(const std::string& project) {
