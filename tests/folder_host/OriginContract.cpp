@@ -75,10 +75,12 @@ OriginContract::OriginContract()
   world_.servers().create(address_, content_, log_);
 }
 
+OriginContract::~OriginContract() = default;
+
 Edit OriginContract::edit(const Changes& changes) {
   const auto editor = origin();
   const Update update = editor->lock({});
-  const Edit made = editOf(update.edits.back().number + 1, changes);
+  Edit made = editOf(update.edits.back().number + 1, changes);
   editor->publish(made);
   return made;
 }
@@ -127,6 +129,7 @@ TEST_P(OriginContract, KeepsRowsOfAnyKindAndLength) {
 
 TEST_P(OriginContract, AnEditOfManyRowsIsOneEdit) {
   Changes changes;
+  changes.reserve(100000);
   for (int i = 0; i < 100000; ++i) changes.push_back(rowPut("many" + std::to_string(i), "value"));
   edit(changes);
   EXPECT_EQ(changes.size() + content_.size(), all().content.size());

@@ -44,6 +44,7 @@ Changes sorted(Changes rows);
 class OriginContract : public ::testing::TestWithParam<OriginKind> {
  protected:
   OriginContract();
+  ~OriginContract() override;
 
   std::shared_ptr<Origin> origin() { return world_.servers().originAt(address_); }
   // What an origin that knows nothing tells.

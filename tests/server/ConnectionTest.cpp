@@ -284,11 +284,11 @@ TEST(Server, ShowsItsWordsInMessagesAlone) {
 TEST(Server, OfAServiceIsProvenToBeIt) {
   const std::string folder = postgres().folder(), data = folder + "/data/";
   const auto makeCertificate = [&](const std::string& name) {
-    ASSERT_EQ(0, std::system(("openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=x -addext "
-                              "subjectAltName=DNS:teams.example -keyout " +
-                              name + ".key -out " + name + ".crt 2>/dev/null && chmod 600 " + name +
-                              ".key && chown --reference=" + data + " " + name + ".key " + name + ".crt")
-                                 .c_str()));
+    outputOf(
+        "openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=x -addext subjectAltName=DNS:teams.example "
+        "-keyout " +
+        name + ".key -out " + name + ".crt && chmod 600 " + name + ".key && chown --reference=" + data + " " + name +
+        ".key " + name + ".crt");
   };
   makeCertificate(data + "server");
   makeCertificate(data + "other");
@@ -331,6 +331,7 @@ TEST(Server, OfAServiceIsProvenToBeIt) {
   encrypt("on");
   write(services, read(services) + "user=proven\nsslrootcert=" + data + "server.crt\n");
   Changes many;
+  many.reserve(30);
   for (int i = 0; i < 30; ++i) many.push_back(rowPut(std::to_string(i), std::string(std::size_t{1} << i % 21, 'x')));
   const Address encrypted = {"", "", "teams", "encrypted"};
   servers.create(encrypted, many, {editOf(1, {})});
