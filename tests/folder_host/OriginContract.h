@@ -42,10 +42,11 @@ Position positionOf(const Edit& edit);
 Changes sorted(Changes rows);
 
 class OriginContract : public ::testing::TestWithParam<OriginKind> {
- protected:
+ public:
   OriginContract();
   ~OriginContract() override;
 
+ protected:
   std::shared_ptr<Origin> origin() { return world_.servers().originAt(address_); }
   // What an origin that knows nothing tells.
   Update all() { return origin()->read({}); }
