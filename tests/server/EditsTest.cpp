@@ -124,15 +124,19 @@ TEST_F(Edits, AnEditThatIsCutIsToldFromOneThatCameInstead) {
   for (const Direction direction : DIRECTIONS) {
     Proxy proxy(postgres().port());
     const auto origin = servers_.originAt(through(proxy)), other = servers_.originAt(address_);
-    const Edit edit = nextEdit(origin->lock({}));
-    auto others = std::async(std::launch::async, [&] { other->publish(nextEdit(other->lock({}))); });
+    const bool isCutBefore = direction == Direction::toServer;
+    const Changes changes = {rowPut("b", "1")};
+    const Edit edit = nextEdit(origin->lock({}), changes);
+    auto others = std::async(std::launch::async, [&] {
+      other->publish(nextEdit(other->lock({}), isCutBefore ? changes : Changes{rowGone("b", "1")}));
+    });
     while (postgres().run("SELECT count(*) FROM pg_stat_activity WHERE wait_event_type = 'Lock'") != "1\n") {
     }
     proxy.cutBehind(direction, 0);
-    const bool isCutBefore = direction == Direction::toServer;
     EXPECT_EQ(isCutBefore ? errors::STORE_CONFLICT : "", refusalOf([&] { origin->publish(edit); }));
     others.get();
     EXPECT_EQ(!isCutBefore, hasEdit(edit.id));
+    if (isCutBefore) other->publish(nextEdit(other->lock({}), {rowGone("b", "1")}));
   }
 }
 
