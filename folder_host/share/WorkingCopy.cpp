@@ -6,6 +6,7 @@
 #include "folder_host/Error.h"
 #include "folder_host/files/EntryTable.h"
 #include "folder_host/share/HostRules.h"
+#include "folder_host/store/Origin.h"
 #include "folder_host/store/Store.h"
 #include "folder_host/text/Utf.h"
 
@@ -42,10 +43,13 @@ WorkingCopy::WorkingCopy(std::string root, std::shared_ptr<Store> store, std::sh
 
 WorkingCopy::~WorkingCopy() = default;
 
+Position WorkingCopy::position() const { return store_->position(); }
+
 // What never changes, clones have in common: the listing, and what was found out about it. The store and the marks are
 // each one's own.
 std::shared_ptr<WorkingCopy> WorkingCopy::clone() const {
   std::shared_ptr<WorkingCopy> copy(new WorkingCopy(root_, store_->memoryCopy(), table_, memory_));
+  copy->address_ = address_;
   copy->heldBack_ = heldBack_;
   copy->scope_ = scope_;
   copy->instead_ = instead_;

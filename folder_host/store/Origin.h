@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "folder_host/Error.h"
 #include "folder_host/store/Address.h"
 #include "folder_host/store/Changes.h"
 
@@ -20,6 +22,19 @@ struct Position {
 inline bool operator==(const Position& a, const Position& b) {
   return a.revision == b.revision && a.editId == b.editId;
 }
+
+// STORE_OUTCOME_UNKNOWN, with the id of the edit that may be kept or not.
+class OutcomeUnknown : public Error {
+ public:
+  OutcomeUnknown(const std::string& message, std::string editId)
+      : Error(errors::STORE_OUTCOME_UNKNOWN, message), editId_(std::move(editId)) {}
+  ~OutcomeUnknown() override;
+
+  const std::string& editId() const noexcept { return editId_; }
+
+ private:
+  std::string editId_;
+};
 
 // What leads from a known position to the newest one.
 struct Update {
