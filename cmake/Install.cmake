@@ -66,8 +66,10 @@ install(FILES docs/abi.md docs/conformance.md docs/errors.md docs/host-guide.md 
 install(FILES cmake/README.installed.md RENAME README.md DESTINATION "${installed_guides}" COMPONENT dev)
 
 if(TARGET project-share)
-  install(FILES docs/tour.md docs/how-do-i.md docs/program.md docs/errors.md docs/json.md
+  install(FILES docs/tour.md docs/how-do-i.md docs/program.md docs/errors.md docs/json.md docs/server.md
           DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/project-share" COMPONENT tool)
+  install(FILES server_store/schema.sql server_store/roles.sql server_store/trim.sql
+          DESTINATION "${CMAKE_INSTALL_DATADIR}/project-share" COMPONENT tool)
   set(libraries_from_programs "${CMAKE_INSTALL_LIBDIR}")
   if(NOT IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
     file(RELATIVE_PATH libraries_from_programs "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")

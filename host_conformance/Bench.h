@@ -29,6 +29,7 @@ using Clause = std::pair<const char*, void (*)(Bench&)>;  // a name that never c
 using Clauses = std::vector<Clause>;
 Clauses metadataClauses();
 Clauses projectClauses();
+Clauses sessionClauses();
 Clauses sharingClauses();
 
 constexpr std::size_t MANY = 1030;  // more than a host is likely to ask its store for at a time

@@ -49,6 +49,10 @@ struct Host {
   // A host sets this in which each thread may use a session of its own: a read scope shows one state, and a write scope
   // keeps other writers out, who wait or fail.
   bool isolatesSessions = false;
+
+  // Makes the commit fail at the end of the next outermost write scope of `project` that changes something, as a full
+  // disk or a lost server does. What is done by then in this session has succeeded.
+  std::function<void()> failNextCommit;
 };
 
 // Registers every clause as a test of the suite `name`; must be called before RUN_ALL_TESTS. Each test asks the factory

@@ -219,7 +219,7 @@ void registerSuite(const std::string& name, const std::function<Host()>& factory
     return;
   }
   tellUuidsIfAsked();
-  for (const Clauses& clauses : {metadataClauses(), projectClauses(), sharingClauses()}) {
+  for (const Clauses& clauses : {metadataClauses(), sessionClauses(), projectClauses(), sharingClauses()}) {
     for (const auto& [id, check] : clauses) {
       testing::RegisterTest(name.c_str(), id, nullptr, nullptr, __FILE__, __LINE__,
                             [check = check, factory] { return new Bench(check, factory()); });

@@ -26,7 +26,7 @@ class Connection {
 
   // All statements in one round trip, each when the one before it is done, none behind one that is refused. Where it
   // throws (ConnectionLost, StatementRefused, AnswerTooLarge, and what `onRow` throws), there is no connection any
-  // more, and so no transaction.
+  // more, and so no transaction. Without `onRow`, rows are passed over.
   Answer run(const std::vector<Statement>& statements, const OnRow& onRow, TimePoint deadline);
 
   // Does not wait: an open transaction ends when the server notices.

@@ -127,15 +127,17 @@ void PostgresOrigin::keep(const Held& held, const Edit& edit, bool isLast) {
   do {
     try {
       const Answer answer = connection_.run(statements, nullptr, std::min(deadline, Clock::now() + deadlines_.answer));
-      if (answer.hasWarned || answer.last != "COMMIT") throw refusals_.outcomeUnknown(edit.id);
-      return;
+      if (!answer.hasWarned && answer.last == "COMMIT") return;
+      throw refusals_.outcomeUnknown(edit.id);
     } catch (const StatementRefused& refused) {
       const bool isCount = refused.code() == "22012" || refused.code() == "23505";
       if (isCount && refused.statement() < rows) throw refusals_.unreadable("its rows are not what its edits come to");
       if (isCount) throw refusals_.conflict();
       if (!isPassing(refused)) throw refusals_.ofEditing(refused);
-    } catch (const ConnectionLost&) {
-    } catch (const AnswerTooLarge&) {
+    } catch (const folder_host::Error&) {
+      throw;
+    } catch (const std::exception&) {
+      // Memory may have run out, too: that says nothing of the edit.
     }
   } while (!isKept(held, edit, deadline));
   connection_.close();

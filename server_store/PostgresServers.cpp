@@ -76,22 +76,23 @@ class Making {
   bool isMade(TimePoint deadline) {
     try {
       const Answer answer = connection_.run(statements_, nullptr, std::min(deadline, Clock::now() + deadlines_.answer));
-      if (answer.hasWarned || answer.last != "COMMIT") throw refusals_.outcomeUnknown(lastEdit_);
-      return true;
+      if (!answer.hasWarned && answer.last == "COMMIT") return true;
+      throw refusals_.outcomeUnknown(lastEdit_);
     } catch (const ConnectionLost& lost) {
       if (!mayBeMade_ && lost.when() == ConnectionLost::When::connecting) throw refusals_.unreachable(lost.what());
-      mayBeMade_ = true;
-      return false;
-    } catch (const AnswerTooLarge&) {
-      mayBeMade_ = true;
-      return false;
     } catch (const StatementRefused& refused) {
       const bool isTaken = refused.code() == "23505" && refused.statement() == projectAt_;
       if (isTaken && mayBeMade_) return isMine(deadline);
       if (isTaken) throw refusals_.nameTaken();
       if (!mayBeMade_ && !isPassing(refused)) throw refusals_.ofEditing(refused);
       return false;
+    } catch (const folder_host::Error&) {
+      throw;
+    } catch (const std::exception&) {
+      // Memory may have run out, too: that says nothing of what was made.
     }
+    mayBeMade_ = true;
+    return false;
   }
 
   bool isMine(TimePoint deadline) {

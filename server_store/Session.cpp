@@ -174,7 +174,7 @@ void Session::read(const PGresult& result, std::size_t statement, const OnRow& o
         std::string_view(PQgetvalue(&result, 0, column), static_cast<std::size_t>(PQgetlength(&result, 0, column)));
   }
   atRow_ = came_;
-  onRow(statement, row);
+  if (onRow) onRow(statement, row);
 }
 
 Answer Session::run(const std::vector<Statement>& statements, const OnRow& onRow, TimePoint deadline) {
@@ -205,6 +205,7 @@ Answer Session::run(const std::vector<Statement>& statements, const OnRow& onRow
         answer.last = PQcmdStatus(result.get());
         break;
       case PGRES_PIPELINE_SYNC:
+        if (statement != statements.size()) throw ConnectionLost(ConnectionLost::When::talking, "an answer is missing");
         answer.hasWarned = hasWarned_;
         return answer;
       default:

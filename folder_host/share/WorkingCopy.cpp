@@ -6,7 +6,6 @@
 #include "folder_host/Error.h"
 #include "folder_host/files/EntryTable.h"
 #include "folder_host/share/HostRules.h"
-#include "folder_host/store/Origin.h"
 #include "folder_host/store/Store.h"
 #include "folder_host/text/Utf.h"
 
@@ -42,8 +41,6 @@ WorkingCopy::WorkingCopy(std::string root, std::shared_ptr<Store> store, std::sh
       instead_(std::make_shared<LabelsByEntry>()) {}
 
 WorkingCopy::~WorkingCopy() = default;
-
-Position WorkingCopy::position() const { return store_->position(); }
 
 // What never changes, clones have in common: the listing, and what was found out about it. The store and the marks are
 // each one's own.
@@ -84,6 +81,8 @@ LabelStore& WorkingCopy::getLabelManager() { return labels_; }
 project::management::FileManager& WorkingCopy::getFileManager() { return *this; }
 
 std::shared_ptr<project::metadata::MetadataManager> WorkingCopy::getMetadataManager() { return metadata_; }
+
+Position WorkingCopy::position() const { return store_->position(); }
 
 const std::string& WorkingCopy::root() const { return root_; }
 

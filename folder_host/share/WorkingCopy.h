@@ -15,12 +15,12 @@
 #include "folder_host/share/HostRules.h"
 #include "folder_host/store/LabelStore.h"
 #include "folder_host/store/MetadataStore.h"
+#include "folder_host/store/Position.h"
 #include "project/management/ProjectManager.h"
 
 namespace folder_host {
 
 class Store;
-struct Position;
 
 // The project that a transformation acts on: a private copy of the store in memory and the list of entries, taken
 // together. Nothing that is done to it reaches the project's folder.
@@ -44,8 +44,8 @@ class WorkingCopy : public project::management::ProjectManager, private project:
 
   // The project's folder: absolute, without links in it.
   const std::string& root() const;
-  // The state of the store that it was made of, and, where that is on a server, its address as text. Other people may
-  // have another folder with the same labels then: what is missing here need not be missing there.
+  // The state of the store that was copied and, where that is on a server, its address as text. Other people may have
+  // another folder with the same labels then: what is missing here need not be missing there.
   Position position() const;
   const std::string& address() const noexcept { return address_; }
   void setAddress(std::string address) { address_ = std::move(address); }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
@@ -9,19 +8,10 @@
 #include "folder_host/Error.h"
 #include "folder_host/store/Address.h"
 #include "folder_host/store/Changes.h"
+#include "folder_host/store/Position.h"
 
 // What a mirror mirrors: the store of a project, kept elsewhere, as a list of edits and what they come to.
 namespace folder_host {
-
-// Names a state by both: after a server that had not kept all of it takes over, a revision can be given again.
-struct Position {
-  std::int64_t revision = 0;  // the number of the last edit; 0: before the first
-  std::string editId;         // its id; empty at 0
-};
-
-inline bool operator==(const Position& a, const Position& b) {
-  return a.revision == b.revision && a.editId == b.editId;
-}
 
 // STORE_OUTCOME_UNKNOWN, with the id of the edit that may be kept or not.
 class OutcomeUnknown : public Error {

@@ -1,5 +1,7 @@
+#include <sqlite3.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -33,6 +35,15 @@ class FolderHost final : public project::management::ProjectManager {
   std::shared_ptr<WorkingCopy> copy_;
 };
 
+// Whether the next commit of this process is refused. Each connection asks this when it commits.
+std::atomic<bool> failsNext{false};
+
+int refuseCommits(sqlite3* database, char**, const sqlite3_api_routines*) {
+  sqlite3_commit_hook(
+      database, [](void*) { return failsNext.exchange(false) ? 1 : 0; }, nullptr);
+  return SQLITE_OK;
+}
+
 using namespace host_conformance;
 
 Host makeHost() {
@@ -61,7 +72,8 @@ Host makeHost() {
                                     folder_host::MarkKind::entry);
   };
   const auto workingCopy = [host] { return std::shared_ptr<WorkingCopy>(host->project().workingCopy()); };
-  return {host, openAgain, adding(false), adding(true), addLabel, attach, workingCopy, true, true};
+  const auto failNextCommit = [] { failsNext = true; };
+  return {host, openAgain, adding(false), adding(true), addLabel, attach, workingCopy, true, true, failNextCommit};
 }
 
 }  // namespace
@@ -71,6 +83,7 @@ Host makeHost() {
 int main(int argc, char** argv) {
   if (access("/dev/shm/.", W_OK) == 0)
     setenv("TMPDIR", "/dev/shm", 0);  // thousands of commits, none of which need last
+  sqlite3_auto_extension(reinterpret_cast<void (*)()>(folder_host::refuseCommits));
   testing::InitGoogleTest(&argc, argv);
   host_conformance::registerSuite("FolderHost", folder_host::makeHost);
   return RUN_ALL_TESTS();

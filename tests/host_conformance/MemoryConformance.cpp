@@ -23,6 +23,7 @@ Text lower(const Text& given) {
   return text;
 }
 Text cut(const Text& text) { return text.substr(0, 255); }
+Text cutAsKey(const Text& text) { return text.substr(0, 1300); }
 Text toNul(const Text& text) { return text.substr(0, text.find(u'\0')); }
 Text toNothing(const Text&) { return {}; }
 
@@ -35,6 +36,9 @@ constexpr struct Spoil {
 } SPOILS[] = {
     {"STORE_008 STORE_009 STORE_014 SHARE_004: locations have no case", Place::LOCATION, lower},
     {"STORE_010: types do not count", Place::TYPE, toNothing},
+    {"STORE_016: locations are compared as far as an index goes", Place::LOCATION, cutAsKey},
+    {"STORE_016: types are compared as far as an index goes", Place::TYPE, cutAsKey},
+    {"STORE_016: keys are compared as far as an index goes", Place::KEY, cutAsKey},
     {"STORE_011: keys have no case", Place::KEY, lower},
     {"STORE_011: values have 255 units", Place::VALUE, cut},
     {"STORE_011: U+0000 ends a value", Place::VALUE, toNul},
@@ -84,7 +88,8 @@ MetadataPath seen(const MetadataPath& path) {
   return builder.build();
 }
 
-std::recursive_mutex allStores;
+// For a scope, and for a call.
+std::recursive_mutex allStores, allCalls;
 
 // A session with a store, which others may have, too.
 class FaultyMetadata final : public MetadataManager {
@@ -94,7 +99,8 @@ class FaultyMetadata final : public MetadataManager {
   MetadataScopeGuard beginReadScope() override { return begin(false); }
   MetadataScopeGuard beginWriteScope() override { return begin(true); }
   std::unique_ptr<MetadataNode> getNode(const MetadataPath& path) override {
-    const std::lock_guard lock(allStores);
+    const std::lock_guard lock(allCalls);
+    tell();
     throwIf(openScopes_ == 0, "STORE_003 SHARE_004: no access without a scope");
     if (is("STORE_014 SHARE_004: a session reads a value once") && values_.count(path) != 0) {
       return std::make_unique<MetadataNodeSpecification>(values_.at(path));
@@ -105,7 +111,8 @@ class FaultyMetadata final : public MetadataManager {
     return node;
   }
   void setNodes(const std::map<MetadataPath, std::shared_ptr<MetadataNode>>& given) override {
-    const std::lock_guard lock(allStores);
+    const std::lock_guard lock(allCalls);
+    tell();
     for (const auto& [path, node] : given) {
       if (path.getElements().size() > 3 && is("STORE_001 STORE_007 SHARE_004: three levels are enough")) continue;
       MetadataNodeSpecification stored;
@@ -119,9 +126,13 @@ class FaultyMetadata final : public MetadataManager {
     }
   }
   std::vector<MetadataPath> getChildPaths(const MetadataPath& path) override {
+    const std::lock_guard lock(allCalls);
+    tell();
     return page(store->getChildPaths(seen(path)), "SHARE_004: the first page of children is all");
   }
   void removeNodes(const std::vector<MetadataPath>& paths) override {
+    const std::lock_guard lock(allCalls);
+    tell();
     if (is("SHARE_004: removals wait for the end of the scope")) return later_ = paths, void();
     for (const MetadataPath& path : paths) {
       throwIf(!nodeExists(path), "STORE_005: removeNodes of none throws");
@@ -134,36 +145,68 @@ class FaultyMetadata final : public MetadataManager {
       if (isLast && is("STORE_004: a parent goes with its last child")) store->nodes.erase(parentOf(path));
     }
   }
-  bool nodeExists(MetadataPath path) override { return store->nodeExists(seen(path)); }
+  bool nodeExists(MetadataPath path) override {
+    const std::lock_guard lock(allCalls);
+    tell();
+    return store->nodeExists(seen(path));
+  }
 
   const std::shared_ptr<TinyMetadata> store;
+  bool failsNext = false;  // the commit at the end of the next outermost write scope
 
  private:
   MetadataScopeGuard begin(bool write) {
     throwIf(isStuck_, "SCOPE_003: scopes do not end by an exception");
     throwIf(openScopes_ > 0 && !outerWrites_, "SHARE_004: no scope in a read scope");
     throwIf(openScopes_ > 0 && outerWrites_, "SCOPE_002: no scope in a write scope");
-    std::unique_lock lock(allStores);
-    if (is("SCOPE_008: sessions share a store without a lock")) lock.unlock();
+    tell();
+    const bool isEarly = is("SCOPE_009: a scope is undone to what it was asked for");
+    if (isEarly) before_.push_back(content());
+    std::unique_lock lock = lockFor(write);
+    if (!isEarly) before_.push_back(content());
     if (openScopes_++ == 0) outerWrites_ = write;
     const int known = is("SCOPE_006: a scope fails by an older exception") ? 0 : std::uncaught_exceptions();
-    before_.push_back(store->nodes);
     const auto shared = std::make_shared<std::unique_lock<std::recursive_mutex>>(std::move(lock));
-    return MetadataScopeGuard([this, write, known, shared] {
-      --openScopes_;
-      isStuck_ = std::uncaught_exceptions() > 0;
-      const bool isUndone = write && !is("SCOPE_006: what fails is committed");
-      if (isUndone && std::uncaught_exceptions() > known) store->nodes.swap(before_.back());
-      before_.pop_back();
-      for (auto& before : before_) {
-        if (is("SCOPE_007: the end of an inner scope commits")) before = store->nodes;
-      }
-      store->removeNodes(std::exchange(later_, {}));
-    });
+    return MetadataScopeGuard([this, write, known, shared] { end(write && std::uncaught_exceptions() > known); });
   }
 
-  int openScopes_ = 0;
-  bool outerWrites_ = false, isStuck_ = false;
+  std::unique_lock<std::recursive_mutex> lockFor(bool write) {
+    std::unique_lock lock(allStores, std::try_to_lock);
+    bool waits = !is("SCOPE_008: sessions share a store without a lock");
+    if (write && ++writers_ % 7 == 0 && is("SCOPE_009: of many writers some do not wait")) waits = false;
+    if (!write && is("SCOPE_010: a reader does not wait for a writer")) waits = false;
+    if (waits && !lock) lock.lock();
+    return lock;
+  }
+
+  void end(bool fails) {
+    const std::lock_guard lock(allCalls);
+    isStuck_ = std::uncaught_exceptions() > 0;
+    if (--openScopes_ == 0 && outerWrites_ && std::exchange(failsNext, false)) {
+      isUntold_ = !is("SCOPE_011: a failed commit is not told");
+      fails = !is("SCOPE_011: what could not be kept is shown");
+    }
+    if (fails && !is("SCOPE_006: what fails is committed")) store->nodes.swap(before_.back());
+    before_.pop_back();
+    for (auto& before : before_) {
+      if (is("SCOPE_007: the end of an inner scope commits")) before = store->nodes;
+    }
+    store->removeNodes(std::exchange(later_, {}));
+  }
+
+  // Throws for a commit that failed, once.
+  void tell() {
+    const bool isTold = isUntold_ && !is("SCOPE_011: a failed commit is told for ever");
+    if (isTold ? std::exchange(isUntold_, false) : isUntold_) throw std::runtime_error("the last commit failed");
+  }
+
+  std::map<MetadataPath, MetadataNodeSpecification> content() const {
+    const std::lock_guard lock(allCalls);
+    return store->nodes;
+  }
+
+  int openScopes_ = 0, writers_ = 0;
+  bool outerWrites_ = false, isStuck_ = false, isUntold_ = false;
   std::vector<std::map<MetadataPath, MetadataNodeSpecification>> before_;
   std::vector<MetadataPath> later_;
   std::map<MetadataPath, MetadataNodeSpecification> values_;
@@ -251,6 +294,7 @@ host_conformance::Host makeHost() {
   };
   host.workingCopy = [project] { return copyOf(project); };
   host.isolatesSessions = true;
+  host.failNextCommit = [project] { project->session->failsNext = true; };
   return host;
 }
 

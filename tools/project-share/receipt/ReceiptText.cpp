@@ -13,7 +13,6 @@
 #include <utility>
 
 #include "folder_host/share/read/CopyContent.h"
-#include "folder_host/store/Origin.h"
 #include "judgement/Digest.h"
 #include "output/Json.h"
 #include "output/Report.h"
