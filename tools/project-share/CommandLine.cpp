@@ -206,7 +206,7 @@ void addMove(CLI::App* group, Words& words) {
   move->add_flag("--back", words.back, "Into the folder; on the server it is closed for everyone")->excludes(to);
   move->callback([&] {
     if (words.back) return moveStoreBack();
-    requireName("ADDRESS or --back, which store move takes,", words.store);
+    if (words.store.empty()) throw CLI::ParseError("store move takes ADDRESS or --back", WRONG_USAGE);
     moveStoreTo(words.store);
   });
 }

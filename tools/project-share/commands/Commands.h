@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "folder_host/store/Address.h"
 #include "output/View.h"
 
 // One function a command. Each works on the project that holds the working directory, prints what it did or found, and
@@ -22,6 +23,8 @@ void forgetProject(const std::string& folder);
 // for.
 void showStatus(bool all);
 
+// To be typed in another folder: without the options of this run, which say where that worked.
+std::string joinCommand(const folder_host::Address& store);
 // Where the project's store is, and in which state.
 void showStore();
 // To the address, which this makes. Errors: STORE_ON_SERVER, where it is on one already; those of

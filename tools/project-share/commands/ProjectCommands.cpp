@@ -63,8 +63,8 @@ void initProject(const std::string& folder, const std::string& store) {
   const FolderProject project = makeProject(folder, address);
   const std::string root = inQuotes(project.root());
   if (!address) return tellMade(project, fmt::format("Made {} a project.", root));
-  tellMade(project, fmt::format("Made {} a project, with its store at {}. To use it from another folder: {}", root,
-                                inQuotes(address->text()), commandOf({"join", address->text()})));
+  tellMade(project, fmt::format("Made {} a project, with its store at {}. To use it from another folder, there: {}",
+                                root, inQuotes(address->text()), joinCommand(*address)));
 }
 
 void joinStore(const std::string& store, const std::string& folder) {

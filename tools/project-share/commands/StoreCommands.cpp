@@ -64,6 +64,8 @@ void printLost(const Edit& edit) {
 
 }  // namespace
 
+std::string joinCommand(const Address& store) { return "project-share join " + shellWord(store.text()); }
+
 void showStore() {
   const FolderProject project = openProject();
   const auto scope = project.metadata()->beginReadScope();
@@ -92,8 +94,8 @@ void moveStoreTo(const std::string& typed) {
                               commandOf({"store", "move"}) + " --back"));
   }
   moveStore(project, address);
-  done(fmt::format("Moved the store of {} to {}. To use it from another folder: {}", inQuotes(project.root()),
-                   inQuotes(address.text()), commandOf({"join", address.text()})),
+  done(fmt::format("Moved the store of {} to {}. To use it from another folder, there: {}", inQuotes(project.root()),
+                   inQuotes(address.text()), joinCommand(address)),
        jsonOfStore(project, address));
 }
 
