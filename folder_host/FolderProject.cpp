@@ -415,7 +415,9 @@ std::shared_ptr<WorkingCopy> FolderProject::workingCopy() const {
   auto listing = std::make_shared<const Listing>(list());
   store_->refresh();
   auto store = store_->memoryCopy();
-  return std::make_shared<WorkingCopy>(root_, std::move(store), std::move(listing), memory());
+  auto copy = std::make_shared<WorkingCopy>(root_, std::move(store), std::move(listing), memory());
+  if (address_) copy->setAddress(address_->text());
+  return copy;
 }
 
 std::shared_ptr<const Memory> FolderProject::memory() const {

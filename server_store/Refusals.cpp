@@ -65,9 +65,10 @@ Error Refusals::conflict() const {
           "somebody else edited the project " + project_ + " meanwhile, and this edit was not kept: make it again"};
 }
 
-Error Refusals::outcomeUnknown(const std::string& edit) const {
-  return {errors::STORE_OUTCOME_UNKNOWN, "the server at " + place_ + " has not said in time whether it keeps edit " +
-                                             inQuotes(edit) + ": look in the log before you make it again"};
+folder_host::OutcomeUnknown Refusals::outcomeUnknown(const std::string& edit) const {
+  return {"the server at " + place_ + " has not said in time whether it keeps edit " + inQuotes(edit) +
+              ": look before you make it again",
+          edit};
 }
 
 Error Refusals::tooLarge() const {

@@ -4,6 +4,7 @@
 
 #include "folder_host/Error.h"
 #include "folder_host/store/Address.h"
+#include "folder_host/store/Origin.h"
 #include "server_store/Turn.h"
 
 namespace server_store {
@@ -21,7 +22,7 @@ class Refusals {
   folder_host::Error unreadable(const std::string& why) const;
   folder_host::Error wentBack() const;
   folder_host::Error conflict() const;
-  folder_host::Error outcomeUnknown(const std::string& edit) const;
+  folder_host::OutcomeUnknown outcomeUnknown(const std::string& edit) const;
   folder_host::Error tooLarge() const;
 
   // Of a statement that reads, or one that asks for a lock or keeps something.

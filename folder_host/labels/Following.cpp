@@ -12,7 +12,8 @@ namespace {
 // Marks are changed in `sources` first, which tells what they come to, and are then written.
 class Following {
  public:
-  Following(const EntryTable& entries, LabelStore& labels) : entries_(entries), labels_(labels), sources_(labels) {}
+  Following(const EntryTable& entries, LabelStore& labels, bool leavesOld)
+      : entries_(entries), labels_(labels), sources_(labels), leavesOld_(leavesOld) {}
 
   // Whether the entry has just what it had. A folder is followed before what lies in it, so that a mark with reach is
   // there when its entries are looked at.
@@ -64,7 +65,7 @@ class Following {
   }
 
   void moveMarks(const std::string& from, const std::string& to) {
-    const bool isFree = !entries_.find(from);
+    const bool isFree = !leavesOld_ && !entries_.find(from);
     for (std::size_t label = 0; label < sources_.labels().size(); ++label) {
       const auto mark = sources_.markOn(from, label);
       if (!mark || *mark == MarkKind::exception) continue;
@@ -79,7 +80,7 @@ class Following {
     for (std::size_t label = 0; label < sources_.labels().size() && !entries_.find(from); ++label) {
       if (sources_.markOn(from, label) != MarkKind::exception || sources_.markOn(to, label)) continue;
       put(to, label, MarkKind::exception);
-      remove(from, label);
+      if (!leavesOld_) remove(from, label);
       moved.push_back(label);
     }
     return moved;
@@ -98,16 +99,18 @@ class Following {
   const EntryTable& entries_;
   LabelStore& labels_;
   LabelSources sources_;
+  bool leavesOld_;
   std::set<std::pair<std::string, std::size_t>> changed_;
 };
 
 }  // namespace
 
 std::vector<std::pair<std::string, std::string>> followIn(const Followed& followed, const EntryTable& entries,
-                                                          const std::vector<std::string>& scope, LabelStore& labels) {
+                                                          const std::vector<std::string>& scope, LabelStore& labels,
+                                                          bool leavesOld) {
   const std::set<std::string> tops(scope.begin(), scope.end());
   std::vector<std::pair<std::string, std::string>> moves;
-  Following following(entries, labels);
+  Following following(entries, labels, leavesOld);
   Selection isTouched(entries.size());  // what lies below may have other labels by what is done there
   for (std::size_t i = 0; i < entries.size(); ++i) {
     const std::size_t folder = entries.parentOf(i);

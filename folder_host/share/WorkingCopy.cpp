@@ -46,6 +46,7 @@ WorkingCopy::~WorkingCopy() = default;
 // each one's own.
 std::shared_ptr<WorkingCopy> WorkingCopy::clone() const {
   std::shared_ptr<WorkingCopy> copy(new WorkingCopy(root_, store_->memoryCopy(), table_, memory_));
+  copy->address_ = address_;
   copy->heldBack_ = heldBack_;
   copy->scope_ = scope_;
   copy->instead_ = instead_;

@@ -42,11 +42,13 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   project::management::FileManager& getFileManager() override;
   std::shared_ptr<project::metadata::MetadataManager> getMetadataManager() override;
 
-  // The state of the store that was copied.
-  Position position() const;
-
   // The project's folder: absolute, without links in it.
   const std::string& root() const;
+  // The state of the store that was copied and, where that is on a server, its address as text. Other people may have
+  // another folder with the same labels then: what is missing here need not be missing there.
+  Position position() const;
+  const std::string& address() const noexcept { return address_; }
+  void setAddress(std::string address) { address_ = std::move(address); }
   const Listing& listing() const;
   const EntryTable& table() const;
   const std::shared_ptr<const EntryTable>& tableInCommon() const { return table_; }
@@ -117,6 +119,7 @@ class WorkingCopy : public project::management::ProjectManager, private project:
   Selection withAllBelow(const std::vector<fl::filesystem::path>& entries) const;
 
   std::string root_;
+  std::string address_;
   std::u16string prefix_;  // of the text of every entry
   std::shared_ptr<Store> store_;
   std::shared_ptr<const EntryTable> table_;  // shared with clones

@@ -3,12 +3,15 @@
 #include <SQLiteCpp/Column.h>
 #include <SQLiteCpp/Exception.h>
 #include <SQLiteCpp/Statement.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <climits>
 #include <utility>
 
+#include "folder_host/files/Ownership.h"
 #include "folder_host/text/Packing.h"
 #include "folder_host/text/Utf.h"
 #include "project/metadata/MetadataManager.h"
@@ -146,6 +149,12 @@ Changes contentOf(SQLite::Database& database) {
 }
 
 const TableSql& sqlOf(StoreTable table) { return LAYOUTS[static_cast<std::size_t>(table)].sql; }
+
+Author thisUser() {
+  std::array<char, HOST_NAME_MAX + 1> name{};
+  const bool isNamed = ::gethostname(name.data(), name.size() - 1) == 0;
+  return {userName(::geteuid()), isNamed ? name.data() : ""};
+}
 
 Edit editBy(const Author& author, std::int64_t number) {
   constexpr std::size_t MOST_WORDS = std::size_t{64} << 10U;

@@ -79,6 +79,9 @@ struct Author {
   std::string words = {};  // that were typed; empty where a program edits
 };
 
+// The user of this process on this machine, as the system names them; empty where it does not.
+Author thisUser();
+
 // An entry with an id of its own, of now, that says nothing of changes.
 Edit editBy(const Author& author, std::int64_t number);
 

@@ -2,6 +2,8 @@
 
 namespace folder_host {
 
+OutcomeUnknown::~OutcomeUnknown() = default;
+
 Origin::~Origin() = default;
 
 Servers::~Servers() = default;

@@ -1,14 +1,30 @@
 #pragma once
 
 #include <memory>
+#include <string>
+#include <utility>
 #include <vector>
 
+#include "folder_host/Error.h"
 #include "folder_host/store/Address.h"
 #include "folder_host/store/Changes.h"
 #include "folder_host/store/Position.h"
 
 // What a mirror mirrors: the store of a project, kept elsewhere, as a list of edits and what they come to.
 namespace folder_host {
+
+// STORE_OUTCOME_UNKNOWN, with the id of the edit that may be kept or not.
+class OutcomeUnknown : public Error {
+ public:
+  OutcomeUnknown(const std::string& message, std::string editId)
+      : Error(errors::STORE_OUTCOME_UNKNOWN, message), editId_(std::move(editId)) {}
+  ~OutcomeUnknown() override;
+
+  const std::string& editId() const noexcept { return editId_; }
+
+ private:
+  std::string editId_;
+};
 
 // What leads from a known position to the newest one.
 struct Update {

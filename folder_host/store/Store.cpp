@@ -2,17 +2,13 @@
 
 #include <SQLiteCpp/Column.h>
 #include <sqlite3.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <climits>
 #include <limits>
 #include <memory>
 #include <utility>
 
 #include "folder_host/Error.h"
-#include "folder_host/files/Ownership.h"
 #include "folder_host/store/Soundness.h"
 
 namespace folder_host {
@@ -46,12 +42,6 @@ Store::Row readRow(const SQLite::Statement& statement) {
 struct Release {
   void operator()(unsigned char* bytes) const { sqlite3_free(bytes); }
 };
-
-// Empty where the system does not say.
-std::string machineName() {
-  std::array<char, HOST_NAME_MAX + 1> name{};
-  return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : std::string();
-}
 
 // Leaves a cached statement without locks, whatever happens; its values are bound anew for each use.
 class Use {
@@ -92,7 +82,7 @@ std::shared_ptr<Store> Store::of(const Update& update) {
 Store::Store(StoreDatabase store, std::shared_ptr<Origin> origin)
     : vfs_(std::move(store.vfs)),
       database_(std::move(store.database)),
-      author_{userName(::geteuid()), machineName()},
+      author_(thisUser()),
       scopes_(database_, vfs_ || origin ? this : nullptr) {
   if (origin) mirror_.emplace(database_, std::move(origin));
 }

@@ -36,6 +36,8 @@ constexpr int WRONG_USAGE = 2;
 // The words of a command line, filled while it is parsed.
 struct Words {
   std::string folder = ".";
+  std::string store;  // an address
+  std::string edit;   // an id
   std::string label;
   std::string profile;
   std::string name;
@@ -74,6 +76,8 @@ struct Words {
   bool forget = false;
   bool create = false;
   bool missing = false;
+  bool notHere = false;
+  bool back = false;
 };
 
 // CLI11 takes a word in brackets apart and passes over a "++", and would so label other files than the ones named. A
@@ -152,10 +156,37 @@ const std::vector<std::string>& pathsOf(Words& words) {
   return words.paths;
 }
 
+// By digits alone, from `least` on: CLI11 would read "010" as eight, and a number that is too great as the greatest.
+CLI::Option* addNumber(CLI::App* command, const char* name, std::int64_t& number, const char* description,
+                       std::int64_t least = 1) {
+  const auto read = [&number, name, least](const std::string& marked) {
+    const std::string word = unmarked(marked);
+    const char* end = word.data() + word.size();
+    const auto [last, error] = std::from_chars(word.data(), end, number);
+    if (error == std::errc() && last == end && number >= least) return;
+    throw CLI::ParseError(fmt::format("{} is a number from {} on, and {} is none", name, least, inQuotes(word)),
+                          WRONG_USAGE);
+  };
+  return command->add_option_function<std::string>(name, read, description)->type_name("");
+}
+
+constexpr const char* ADDRESS_HELP = "postgresql://HOST[:PORT]/DATABASE?project=NAME";
+
+CLI::Option* addOffline(CLI::App* command) {
+  return command->add_flag("--offline", invocation().isOffline,
+                           "Of a store on a server: show what was seen last, and ask no server");
+}
+
 void addProjectCommands(CLI::App& app, Words& words) {
   CLI::App* init = addCommand(&app, "init", "Make a folder a project", "init my-folder");
   addWord(init, "FOLDER", words.folder, "The folder (the working directory)")->required(false);
-  init->callback([&] { initProject(words.folder); });
+  addNamed(init, "--store", words.store, "ADDRESS", "Make its store on a server, for several folders and people");
+  init->callback([&] { initProject(words.folder, words.store); });
+  CLI::App* join = addCommand(&app, "join", "Make a folder another one of a project that has its store on a server",
+                              "join 'postgresql://db.example/teams?project=handbook' my-folder");
+  addWord(join, "ADDRESS", words.store, ADDRESS_HELP);
+  addWord(join, "FOLDER", words.folder, "The folder (the working directory)")->required(false);
+  join->callback([&] { joinStore(words.store, words.folder); });
   CLI::App* trust =
       addCommand(&app, "trust", "Open a project from now on although it belongs to another user", "trust /srv/team");
   addWord(trust, "FOLDER", words.folder, "In the project (the working directory)")->required(false);
@@ -164,7 +195,42 @@ void addProjectCommands(CLI::App& app, Words& words) {
   CLI::App* status =
       addCommand(&app, "status", "Show what is labelled, what is not, and what a share would be refused for", "status");
   status->add_flag("--all", words.all, "Each entry without a label, not folder by folder");
+  addOffline(status);
   status->callback([&] { showStatus(words.all); });
+}
+
+void addMove(CLI::App* group, Words& words) {
+  CLI::App* move = addCommand(group, "move", "Move the store from the folder to a server, or back",
+                              "store move 'postgresql://db.example/teams?project=handbook'");
+  CLI::Option* to = addWord(move, "ADDRESS", words.store, ADDRESS_HELP)->required(false);
+  move->add_flag("--back", words.back, "Into the folder; on the server it is closed for everyone")->excludes(to);
+  move->callback([&] {
+    if (words.back) return moveStoreBack();
+    if (words.store.empty()) throw CLI::ParseError("store move takes ADDRESS or --back", WRONG_USAGE);
+    moveStoreTo(words.store);
+  });
+}
+
+void addStoreCommands(CLI::App& app, Words& words) {
+  CLI::App* group =
+      addCommand(&app, "store", "Where labels, rules and profiles stand: in the folder or on a server", "store show");
+  group->require_subcommand(1);
+  addCommand(group, "show", "Show where the store is, and in which state", "store show")->callback([] { showStore(); });
+  addMove(group, words);
+  CLI::App* accept = addCommand(
+      group, "accept", "Show which edits a server has lost, and go on with what it has where their number is given",
+      "store accept 2");
+  addNumber(accept, "COUNT", words.number, "How many edits are lost, as it shows without COUNT");
+  accept->callback([&] { acceptServer(words.number); });
+  CLI::App* check = addCommand(group, "check", "Tell whether an edit was kept of which a server did not say so in time",
+                               "store check 0f8fad5b-d9cb-469f-a165-70867728950e");
+  addWord(check, "ID", words.edit, "Of the edit, as its refusal had it");
+  check->callback([&] { checkEdit(words.edit); });
+  CLI::App* trust = addCommand(group, "trust", "Say that a store may be asked from this machine, as you",
+                               "store trust 'postgresql://db.example/teams?project=handbook'");
+  addWord(trust, "ADDRESS", words.store, ADDRESS_HELP);
+  trust->add_flag("--forget", words.forget, "That it may not");
+  trust->callback([&] { words.forget ? forgetStoreAt(words.store) : trustStoreAt(words.store); });
 }
 
 void addInput(CLI::App* command, Words& words) {
@@ -194,9 +260,9 @@ LabelWords takeLabels(Words& words, const CLI::App& command) {
   if (words.labels.empty() && !isNamed) {
     throw CLI::ParseError("LABEL, or --labels LABEL[,LABEL...], is required", WRONG_USAGE);
   }
-  if (words.labels.empty()) return {{words.label}, false, words.create, false};
+  if (words.labels.empty()) return {{words.label}, false, words.create, false, words.notHere};
   if (isNamed) words.paths.insert(words.paths.begin(), words.label);
-  return {words.labels, true, words.create, false};
+  return {words.labels, true, words.create, false, words.notHere};
 }
 
 // A path beside --missing could be meant as a label, or as the only one to be looked at.
@@ -232,6 +298,10 @@ void addAttachCommands(CLI::App* group, Words& words) {
   });
   detach->add_flag("--missing", words.missing, "From all paths at which nothing is; of all labels where none is given")
       ->excludes("--stdin");
+  detach
+      ->add_flag("--not-here", words.notHere,
+                 "Of a store on a server: also from paths at which nothing is in this folder, whoever has it there")
+      ->excludes("--missing");
   detach->callback([&words, detach] {
     if (words.missing) return detachMissing(missingLabels(words, *detach));
     const LabelWords labels = takeLabels(words, *detach);
@@ -284,7 +354,9 @@ void addLabelCommands(CLI::App& app, Words& words) {
                                 "label create audience/internal audience/partners");
   addWord(create, "LABEL", words.labels, "CATEGORY/NAME");
   create->callback([&] { createLabels(words.labels); });
-  addCommand(group, "list", "List the labels", "label list")->callback([] { listLabels(); });
+  CLI::App* list = addCommand(group, "list", "List the labels", "label list");
+  addOffline(list);
+  list->callback([] { listLabels(); });
   const auto add = [&](const char* name, const char* description, const char* example) {
     CLI::App* command = addCommand(group, name, description, example);
     addWord(command, "LABEL", words.label, LABEL_HELP);
@@ -447,20 +519,6 @@ std::string riskList() {
   return list;
 }
 
-// By digits alone, from `least` on: CLI11 would read "010" as eight, and a number that is too great as the greatest.
-CLI::Option* addNumber(CLI::App* command, const char* name, std::int64_t& number, const char* description,
-                       std::int64_t least = 1) {
-  const auto read = [&number, name, least](const std::string& marked) {
-    const std::string word = unmarked(marked);
-    const char* end = word.data() + word.size();
-    const auto [last, error] = std::from_chars(word.data(), end, number);
-    if (error == std::errc() && last == end && number >= least) return;
-    throw CLI::ParseError(fmt::format("{} is a number from {} on, and {} is none", name, least, inQuotes(word)),
-                          WRONG_USAGE);
-  };
-  return command->add_option_function<std::string>(name, read, description)->type_name("");
-}
-
 void addHistoryCommands(CLI::App& app, Words& words) {
   CLI::App* log = addCommand(&app, "log", "List the edits and the shares: when, who, the words typed", "log");
   addNumber(log, "NUMBER", words.number, "One edit, and all that it changed");
@@ -535,6 +593,7 @@ void addPreviewCommand(CLI::App& app, Words& words) {
   addFrom(preview, words);
   addNamed(preview, "--html", words.page, "FILE",
            "A page to be made, for a browser: all of it, whatever part is shown here");
+  addOffline(preview)->excludes("--html");  // which goes to whoever decides
   addNamed(preview, "--since", words.since, "RECEIPT|last",
            "What has changed since the share of this receipt, or since the last one");
   preview->callback([&words, preview] {
@@ -726,6 +785,7 @@ int runCommandLine(int argc, char** argv) {
   app.footer("'project-share help COMMAND' tells more and gives an example.");
   addOptions(app);
   addProjectCommands(app, words);
+  addStoreCommands(app, words);
   addLabelCommands(app, words);
   addProfileCommands(app, words);
   addPreviewCommand(app, words);

@@ -94,11 +94,12 @@ void addOptions(const CLI::App& command, Candidates& candidates) {
 }
 
 // Without names that are shown in another way than they are typed, and those that would be taken for options. The
-// project is opened as by any command: one of another user that is not trusted gives no names.
+// project is opened as by any command: one of another user that is not trusted gives no names. No server
+// is asked while somebody types.
 void addNames(bool ofLabels, Candidates& candidates) {
   // Beside a journal there is someone to be waited for, or a change to be undone, which would be to write.
   if (std::filesystem::exists(FolderProject::rootOf(".") + "/" + folder_host::STORE_FILE + "-journal")) return;
-  const FolderProject project = openProject();
+  const FolderProject project = openAsSeen();
   std::vector<std::string> names;
   if (ofLabels) {
     for (const auto& label : project.labels().list()) names.push_back(nameOf(label));

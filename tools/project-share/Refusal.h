@@ -10,6 +10,8 @@ using Refusal = folder_host::Error;
 // The tool's own identifiers, beside those of the folder host. Those of risks stand in judgement/RiskKinds.h. What each
 // of them means: docs/errors.md.
 namespace refusals {
+inline constexpr const char* ADDRESS_UNKNOWN = "address-unknown";
+inline constexpr const char* EDIT_NOT_KEPT = "edit-not-kept";
 inline constexpr const char* EXCEPTION_IN_THE_WAY = "exception-in-the-way";
 inline constexpr const char* EXPORT_EXISTS = "export-exists";
 inline constexpr const char* EXPORT_FAILED = "export-failed";
@@ -29,6 +31,7 @@ inline constexpr const char* PAGE_EXISTS = "page-exists";
 inline constexpr const char* PAGE_FAILED = "page-failed";
 inline constexpr const char* PAGE_MISPLACED = "page-misplaced";
 inline constexpr const char* PATH_NOT_A_FOLDER = "path-not-a-folder";
+inline constexpr const char* PATH_NOT_HERE = "path-not-here";
 inline constexpr const char* PATTERN_MALFORMED = "pattern-malformed";
 inline constexpr const char* RULE_NOT_FOUND = "rule-not-found";
 inline constexpr const char* FILTER_NOT_FOUND = "filter-not-found";
@@ -43,6 +46,8 @@ inline constexpr const char* RECEIPT_OF_ANOTHER = "receipt-of-another";
 inline constexpr const char* RECEIPT_UNREADABLE = "receipt-unreadable";
 inline constexpr const char* COPY_DIFFERS = "copy-differs";
 inline constexpr const char* NOT_THIS_COPY = "not-this-copy";
+inline constexpr const char* STORE_IN_FOLDER = "store-in-folder";
+inline constexpr const char* STORE_ON_SERVER = "store-on-server";
 inline constexpr const char* PROFILE_DAMAGED = "profile-damaged";
 inline constexpr const char* PROFILE_NOT_FOUND = "profile-not-found";
 inline constexpr const char* PROFILE_AMBIGUOUS = "profile-ambiguous";

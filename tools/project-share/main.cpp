@@ -8,6 +8,7 @@
 #include "folder_host/text/Utf.h"
 #include "foundation/core/except/IMsgIDException.h"
 #include "output/Output.h"
+#include "settings/OpenProject.h"
 
 namespace {
 
@@ -24,7 +25,7 @@ int main(int argc, char** argv) {
   try {
     return project_share::runCommandLine(argc, argv);
   } catch (const project_share::Refusal& error) {
-    return complain(refused, error.identifier(), error.what());
+    return complain(refused, error.identifier(), project_share::withAdvice(error));
   } catch (const foundation::core::except::IMsgIDException& error) {
     return complain(refused, error.GetID(), folder_host::toBytes(error.GetUnicodeMessageTxt()));
   } catch (const std::out_of_range&) {

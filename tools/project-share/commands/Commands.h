@@ -5,20 +5,43 @@
 #include <string>
 #include <vector>
 
+#include "folder_host/store/Address.h"
 #include "output/View.h"
 
 // One function a command. Each works on the project that holds the working directory, prints what it did or found, and
 // throws what keeps it from that (folder_host::Error, Refusal, the library's errors): nothing has changed then.
 namespace project_share {
 
-// Makes the folder, which is there, a project with an empty store.
-void initProject(const std::string& folder);
+// Makes the folder, which is there, a project with an empty store: in it or, unless `store` is empty, at that address.
+void initProject(const std::string& folder, const std::string& store);
+// Makes it another folder of the project whose store is at the address.
+void joinStore(const std::string& store, const std::string& folder);
 // That the project of another user that holds the folder is opened from now on, or no more.
 void trustProject(const std::string& folder);
 void forgetProject(const std::string& folder);
 // What is labelled, what is not, folder by folder or entry by entry, and what a share by each profile would be refused
 // for.
 void showStatus(bool all);
+
+// To be typed in another folder: without the options of this run, which say where that worked.
+std::string joinCommand(const folder_host::Address& store);
+// Where the project's store is, and in which state.
+void showStore();
+// To the address, which this makes. Errors: STORE_ON_SERVER, where it is on one already; those of
+// FolderProject::moveTo.
+void moveStoreTo(const std::string& address);
+// Into the folder; on the server it is closed. Errors: STORE_IN_FOLDER, where it is there; those of
+// FolderProject::moveBack.
+void moveStoreBack();
+// Lists which edits are lost on a server that has not what was seen of it, and takes what it has for right if `number`
+// is how many they are. Errors: STORE_IN_FOLDER; STORE_WENT_BACK of any other number.
+void acceptServer(std::int64_t number);
+// Whether the edit with that id is kept, once everything that is in doubt has been decided. Error: EDIT_NOT_KEPT; of a
+// user who may only read, that is for now.
+void checkEdit(const std::string& id);
+// That the store at the address may be asked, or no more. Error of the second: NOT_TRUSTED.
+void trustStoreAt(const std::string& address);
+void forgetStoreAt(const std::string& address);
 
 // All of them or none.
 void createLabels(const std::vector<std::string>& labels);
@@ -41,6 +64,7 @@ struct LabelWords {
   bool isList = false;     // LABEL[,LABEL...] each
   bool create = false;     // those that there are not, CATEGORY/NAME, in the same edit
   bool canCreate = false;  // the command would take --create
+  bool notHere = false;    // also from paths at which nothing is in this folder, where others have the labels, too
 };
 
 // To entries and all that lies below them, now and later. What they have counts from then on, and not what they had
@@ -49,13 +73,15 @@ void attachLabels(const LabelWords& labels, const std::vector<std::string>& path
 // After it, none of the paths, there or missing, carries one of the labels: what would still have it from above or by a
 // rule is excepted. A file that is named may also be shared from then on, with what it holds, where that is what the
 // label holds back elsewhere. Error: LABEL_NOT_ATTACHED of a path with none of them, or a label on none of the paths,
-// also where it is only on what lies below.
+// also where it is only on what lies below; PATH_NOT_HERE of a mark on a path at which nothing is, where the store is
+// on a server and the words do not say that it is meant.
 void detachLabels(const LabelWords& labels, const std::vector<std::string>& paths);
 // Takes what the labels (none given: all) have on paths at which nothing is: marks as detachLabels does, and
 // exceptions. What is under another name now keeps its marks, and what may be, because files cannot be told by their
-// identity. Error: LABEL_NOT_MISSING where there is nothing to take.
+// identity. Errors: LABEL_NOT_MISSING where there is nothing to take; PATH_NOT_HERE where the store is on a server.
 void detachMissing(const LabelWords& labels);
-// Gives entries at the paths and below, or all, the labels that they had under other names, for good.
+// Gives entries at the paths and below, or all, the labels that they had under other names, for good. Where the store
+// is on a server, the old paths keep them, too.
 void followLabels(const std::vector<std::string>& paths);
 // What carried a label and is missing there or below is meant to be. Error: LABEL_NOT_MISSING.
 void callMissing(const std::vector<std::string>& paths);

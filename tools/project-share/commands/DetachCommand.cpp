@@ -81,9 +81,22 @@ struct Detached {
   std::map<std::string, std::size_t> below;  // on how many entries below the label still is, by where it comes from
 };
 
+// Somebody else's folder may hold what is not in this one, and the mark may be all that holds it back there.
+void requireHere(const FolderProject& project, const LabelRecord& label, const EntryTable& table, const Paths& marked) {
+  for (const std::string& path : marked) {
+    if (!project.address() || path.empty() || table.find(path)) continue;
+    throw Refusal(
+        refusals::PATH_NOT_HERE,
+        fmt::format("nothing is at {} in this folder, but somebody else's may have it, with {}; to take that "
+                    "off all the same: {}",
+                    inQuotes(path), inQuotes(nameOf(label)),
+                    commandOf({"label", "detach", nameOf(label), fromHere(project.root(), path)}, "--not-here")));
+  }
+}
+
 // After it none of the entries carries the label.
-Detached takeMarks(const FolderProject& project, const LabelRecord& label, const EntryTable& table,
-                   const Paths& paths) {
+Detached takeMarks(const FolderProject& project, const LabelRecord& label, const EntryTable& table, const Paths& paths,
+                   bool alsoNotHere) {
   Detached result;
   const LabelSources before(project.labels());
   LabelSources after = before;
@@ -95,6 +108,7 @@ Detached takeMarks(const FolderProject& project, const LabelRecord& label, const
     after.remove(path, index);
     removed.push_back(path);
   }
+  if (!alsoNotHere) requireHere(project, label, table, removed);
   for (const std::string& path : paths) {
     const auto entry = table.find(path);
     const bool isFolder = entry && table[*entry].kind == EntryKind::folder;
@@ -242,7 +256,7 @@ void detachLabels(const LabelWords& words, const Paths& named) {
     std::vector<Detached> results;
     for (const Detaching& one : all) {
       for (const auto& [path, digest] : one.twins) settlements.settle(path, one.label.uuid, digest);
-      results.push_back(takeMarks(project, one.label, *table, paths));
+      results.push_back(takeMarks(project, one.label, *table, paths, words.notHere));
       results.back().below = stillBelow(EffectiveLabels(*table, project.labels()), *table, one.label, paths);
     }
     return results;

@@ -216,7 +216,7 @@ void followLabels(const std::vector<std::string>& named) {
           "what was noted of labelled entries is damaged, and nothing is known that could be followed; attach "
           "labels instead");
     }
-    auto made = folder_host::followIn(*followed, *table, scope, project.labels());
+    auto made = folder_host::followIn(*followed, *table, scope, project.labels(), project.address().has_value());
     project.note(followed->openAt(scope, true), true);
     const auto& differing = followed->differing();
     const auto isIn = [&, tops = setOf(scope)](const auto& one) { return isAtOrBelow((*table)[one.first].path, tops); };

@@ -149,6 +149,11 @@ void tellOnMissing(const std::vector<OnMissing>& all, const LeftOnMissing& left)
 
 void detachMissing(const LabelWords& words) {
   const FolderProject project = openProject();
+  if (project.address()) {
+    throw Refusal(refusals::PATH_NOT_HERE,
+                  "what is missing in this folder somebody else's may have, held back by the label alone; label detach "
+                  "--not-here takes labels off the paths that you name");
+  }
   std::set<std::u16string> labels;
   for (const LabelRecord& label : words.labels.empty() ? project.labels().list() : labelsNamed(project, words, {})) {
     labels.insert(label.uuid);

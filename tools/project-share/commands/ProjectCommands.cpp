@@ -11,9 +11,11 @@
 #include "settings/OpenProject.h"
 #include "settings/TrustedProjects.h"
 #include "words/Names.h"
+#include "words/TypedCommand.h"
 
 namespace project_share {
 
+using folder_host::Address;
 using folder_host::FolderProject;
 
 namespace {
@@ -47,13 +49,28 @@ std::string rootOrFolder(const std::string& folder) {
   }
 }
 
-}  // namespace
-
-void initProject(const std::string& folder) {
-  const FolderProject project = makeProject(folder);
+void tellMade(const FolderProject& project, const std::string& text) {
   Json object;
   putPath(object, "project", project.root());
-  done(fmt::format("Made {} a project.", inQuotes(project.root())), object);
+  if (project.address()) object["address"] = project.address()->text();
+  done(text, object);
+}
+
+}  // namespace
+
+void initProject(const std::string& folder, const std::string& store) {
+  const std::optional<Address> address = store.empty() ? std::nullopt : std::optional(folder_host::parseAddress(store));
+  const FolderProject project = makeProject(folder, address);
+  const std::string root = inQuotes(project.root());
+  if (!address) return tellMade(project, fmt::format("Made {} a project.", root));
+  tellMade(project, fmt::format("Made {} a project, with its store at {}. To use it from another folder, there: {}",
+                                root, inQuotes(address->text()), joinCommand(*address)));
+}
+
+void joinStore(const std::string& store, const std::string& folder) {
+  const FolderProject project = joinProject(folder, folder_host::parseAddress(store));
+  tellMade(project, fmt::format("Made {} a folder of the project at {}.", inQuotes(project.root()),
+                                inQuotes(project.address()->text())));
 }
 
 void trustProject(const std::string& folder) {

@@ -119,7 +119,8 @@ class MissingPaths {
     risk.what = fmt::format("nothing is at {}, which had {}{}", what, told, perhaps);
     risk.mends.push_back({"where it was renamed or moved, label what it is now", attach});
     if (!first.isMeant) risk.mends.push_back({"where it is meant to be missing", mending_.callMissing(top)});
-    if (first.isMarked) risk.mends.push_back({"where it is gone for good", detach});
+    // Somebody else's folder may still have it.
+    if (first.isMarked && project_.address().empty()) risk.mends.push_back({"where it is gone for good", detach});
     found.push_back(std::move(risk));
   }
 

@@ -144,7 +144,7 @@ std::string EditTexts::sumOf(const Edit& edit) const {
                          counted(count[sign], kind.c_str(), (kind == "category" ? "categories" : kind + "s").c_str()));
     }
   }
-  return sum.empty() ? "what the folder remembers" : sum;
+  return sum.empty() ? "nothing in the store" : sum;
 }
 
 std::string authorOf(const std::string& user, const std::string& machine) {

@@ -26,7 +26,7 @@ class EditTexts {
 
   // In the order of the record.
   std::vector<ChangeText> changesOf(const folder_host::Edit& edit) const;
-  // "+2 marks, -1 rule"; where nothing in the store was changed, "what the folder remembers".
+  // "+2 marks, -1 rule"; where nothing in the store was changed, "nothing in the store".
   std::string sumOf(const folder_host::Edit& edit) const;
 
  private:

@@ -13,7 +13,7 @@ namespace project_share {
 bool operator==(const ReceiptHead& a, const ReceiptHead& b) {
   const auto all = [](const ReceiptHead& head) {
     return std::tie(head.time, head.profileUuid, head.profileName, head.from, head.destination, head.shape,
-                    head.isPlain, head.hasContent, head.judgement, head.copy);
+                    head.isPlain, head.hasContent, head.judgement, head.copy, head.revision, head.edit, head.address);
   };
   return all(a) == all(b);
 }
@@ -29,6 +29,9 @@ Json jsonOf(const ReceiptHead& head) {
   object["content"] = head.hasContent;
   object["judgement"] = head.judgement;
   object["copy"] = head.copy;
+  object["store"] = {{"address", head.address.empty() ? Json() : Json(head.address)},
+                     {"revision", head.revision},
+                     {"edit", head.edit}};
   return object;
 }
 

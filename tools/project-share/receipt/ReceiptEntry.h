@@ -22,6 +22,10 @@ struct ReceiptHead {
   bool isPlain = false;                  // the copy has no store
   bool hasContent = false;               // each file's content was hashed
   std::string judgement, copy;           // SHA-256, in hexadecimal digits
+  // The state of the store by which was judged: its last edit and, where it is on a server, the address. Of a receipt
+  // that says nothing of it, 0.
+  std::uint64_t revision = 0;
+  std::string edit, address;
 };
 bool operator==(const ReceiptHead& a, const ReceiptHead& b);
 // As the receipt begins.

@@ -107,6 +107,11 @@ bool isProfile(const Part& value) {
   return value.is_null() || (has(value, "uuid", isText) && has(value, "name", isText));
 }
 
+bool isStoreState(const Part& value) {
+  return has(value, "revision", isCount) && has(value, "edit", isText) &&
+         (has(value, "address", isText) || value.value("address", Part(0)).is_null());
+}
+
 // Of one that was deleted, nothing but its UUID is known.
 bool isLabel(const Part& value) {
   if (!has(value, "uuid", isText)) return false;
@@ -148,10 +153,11 @@ const std::map<std::string, PartShape>& partShapes() {
       {"destinationHex", {isHex, isAnything, false}},  {"shape", {isShape, isAnything, true}},
       {"plain", {isFlag, isAnything, true}},           {"content", {isFlag, isAnything, true}},
       {"judgement", {isSha256, isAnything, true}},     {"copy", {isSha256, isAnything, true}},
-      {"filters", {isListValue, isFilter, true}},      {"allowed", {isListValue, isText, true}},
-      {"risks", {isListValue, isRisk, true}},          {"labelsRemoved", {isListValue, isLabel, true}},
-      {"labels", {isListValue, isLeavingLabel, true}}, {"allLabels", {isListValue, isLabel, true}},
-      {"handedOut", {isListValue, isHandedOut, true}}, {"heldBack", {isListValue, isHeldBack, true}},
+      {"store", {isStoreState, isAnything, false}},    {"filters", {isListValue, isFilter, true}},
+      {"allowed", {isListValue, isText, true}},        {"risks", {isListValue, isRisk, true}},
+      {"labelsRemoved", {isListValue, isLabel, true}}, {"labels", {isListValue, isLeavingLabel, true}},
+      {"allLabels", {isListValue, isLabel, true}},     {"handedOut", {isListValue, isHandedOut, true}},
+      {"heldBack", {isListValue, isHeldBack, true}},
   };
   return all;
 }
@@ -207,6 +213,11 @@ std::optional<ReceiptHead> headIn(const Part& object) {
   head.hasContent = object.at("content");
   head.judgement = object.at("judgement");
   head.copy = object.at("copy");
+  if (!isThere("store")) return head;
+  const Part& store = object.at("store");
+  head.revision = store.at("revision");
+  head.edit = store.at("edit");
+  if (store.at("address").is_string()) head.address = store.at("address");
   return head;
 }
 

@@ -233,6 +233,10 @@ ReceiptHead headOf(const ReceiptSource& source, const std::string& destination) 
   head.destination = destination;
   head.shape = "folder";
   head.hasContent = !source.digests.empty();
+  const folder_host::Position position = source.project.position();
+  head.revision = static_cast<std::uint64_t>(position.revision);
+  head.edit = utf8(position.editId);
+  head.address = source.project.address();
   return head;
 }
 

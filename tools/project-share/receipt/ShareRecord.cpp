@@ -27,6 +27,10 @@ std::string lineOf(const FolderProject& project, const Judgement& judgement, con
   if (!judgement.copy->scopePath().empty()) putPath(object, "from", judgement.copy->scopePath());
   object["shared"] = judgement.shared.size();
   object["heldBack"] = judgement.entries - judgement.shared.size();
+  const folder_host::Position position = judgement.copy->position();
+  object["revision"] = position.revision;
+  object["edit"] = utf8(position.editId);
+  if (project.address()) object["address"] = project.address()->text();
   return written(object);
 }
 
@@ -47,7 +51,8 @@ Json knownOf(const nlohmann::json& line) {
   if (profile != line.end() && profile->is_object()) {
     for (const char* key : {"uuid", "name"}) take(object["profile"], *profile, key);
   }
-  for (const char* key : {"destination", "destinationHex", "from", "fromHex", "shared", "heldBack"})
+  for (const char* key :
+       {"destination", "destinationHex", "from", "fromHex", "shared", "heldBack", "revision", "edit", "address"})
     take(object, line, key);
   return object;
 }

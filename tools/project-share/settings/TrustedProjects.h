@@ -20,12 +20,10 @@ inline bool operator==(const TrustedProject& a, const TrustedProject& b) {
 
 using TrustedProjects = std::vector<TrustedProject>;
 
-// As the user's own settings have them; none where there are no settings. Settings that another user could have written
-// are not believed. Error: SETTINGS_FAILED (they are not believed, cannot be read, or are broken).
+// As the user's own settings have them. Error: SETTINGS_FAILED.
 TrustedProjects trustedProjects();
 
-// One such change at a time, all of it or nothing: it waits for another program that is changing them, and sees what
-// that one stored. A refusal that `change` throws passes, and nothing is stored then. Error: SETTINGS_FAILED.
+// As changeSettings: it sees what another program stored before.
 void changeTrustedProjects(const std::function<void(TrustedProjects&)>& change);
 
 }  // namespace project_share

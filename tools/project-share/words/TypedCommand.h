@@ -9,9 +9,11 @@ namespace project_share {
 // What the options of this run say about where it works; commands that it tells have the same. Set while
 // the command line is parsed.
 struct Invocation {
-  std::string folder;     // that the user named to work in, absolute; empty: none
-  bool trusting = false;  // of the project's owner, whoever that is
-  std::string typed;      // the words behind the program's name, as a shell takes them: the log has them
+  std::string folder;       // that the user named to work in, absolute; empty: none
+  bool trusting = false;    // of the project's owner, whoever that is
+  bool isOffline = false;   // the project is to be read as it was seen last
+  bool isOnServer = false;  // the project that was opened has its store there
+  std::string typed;        // the words behind the program's name, as a shell takes them: the log has them
 };
 Invocation& invocation();
 
