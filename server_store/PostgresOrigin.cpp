@@ -123,7 +123,8 @@ void PostgresOrigin::keep(const Held& held, const Edit& edit, bool isLast) {
   statements.push_back(keepEdit(held.projectId, edit));
   statements.push_back(moveOn(held.projectId, edit.number, isLast));
   statements.push_back(commit());
-  const TimePoint deadline = Clock::now() + deadlines_.answer + deadlines_.lock;
+  const TimePoint deadline =
+      Clock::now() + deadlines_.answer + deadlines_.lock + 2 * timeFor(bytesOf(edit.changes).size());
   do {
     try {
       const Answer answer = connection_.run(statements, nullptr, std::min(deadline, Clock::now() + deadlines_.answer));

@@ -34,7 +34,8 @@ std::string newProjectId() {
   return {id.data(), id.size()};
 }
 
-void requireSound(const Refusals& refusals, const Changes& content, const std::vector<Edit>& log) {
+// The bytes of all of it.
+std::size_t sizeOf(const Refusals& refusals, const Changes& content, const std::vector<Edit>& log) {
   const auto isPut = [](const folder_host::Change& change) { return change.isPut; };
   if (log.empty() || !std::all_of(content.begin(), content.end(), isPut)) throw std::logic_error("no project");
   std::size_t size = bytesOf(content).size();
@@ -45,6 +46,7 @@ void requireSound(const Refusals& refusals, const Changes& content, const std::v
     if (added > LARGEST_VALUE) throw refusals.tooLarge();
   }
   if (size > LARGEST_PROJECT) throw refusals.tooLarge();
+  return size;
 }
 
 // One project that is being made. Its id tells whether it is this one that is there, where an answer was lost.
@@ -52,7 +54,7 @@ class Making {
  public:
   Making(const Address& address, const Deadlines& deadlines, const Changes& content, const std::vector<Edit>& log)
       : name_(address.project), deadlines_(deadlines), refusals_(address), connection_(address, deadlines) {
-    requireSound(refusals_, content, log);
+    size_ = sizeOf(refusals_, content, log);
     lastEdit_ = log.back().id;
     statements_ = beginEditing(deadlines.lock);
     projectAt_ = statements_.size();
@@ -64,7 +66,7 @@ class Making {
   }
 
   void run() {
-    const TimePoint deadline = Clock::now() + deadlines_.answer + deadlines_.lock;
+    const TimePoint deadline = Clock::now() + deadlines_.answer + deadlines_.lock + 2 * timeFor(size_);
     while (!isMade(deadline)) {
       if (Clock::now() + PAUSE_OF_MAKING >= deadline) throw refusals_.outcomeUnknown(lastEdit_);
       std::this_thread::sleep_for(PAUSE_OF_MAKING);
@@ -113,6 +115,7 @@ class Making {
   const std::string id_ = newProjectId();
   Connection connection_;
   Statements statements_;
+  std::size_t size_ = 0;
   std::size_t projectAt_ = 0;
   std::string lastEdit_;
   bool mayBeMade_ = false;

@@ -2,6 +2,7 @@
 
 #include <linux/tcp.h>
 #include <netinet/in.h>
+#include <openssl/ssl.h>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -16,7 +17,6 @@ namespace {
 
 constexpr std::uint64_t MOST_IN_ANSWER = std::uint64_t{1} << 30U;
 constexpr std::uint64_t MOST_IN_ROW = std::uint64_t{80} << 20U;  // a value of 64 MiB, and what comes along with it
-constexpr std::uint64_t BYTES_A_MILLISECOND = 256;
 
 // One line of what libpq or the server says.
 std::string firstLine(const char* text) {
@@ -94,6 +94,7 @@ void Session::lost(ConnectionLost::When when) const {
 
 void Session::waitFor(short events, TimePoint deadline) const {
   pollfd watched = {PQsocket(connection_.get()), events, 0};
+  if (watched.fd < 0) throw ConnectionLost(ConnectionLost::When::talking, "the connection broke");
   while (true) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
     if (left <= 0) throw ConnectionLost(ConnectionLost::When::late, "it does not answer");
@@ -141,8 +142,12 @@ void Session::receive() {
   if (came_ - atBegin_ > MOST_IN_ANSWER || came_ - atRow_ > MOST_IN_ROW) {
     throw AnswerTooLarge("it is larger than any project");
   }
-  const auto added = std::chrono::milliseconds((sent_ + came_ - atBegin_) / BYTES_A_MILLISECOND);
-  waitFor(static_cast<short>(unsent == 1 ? POLLIN | POLLOUT : POLLIN), deadline_ + added);
+  // What TLS has taken in already does not make the socket ready.
+  auto* const tls = static_cast<SSL*>(PQsslStruct(connection_.get(), "OpenSSL"));
+  if (tls == nullptr || SSL_pending(tls) == 0) {
+    const TimePoint deadline = deadline_ + timeFor(sent_ + came_ - atBegin_);
+    waitFor(static_cast<short>(unsent == 1 ? POLLIN | POLLOUT : POLLIN), deadline);
+  }
   if (PQconsumeInput(connection_.get()) != 1) lost(ConnectionLost::When::talking);
 }
 

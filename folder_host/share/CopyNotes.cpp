@@ -119,7 +119,7 @@ CopyNotes readCopyNotes(const Descriptor& storeFolder, const std::string& destin
 // as there may be very many files.
 void writeCopyNotes(const Descriptor& storeFolder, const std::string& destination, std::size_t count,
                     const std::function<void(const NoteFile&)>& noteAll) {
-  constexpr std::size_t PIECE = std::size_t{1} << 16U;
+  constexpr std::size_t AT_ONCE = std::size_t{1} << 16U;
   if (::mkdirat(storeFolder.get(), FOLDER, 0700) != 0 && errno != EEXIST) throwErrno();
   const Descriptor folder = openBeneath(storeFolder, FOLDER, O_RDONLY | O_DIRECTORY);
   const std::string name = sha256Of(destination), next = name + ".next";
@@ -136,7 +136,7 @@ void writeCopyNotes(const Descriptor& storeFolder, const std::string& destinatio
   putNumber(bytes, count);
   noteAll([&](std::string_view path, const CopiedFile& copied) {
     put(bytes, path, copied);
-    if (bytes.size() >= PIECE) write();
+    if (bytes.size() >= AT_ONCE) write();
   });
   write();
   writeAll(file, digest.finish());

@@ -13,12 +13,27 @@ namespace {
 
 using Project = MemoryServers::Project;
 
+// All of them or none, whatever fails.
 void apply(Project& project, const Changes& changes) {
-  for (Change change : changes) {
-    const bool isPut = std::exchange(change.isPut, true);
-    const std::string key = bytesOf({change});
-    const bool fits = isPut ? project.content.emplace(key, change).second : project.content.erase(key) == 1;
-    if (!fits) throw std::logic_error("MemoryServers: the changes do not fit onto the project");
+  std::vector<decltype(project.content)::node_type> gone;
+  std::vector<decltype(project.content)::iterator> put;
+  gone.reserve(changes.size());
+  put.reserve(changes.size());
+  try {
+    for (Change change : changes) {
+      const bool isPut = std::exchange(change.isPut, true);
+      const std::string key = bytesOf({change});
+      const auto [at, isNew] =
+          isPut ? project.content.emplace(key, change) : std::pair(project.content.find(key), false);
+      if (isNew) put.push_back(at);
+      if (!isPut && at != project.content.end()) gone.push_back(project.content.extract(at));
+    }
+    if (put.size() + gone.size() != changes.size())
+      throw std::logic_error("MemoryServers: the changes do not fit onto the project");
+  } catch (...) {
+    for (const auto& at : put) project.content.erase(at);
+    for (auto& node : gone) project.content.insert(std::move(node));
+    throw;
   }
 }
 
@@ -40,7 +55,8 @@ Update behind(const Project& project, const Position& known) {
 
 class MemoryOrigin final : public Origin {
  public:
-  MemoryOrigin(MemoryServers& servers, std::string address) : servers_(servers), address_(std::move(address)) {}
+  MemoryOrigin(std::shared_ptr<MemoryServers> servers, std::string address)
+      : kept_(std::move(servers)), address_(std::move(address)) {}
   ~MemoryOrigin() override { release(); }
 
   Update read(const Position& known) override {
@@ -70,13 +86,12 @@ class MemoryOrigin final : public Origin {
     Project& at = project();
     if (at.holder != this || edit.number != at.log.back().number + 1)
       throw Error(errors::STORE_CONFLICT, "another edit was kept");
-    Project next = at;  // all of it or nothing, whatever fails
-    apply(next, edit.changes);
-    next.log.push_back(edit);
-    next.log.back().settled.clear();
-    next.isClosed = isLast;
-    next.holder = nullptr;
-    std::swap(at, next);
+    Edit kept = edit;
+    kept.settled.clear();
+    at.log.reserve(2 * at.log.size() + 1);
+    apply(at, edit.changes);
+    at.log.push_back(std::move(kept));
+    at.isClosed = isLast;
     servers_.call("published");
   }
 
@@ -100,7 +115,8 @@ class MemoryOrigin final : public Origin {
     servers_.released_.notify_all();
   }
 
-  MemoryServers& servers_;
+  const std::shared_ptr<MemoryServers> kept_;
+  MemoryServers& servers_ = *kept_;
   const std::string address_;
 };
 
@@ -112,7 +128,7 @@ void MemoryServers::call(const std::string& name) {
 }
 
 std::shared_ptr<Origin> MemoryServers::originAt(const Address& address) {
-  return std::make_shared<MemoryOrigin>(*this, address.text());
+  return std::make_shared<MemoryOrigin>(shared_from_this(), address.text());
 }
 
 void MemoryServers::create(const Address& address, const Changes& content, const std::vector<Edit>& log) {

@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -10,8 +11,9 @@
 
 namespace folder_host {
 
-// A server in memory, on which everything can be made to go wrong. Origins of several threads may use it.
-class MemoryServers final : public Servers {
+// A server in memory, on which everything can be made to go wrong; its origins keep it. Origins of several threads may
+// use it.
+class MemoryServers final : public Servers, public std::enable_shared_from_this<MemoryServers> {
  public:
   ~MemoryServers() override;
 

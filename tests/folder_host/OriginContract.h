@@ -24,8 +24,6 @@ class OriginWorld {
   virtual void trim(const std::string& project, std::int64_t first) = 0;
   // The project is as it was behind the last one.
   virtual void goBackTo(const std::string& project, std::int64_t last) = 0;
-  // A version of the program that has another number of its stores.
-  virtual void setFormat(const std::string& project, int format) = 0;
 };
 
 struct OriginKind {
@@ -44,9 +42,11 @@ Position positionOf(const Edit& edit);
 Changes sorted(Changes rows);
 
 class OriginContract : public ::testing::TestWithParam<OriginKind> {
- protected:
+ public:
   OriginContract();
+  ~OriginContract() override;
 
+ protected:
   std::shared_ptr<Origin> origin() { return world_.servers().originAt(address_); }
   // What an origin that knows nothing tells.
   Update all() { return origin()->read({}); }

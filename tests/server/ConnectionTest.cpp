@@ -181,7 +181,7 @@ TEST(Server, ThatSaysAnythingIsRefused) {
 
 TEST(Server, ThatIsNotThereOrNotReadyIsRefused) {
   postgres().run("CREATE DATABASE bare");
-  PostgresServers servers;
+  PostgresServers servers({milliseconds(1000), milliseconds(5000), milliseconds(100)});
   Address address = postgres().addressOf("p");
   const auto identifierAt = [&](const Address& at) { return refusalOf([&] { servers.originAt(at)->read({}); }); };
   address.database = "bare";
@@ -284,11 +284,11 @@ TEST(Server, ShowsItsWordsInMessagesAlone) {
 TEST(Server, OfAServiceIsProvenToBeIt) {
   const std::string folder = postgres().folder(), data = folder + "/data/";
   const auto makeCertificate = [&](const std::string& name) {
-    ASSERT_EQ(0, std::system(("openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=x -addext "
-                              "subjectAltName=DNS:teams.example -keyout " +
-                              name + ".key -out " + name + ".crt 2>/dev/null && chmod 600 " + name +
-                              ".key && chown --reference=" + data + " " + name + ".key " + name + ".crt")
-                                 .c_str()));
+    outputOf(
+        "openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=x -addext subjectAltName=DNS:teams.example "
+        "-keyout " +
+        name + ".key -out " + name + ".crt && chmod 600 " + name + ".key && chown --reference=" + data + " " + name +
+        ".key " + name + ".crt");
   };
   makeCertificate(data + "server");
   makeCertificate(data + "other");
@@ -328,9 +328,18 @@ TEST(Server, OfAServiceIsProvenToBeIt) {
     EXPECT_EQ(row.identifier, message.substr(0, message.find(':'))) << message;
     EXPECT_EQ(std::string::npos, message.find("secret"));
   }
+  encrypt("on");
+  write(services, read(services) + "user=proven\nsslrootcert=" + data + "server.crt\n");
+  Changes many;
+  many.reserve(30);
+  for (int i = 0; i < 30; ++i) many.push_back(rowPut(std::to_string(i), std::string(std::size_t{1} << i % 21, 'x')));
+  const Address encrypted = {"", "", "teams", "encrypted"};
+  servers.create(encrypted, many, {editOf(1, {})});
+  EXPECT_TRUE(sorted(many) == sorted(servers.originAt(encrypted)->read({}).content));
   const std::string message = messageOf([&] { servers.originAt({"", "", "none such", "p"})->read({}); });
   EXPECT_NE(std::string::npos, message.find("none such")) << message;
   for (const char* name : {"PGSERVICEFILE", "PGSSLMODE"}) ::unsetenv(name);
+  encrypt("off");
   ::setenv("PGUSER", "editor", 1);
 }
 

@@ -10,6 +10,7 @@
 #include "Postgres.h"
 #include "Proxy.h"
 #include "folder_host/Fixture.h"
+#include "folder_host/store/Schema.h"
 #include "server_store/PostgresServers.h"
 
 namespace folder_host {
@@ -123,15 +124,19 @@ TEST_F(Edits, AnEditThatIsCutIsToldFromOneThatCameInstead) {
   for (const Direction direction : DIRECTIONS) {
     Proxy proxy(postgres().port());
     const auto origin = servers_.originAt(through(proxy)), other = servers_.originAt(address_);
-    const Edit edit = nextEdit(origin->lock({}));
-    auto others = std::async(std::launch::async, [&] { other->publish(nextEdit(other->lock({}))); });
+    const bool isCutBefore = direction == Direction::toServer;
+    const Changes changes = {rowPut("b", "1")};
+    const Edit edit = nextEdit(origin->lock({}), changes);
+    auto others = std::async(std::launch::async, [&] {
+      other->publish(nextEdit(other->lock({}), isCutBefore ? changes : Changes{rowGone("b", "1")}));
+    });
     while (postgres().run("SELECT count(*) FROM pg_stat_activity WHERE wait_event_type = 'Lock'") != "1\n") {
     }
     proxy.cutBehind(direction, 0);
-    const bool isCutBefore = direction == Direction::toServer;
     EXPECT_EQ(isCutBefore ? errors::STORE_CONFLICT : "", refusalOf([&] { origin->publish(edit); }));
     others.get();
     EXPECT_EQ(!isCutBefore, hasEdit(edit.id));
+    if (isCutBefore) other->publish(nextEdit(other->lock({}), {rowGone("b", "1")}));
   }
 }
 
@@ -163,6 +168,14 @@ TEST_F(Edits, RowsThatAreNotAsTheyShouldBeKeepNothing) {
   EXPECT_EQ(errors::STORE_CONFLICT, refusalOf([&] { origin->publish(again); }));
   const Edit large = nextEdit(origin->lock({}), {rowPut("large", std::string(std::size_t{65} << 20U, 'x'))});
   EXPECT_EQ(errors::STORE_FAILED, refusalOf([&] { origin->publish(large); }));
+}
+
+TEST_F(Edits, AStoreOfANewerVersionIsNotRead) {
+  postgres().run("UPDATE project_share.project SET format = " + std::to_string(SCHEMA_VERSION + 1) +
+                 "; UPDATE project_share.edit SET changes = 'new'");
+  const auto origin = servers_.originAt(address_);
+  EXPECT_EQ(errors::STORE_TOO_NEW, refusalOf([&] { origin->read({}); }));
+  EXPECT_EQ(errors::STORE_TOO_NEW, refusalOf([&] { origin->lock({}); }));
 }
 
 TEST_F(Edits, AnEditTakesTwoRoundTrips) {

@@ -1,6 +1,7 @@
 #include "Postgres.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <grp.h>
 #include <pwd.h>
 #include <sys/prctl.h>
@@ -8,16 +9,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <thread>
 #include <vector>
 
+#include "folder_host/Fixture.h"
 #include "server_store/PostgresServers.h"
 
 namespace server_store {
@@ -32,14 +31,16 @@ constexpr const char* PROGRAMS = "/usr/lib/postgresql/15/bin/";
 // The server does not run as root.
 const passwd* serverUser() { return ::geteuid() == 0 ? ::getpwnam("nobody") : nullptr; }
 
-::pid_t begin(const std::vector<std::string>& words, const std::string& log) {
+// Whatever it says is at the end of the file.
+::pid_t begin(const std::vector<std::string>& words, const std::string& output, const passwd* user) {
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
-  const passwd* const user = serverUser();
   const ::pid_t parent = ::getpid(), child = ::fork();
   if (child != 0) return child;
-  const bool isReady = std::freopen(log.c_str(), "a", stdout) != nullptr && ::dup2(1, 2) == 2 &&
+  const int file = ::open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+  const bool isReady = ::dup2(file, 1) == 1 && ::dup2(file, 2) == 2 &&
                        (user == nullptr ||
                         (::setgroups(0, nullptr) == 0 && ::setgid(user->pw_gid) == 0 && ::setuid(user->pw_uid) == 0)) &&
                        ::prctl(PR_SET_PDEATHSIG, SIGQUIT) == 0 && ::getppid() == parent;
@@ -49,16 +50,6 @@ const passwd* serverUser() { return ::geteuid() == 0 ? ::getpwnam("nobody") : nu
 
 void require(bool holds, const std::string& what) {
   if (!holds) throw std::runtime_error(what);
-}
-
-std::string outputOf(const std::string& command) {
-  FILE* const pipe = ::popen(command.c_str(), "r");
-  require(pipe != nullptr, command);
-  std::string output;
-  std::array<char, 4096> part = {};
-  while (const std::size_t count = std::fread(part.data(), 1, part.size(), pipe)) output.append(part.data(), count);
-  require(::pclose(pipe) == 0, command + ": " + output);
-  return output;
 }
 
 std::string inShell(const std::string& text) {
@@ -80,10 +71,6 @@ class World final : public folder_host::OriginWorld {
     postgres().run("DELETE FROM project_share.edit WHERE revision > " + number + " AND project = " + idOf(project) +
                    "; UPDATE project_share.project SET revision = " + number + it);
   }
-  void setFormat(const std::string& project, int format) override {
-    postgres().run("UPDATE project_share.project SET format = " + std::to_string(format) +
-                   " WHERE id = " + idOf(project));
-  }
 
  private:
   static std::string idOf(const std::string& project) {
@@ -96,6 +83,22 @@ class World final : public folder_host::OriginWorld {
 World::~World() = default;
 
 }  // namespace
+
+int exitCodeOf(const std::string& command, std::string& output) {
+  const folder_host::TemporaryFolder folder;
+  const std::string file = folder.path / "output";
+  int status = 0;
+  const ::pid_t child = begin({"/bin/sh", "-c", command}, file, nullptr);
+  require(::waitpid(child, &status, 0) == child, command);
+  output = folder_host::read(file);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string outputOf(const std::string& command) {
+  std::string output;
+  require(exitCodeOf(command, output) == 0, command + ": " + output);
+  return output;
+}
 
 int listening(int& port) {
   const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -120,7 +123,7 @@ Postgres::Postgres() {
   int status = 0;
   const ::pid_t made = begin({std::string(PROGRAMS) + "initdb", "--no-sync", "-A", "trust", "-U", "admin", "-E", "UTF8",
                               "--locale=C", "-D", folder_ + "/data"},
-                             folder_ + "/log");
+                             folder_ + "/log", serverUser());
   require(::waitpid(made, &status, 0) == made && status == 0, "initdb: see " + folder_ + "/log");
   ::close(listening(port_));
   start();
@@ -138,8 +141,9 @@ Postgres::~Postgres() {
 
 // Where the last one was killed, the new one is there when nothing of that is left.
 void Postgres::start() {
+  std::string output;
   const std::string ready = std::string(PROGRAMS) + "pg_isready -q -h 127.0.0.1 -p " + std::to_string(port_);
-  for (int tries = 0; server_ == 0 || std::system(ready.c_str()) != 0; ++tries) {
+  for (int tries = 0; server_ == 0 || exitCodeOf(ready, output) != 0; ++tries) {
     require(tries < 300, "no server: see " + folder_ + "/log");
     if (server_ != 0 && ::waitpid(server_, nullptr, WNOHANG) == 0) {
       std::this_thread::sleep_for(std::chrono::milliseconds(50));
@@ -148,7 +152,7 @@ void Postgres::start() {
     server_ = begin(
         {std::string(PROGRAMS) + "postgres", "-D", folder_ + "/data", "-p", std::to_string(port_), "-c",
          "unix_socket_directories=", "-c", "listen_addresses=127.0.0.1", "-c", "fsync=off", "-c", "max_connections=50"},
-        folder_ + "/log");
+        folder_ + "/log", serverUser());
   }
 }
 

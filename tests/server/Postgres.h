@@ -38,6 +38,9 @@ Postgres& postgres();
 // A folder_host::OriginWorld of it.
 folder_host::OriginWorld& postgresWorld();
 
+// What a shell's command prints; it succeeds.
+std::string outputOf(const std::string& command);
+
 // A port of this machine that a test listens at, and what listens.
 int listening(int& port);
 
