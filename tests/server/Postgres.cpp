@@ -96,7 +96,8 @@ int exitCodeOf(const std::string& command, std::string& output) {
 
 std::string outputOf(const std::string& command) {
   std::string output;
-  require(exitCodeOf(command, output) == 0, command + ": " + output);
+  const int exitCode = exitCodeOf(command, output);
+  require(exitCode == 0, command + ": " + output);
   return output;
 }
 

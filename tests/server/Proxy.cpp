@@ -102,7 +102,10 @@ void Proxy::forward(int from, int to, Direction direction) {
     isFirst = false;
     if (!passes(direction)) break;
     ++counts_[static_cast<int>(direction)];
-    if (isClient && wasAnswered_.exchange(false)) ++turns_;
+    if (isClient && wasAnswered_.exchange(false)) {
+      ++turns_;
+      std::this_thread::sleep_for(delay_.load());
+    }
     if (!isClient) wasAnswered_ = true;
     if (::send(to, message.data(), message.size(), MSG_NOSIGNAL) < 0) break;
   }

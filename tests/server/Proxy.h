@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -23,6 +24,8 @@ class Proxy {
   void cutBehind(Direction direction, int messages);
   // Whether that has happened.
   bool hasCut() const noexcept { return hasCut_; }
+  // Each turn takes so much longer from now on.
+  void setDelay(std::chrono::milliseconds delay) { delay_ = delay; }
   // How often the client has asked for something and waited for the answer.
   int turns() const noexcept { return turns_; }
   // How many messages have passed.
@@ -39,6 +42,7 @@ class Proxy {
   int listener_;
   std::atomic<int> counts_[2] = {};
   std::atomic<int> turns_ = 0;
+  std::atomic<std::chrono::milliseconds> delay_{};
   std::atomic<bool> wasAnswered_ = true;
   std::mutex mutex_;
   int left_ = -1;  // messages until the cut; negative: none
