@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using Files = std::map<std::string, CopiedFile>;
+using NotedFiles = std::map<std::string, CopiedFile>;
 
 CopiedFile copiedAs(std::uint64_t inode) {
   CopiedFile file;
@@ -29,7 +29,7 @@ class CopyNotesTest : public FolderTest {
  protected:
   CopyNotesTest() : folder_((put("p/x"), openFolder(in("p")))) {}
 
-  void writeNotes(const std::string& destination, const Files& files) const {
+  void writeNotes(const std::string& destination, const NotedFiles& files) const {
     writeCopyNotes(folder_, destination, files.size(), [&](const NoteFile& note) {
       for (const auto& [path, file] : files) note(path, file);
     });
@@ -58,7 +58,7 @@ std::string packed(const std::string& path, std::uint64_t nanoseconds = 0) {
 }  // namespace
 
 TEST_F(CopyNotesTest, WhatIsNotedOfACopyIsFoundAgainByItsPath) {
-  Files files;
+  NotedFiles files;
   for (std::uint64_t i = 0; i < 2000; ++i) files[std::string(i % 7, 'a') + std::to_string(i)] = copiedAs(i);
   files["\xFF/b"] = copiedAs(7);
   writeNotes("/a", files), writeNotes("/b", {{"b", copiedAs(1)}}), writeNotes("/c", {});

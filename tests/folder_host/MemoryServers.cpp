@@ -22,7 +22,7 @@ void apply(Project& project, const Changes& changes) {
   try {
     for (Change change : changes) {
       const bool isPut = std::exchange(change.isPut, true);
-      const std::string key = bytesOf({change});
+      const std::string key = bytesOf(Changes{change});
       const auto [at, isNew] =
           isPut ? project.content.emplace(key, change) : std::pair(project.content.find(key), false);
       if (isNew) put.push_back(at);
@@ -57,7 +57,7 @@ class MemoryOrigin final : public Origin {
  public:
   MemoryOrigin(std::shared_ptr<MemoryServers> servers, std::string address)
       : kept_(std::move(servers)), address_(std::move(address)) {}
-  ~MemoryOrigin() override { release(); }
+  ~MemoryOrigin() override;
 
   Update read(const Position& known) override {
     const std::unique_lock lock(servers_.mutex_);
@@ -119,6 +119,8 @@ class MemoryOrigin final : public Origin {
   MemoryServers& servers_ = *kept_;
   const std::string address_;
 };
+
+MemoryOrigin::~MemoryOrigin() { release(); }
 
 MemoryServers::~MemoryServers() = default;
 

@@ -9,7 +9,7 @@ namespace {
 class MemoryWorld final : public OriginWorld {
  public:
   ~MemoryWorld() override;
-  Servers& servers() override { return servers_; }
+  Servers& servers() override { return *servers_; }
   Address addressOf(const std::string& project) override { return {"memory", "teams", "", project}; }
   void trim(const std::string& project, std::int64_t first) override {
     auto& log = logOf(project);
@@ -21,9 +21,9 @@ class MemoryWorld final : public OriginWorld {
   }
 
  private:
-  std::vector<Edit>& logOf(const std::string& project) { return servers_.projects.at(addressOf(project).text()).log; }
+  std::vector<Edit>& logOf(const std::string& project) { return servers_->projects.at(addressOf(project).text()).log; }
 
-  MemoryServers servers_;
+  const std::shared_ptr<MemoryServers> servers_ = std::make_shared<MemoryServers>();
 };
 
 MemoryWorld::~MemoryWorld() = default;

@@ -34,6 +34,9 @@ int codeOf(const std::function<void()>& act) {
 
 // An earlier copy, and a new one that is to take its place.
 class ExchangeTest : public FolderTest {
+ public:
+  ~ExchangeTest() override;
+
  protected:
   void begin(bool atOnce) {
     publication_.reset();
@@ -44,7 +47,6 @@ class ExchangeTest : public FolderTest {
     writeAll(openBeneath(publication_->content(), "newer", O_WRONLY | O_CREAT | O_EXCL, 0600), "newer");
     atOnce_ = atOnce;
   }
-  ~ExchangeTest() override { publication_.reset(), parent_ = Descriptor(), earlier_ = Descriptor(); }
 
   void exchange() { exchange(idOf(statusOf(earlier_))); }
   void exchange(const FileId& earlier) {
@@ -61,6 +63,8 @@ class ExchangeTest : public FolderTest {
   Descriptor parent_, earlier_;
   std::optional<Publication> publication_;
 };
+
+ExchangeTest::~ExchangeTest() { publication_.reset(), parent_ = Descriptor(), earlier_ = Descriptor(); }
 
 }  // namespace
 

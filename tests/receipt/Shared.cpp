@@ -33,6 +33,7 @@ void SharedProject::type(const std::string& words) const {
     all.push_back(word);
   }
   std::vector<char*> argv;
+  argv.reserve(all.size() + 1);
   for (std::string& word : all) argv.push_back(word.data());
   argv.push_back(nullptr);
   if (runCommandLine(static_cast<int>(all.size()), argv.data()) != 0) throw std::runtime_error("usage: " + words);

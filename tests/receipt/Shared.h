@@ -21,10 +21,11 @@ struct Judged {
 // In `p` a project with a profile `public`, which holds back `drafts` by a/in; what it shares has a/out. All was
 // written at one time.
 class SharedProject : public folder_host::FolderTest {
- protected:
+ public:
   SharedProject();
   ~SharedProject() override;
 
+ protected:
   // What is typed behind "project-share --quiet -C p", with blanks between the words; IN stands for the test's folder.
   void type(const std::string& words) const;
   folder_host::FolderProject project(const std::string& folder = "p") const {

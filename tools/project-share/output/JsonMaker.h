@@ -16,6 +16,8 @@ class JsonMaker : public nlohmann::json_sax<nlohmann::json> {
   // Sorts its keys: an object of very many takes no longer for each.
   using Value = nlohmann::json;
 
+  ~JsonMaker() override;
+
   bool null() final { return add(nullptr); }
   bool boolean(bool value) final { return add(value); }
   bool number_integer(number_integer_t value) final { return add(value); }
@@ -31,7 +33,6 @@ class JsonMaker : public nlohmann::json_sax<nlohmann::json> {
 
  protected:
   JsonMaker(std::size_t deepest, std::uint64_t most) : deepest_(deepest), most_(most) {}
-  ~JsonMaker() override;
 
   // Of a value that lies in no other.
   virtual bool isRight(Value& whole) = 0;

@@ -163,7 +163,7 @@ std::vector<folder_host::Edit> logAt(const Address& address) {
 }
 
 std::string withAdvice(const Refusal& refusal) {
-  const std::string text = refusal.what();
+  std::string text = refusal.what();
   if (const auto* unknown = dynamic_cast<const folder_host::OutcomeUnknown*>(&refusal); unknown != nullptr) {
     return fmt::format("{}; to learn whether it is kept: {}", text, commandOf({"store", "check", unknown->editId()}));
   }
