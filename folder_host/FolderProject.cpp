@@ -326,7 +326,9 @@ Position FolderProject::position() const { return store_->position(); }
 
 void FolderProject::askOnce() const { store_->setAsksOnce(true); }
 
-std::vector<Edit> FolderProject::acceptServer() const { return store_->readAnew(); }
+std::vector<Edit> FolderProject::lostOnServer() const { return store_->lost(); }
+
+void FolderProject::acceptServer() const { store_->readAnew(); }
 
 namespace {
 

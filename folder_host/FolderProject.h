@@ -98,9 +98,10 @@ class FolderProject {
   // For a process that asks much and lives for a moment: of a store on a server, what is read goes by its first answer,
   // but that a working copy asks anew.
   void askOnce() const;
-  // Takes what the server has for right, although what was known is none of its states (STORE_WENT_BACK). Gives the
-  // edits that are lost.
-  std::vector<Edit> acceptServer() const;
+  // Of a store on a server: the edits that were seen, and that the server has not (STORE_WENT_BACK). To accept it is to
+  // take what it has for right all the same.
+  std::vector<Edit> lostOnServer() const;
+  void acceptServer() const;
   // Moves the store to the address, which this makes; others wait meanwhile, and are told then that it moved. What it
   // was stays in `.project/moved-store.db`. The project is to be opened again. Errors: those of Servers::create, with
   // which nothing has moved; STORE_FAILED.

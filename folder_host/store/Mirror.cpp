@@ -150,6 +150,17 @@ void Mirror::lock() {
   catchUp([this](const Position& known) { return origin_->lock(known); });
 }
 
+std::vector<Edit> Mirror::lost() {
+  std::vector<Edit> edits = wholeOf(database_).edits;
+  const std::vector<Edit> there = origin_->read({}).edits;
+  const auto isThere = [&](const Edit& edit) {
+    const auto isIt = [&](const Edit& one) { return one.id == edit.id; };
+    return edit.number < there.front().number || std::any_of(there.begin(), there.end(), isIt);
+  };
+  edits.erase(std::remove_if(edits.begin(), edits.end(), isThere), edits.end());
+  return edits;
+}
+
 void Mirror::readAnew() {
   catchUp([this](const Position&) { return origin_->read({}); });
 }

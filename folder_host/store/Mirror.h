@@ -3,6 +3,8 @@
 #include <SQLiteCpp/Database.h>
 
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "folder_host/store/Origin.h"
 
@@ -33,7 +35,10 @@ class Mirror {
   void read();
   // Nobody else edits until publish or release.
   void lock();
-  // Also where the known position is none that the origin has had.
+  // Of the edits that were seen, those that the origin has not. Of what its log does not reach back to, nothing is
+  // known.
+  std::vector<Edit> lost();
+  // Also where the known position is none of the origin's states.
   void readAnew();
 
   void publish(const Edit& edit, bool isLast) { origin_->publish(edit, isLast); }

@@ -178,14 +178,12 @@ Position Store::position() {
   }
 }
 
-std::vector<Edit> Store::readAnew() {
-  std::vector<Edit> lost = whole().edits;
-  mirror_->readAnew();
-  for (const Edit& edit : whole().edits) {
-    const auto isIt = [&](const Edit& one) { return one.id == edit.id; };
-    lost.erase(std::remove_if(lost.begin(), lost.end(), isIt), lost.end());
+std::vector<Edit> Store::lost() {
+  try {
+    return mirror_->lost();
+  } catch (const SQLite::Exception& error) {
+    throw storeFailure(error);
   }
-  return lost;
 }
 
 void Store::confirm() { scopes_.confirm(); }

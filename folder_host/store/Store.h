@@ -77,8 +77,9 @@ class Store : public std::enable_shared_from_this<Store>, private ScopeEvents {
   // asks much and works for a moment only.
   void setAsksOnce(bool asksOnce) { asksOnce_ = asksOnce; }
   void refresh() { isFresh_ = false; }
-  // Of a mirror: what its origin has, although what was known is none of its states. Gives the edits that are lost.
-  std::vector<Edit> readAnew();
+  // Of a mirror: the edits that were seen, and that its origin has not; and takes what it has all the same.
+  std::vector<Edit> lost();
+  void readAnew() { mirror_->readAnew(); }
   // Of a mirror, in its outermost write scope: this is the last edit that the origin keeps.
   void closeOrigin() { closesOrigin_ = true; }
 

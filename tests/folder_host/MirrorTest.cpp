@@ -226,9 +226,11 @@ TEST_F(MirrorTest, AServerThatWentBackIsNotBelievedUntilSomebodySaysSo) {
   EXPECT_EQ(refusalOf([&] { a.labels().list(); }), errors::STORE_WENT_BACK);
   EXPECT_EQ(refusalOf([&] { label(a, u"another"); }), errors::STORE_WENT_BACK);
   EXPECT_EQ(refusalOf([&] { a.workingCopy(); }), errors::STORE_WENT_BACK);
-  const std::vector<Edit> lost = a.acceptServer();
+  const std::vector<Edit> lost = a.lostOnServer();
   ASSERT_EQ(lost.size(), 1U);
   EXPECT_EQ(lost[0].number, 3);
+  EXPECT_EQ(refusalOf([&] { a.labels().list(); }), errors::STORE_WENT_BACK);
+  a.acceptServer();
   EXPECT_EQ(rows("a"), rowsOnServer());
 }
 

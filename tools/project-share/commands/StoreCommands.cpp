@@ -36,19 +36,6 @@ void requireServer(const FolderProject& project) {
                             inQuotes(project.root()), commandOf({"store", "move"}) + " ADDRESS"));
 }
 
-bool has(const std::vector<Edit>& edits, const std::string& id) {
-  return std::any_of(edits.begin(), edits.end(), [&](const Edit& edit) { return edit.id == id; });
-}
-
-// What was seen of the server and is not there any more. Of what its log does not reach back to, nothing is known.
-std::vector<Edit> lostOf(std::vector<Edit> seen, const std::vector<Edit>& onServer) {
-  const auto isLost = [&](const Edit& edit) {
-    return (onServer.empty() || edit.number >= onServer.front().number) && !has(onServer, edit.id);
-  };
-  seen.erase(std::remove_if(seen.begin(), seen.end(), [&](const Edit& edit) { return !isLost(edit); }), seen.end());
-  return seen;
-}
-
 void printLost(const Edit& edit) {
   const std::string time = timeText(edit.at);
   // The words last: whatever they are, they cannot pass for what the program says of them.
@@ -109,11 +96,9 @@ void moveStoreBack() {
 }
 
 void acceptServer(std::int64_t number) {
-  const std::vector<Edit> lost = [] {
-    const FolderProject seen = openAsSeen();
-    requireServer(seen);
-    return lostOf(seen.history().edits(), logAt(*seen.address()));
-  }();
+  const FolderProject project = openProject();
+  requireServer(project);
+  const std::vector<Edit> lost = project.lostOnServer();
   for (const Edit& edit : lost) printLost(edit);
   if (lost.empty()) return done("Nothing is lost: the server has all that was seen of it.", {{"lost", 0}});
   const std::string count = counted(lost.size(), "edit is", "edits are");
@@ -123,7 +108,7 @@ void acceptServer(std::int64_t number) {
                               "without: {}",
                               count, commandOf({"store", "accept", std::to_string(lost.size())})));
   }
-  openProject().acceptServer();
+  project.acceptServer();
   done(fmt::format("Took what the server has. {} lost: whoever made them has to make them again, before anything is "
                    "shared that they held back.",
                    count),

@@ -158,10 +158,6 @@ void moveStore(const FolderProject& project, const Address& to) {
   atTyped(to, [&](const ServerAccess& access) { project.moveTo(to, access); });
 }
 
-std::vector<folder_host::Edit> logAt(const Address& address) {
-  return accessTo(nullptr).servers->originAt(address)->read({}).edits;
-}
-
 std::string withAdvice(const Refusal& refusal) {
   std::string text = refusal.what();
   if (const auto* unknown = dynamic_cast<const folder_host::OutcomeUnknown*>(&refusal); unknown != nullptr) {

@@ -28,9 +28,6 @@ folder_host::FolderProject joinProject(const std::string& folder, const folder_h
 // Moves its store to the address, which is made. Errors: those of FolderProject::moveTo; SETTINGS_FAILED.
 void moveStore(const folder_host::FolderProject& project, const folder_host::Address& to);
 
-// The log of the store at the address, as the server has it. Errors: those of Origin::read.
-std::vector<folder_host::Edit> logAt(const folder_host::Address& address);
-
 // What the refusal says, and what to do about it where that depends on the project that was opened.
 std::string withAdvice(const folder_host::Error& refusal);
 
