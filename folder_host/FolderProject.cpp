@@ -55,12 +55,16 @@ std::string resolvedFolder(const std::string& folder) {
   });
 }
 
+Error alreadyProject(const std::string& root) {
+  return {errors::ALREADY_A_PROJECT, inQuotes(root) + " is a project already; nothing is left to be made"};
+}
+
 // A stranger's project further up would else keep everybody below it from having one.
 void refuseProject(const std::string& root, const Trust& trust) {
   const auto counts = [&](const fs::path& folder) { return folder == root || isTrusted(folder.string(), trust); };
   const std::string project = nearestProject(root, counts);
   if (project.empty()) return;
-  throw Error(errors::ALREADY_A_PROJECT, inQuotes(project) + " is a project already; nothing is left to be made");
+  throw alreadyProject(project);
 }
 
 // The file is closed here: closing it when SQLite has it open would drop the locks on it.
@@ -194,10 +198,31 @@ FolderProject FolderProject::initAt(const std::string& folder, const Trust& trus
 FolderProject FolderProject::join(const std::string& folder, const Trust& trust, const Address& address,
                                   const ServerAccess& access) {
   const std::string root = resolvedFolder(folder);
-  return makeProject(root, trust, ADDRESS_NAME, bytesOf(address), nullptr, [&] {
+  const auto openJoined = [&] {
     FolderProject project = openFound(root, trust, access);
     project.store_->beginRead();
     return project;
+  };
+  struct stat status {};
+  if (::lstat((root + "/" + ADDRESS_FILE).c_str(), &status) != 0)
+    return makeProject(root, trust, ADDRESS_NAME, bytesOf(address), nullptr, openJoined);
+  try {
+    openJoined();
+  } catch (const Error& error) {
+    if (error.identifier() != std::string_view(errors::STORE_MOVED)) throw;
+    access.servers->originAt(address)->read({});
+    openFound(root, trust, access).changeAddress(address);
+    return openJoined();
+  }
+  throw alreadyProject(root);
+}
+
+void FolderProject::changeAddress(const Address& address) const {
+  attempt(errors::STORE_FAILED, "cannot note the address in", root_ + "/" + STORE_FOLDER, [&] {
+    const FileId earlier = idOf(statusIn(*storeFolder_, ADDRESS_NAME));
+    Publication publication(*storeFolder_);
+    writeFile(publication, ADDRESS_NAME, bytesOf(address));
+    publication.replaceFile(ADDRESS_NAME, ADDRESS_NAME, earlier);
   });
 }
 

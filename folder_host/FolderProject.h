@@ -41,7 +41,8 @@ class FolderProject {
   static FolderProject init(const std::string& folder, const Trust& trust = nullptr);
 
   // The same, with a store at the address, which this makes, or which somebody made (join). Further errors: those of
-  // Servers::create; those of Origin::read.
+  // Servers::create; those of Origin::read. A folder whose store was closed on its server, since it was moved, joins by
+  // another address, and keeps what is its own.
   static FolderProject initAt(const std::string& folder, const Trust& trust, const Address& address,
                               const ServerAccess& access, const Author& author);
   static FolderProject join(const std::string& folder, const Trust& trust, const Address& address,
@@ -137,6 +138,7 @@ class FolderProject {
  private:
   FolderProject(std::string root, Descriptor storeFolder, std::shared_ptr<Store> store, std::optional<Address> address);
   static FolderProject openFound(std::string root, const Trust& trust, const ServerAccess& access);
+  void changeAddress(const Address& address) const;
   bool isWrittenBack() const;
   void writeBack() const;
   std::shared_ptr<const Memory> memory() const;

@@ -47,7 +47,7 @@ Error Refusals::tooNew() const {
 
 Error Refusals::moved() const {
   return {errors::STORE_MOVED, "the project " + project_ + " is not kept at " + place_ +
-                                   " any more: ask whoever moved it for its new place"};
+                                   " any more: ask whoever moved it for the new address, and join that in this folder"};
 }
 
 Error Refusals::unreadable(const std::string& why) const {

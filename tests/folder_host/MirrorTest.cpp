@@ -343,6 +343,22 @@ TEST_F(MirrorTest, AMoveThatIsEndedLeavesOneStore) {
   EXPECT_EQ(labelsNow(), 2U);
 }
 
+// What was moved back and to another place is joined there by who had joined it before, who keeps what is the folder's.
+TEST_F(MirrorTest, AFolderWhoseStoreWasMovedJoinsItElsewhere) {
+  const Address there = parseAddress("postgresql://server/team?project=elsewhere");
+  label(open("a"));
+  open("a").moveBack();
+  write(in("b/.project/memory"), "remembered");
+  const auto join = [&] { FolderProject::join(in("b"), nullptr, there, access("b")); };
+  EXPECT_EQ(refusalOf(join), errors::STORE_NOT_FOUND);
+  EXPECT_EQ(open("b").address(), ADDRESS);
+  FolderProject::open(in("a")).moveTo(there, access("a"));
+  join();
+  EXPECT_EQ(open("b").labels().list().size(), 1U);
+  EXPECT_EQ(read(in("b/.project/memory")), "remembered");
+  EXPECT_EQ(refusalOf(join), errors::ALREADY_A_PROJECT);
+}
+
 // A store of before a move is none to go back to.
 TEST_F(MirrorTest, AStoreBesideTheAddressThatIsNotOfTheEndIsNotTakenBack) {
   put("own/f");
