@@ -211,6 +211,20 @@ void addMove(CLI::App* group, Words& words) {
   });
 }
 
+std::string lowered(std::string digits) {
+  for (char& c : digits) c = static_cast<char>(c >= 'A' && c <= 'F' ? c - 'A' + 'a' : c);
+  return digits;
+}
+
+// Of what is none nobody could say that it is not kept.
+std::string editIdOf(const std::string& word) {
+  constexpr std::string_view FORM = "00000000-0000-0000-0000-000000000000";
+  std::string id = lowered(word), form = id;
+  for (char& c : form) c = std::string_view("0123456789abcdef").find(c) != std::string_view::npos ? '0' : c;
+  if (form == FORM) return id;
+  throw CLI::ParseError("store check takes the id of an edit as its refusal had it, a UUID", WRONG_USAGE);
+}
+
 void addStoreCommands(CLI::App& app, Words& words) {
   CLI::App* group =
       addCommand(&app, "store", "Where labels, rules and profiles stand: in the folder or on a server", "store show");
@@ -225,7 +239,7 @@ void addStoreCommands(CLI::App& app, Words& words) {
   CLI::App* check = addCommand(group, "check", "Tell whether an edit was kept of which a server did not say so in time",
                                "store check 0f8fad5b-d9cb-469f-a165-70867728950e");
   addWord(check, "ID", words.edit, "Of the edit, as its refusal had it");
-  check->callback([&] { checkEdit(words.edit); });
+  check->callback([&] { checkEdit(editIdOf(unmarked(words.edit))); });
   CLI::App* trust = addCommand(group, "trust", "Say that a store may be asked from this machine, as you",
                                "store trust 'postgresql://db.example/teams?project=handbook'");
   addWord(trust, "ADDRESS", words.store, ADDRESS_HELP);
@@ -553,8 +567,9 @@ std::string digitsOf(const std::string& word) {
   constexpr std::size_t LEAST = 32, MOST = 64;  // 128 bits, 256 bits
   std::string digits;
   for (const char c : word) {
-    if (c != '-') digits += static_cast<char>(c >= 'A' && c <= 'F' ? c - 'A' + 'a' : c);
+    if (c != '-') digits += c;
   }
+  digits = lowered(std::move(digits));
   const bool isDigest = digits.size() >= LEAST && digits.size() <= MOST &&
                         digits.find_first_not_of("0123456789abcdef") == std::string::npos;
   if (isDigest) return digits;

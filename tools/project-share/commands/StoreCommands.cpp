@@ -117,6 +117,7 @@ void acceptServer(std::int64_t number) {
 
 void checkEdit(const std::string& id) {
   const FolderProject project = openProject();
+  requireServer(project);
   bool mayEdit = true;
   const auto numberIn = [&](const auto& scope) {
     static_cast<void>(scope);  // open while this is looked up
