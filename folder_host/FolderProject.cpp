@@ -384,6 +384,7 @@ void FolderProject::moveTo(const Address& address, const ServerAccess& access) c
   access.servers->create(address, whole.content, whole.edits);
   requireSame(whole, Store::of(access.servers->originAt(address)->read({}))->whole());
   attempt(errors::STORE_FAILED, "cannot note the address in", root_ + "/" + STORE_FOLDER, [&] {
+    Publication::removeAbandoned(*storeFolder_);
     Publication publication(*storeFolder_);
     writeFile(publication, ADDRESS_NAME, bytesOf(address));
     publication.publishFile(ADDRESS_NAME, ADDRESS_NAME);
@@ -409,6 +410,7 @@ void FolderProject::writeBack() const {
   attempt(errors::STORE_FAILED, "cannot make a store in", root_ + "/" + STORE_FOLDER, [&] {
     // Beside an address it is none: a move was ended in between.
     ::renameat(storeFolder_->get(), STORE_NAME, storeFolder_->get(), MOVED_STORE_NAME);
+    Publication::removeAbandoned(*storeFolder_);
     Publication publication(*storeFolder_);
     writeFile(publication, STORE_NAME, image);
     publication.publishFile(STORE_NAME, STORE_NAME);

@@ -91,6 +91,18 @@ Update PostgresOrigin::lock(const Position& known) {
   }
 }
 
+// A server that was started again shows what its standby may not have. What is committed behind it, the standby has
+// only after it.
+void PostgresOrigin::requireOnStandby(const Held& held, const Edit& edit, TimePoint deadline) {
+  try {
+    const Answer answer = connection_.run({touch(held.projectId), commit()}, nullptr, deadline);
+    if (answer.last == "COMMIT" && !answer.hasWarned) return;
+  } catch (const std::exception&) {
+    // Nothing is known of it, then.
+  }
+  throw refusals_.outcomeUnknown(edit.id);
+}
+
 bool PostgresOrigin::isKept(const Held& held, const Edit& edit, TimePoint deadline) {
   std::unique_ptr<UpdateReader> reader;
   Update update;
@@ -109,7 +121,10 @@ bool PostgresOrigin::isKept(const Held& held, const Edit& edit, TimePoint deadli
   if (reader->needsWhole()) throw refusals_.outcomeUnknown(edit.id);
   if (reader->hasGoneBack()) throw refusals_.wentBack();
   const auto isIt = [&](const Edit& one) { return one.id == edit.id; };
-  if (std::any_of(update.edits.begin(), update.edits.end(), isIt)) return true;
+  if (std::any_of(update.edits.begin(), update.edits.end(), isIt)) {
+    requireOnStandby(held, edit, deadline);
+    return true;
+  }
   if (reader->isClosed()) throw refusals_.moved();
   if (!update.edits.empty()) throw refusals_.conflict();
   return false;

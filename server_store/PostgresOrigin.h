@@ -38,6 +38,8 @@ class PostgresOrigin final : public folder_host::Origin {
   folder_host::Update readOnce(const folder_host::Position& known, TimePoint deadline);
   folder_host::Update lockOnce(const folder_host::Position& known, TimePoint deadline);
   void keep(const Held& held, const folder_host::Edit& edit, bool isLast);
+  // Error: STORE_OUTCOME_UNKNOWN.
+  void requireOnStandby(const Held& held, const folder_host::Edit& edit, TimePoint deadline);
   // Whether the edit is kept, where the answer was lost. If it is not, the lock is held again. Error:
   // STORE_OUTCOME_UNKNOWN, STORE_CONFLICT, STORE_MOVED, STORE_WENT_BACK.
   bool isKept(const Held& held, const folder_host::Edit& edit, TimePoint deadline);

@@ -123,6 +123,10 @@ Statement moveOn(const std::string& projectId, std::int64_t revision, bool isLas
   return {MOVE_ON, {ofBytes(projectId), ofNumber(revision), ofTruth(isLast)}};
 }
 
+Statement touch(const std::string& projectId) {
+  return {"UPDATE project_share.project SET revision = revision WHERE id = $1", {ofBytes(projectId)}};
+}
+
 Statement makeProject(const std::string& projectId, const std::string& name, std::int64_t floor,
                       std::int64_t revision) {
   return {

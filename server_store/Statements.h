@@ -36,6 +36,8 @@ Statement takeLock(const std::string& project);
 Statements keepRows(const std::string& projectId, const folder_host::Changes& changes);
 Statement keepEdit(const std::string& projectId, const folder_host::Edit& edit);
 Statement moveOn(const std::string& projectId, std::int64_t revision, bool isLast);
+// Writes the project's row as it is.
+Statement touch(const std::string& projectId);
 
 // A name that is taken is an error.
 Statement makeProject(const std::string& projectId, const std::string& name, std::int64_t floor, std::int64_t revision);

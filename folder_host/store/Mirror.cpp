@@ -132,7 +132,7 @@ void Mirror::catchUp(const Ask& ask) {
     if (take(ask(Position()))) return;
   } catch (const SQLite::Exception& error) {
     origin_->release();
-    throw storeFailure(error);
+    throw storeFailure(error.getErrorCode(), std::string("its mirror in the cache folder: ") + error.what());
   } catch (...) {
     origin_->release();
     throw;
