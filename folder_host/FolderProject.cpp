@@ -365,8 +365,8 @@ void requireSame(const Update& was, const Update& is) {
     return content;
   };
   const auto isSame = [](const Edit& a, const Edit& b) {
-    return std::tie(a.number, a.id, a.at, a.user, a.machine, a.words, a.undoes, a.changes) ==
-           std::tie(b.number, b.id, b.at, b.user, b.machine, b.words, b.undoes, b.changes);
+    return std::tie(a.number, a.id, a.at, a.user, a.machine, a.words, a.undoes, a.settled, a.changes) ==
+           std::tie(b.number, b.id, b.at, b.user, b.machine, b.words, b.undoes, b.settled, b.changes);
   };
   if (sorted(was.content) == sorted(is.content) &&
       std::equal(was.edits.begin(), was.edits.end(), is.edits.begin(), is.edits.end(), isSame))

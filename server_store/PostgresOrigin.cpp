@@ -164,7 +164,7 @@ void PostgresOrigin::publish(const Edit& edit, bool isLast) {
   const Held held = *std::exchange(held_, std::nullopt);
   try {
     if (edit.number != held.base.revision + 1 || !isSound(edit)) throw std::logic_error("no edit that comes next");
-    if (bytesOf(edit.changes).size() > LARGEST_VALUE) throw refusals_.tooLarge();
+    if (std::max(bytesOf(edit.changes).size(), edit.settled.size()) > LARGEST_VALUE) throw refusals_.tooLarge();
     keep(held, edit, isLast);
   } catch (...) {
     connection_.close();

@@ -70,7 +70,8 @@ class RowLists {
 Statement state(const std::string& project, std::int64_t from) {
   return {
       "SELECT p.id, p.format, p.revision, p.floor, p.closed, e.revision, e.id, e.at, e.author, e.machine, "
-      "CASE WHEN e.revision <> $2 THEN e.words END, e.undoes, CASE WHEN e.revision <> $2 THEN e.changes END "
+      "CASE WHEN e.revision <> $2 THEN e.words END, e.undoes, CASE WHEN e.revision <> $2 THEN e.changes END, "
+      "CASE WHEN e.revision <> $2 THEN e.settled END "
       "FROM project_share.project p LEFT JOIN project_share.edit e ON e.project = p.id AND "
       "e.revision >= CASE WHEN $2 = 0 THEN p.floor WHEN $2 >= p.floor THEN $2 END "
       "WHERE p.name = $1 ORDER BY e.revision",
@@ -113,10 +114,11 @@ Statements keepRows(const std::string& projectId, const folder_host::Changes& ch
 
 Statement keepEdit(const std::string& projectId, const folder_host::Edit& edit) {
   return {
-      "INSERT INTO project_share.edit(project, revision, id, at, author, machine, words, undoes, changes) "
-      "VALUES($1, $2, $3, $4, $5, $6, $7, $8, $9)",
+      "INSERT INTO project_share.edit(project, revision, id, at, author, machine, words, undoes, changes, "
+      "settled) VALUES($1, $2, $3, $4, $5, $6, $7, $8, $9, $10)",
       {ofBytes(projectId), ofNumber(edit.number), ofBytes(edit.id), ofNumber(edit.at), ofBytes(edit.user),
-       ofBytes(edit.machine), ofBytes(edit.words), ofBytes(edit.undoes), ofBytes(bytesOf(edit.changes))}};
+       ofBytes(edit.machine), ofBytes(edit.words), ofBytes(edit.undoes), ofBytes(bytesOf(edit.changes)),
+       ofBytes(edit.settled)}};
 }
 
 Statement moveOn(const std::string& projectId, std::int64_t revision, bool isLast) {

@@ -17,7 +17,7 @@ constexpr std::size_t LONGEST_NAME = 4096;
 constexpr std::size_t LONGEST_WORDS = 65536;
 constexpr std::int64_t LATEST = 253402300799999;  // the end of the year 9999
 constexpr std::int64_t MOST = std::numeric_limits<std::int64_t>::max() - 1;
-constexpr std::size_t STATE_COLUMNS = 13;
+constexpr std::size_t STATE_COLUMNS = 14;
 enum Column : std::size_t {
   ID,
   FORMAT,
@@ -31,7 +31,8 @@ enum Column : std::size_t {
   MACHINE,
   WORDS,
   UNDOES,
-  CHANGES
+  CHANGES,
+  SETTLED
 };
 
 // A UUID, or what another program may take for one.
@@ -89,6 +90,7 @@ Edit UpdateReader::editOf(const Row& row, std::int64_t number) const {
   auto changes = folder_host::changesIn(bytesAt(row, CHANGES, LARGEST_VALUE));
   if (!changes || !isSound(edit)) refuse("an edit is none");
   edit.changes = std::move(*changes);
+  edit.settled = bytesAt(row, SETTLED, LARGEST_VALUE);
   return edit;
 }
 

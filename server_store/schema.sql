@@ -31,6 +31,7 @@ CREATE TABLE project_share.edit(
   machine bytea NOT NULL,
   words bytea NOT NULL,
   undoes bytea NOT NULL,
+  settled bytea NOT NULL,
   changes bytea NOT NULL,
   PRIMARY KEY (project, revision),
   UNIQUE (project, id)

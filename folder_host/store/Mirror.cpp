@@ -5,7 +5,6 @@
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <map>
 #include <string>
 #include <utility>
 
@@ -35,13 +34,6 @@ class Transaction {
 
 void bindText(SQLite::Statement& statement, int index, const std::string& text) {
   statement.bindNoCopy(index, text.data(), static_cast<int>(text.size()));
-}
-
-std::map<std::string, std::string> settledIn(SQLite::Database& database) {
-  std::map<std::string, std::string> settled;
-  SQLite::Statement rows(database, "SELECT id, settled FROM edit WHERE length(settled) > 0");
-  while (rows.executeStep()) settled[rows.getColumn(0).getString()] = rows.getColumn(1).getString();
-  return settled;
 }
 
 }  // namespace
@@ -90,17 +82,12 @@ Update wholeOf(SQLite::Database& database) {
 }
 
 bool replaceWhole(SQLite::Database& database, const Update& update) {
-  const auto settled = settledIn(database);
   for (const char* table : {"node", "node_value", "category", "label", "mark", "rule", "edit"}) {
     database.exec(std::string("DELETE FROM ") + table);
   }
   if (!makeChanges(database, update.content)) return false;
-  for (Edit edit : update.edits) {
-    const auto known = settled.find(edit.id);
-    if (known != settled.end()) edit.settled = known->second;
-    if (!addEdit(database, edit)) return false;
-  }
-  return isSound(database);
+  const auto add = [&](const Edit& edit) { return addEdit(database, edit); };
+  return std::all_of(update.edits.begin(), update.edits.end(), add) && isSound(database);
 }
 
 // Whether the update fits onto what the database has. Another process may have brought it further since it was asked

@@ -19,8 +19,8 @@ bool addEdit(SQLite::Database& database, const Edit& edit);
 // All of a store, its log included. Errors: SQLite::Exception, STORE_UNREADABLE.
 Update wholeOf(SQLite::Database& database);
 
-// Makes a store what a whole update says, in a transaction of the caller's; of the edits that were in its log and still
-// are, `settled` stays. False where the update does not fit together. Errors: SQLite::Exception.
+// Makes a store what a whole update says, in a transaction of the caller's. False where the update does not fit
+// together. Errors: SQLite::Exception.
 bool replaceWhole(SQLite::Database& database, const Update& update);
 
 // Keeps a database what its origin is. Several processes may have one database as their mirror. Errors: those of the

@@ -31,7 +31,7 @@ struct Update {
   bool isWhole = false;     // what the mirror has is replaced by `content`
   Changes content;          // rows put, in any order
   std::vector<Edit> edits;  // by number, without gaps, to the newest: those behind the known position or, of a whole
-                            // one, all that the log still has, one at least. Without `settled`.
+                            // one, all that the log still has, one at least.
 };
 
 // One project. Used by one thread at a time. Every call ends by a deadline, and reconnects where it has to. What comes

@@ -87,7 +87,6 @@ class MemoryOrigin final : public Origin {
     if (at.holder != this || edit.number != at.log.back().number + 1)
       throw Error(errors::STORE_CONFLICT, "another edit was kept");
     Edit kept = edit;
-    kept.settled.clear();
     at.log.reserve(2 * at.log.size() + 1);
     apply(at, edit.changes);
     at.log.push_back(std::move(kept));
@@ -140,7 +139,6 @@ void MemoryServers::create(const Address& address, const Changes& content, const
   Project project;
   apply(project, content);
   project.log = log;
-  for (Edit& edit : project.log) edit.settled.clear();
   projects[address.text()] = std::move(project);
   call("created");
 }
