@@ -253,7 +253,8 @@ FolderProject FolderProject::openFound(std::string root, const Trust& trust, con
   const auto address = addressIn(folder);
   if (!address) {
     auto store = Store::open(root + "/" + STORE_FILE, requireOpened);
-    folder = openBeneath(*store->folder(), ".", O_RDONLY | O_DIRECTORY);
+    folder = attempt(errors::STORE_FAILED, "cannot open", root + "/" + STORE_FOLDER,
+                     [&] { return openBeneath(*store->folder(), ".", O_RDONLY | O_DIRECTORY); });
     return {std::move(root), std::move(folder), std::move(store), {}};
   }
   if (!access.servers) {
