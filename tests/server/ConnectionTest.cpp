@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -271,9 +272,13 @@ TEST(Server, ShowsItsWordsInMessagesAlone) {
       "CREATE TRIGGER speak BEFORE INSERT ON project_share.edit FOR EACH ROW EXECUTE FUNCTION speak()");
   const auto origin = servers.originAt(address);
   origin->lock({});
-  ::testing::internal::CaptureStderr();
+  const TemporaryFolder place;
+  const int terminal = ::dup(STDERR_FILENO), said = ::open((place.path / "said").c_str(), O_WRONLY | O_CREAT, 0600);
+  ::dup2(said, STDERR_FILENO);
   const std::string message = messageOf([&] { origin->publish(editOf(2, {})); });
-  EXPECT_EQ("", ::testing::internal::GetCapturedStderr());
+  ::dup2(terminal, STDERR_FILENO);
+  for (const int descriptor : {terminal, said}) ::close(descriptor);
+  EXPECT_EQ("", folder_host::read(place.path / "said"));
   EXPECT_EQ("store-failed: the server at '" + address.hosts + "/postgres' could not do it: 'a ''line'''", message);
   postgres().run("DROP FUNCTION speak CASCADE");
   EXPECT_EQ(1U, servers.originAt(address)->read({}).edits.size());

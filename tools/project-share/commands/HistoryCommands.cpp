@@ -154,7 +154,13 @@ void undoEdit(std::int64_t number) {
   }
   const Table table = tableOf(project);
   const Edit undone = undoneOrHow(project, number, table);
-  const EditTexts texts({undone}, project.labels().list());
+  std::vector<folder_host::LabelRecord> labels;
+  try {
+    labels = project.labels().list();
+  } catch (const Refusal&) {
+    // It is taken back, whatever else cannot be read: what the edit itself says of names has to do.
+  }
+  const EditTexts texts({undone}, labels);
   const auto by = project.lastEdit();
   Json object = jsonOf({}, undone, texts);
   object["type"] = "undone";
