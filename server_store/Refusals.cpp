@@ -46,8 +46,10 @@ Error Refusals::tooNew() const {
 }
 
 Error Refusals::moved() const {
-  return {errors::STORE_MOVED, "the project " + project_ + " is not kept at " + place_ +
-                                   " any more: ask whoever moved it for the new address, and join that in this folder"};
+  return {errors::STORE_MOVED,
+          "the project " + project_ + " is not kept at " + place_ +
+              " any more: ask whoever moved it for the new address, and join that in this folder; a move back that "
+              "was cut short goes on when it is typed again"};
 }
 
 Error Refusals::unreadable(const std::string& why) const {

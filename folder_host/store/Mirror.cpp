@@ -5,6 +5,7 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -140,10 +141,9 @@ void Mirror::lock() {
 std::vector<Edit> Mirror::lost() {
   std::vector<Edit> edits = wholeOf(database_).edits;
   const std::vector<Edit> there = origin_->read({}).edits;
-  const auto isThere = [&](const Edit& edit) {
-    const auto isIt = [&](const Edit& one) { return one.id == edit.id; };
-    return edit.number < there.front().number || std::any_of(there.begin(), there.end(), isIt);
-  };
+  std::set<std::string> ids;
+  for (const Edit& edit : there) ids.insert(edit.id);
+  const auto isThere = [&](const Edit& edit) { return edit.number < there.front().number || ids.count(edit.id) != 0; };
   edits.erase(std::remove_if(edits.begin(), edits.end(), isThere), edits.end());
   return edits;
 }

@@ -20,7 +20,7 @@ namespace folder_host {
 
 namespace {
 
-// By its folder, too: what a folder remembers of an edit stands in its mirror.
+// By its folder, too: two folders of one project do not wait for each other.
 std::string nameOf(const std::string& root, const Address& address) { return sha256Of(root + '\0' + address.text()); }
 
 bool isOwn(const struct stat& status) { return status.st_uid == ::geteuid() && (status.st_mode & 0077U) == 0; }

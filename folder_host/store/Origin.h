@@ -39,7 +39,8 @@ struct Update {
 //
 // Errors of every call: STORE_UNREACHABLE, also where the deadline has passed; STORE_NOT_FOUND, there is no such
 // project; STORE_TOO_NEW; STORE_MOVED, it was closed; STORE_UNREADABLE, what came back has another form, or is larger
-// than any project.
+// than any project; STORE_FAILED, the server could not do it. While the lock is held, read and lock are errors of the
+// caller (std::logic_error), and so is publish while it is not, or with an edit that does not come next.
 class Origin {
  public:
   virtual ~Origin();
@@ -49,15 +50,15 @@ class Origin {
   // position is none of its states: the edits that led there are lost.
   virtual Update read(const Position& known) = 0;
 
-  // As read, and no other edit is kept until publish has returned or release was called. Of two calls without one of
-  // these between them, the second is an error of the caller (std::logic_error). Further errors: STORE_READ_ONLY, this
-  // user may not edit; STORE_BUSY, somebody else held the lock for too long.
+  // As read, and no other edit is kept until publish has returned or release was called. Further errors:
+  // STORE_READ_ONLY, this user may not edit; STORE_BUSY, somebody else held the lock for too long.
   virtual Update lock(const Position& known) = 0;
 
   // Keeps the edit, which is the next one behind the locked state, and gives the lock back, also where it throws. After
   // the last one the project is closed: nothing is read or kept any more. Errors: STORE_CONFLICT, another edit was kept
-  // instead, or the lock was lost; STORE_OUTCOME_UNKNOWN, the deadline has passed, and the edit may be kept or not; of
-  // any other error, it is not kept.
+  // instead, as the lock was lost; STORE_UNREADABLE, the project's rows are not what its edits come to; STORE_FAILED,
+  // also where it is larger than an origin takes; STORE_OUTCOME_UNKNOWN, the deadline has passed, and the edit may be
+  // kept or not. Of any other error, it is not kept.
   virtual void publish(const Edit& edit, bool isLast) = 0;
   void publish(const Edit& edit) { publish(edit, false); }
 

@@ -61,6 +61,7 @@ class MemoryOrigin final : public Origin {
 
   Update read(const Position& known) override {
     const std::unique_lock lock(servers_.mutex_);
+    if (Project& at = project(); at.holder == this) throw std::logic_error("MemoryServers: the lock is held");
     servers_.call("read");
     return behind(project(), known);
   }
@@ -85,7 +86,7 @@ class MemoryOrigin final : public Origin {
     servers_.call("publish");
     Project& at = project();
     if (at.holder != this || edit.number != at.log.back().number + 1)
-      throw Error(errors::STORE_CONFLICT, "another edit was kept");
+      throw std::logic_error("MemoryServers: the lock is not held, or the edit is not the next");
     Edit kept = edit;
     at.log.reserve(2 * at.log.size() + 1);
     apply(at, edit.changes);

@@ -34,6 +34,7 @@ Edit editOf(std::int64_t number, Changes changes) {
   edit.machine = std::string("h\0\xff", 3);
   edit.words = "words of " + edit.id;
   edit.undoes = "none";
+  edit.settled = "settled by " + edit.id;
   edit.changes = std::move(changes);
   return edit;
 }
@@ -57,7 +58,8 @@ void expectSame(const std::vector<Edit>& expected, const std::vector<Edit>& told
   ASSERT_EQ(expected.size(), told.size());
   for (std::size_t i = 0; i < told.size(); ++i) {
     const auto all = [](const Edit& edit) {
-      return std::tie(edit.number, edit.id, edit.at, edit.user, edit.machine, edit.words, edit.undoes, edit.changes);
+      return std::tie(edit.number, edit.id, edit.at, edit.user, edit.machine, edit.words, edit.undoes, edit.settled,
+                      edit.changes);
     };
     EXPECT_TRUE(all(expected[i]) == all(told[i])) << "edit " << i;
   }
