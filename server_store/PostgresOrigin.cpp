@@ -71,7 +71,7 @@ Update PostgresOrigin::lockOnce(const Position& known, TimePoint deadline) {
   auto reader = askLocked(known, deadline);
   if (reader->isClosed()) throw refusals_.moved();
   if (reader->needsWhole()) reader = ask({}, {}, {}, deadline);
-  Held held{reader->projectId(), {}};
+  Held held{reader->projectId(), {}, reader->content()};
   Update update = std::move(*reader).finish();
   held.base = update.edits.empty() ? known : Position{update.edits.back().number, update.edits.back().id};
   held_ = std::move(held);
@@ -133,10 +133,11 @@ bool PostgresOrigin::isKept(const Held& held, const Edit& edit, TimePoint deadli
 // COMMIT goes along with what it is to keep, which saves a round trip. The answer may be lost, then, of any of it: what
 // is asked for again takes the lock, and so waits until the transaction that nobody hears of has come to its end.
 void PostgresOrigin::keep(const Held& held, const Edit& edit, bool isLast) {
-  Statements statements = keepRows(held.projectId, edit.changes);
+  ContentDigest content = held.content;
+  Statements statements = keepRows(held.projectId, edit.changes, content);
   const std::size_t rows = statements.size();
   statements.push_back(keepEdit(held.projectId, edit));
-  statements.push_back(moveOn(held.projectId, edit.number, isLast));
+  statements.push_back(moveOn(held.projectId, edit.number, content, isLast));
   statements.push_back(commit());
   const TimePoint deadline =
       Clock::now() + deadlines_.answer + deadlines_.lock + 2 * timeFor(bytesOf(edit.changes).size());

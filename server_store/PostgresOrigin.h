@@ -30,6 +30,7 @@ class PostgresOrigin final : public folder_host::Origin {
   struct Held {
     std::string projectId;
     folder_host::Position base;
+    ContentDigest content;
   };
   // One turn, with the state in it. Throws as Connection::run does, and what has no row of the project.
   std::unique_ptr<UpdateReader> ask(Statements before, const folder_host::Position& known, const Statements& after,

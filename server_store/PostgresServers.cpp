@@ -56,10 +56,12 @@ class Making {
       : name_(address.project), deadlines_(deadlines), refusals_(address), connection_(address, deadlines) {
     size_ = sizeOf(refusals_, content, log);
     lastEdit_ = log.back().id;
+    ContentDigest digest;
+    Statements rows = keepRows(id_, content, digest);
     statements_ = beginEditing(deadlines.lock);
     projectAt_ = statements_.size();
-    statements_.push_back(makeProject(id_, name_, log.front().number, log.back().number));
-    for (Statement& statement : keepRows(id_, content)) statements_.push_back(std::move(statement));
+    statements_.push_back(makeProject(id_, name_, log.front().number, log.back().number, digest));
+    for (Statement& statement : rows) statements_.push_back(std::move(statement));
     statements_.reserve(statements_.size() + log.size() + 1);
     for (const Edit& edit : log) statements_.push_back(keepEdit(id_, edit));
     statements_.push_back(commit());

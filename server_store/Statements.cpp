@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "folder_host/files/Digest.h"
 #include "folder_host/store/Schema.h"
 
 namespace server_store {
@@ -24,28 +23,21 @@ constexpr const char* PUT =
     "INSERT INTO project_share.item(project, digest, change) "
     "SELECT $1, digest, change FROM unnest($2::bytea[], $3::bytea[]) AS one(digest, change)";
 constexpr const char* MOVE_ON =
-    "WITH moved AS (UPDATE project_share.project SET revision = $2::bigint, closed = $3::boolean "
+    "WITH moved AS (UPDATE project_share.project SET revision = $2::bigint, content = $3, closed = $4::boolean "
     "WHERE id = $1 AND revision = $2::bigint - 1 AND NOT closed RETURNING 1) "
     "SELECT 1 / count(*) FROM moved";
-
-std::string rawDigestOf(const std::string& bytes) {
-  const std::string digits = folder_host::sha256Of(bytes);
-  std::string raw;
-  for (std::size_t i = 0; i < digits.size(); i += 2) {
-    raw += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
-  }
-  return raw;
-}
 
 // The rows of one kind, as many to a statement as the server takes well.
 class RowLists {
  public:
-  RowLists(const std::string& projectId, bool arePut, Statements& statements)
-      : projectId_(projectId), arePut_(arePut), statements_(statements) {}
+  RowLists(const std::string& projectId, bool arePut, ContentDigest& content, Statements& statements)
+      : projectId_(projectId), arePut_(arePut), content_(content), statements_(statements) {}
 
   void add(const Change& change) {
     const std::string bytes = folder_host::bytesOf({{change.table, true, change.row}});
-    digests_.add(rawDigestOf(bytes));
+    const std::string digest = digestOfRow(bytes);
+    digests_.add(digest);
+    content_.toggle(digest);
     if (arePut_) rows_.add(bytes);
     if (digests_.count() >= MOST_IN_LIST || rows_.size() >= LARGEST_LIST) finish();
   }
@@ -61,6 +53,7 @@ class RowLists {
  private:
   const std::string& projectId_;
   const bool arePut_;
+  ContentDigest& content_;
   Statements& statements_;
   ListValue digests_, rows_;
 };
@@ -69,7 +62,7 @@ class RowLists {
 
 Statement state(const std::string& project, std::int64_t from) {
   return {
-      "SELECT p.id, p.format, p.revision, p.floor, p.closed, e.revision, e.id, e.at, e.author, e.machine, "
+      "SELECT p.id, p.format, p.revision, p.floor, p.content, p.closed, e.revision, e.id, e.at, e.author, e.machine, "
       "CASE WHEN e.revision <> $2 THEN e.words END, e.undoes, CASE WHEN e.revision <> $2 THEN e.changes END, "
       "CASE WHEN e.revision <> $2 THEN e.settled END "
       "FROM project_share.project p LEFT JOIN project_share.edit e ON e.project = p.id AND "
@@ -98,9 +91,9 @@ Statement takeLock(const std::string& project) {
   return {"SELECT 1 FROM project_share.project WHERE name = $1 FOR UPDATE", {ofBytes(project)}};
 }
 
-Statements keepRows(const std::string& projectId, const folder_host::Changes& changes) {
+Statements keepRows(const std::string& projectId, const folder_host::Changes& changes, ContentDigest& content) {
   Statements statements;
-  RowLists gone(projectId, false, statements), put(projectId, true, statements);
+  RowLists gone(projectId, false, content, statements), put(projectId, true, content, statements);
   for (const Change& change : changes) {
     if (!change.isPut) gone.add(change);
   }
@@ -121,20 +114,21 @@ Statement keepEdit(const std::string& projectId, const folder_host::Edit& edit) 
        ofBytes(edit.settled)}};
 }
 
-Statement moveOn(const std::string& projectId, std::int64_t revision, bool isLast) {
-  return {MOVE_ON, {ofBytes(projectId), ofNumber(revision), ofTruth(isLast)}};
+Statement moveOn(const std::string& projectId, std::int64_t revision, const ContentDigest& content, bool isLast) {
+  return {MOVE_ON, {ofBytes(projectId), ofNumber(revision), ofBytes(content.bytes()), ofTruth(isLast)}};
 }
 
 Statement touch(const std::string& projectId) {
   return {"UPDATE project_share.project SET revision = revision WHERE id = $1", {ofBytes(projectId)}};
 }
 
-Statement makeProject(const std::string& projectId, const std::string& name, std::int64_t floor,
-                      std::int64_t revision) {
+Statement makeProject(const std::string& projectId, const std::string& name, std::int64_t floor, std::int64_t revision,
+                      const ContentDigest& content) {
   return {
-      "INSERT INTO project_share.project(id, name, format, revision, floor, closed) "
-      "VALUES($1, $2, $3::bigint, $4, $5, false)",
-      {ofBytes(projectId), ofBytes(name), ofNumber(folder_host::SCHEMA_VERSION), ofNumber(revision), ofNumber(floor)}};
+      "INSERT INTO project_share.project(id, name, format, revision, floor, content, closed) "
+      "VALUES($1, $2, $3::bigint, $4, $5, $6, false)",
+      {ofBytes(projectId), ofBytes(name), ofNumber(folder_host::SCHEMA_VERSION), ofNumber(revision), ofNumber(floor),
+       ofBytes(content.bytes())}};
 }
 
 Statement idOf(const std::string& project) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "folder_host/store/Changes.h"
+#include "server_store/ContentDigest.h"
 #include "server_store/Statement.h"
 
 // What is asked of a server, in schema.sql's tables. All of it is said by whole names and within one transaction, so
@@ -32,15 +33,16 @@ Statements beginEditing(std::chrono::milliseconds lock);
 Statement takeLock(const std::string& project);
 
 // These end with an error, so that what comes behind them is not done, where a row gone was not there or a row put was;
-// and where the project is not at the revision before.
-Statements keepRows(const std::string& projectId, const folder_host::Changes& changes);
+// and where the project is not at the revision before. `content` becomes that of behind the changes.
+Statements keepRows(const std::string& projectId, const folder_host::Changes& changes, ContentDigest& content);
 Statement keepEdit(const std::string& projectId, const folder_host::Edit& edit);
-Statement moveOn(const std::string& projectId, std::int64_t revision, bool isLast);
+Statement moveOn(const std::string& projectId, std::int64_t revision, const ContentDigest& content, bool isLast);
 // Writes the project's row as it is.
 Statement touch(const std::string& projectId);
 
 // A name that is taken is an error.
-Statement makeProject(const std::string& projectId, const std::string& name, std::int64_t floor, std::int64_t revision);
+Statement makeProject(const std::string& projectId, const std::string& name, std::int64_t floor, std::int64_t revision,
+                      const ContentDigest& content);
 Statement idOf(const std::string& project);
 
 }  // namespace server_store

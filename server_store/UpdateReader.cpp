@@ -17,12 +17,13 @@ constexpr std::size_t LONGEST_NAME = 4096;
 constexpr std::size_t LONGEST_WORDS = 65536;
 constexpr std::int64_t LATEST = 253402300799999;  // the end of the year 9999
 constexpr std::int64_t MOST = std::numeric_limits<std::int64_t>::max() - 1;
-constexpr std::size_t STATE_COLUMNS = 14;
+constexpr std::size_t STATE_COLUMNS = 15;
 enum Column : std::size_t {
   ID,
   FORMAT,
   REVISION,
   FLOOR,
+  CONTENT,
   CLOSED,
   NUMBER,
   EDIT,
@@ -74,6 +75,9 @@ UpdateReader::State UpdateReader::stateOf(const Row& row) const {
   state.id = bytesAt(row, ID, LONGEST_ID);
   state.revision = numberAt(row, REVISION, 8, 1, MOST);
   state.floor = numberAt(row, FLOOR, 8, 1, state.revision);
+  const std::string_view content = bytesAt(row, CONTENT, ContentDigest::SIZE);
+  if (content.size() != ContentDigest::SIZE) refuse("a digest is none");
+  state.content = ContentDigest(content);
   state.isClosed = numberAt(row, CLOSED, 1, 0, 1) != 0;
   return state;
 }
@@ -112,8 +116,10 @@ void UpdateReader::addState(const Row& row) {
 
 void UpdateReader::addItem(const Row& row) {
   if (row.size() != 1) refuse("a row has other columns");
-  auto changes = folder_host::changesIn(bytesAt(row, 0, LARGEST_VALUE));
+  const std::string_view bytes = bytesAt(row, 0, LARGEST_VALUE);
+  auto changes = folder_host::changesIn(bytes);
   if (!changes || changes->size() != 1 || !changes->front().isPut) refuse("a row of the store is none");
+  contentRead_.toggle(digestOfRow(bytes));
   update_.content.push_back(std::move(changes->front()));
 }
 
@@ -126,6 +132,7 @@ folder_host::Update UpdateReader::finish() && {
   if (hasGoneBack()) throw refusals_.wentBack();
   const std::int64_t last = update_.edits.empty() ? (idOfKnown_ ? known_.revision : 0) : update_.edits.back().number;
   if (last != state_->revision) refuse("an edit is missing");
+  if (isWhole() && contentRead_.bytes() != state_->content.bytes()) refuse("rows of its store are missing or changed");
   return std::move(update_);
 }
 

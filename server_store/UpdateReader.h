@@ -6,6 +6,7 @@
 #include <string>
 
 #include "folder_host/store/Origin.h"
+#include "server_store/ContentDigest.h"
 #include "server_store/Refusals.h"
 #include "server_store/Statement.h"
 
@@ -32,6 +33,8 @@ class UpdateReader {
   bool isThere() const noexcept { return state_.has_value(); }
   // The ones below need it to be there.
   const std::string& projectId() const { return state_->id; }
+  // As the project's row has it.
+  const ContentDigest& content() const { return state_->content; }
   bool isClosed() const { return state_->isClosed; }
   // The log does not reach back to what is known: it is to be asked for again, with nothing known.
   bool needsWhole() const { return known_.revision != 0 && known_.revision < state_->floor; }
@@ -44,6 +47,7 @@ class UpdateReader {
   struct State {
     std::string id;
     std::int64_t revision, floor;
+    ContentDigest content;
     bool isClosed;
   };
 
@@ -59,6 +63,7 @@ class UpdateReader {
   const folder_host::Position known_;
   std::optional<State> state_;
   std::optional<std::string> idOfKnown_;  // as the server has it
+  ContentDigest contentRead_;
   folder_host::Update update_;
 };
 

@@ -8,6 +8,6 @@ GRANT USAGE ON SCHEMA project_share TO project_share_editors, project_share_shar
 GRANT SELECT ON project_share.project, project_share.item, project_share.edit
   TO project_share_editors, project_share_sharers;
 -- The log is only ever added to.
-GRANT INSERT, UPDATE (revision, closed) ON project_share.project TO project_share_editors;
+GRANT INSERT, UPDATE (revision, content, closed) ON project_share.project TO project_share_editors;
 GRANT INSERT, DELETE ON project_share.item TO project_share_editors;
 GRANT INSERT ON project_share.edit TO project_share_editors;

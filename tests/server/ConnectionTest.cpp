@@ -237,12 +237,16 @@ TEST(Server, WhoseTablesHoldAnythingElseIsNotBelieved) {
       "UPDATE project_share.edit SET revision = 9 WHERE revision = 7",
       "UPDATE project_share.project SET id = repeat('a', 200)::bytea",
       "UPDATE project_share.project SET revision = 8",
+      "ALTER TABLE project_share.project DROP CONSTRAINT IF EXISTS project_content_check; "
+      "UPDATE project_share.project SET content = ''",
   };
   const char* damagesOfItems[] = {
       "UPDATE project_share.item SET change = ''",
       "UPDATE project_share.item SET change = change || change",
       "UPDATE project_share.item SET change = set_byte(change, 0, 2)",
       "UPDATE project_share.item SET change = set_byte(change, 0, 200)",
+      "UPDATE project_share.item SET change = set_byte(change, length(change) - 1, 48)",
+      "DELETE FROM project_share.item",
   };
   PostgresServers servers;
   const std::vector<Edit> log = {editOf(5, {}), editOf(6, {}), editOf(7, {})};
