@@ -83,9 +83,8 @@ class Work {
     std::sort(result_.changed.begin(), result_.changed.end());
     setWritten(std::move(written));
     if (!options_.isPlain) {
-      const std::string store = copy_.storeOfWhatIsShared();
-      result_.store = {store.size(), sha256Of(store)};
-      sink.addStore(store);
+      result_.store = {store().size(), sha256Of(store())};
+      sink.addStore(store());
     }
     sink.finish();
     result_.bytes = progress_.bytes;
@@ -97,11 +96,10 @@ class Work {
     if (earlier == nullptr || options_.keepsEarlier || options_.comparesContent || options_.storeFolder == nullptr) {
       return false;
     }
-    const std::string store = options_.isPlain ? std::string() : copy_.storeOfWhatIsShared();
-    auto written = writtenBefore(*earlier, known, openSource(), entries_, store);
+    auto written = writtenBefore(*earlier, known, openSource(), entries_, options_.isPlain ? std::string() : store());
     if (!written) return false;
     result_.written = std::move(*written);
-    if (!store.empty()) result_.store = {store.size(), sha256Of(store)};
+    if (!options_.isPlain) result_.store = {store().size(), sha256Of(store())};
     result_.bytes = progress_.allBytes;
     result_.takenOver = result_.files;
     return true;
@@ -123,6 +121,12 @@ class Work {
     return source;
   }
 
+  // That the copy gets.
+  const std::string& store() {
+    if (store_.empty()) store_ = copy_.storeOfWhatIsShared();
+    return store_;
+  }
+
   // In the order of the listing, in which the entries lie side by side.
   void setWritten(std::vector<Written> written) {
     for (Written& one : written) one.modified = timeIn(options_.shape, one.modified);
@@ -140,6 +144,7 @@ class Work {
   const WorkingCopy& copy_;
   const HandOutOptions& options_;
   std::vector<const Entry*> entries_;
+  std::string store_;
   Progress progress_;
   HandedOut result_;
 };
