@@ -225,6 +225,9 @@ TEST(Server, LetsEachUserDoWhatTheirRolesAllow) {
 }
 
 TEST(Server, WhoseTablesHoldAnythingElseIsNotBelieved) {
+  const char* noDigest =
+      "ALTER TABLE project_share.project DROP CONSTRAINT IF EXISTS project_content_check; "
+      "UPDATE project_share.project SET content = ''";
   const char* damages[] = {
       "UPDATE project_share.edit SET changes = '\\xff' WHERE revision = 6",
       "UPDATE project_share.edit SET id = repeat('a', 200)::bytea WHERE revision = 6",
@@ -237,8 +240,7 @@ TEST(Server, WhoseTablesHoldAnythingElseIsNotBelieved) {
       "UPDATE project_share.edit SET revision = 9 WHERE revision = 7",
       "UPDATE project_share.project SET id = repeat('a', 200)::bytea",
       "UPDATE project_share.project SET revision = 8",
-      "ALTER TABLE project_share.project DROP CONSTRAINT IF EXISTS project_content_check; "
-      "UPDATE project_share.project SET content = ''",
+      noDigest,
   };
   const char* damagesOfItems[] = {
       "UPDATE project_share.item SET change = ''",
