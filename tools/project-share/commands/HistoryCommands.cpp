@@ -165,8 +165,12 @@ void undoEdit(std::int64_t number) {
   Json object = jsonOf({}, undone, texts);
   object["type"] = "undone";
   object["undo"] = by;
-  done(fmt::format("Took back edit {} of {}: {} ({}). To have it again: {}", undone.number,
-                   inQuotes(authorOf(undone.user, undone.machine)), wordsOf(undone), texts.sumOf(undone),
+  const char* elsewhere = project.address() && !undone.settled.empty()
+                              ? " If it was made in another folder, that one still shares what it let be shared, until "
+                                "a label is attached to that."
+                              : "";
+  done(fmt::format("Took back edit {} of {}: {} ({}).{} To have it again: {}", undone.number,
+                   inQuotes(authorOf(undone.user, undone.machine)), wordsOf(undone), texts.sumOf(undone), elsewhere,
                    commandOf({"undo", std::to_string(by)})),
        object);
 }
