@@ -209,7 +209,8 @@ FolderProject FolderProject::join(const std::string& folder, const Trust& trust,
   try {
     openJoined();
   } catch (const Error& error) {
-    if (error.identifier() != std::string_view(errors::STORE_MOVED)) throw;
+    const std::string_view why = error.identifier();
+    if (why != errors::STORE_MOVED && why != errors::STORE_NOT_FOUND) throw;
     access.servers->originAt(address)->read({});
     openFound(root, trust, access).changeAddress(address);
     return openJoined();
