@@ -210,9 +210,11 @@ FolderProject FolderProject::join(const std::string& folder, const Trust& trust,
     openJoined();
   } catch (const Error& error) {
     const std::string_view why = error.identifier();
-    if (why != errors::STORE_MOVED && why != errors::STORE_NOT_FOUND) throw;
-    access.servers->originAt(address)->read({});
-    openFound(root, trust, access).changeAddress(address);
+    if (why != errors::STORE_MOVED && why != errors::STORE_NOT_FOUND && why != errors::STORE_UNREACHABLE) throw;
+    // What was not moved there by this program is taken for the same only if it has what was seen.
+    const FolderProject project = openFound(root, trust, access);
+    access.servers->originAt(address)->read(why == errors::STORE_MOVED ? Position() : project.position());
+    project.changeAddress(address);
     return openJoined();
   }
   throw alreadyProject(root);

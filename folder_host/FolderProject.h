@@ -41,8 +41,9 @@ class FolderProject {
   static FolderProject init(const std::string& folder, const Trust& trust = nullptr);
 
   // The same, with a store at the address, which this makes, or which somebody made (join). Further errors: those of
-  // Servers::create; those of Origin::read. A folder whose store was closed on its server, since it was moved, or has
-  // another name there now, joins by another address, and keeps what is its own.
+  // Servers::create; those of Origin::read. A folder whose store was closed on its server, since it was moved, joins by
+  // another address, and keeps what is its own; so does one whose store is not there any more or is out of reach, where
+  // the other address has what the folder has seen (else STORE_WENT_BACK).
   static FolderProject initAt(const std::string& folder, const Trust& trust, const Address& address,
                               const ServerAccess& access, const Author& author);
   static FolderProject join(const std::string& folder, const Trust& trust, const Address& address,
