@@ -211,7 +211,7 @@ FolderProject FolderProject::join(const std::string& folder, const Trust& trust,
   } catch (const Error& error) {
     const std::string_view why = error.identifier();
     if (why != errors::STORE_MOVED && why != errors::STORE_NOT_FOUND && why != errors::STORE_UNREACHABLE) throw;
-    // What was not moved there by this program is taken for the same only if it has what was seen.
+    // A store that was not closed by a move counts as the same one only if it has the state that was seen last.
     const FolderProject project = openFound(root, trust, access);
     access.servers->originAt(address)->read(why == errors::STORE_MOVED ? Position() : project.position());
     project.changeAddress(address);

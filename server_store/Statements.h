@@ -33,7 +33,7 @@ Statements beginEditing(std::chrono::milliseconds lock);
 Statement takeLock(const std::string& project);
 
 // These end with an error, so that what comes behind them is not done, where a row gone was not there or a row put was;
-// and where the project is not at the revision before. `content` becomes that of behind the changes.
+// and where the project is not at the revision before. `content` is brought up to date with the changes.
 Statements keepRows(const std::string& projectId, const folder_host::Changes& changes, ContentDigest& content);
 Statement keepEdit(const std::string& projectId, const folder_host::Edit& edit);
 Statement moveOn(const std::string& projectId, std::int64_t revision, const ContentDigest& content, bool isLast);

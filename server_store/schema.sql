@@ -10,8 +10,8 @@ CREATE TABLE project_share.project(
   revision bigint NOT NULL CHECK (revision >= 1),
   -- The first revision of which the log still has the edit; see trim.sql.
   floor bigint NOT NULL CHECK (floor BETWEEN 1 AND revision),
-  -- The exclusive or of its items' digests: what lost some of them, as in a backup that came back in part, is not taken
-  -- for the whole.
+  -- The exclusive or of its items' digests. A project that has lost some of them, as when a backup is restored in part,
+  -- is refused.
   content bytea NOT NULL CHECK (length(content) = 32),
   closed boolean NOT NULL DEFAULT false
 );

@@ -121,7 +121,7 @@ class Work {
     return source;
   }
 
-  // That the copy gets.
+  // The store that goes with the copy; made when it is first asked for.
   const std::string& store() {
     if (store_.empty()) store_ = copy_.storeOfWhatIsShared();
     return store_;

@@ -165,10 +165,11 @@ void undoEdit(std::int64_t number) {
   Json object = jsonOf({}, undone, texts);
   object["type"] = "undone";
   object["undo"] = by;
-  const char* elsewhere = project.address() && !undone.settled.empty()
-                              ? " If it was made in another folder, that one still shares what it let be shared, until "
-                                "a label is attached to that."
-                              : "";
+  const char* elsewhere =
+      project.address() && !undone.settled.empty()
+          ? " If it was made in another folder, that folder goes on sharing what it settled; to hold "
+            "that back everywhere, attach the label to it."
+          : "";
   done(fmt::format("Took back edit {} of {}: {} ({}).{} To have it again: {}", undone.number,
                    inQuotes(authorOf(undone.user, undone.machine)), wordsOf(undone), texts.sumOf(undone), elsewhere,
                    commandOf({"undo", std::to_string(by)})),

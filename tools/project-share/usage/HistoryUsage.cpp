@@ -9,23 +9,23 @@ namespace project_share {
 namespace {
 
 void addExchangeCommands(CLI::App& app, Words& words) {
-  CLI::App* whole = addCommand(&app, "export", "Write labels, rules, marks and profiles as one text, to be kept",
-                               "export ../labels.json");
-  addWord(whole, "FILE", words.file, "A file to be made, or an export to be replaced (standard output)")
+  CLI::App* exporting = addCommand(&app, "export", "Write labels, rules, marks and profiles as one text, to be kept",
+                                   "export ../labels.json");
+  addWord(exporting, "FILE", words.file, "A file to be made, or an export to be replaced (standard output)")
       ->required(false);
-  whole->callback([&] { exportProject(words.file); });
-  CLI::App* import =
+  exporting->callback([&] { exportProject(words.file); });
+  CLI::App* importing =
       addCommand(&app, "import", "Take over what an export has; what the project has besides stays, and is listed",
                  "import --dry-run ../labels.json");
-  addWord(import, "FILE", words.file, "What export wrote; - is standard input");
-  import->add_flag("--replace", words.import.replaces, "Remove what the file does not have");
-  import->add_flag("--no-marks", words.import.withoutMarks, "Labels, rules and profiles alone: from another project");
-  import->add_flag("--dry-run", words.isDry, "Show what would change, and change nothing");
-  import->callback([&] { importProject(words.file, words.import, words.isDry);
-});
-}  // namespace
+  addWord(importing, "FILE", words.file, "What export wrote; - is standard input");
+  importing->add_flag("--replace", words.import.replaces, "Remove what the file does not have");
+  importing->add_flag("--no-marks", words.import.withoutMarks,
+                      "Labels, rules and profiles alone: from another project");
+  importing->add_flag("--dry-run", words.isDry, "Show what would change, and change nothing");
+  importing->callback([&] { importProject(words.file, words.import, words.isDry); });
+}
 
-}  // namespace project_share
+}  // namespace
 
 void addHistoryCommands(CLI::App& app, Words& words) {
   CLI::App* log = addCommand(&app, "log", "List the edits and the shares: when, who, the words typed", "log");

@@ -67,10 +67,11 @@ struct Words {
 };
 
 // CLI11 takes a word in brackets apart and passes over a "++", and would so label other files than the ones named. A
-// mark before such a word keeps it whole while it is parsed.
-std::string unmarked(const std::string& word);
-// As CLI11 wants them: the last one first, without the program's name.
+// mark before such a word keeps it whole while it is parsed. The words are in CLI11's order: the last one first,
+// without the program's name.
 std::vector<std::string> markedWords(const std::vector<char*>& typed);
+// The word as it was typed.
+std::string unmarked(const std::string& word);
 
 // Each command has an example: people copy one sooner than they read a list of options.
 CLI::App* addCommand(CLI::App* group, const char* name, const char* description, const std::string& example);
@@ -93,6 +94,7 @@ CLI::Option* addNumber(CLI::App* command, const char* name, std::int64_t& number
                        std::int64_t least = 1);
 CLI::Option* addOffline(CLI::App* command);
 
+// With the letters A to F in lower case.
 std::string lowered(std::string digits);
 
 }  // namespace project_share
